@@ -1,0 +1,84 @@
+#include "tracer/BoundChain.h"
+
+#include <cstdlib>
+#include <cstring>
+
+BoundChain::BoundChain(unsigned capacity_, unsigned growBy_, int width_)
+    : Arc_(capacity_, growBy_, width_),
+      lastOffset(-1),
+      rotation(0),
+      innerPending(false),
+      innerLen(0),
+      inner(nullptr) {
+    if (capacity > 0) {
+        inner = static_cast<unsigned char*>(calloc(capacity, 1));
+        if (!inner) {
+            // Without inner the chain cannot split loops: drop everything so
+            // that append() refuses and the tracer notices.
+            free(codes);
+            free(spare);
+            codes = spare = nullptr;
+            capacity = 0;
+        }
+    }
+}
+
+BoundChain::~BoundChain() { free(inner); }
+
+bool BoundChain::grow(unsigned index) {
+    if (index < capacity) return true;
+    unsigned n = grownCapacity(index);
+    if (n == 0) return false;
+    unsigned char* newInner = static_cast<unsigned char*>(calloc(n, 1));
+    if (!newInner) return false;
+    unsigned old = capacity;
+    if (!Arc_::grow(index)) {
+        free(newInner);
+        return false;
+    }
+    if (inner) memcpy(newInner, inner, old);
+    free(inner);
+    inner = newInner;
+    return true;
+}
+
+int BoundChain::codeAt(int i) const {
+    if (!codes || count <= 0) return 0;
+    int k = rotation + i;
+    if (k >= count) k -= count;
+    return codes[k];
+}
+
+void BoundChain::advanceStart() {
+    if (count <= 0) return;
+    start = step(codeAt(0), start);
+    ++rotation;
+    if (rotation >= count) rotation -= count;
+}
+
+int BoundChain::lastCodeReversed() const {
+    if (count < 2) return -10;
+    return opposite(codeAt(count - 1));
+}
+
+int BoundChain::indexOf(POINT p) const {
+    if (p.x == start.x && p.y == start.y) return 0;
+    POINT q = start;
+    for (int i = 1; i < count; ++i) {
+        q = step(codeAt(i - 1), q);
+        if (q.x == p.x && q.y == p.y) return i;
+    }
+    return -10;
+}
+
+void BoundChain::normalize() {
+    if (rotation == 0 || !codes || !spare) return;
+    if (static_cast<unsigned>(count) >= capacity && !grow(static_cast<unsigned>(count))) return;
+    size_t tail = static_cast<size_t>(count - rotation);
+    memcpy(spare, codes + rotation, tail);
+    memcpy(spare + tail, codes, static_cast<size_t>(rotation));
+    unsigned char* t = codes;
+    codes = spare;
+    spare = t;
+    rotation = 0;
+}

@@ -1,0 +1,36 @@
+// BoundChain: the closed boundary chain that the tracer grows, with a logical
+// rotation (logical code i is codes[(rotation + i) mod count]) and a second
+// buffer `inner` that receives a loop split off by intersection solving.
+#pragma once
+
+#include "tracer/Arc_.h"
+
+class OM1_API BoundChain : public Arc_ {
+public:
+    int lastOffset;         // offset of the pixel claimed by the last first step; -1
+    int rotation;           // logical start index
+    bool innerPending;      // a loop waits in inner to be saved
+    int innerLen;           // codes in inner
+    unsigned char* inner;   // owned, capacity bytes; starts at `start` at the split
+
+    BoundChain(unsigned capacity, unsigned growBy, int width);
+    ~BoundChain();
+
+    // Grows inner, then codes and spare. On failure nothing the chain uses
+    // changes and the result is false.
+    bool grow(unsigned index) override;
+
+    // Logical code i (0 <= i < count); 0 without a buffer.
+    int codeAt(int i) const;
+    int currentCode() const { return codeAt(0); }
+    // Moves start by the step of logical code 0 and advances the rotation.
+    void advanceStart();
+    // Direction from start back to the previous pixel of the loop; -10 when
+    // count < 2.
+    int lastCodeReversed() const;
+    // 0 for start; else the first logical index 1 <= i < count at which the
+    // walk from start stands on p; -10 when p is not on the chain.
+    int indexOf(POINT p) const;
+    // Makes the rotation physical: codes become the logical order, rotation 0.
+    void normalize();
+};

@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
-KvCtree* kvctr_newKvCtree() { return static_cast<KvCtree*>(calloc(1, sizeof(KvCtree))); }
+KvCtree* kvctr_newKvCtree() {
+    return static_cast<KvCtree*>(calloc(1, sizeof(KvCtree)));
+}
 
 bool KvCtree::init(unsigned char* codes, int len, int start, int width) {
     free(chain);

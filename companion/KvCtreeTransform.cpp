@@ -11,7 +11,9 @@ void forEachNode(KvCtree* node, F& f) {
         if (h->ctree) forEachNode(h->ctree, f);
 }
 
-int channelDist(BYTE a, BYTE b) { return a > b ? a - b : b - a; }
+int channelDist(BYTE a, BYTE b) {
+    return a > b ? a - b : b - a;
+}
 
 int colorDist(const RGBQUAD& a, const RGBQUAD& b) {
     int d = channelDist(a.rgbRed, b.rgbRed);

@@ -4,7 +4,9 @@
 #include <cstdio>
 
 namespace {
-void stderrSink(const char* text, UINT) { fprintf(stderr, "%s\n", text ? text : ""); }
+void stderrSink(const char* text, UINT) {
+    fprintf(stderr, "%s\n", text ? text : "");
+}
 std::atomic<MessageSink> g_sink{&stderrSink};
 }  // namespace
 
@@ -14,4 +16,6 @@ int AfxMessageBox(const char* text, UINT type, UINT) {
     return 1;
 }
 
-MessageSink SetMessageSink(MessageSink sink) { return g_sink.exchange(sink ? sink : &stderrSink); }
+MessageSink SetMessageSink(MessageSink sink) {
+    return g_sink.exchange(sink ? sink : &stderrSink);
+}

@@ -11,6 +11,10 @@ typedef uint32_t DWORD;
 typedef int32_t LONG;
 typedef unsigned int UINT;
 typedef int BOOL;
+#ifndef TRUE
+#define TRUE 1
+#define FALSE 0
+#endif
 typedef void* LPVOID;
 
 struct POINT {
@@ -60,13 +64,13 @@ struct HDC__;
 typedef HBITMAP__* HBITMAP;
 typedef HDC__* HDC;
 typedef void* HGDIOBJ;
+typedef void* HANDLE;
 
 enum : DWORD { BI_RGB = 0 };
 enum : UINT { DIB_RGB_COLORS = 0 };
 enum : UINT { MB_OK = 0 };
 
-#define RGB(r, g, b) \
-    ((DWORD)(((BYTE)(r)) | ((DWORD)((BYTE)(g)) << 8) | ((DWORD)((BYTE)(b)) << 16)))
+#define RGB(r, g, b) ((DWORD)(((BYTE)(r)) | ((DWORD)((BYTE)(g)) << 8) | ((DWORD)((BYTE)(b)) << 16)))
 
 static_assert(sizeof(BYTE) == 1 && sizeof(WORD) == 2 && sizeof(DWORD) == 4 && sizeof(LONG) == 4,
               "Windows integer sizes");

@@ -23,7 +23,9 @@ BoundChain::BoundChain(unsigned capacity_, unsigned growBy_, int width_)
     }
 }
 
-BoundChain::~BoundChain() { free(inner); }
+BoundChain::~BoundChain() {
+    free(inner);
+}
 
 bool BoundChain::grow(unsigned index) {
     if (index < capacity) return true;

@@ -7,11 +7,11 @@
 
 class OM1_API BoundChain : public Arc_ {
 public:
-    int lastOffset;         // offset of the pixel claimed by the last first step; -1
-    int rotation;           // logical start index
-    bool innerPending;      // a loop waits in inner to be saved
-    int innerLen;           // codes in inner
-    unsigned char* inner;   // owned, capacity bytes; starts at `start` at the split
+    int lastOffset;        // offset of the pixel claimed by the last first step; -1
+    int rotation;          // logical start index
+    bool innerPending;     // a loop waits in inner to be saved
+    int innerLen;          // codes in inner
+    unsigned char* inner;  // owned, capacity bytes; starts at `start` at the split
 
     BoundChain(unsigned capacity, unsigned growBy, int width);
     ~BoundChain();

@@ -19,9 +19,15 @@ namespace chaincode {
 constexpr int kNotOnChain = -10;  // a pixel that is not on the chain
 constexpr int kMetItself = -20;   // a walk that met itself
 
-inline int opposite(int code) { return code + 2 < 4 ? code + 2 : code - 2; }
-inline int stepX(int code) { return code == 0 ? 1 : code == 2 ? -1 : 0; }
-inline int stepY(int code) { return code == 1 ? 1 : code == 3 ? -1 : 0; }
+inline int opposite(int code) {
+    return code + 2 < 4 ? code + 2 : code - 2;
+}
+inline int stepX(int code) {
+    return code == 0 ? 1 : code == 2 ? -1 : 0;
+}
+inline int stepY(int code) {
+    return code == 1 ? 1 : code == 3 ? -1 : 0;
+}
 
 // True when walking `len` codes from `start` ends on `start`.
 inline bool isClosed(const unsigned char* codes, int len, POINT start) {

@@ -11,18 +11,18 @@
 
 class OM1_API ListOfOutLines {
 public:
-    int checkState;        // 1 passed, 0 failed, -1 not checked
-    POINT start;           // start pixel of the chain
-    unsigned char* data;   // chain codes, owned
-    int len;               // number of codes
-    int bounds[4];         // max x, max y, min x, min y; -1 = not computed
-    int pixelCount;        // region size (sample count) on region nodes
-    int paletteIndex;      // palette entry nearest to color
-    DWORD color;           // 0x00BBGGRR
-    int tag;               // outline weight
+    int checkState;       // 1 passed, 0 failed, -1 not checked
+    POINT start;          // start pixel of the chain
+    unsigned char* data;  // chain codes, owned
+    int len;              // number of codes
+    int bounds[4];        // max x, max y, min x, min y; -1 = not computed
+    int pixelCount;       // region size (sample count) on region nodes
+    int paletteIndex;     // palette entry nearest to color
+    DWORD color;          // 0x00BBGGRR
+    int tag;              // outline weight
     bool isFrame;
     bool allHolesFree;
-    int kind;              // 1 on copies made by copyOutline
+    int kind;  // 1 on copies made by copyOutline
     ListOfOutLines* child;
     ListOfOutLines* next;
     ListOfOutLines* parts;

@@ -2,8 +2,12 @@
 #include "tracer/Ombrel.h"
 
 namespace {
-inline int channel(DWORD c, int shift) { return static_cast<int>((c >> shift) & 0xFF); }
-inline DWORD absDiff(int a, int b) { return static_cast<DWORD>(a > b ? a - b : b - a); }
+inline int channel(DWORD c, int shift) {
+    return static_cast<int>((c >> shift) & 0xFF);
+}
+inline DWORD absDiff(int a, int b) {
+    return static_cast<DWORD>(a > b ? a - b : b - a);
+}
 }  // namespace
 
 DWORD Ombrel::ColorDist(DWORD a, DWORD b) {

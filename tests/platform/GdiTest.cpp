@@ -1,0 +1,244 @@
+// The in-memory bitmap calls: sections, descriptions, line reads and writes.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "platform/Gdi.h"
+
+namespace {
+
+// A BITMAPINFO with room for a full colour table.
+struct Info {
+    alignas(8) unsigned char bytes[sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD)] = {};
+    BITMAPINFO* get() { return reinterpret_cast<BITMAPINFO*>(bytes); }
+    RGBQUAD* table() { return reinterpret_cast<RGBQUAD*>(bytes + sizeof(BITMAPINFOHEADER)); }
+};
+
+Info header(int width, int height, int bits) {
+    Info i;
+    BITMAPINFOHEADER& h = i.get()->bmiHeader;
+    h.biSize = sizeof(BITMAPINFOHEADER);
+    h.biWidth = width;
+    h.biHeight = height;
+    h.biPlanes = 1;
+    h.biBitCount = static_cast<WORD>(bits);
+    h.biCompression = BI_RGB;
+    return i;
+}
+
+struct Section {
+    HBITMAP h = nullptr;
+    unsigned char* bits = nullptr;
+    Section(int w, int hgt, int bpp, const RGBQUAD* table = nullptr, int colours = 0) {
+        Info i = header(w, hgt, bpp);
+        if (table) {
+            memcpy(i.table(), table, sizeof(RGBQUAD) * colours);
+            i.get()->bmiHeader.biClrUsed = static_cast<DWORD>(colours);
+        }
+        void* p = nullptr;
+        h = CreateDIBSection(nullptr, i.get(), DIB_RGB_COLORS, &p, nullptr, 0);
+        bits = static_cast<unsigned char*>(p);
+    }
+    ~Section() { DeleteObject(h); }
+};
+
+void setPixel32(unsigned char* bits, int stride, int x, int row, BYTE r, BYTE g, BYTE b) {
+    unsigned char* p = bits + row * stride + 4 * x;
+    p[0] = b;
+    p[1] = g;
+    p[2] = r;
+    p[3] = 0;
+}
+
+}  // namespace
+
+TEST(DibSection, DescribesItself) {
+    Section s(3, 2, 32);
+    ASSERT_NE(s.h, nullptr);
+    ASSERT_NE(s.bits, nullptr);
+    BITMAP bm;
+    EXPECT_EQ(GetObjectW(s.h, 0, nullptr), 32);
+    ASSERT_EQ(GetObjectW(s.h, sizeof(bm), &bm), 32);
+    EXPECT_EQ(bm.bmWidth, 3);
+    EXPECT_EQ(bm.bmHeight, 2);
+    EXPECT_EQ(bm.bmWidthBytes, 12);
+    EXPECT_EQ(bm.bmBitsPixel, 32);
+    EXPECT_EQ(bm.bmPlanes, 1);
+    EXPECT_EQ(bm.bmBits, s.bits);
+    EXPECT_EQ(GetObjectW(s.h, 31, &bm), 0);
+}
+
+TEST(DibSection, EightBitRowsArePadded) {
+    RGBQUAD table[2] = {{0, 0, 0, 0}, {255, 255, 255, 0}};
+    Section s(5, 3, 8, table, 2);
+    BITMAP bm;
+    ASSERT_EQ(GetObjectW(s.h, sizeof(bm), &bm), 32);
+    EXPECT_EQ(bm.bmWidthBytes, 8);
+}
+
+TEST(DibSection, RefusesBadFormats) {
+    Info i = header(4, 4, 24);
+    EXPECT_EQ(CreateDIBSection(nullptr, i.get(), DIB_RGB_COLORS, nullptr, nullptr, 0), nullptr);
+    i = header(0, 4, 32);
+    EXPECT_EQ(CreateDIBSection(nullptr, i.get(), DIB_RGB_COLORS, nullptr, nullptr, 0), nullptr);
+    i = header(4, 0, 32);
+    EXPECT_EQ(CreateDIBSection(nullptr, i.get(), DIB_RGB_COLORS, nullptr, nullptr, 0), nullptr);
+    i = header(100000, 100000, 32);  // beyond int bytes
+    void* p = reinterpret_cast<void*>(1);
+    EXPECT_EQ(CreateDIBSection(nullptr, i.get(), DIB_RGB_COLORS, &p, nullptr, 0), nullptr);
+    EXPECT_EQ(p, nullptr);
+    EXPECT_EQ(CreateDIBSection(nullptr, nullptr, DIB_RGB_COLORS, nullptr, nullptr, 0), nullptr);
+}
+
+TEST(DibSection, StaleAndForeignHandlesAreRefused) {
+    Info i = header(2, 2, 32);
+    HBITMAP h = CreateDIBSection(nullptr, i.get(), DIB_RGB_COLORS, nullptr, nullptr, 0);
+    ASSERT_NE(h, nullptr);
+    EXPECT_EQ(DeleteObject(h), TRUE);
+    EXPECT_EQ(DeleteObject(h), FALSE);
+    BITMAP bm;
+    EXPECT_EQ(GetObjectW(h, sizeof(bm), &bm), 0);
+    Info q = header(2, 2, 0);
+    q.get()->bmiHeader.biBitCount = 0;
+    EXPECT_EQ(GetDIBits(nullptr, h, 0, 1, nullptr, q.get(), DIB_RGB_COLORS), 0);
+    int notAHandle = 0;
+    EXPECT_EQ(GetObjectW(&notAHandle, sizeof(bm), &bm), 0);
+    EXPECT_EQ(DeleteObject(nullptr), FALSE);
+}
+
+TEST(GetDIBits, HeaderOnlyQuery) {
+    Section up(7, 5, 32);
+    Section down(7, -5, 32);
+    Info q;
+    q.get()->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    ASSERT_NE(GetDIBits(nullptr, up.h, 0, 1, nullptr, q.get(), DIB_RGB_COLORS), 0);
+    EXPECT_EQ(q.get()->bmiHeader.biWidth, 7);
+    EXPECT_EQ(q.get()->bmiHeader.biHeight, 5);
+    EXPECT_EQ(q.get()->bmiHeader.biBitCount, 32);
+    EXPECT_EQ(q.get()->bmiHeader.biSizeImage, 7u * 5u * 4u);
+    Info q2;
+    q2.get()->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    ASSERT_NE(GetDIBits(nullptr, down.h, 0, 1, nullptr, q2.get(), DIB_RGB_COLORS), 0);
+    EXPECT_EQ(q2.get()->bmiHeader.biHeight, -5);
+}
+
+TEST(GetDIBits, ThirtyTwoToEightBitsThroughTheFixedTable) {
+    Section s(5, 2, 32);  // odd width: 8-bit rows padded to 8 bytes
+    setPixel32(s.bits, 20, 0, 0, 255, 0, 0);
+    setPixel32(s.bits, 20, 4, 0, 0, 0, 255);
+    setPixel32(s.bits, 20, 2, 1, 255, 255, 255);
+    setPixel32(s.bits, 20, 3, 1, 110, 180, 90);
+    Info i = header(5, 2, 8);
+    unsigned char out[16];
+    memset(out, 0xEE, sizeof(out));
+    ASSERT_EQ(GetDIBits(nullptr, s.h, 0, 2, out, i.get(), DIB_RGB_COLORS), 2);
+    EXPECT_EQ(out[0], 7 << 5);   // red
+    EXPECT_EQ(out[4], 3);        // blue
+    EXPECT_EQ(out[1], 0);        // black
+    EXPECT_EQ(out[8 + 2], 255);  // white
+    EXPECT_EQ(out[8 + 3], GdiFixedPaletteIndex(110, 180, 90));
+    for (int pad = 5; pad < 8; ++pad) {
+        EXPECT_EQ(out[pad], 0) << pad;
+        EXPECT_EQ(out[8 + pad], 0) << pad;
+    }
+    // The table written into the caller's header is the fixed table.
+    const RGBQUAD* fixed = GdiFixedPalette();
+    EXPECT_EQ(memcmp(i.table(), fixed, 256 * sizeof(RGBQUAD)), 0);
+    EXPECT_EQ(fixed[GdiFixedPaletteIndex(110, 180, 90)].rgbRed, 109);
+    EXPECT_EQ(fixed[GdiFixedPaletteIndex(110, 180, 90)].rgbGreen, 182);
+    EXPECT_EQ(fixed[GdiFixedPaletteIndex(110, 180, 90)].rgbBlue, 85);
+}
+
+TEST(GetDIBits, EightToThirtyTwoBitsThroughTheBitmapTable) {
+    RGBQUAD table[3] = {{1, 2, 3, 0}, {10, 20, 30, 0}, {100, 110, 120, 0}};
+    Section s(3, 1, 8, table, 3);
+    s.bits[0] = 2;
+    s.bits[1] = 0;
+    s.bits[2] = 1;
+    Info i = header(3, 1, 32);
+    RGBQUAD out[3];
+    ASSERT_EQ(GetDIBits(nullptr, s.h, 0, 1, out, i.get(), DIB_RGB_COLORS), 1);
+    EXPECT_EQ(out[0].rgbBlue, 100);
+    EXPECT_EQ(out[0].rgbRed, 120);
+    EXPECT_EQ(out[1].rgbGreen, 2);
+    EXPECT_EQ(out[2].rgbRed, 30);
+    EXPECT_EQ(out[2].rgbReserved, 0);
+}
+
+TEST(GetDIBits, LineOrderFollowsTheSignOfTheRequestedHeight) {
+    // A top-down section: memory row 0 is the top row of the picture.
+    Section s(1, -3, 32);
+    for (int row = 0; row < 3; ++row)
+        setPixel32(s.bits, 4, 0, row, static_cast<BYTE>(row + 1), 0, 0);
+    Info up = header(1, 3, 32);
+    RGBQUAD out[3];
+    ASSERT_EQ(GetDIBits(nullptr, s.h, 0, 3, out, up.get(), DIB_RGB_COLORS), 3);
+    EXPECT_EQ(out[0].rgbRed, 3);  // bottom-up: the bottom row first
+    EXPECT_EQ(out[2].rgbRed, 1);
+    Info down = header(1, -3, 32);
+    ASSERT_EQ(GetDIBits(nullptr, s.h, 0, 3, out, down.get(), DIB_RGB_COLORS), 3);
+    EXPECT_EQ(out[0].rgbRed, 1);
+    // A partial read is clamped to the bitmap.
+    ASSERT_EQ(GetDIBits(nullptr, s.h, 2, 10, out, up.get(), DIB_RGB_COLORS), 1);
+    EXPECT_EQ(out[0].rgbRed, 1);
+    EXPECT_EQ(GetDIBits(nullptr, s.h, 3, 1, out, up.get(), DIB_RGB_COLORS), 0);
+}
+
+TEST(GetDIBits, RefusesWrongWidthAndDepth) {
+    Section s(4, 4, 32);
+    unsigned char out[64];
+    Info w = header(5, 4, 32);
+    EXPECT_EQ(GetDIBits(nullptr, s.h, 0, 4, out, w.get(), DIB_RGB_COLORS), 0);
+    Info d = header(4, 4, 24);
+    EXPECT_EQ(GetDIBits(nullptr, s.h, 0, 4, out, d.get(), DIB_RGB_COLORS), 0);
+    Info ok = header(4, 4, 32);
+    EXPECT_EQ(GetDIBits(nullptr, s.h, 0, 4, out, nullptr, DIB_RGB_COLORS), 0);
+    EXPECT_EQ(GetDIBits(nullptr, nullptr, 0, 4, out, ok.get(), DIB_RGB_COLORS), 0);
+}
+
+TEST(SetDIBits, EightBitIndicesBecomeColoursAndReadBack) {
+    Section s(5, 2, 32);
+    Info i = header(5, 2, 8);
+    RGBQUAD* t = i.table();
+    t[0] = {0, 0, 0, 0};
+    t[1] = {40, 50, 60, 0};
+    t[2] = {200, 210, 220, 0};
+    i.get()->bmiHeader.biClrUsed = 3;
+    unsigned char rows[16] = {1, 2, 0, 1, 2, 9, 9, 9, 2, 2, 1, 0, 0, 9, 9, 9};
+    ASSERT_EQ(SetDIBits(nullptr, s.h, 0, 2, rows, i.get(), DIB_RGB_COLORS), 2);
+    EXPECT_EQ(s.bits[0], 40);  // blue of entry 1 at (0, 0)
+    EXPECT_EQ(s.bits[2], 60);
+    EXPECT_EQ(s.bits[20 + 2], 220);  // red of entry 2 at (0, 1)
+
+    // Read back as 32 bits: the same colours.
+    Info r = header(5, 2, 32);
+    RGBQUAD out[10];
+    ASSERT_EQ(GetDIBits(nullptr, s.h, 0, 2, out, r.get(), DIB_RGB_COLORS), 2);
+    EXPECT_EQ(out[1].rgbRed, 220);
+    EXPECT_EQ(out[7].rgbBlue, 40);
+}
+
+TEST(SetDIBits, ThirtyTwoBitColoursIntoAnEightBitBitmapTakeTheNearestEntry) {
+    RGBQUAD table[3] = {{0, 0, 0, 0}, {255, 255, 255, 0}, {0, 0, 200, 0}};
+    Section s(2, 1, 8, table, 3);
+    Info i = header(2, 1, 32);
+    RGBQUAD px[2] = {{10, 10, 180, 0}, {240, 250, 230, 0}};
+    ASSERT_EQ(SetDIBits(nullptr, s.h, 0, 1, px, i.get(), DIB_RGB_COLORS), 1);
+    EXPECT_EQ(s.bits[0], 2);
+    EXPECT_EQ(s.bits[1], 1);
+}
+
+TEST(DeviceContext, SelectsAndForgetsBitmaps) {
+    HDC dc = CreateCompatibleDC(nullptr);
+    ASSERT_NE(dc, nullptr);
+    Info i = header(2, 2, 32);
+    HBITMAP a = CreateDIBSection(dc, i.get(), DIB_RGB_COLORS, nullptr, nullptr, 0);
+    EXPECT_EQ(SelectObject(dc, a), nullptr);
+    EXPECT_EQ(GetSelectedBitmap(dc), a);
+    DeleteObject(a);
+    EXPECT_EQ(GetSelectedBitmap(dc), nullptr);
+    EXPECT_EQ(DeleteDC(dc), TRUE);
+    EXPECT_EQ(DeleteDC(dc), FALSE);
+    EXPECT_EQ(GetSelectedBitmap(dc), nullptr);
+}

@@ -23,6 +23,7 @@
 #include "platform/WinTypes.h"
 #include "tracer/Arc_.h"
 
+struct RGB4;
 class CClientDC;
 class CView;
 class RegionFill;
@@ -76,7 +77,49 @@ public:
     // Shows "Cannot allocate memory" with an OK button.
     void MessageCannotAllocate();
 
+    // --- colour filters -------------------------------------------------
+    // Edge-preserving smoothing of a bitmap: every pixel takes the mean of
+    // the most uniform of the four (k + 1) x (k + 1) quadrants that have it as
+    // a corner. Reads through filterDC (or, on objects without one, through
+    // hdc). The bitmap is always read and written as 32-bit pixels: an 8-bit
+    // bitmap is converted on the way in and its pixels take the nearest entry
+    // of its own table on the way out. False, with the bitmap unchanged, when
+    // the bitmap cannot be read or its size is unusable, or when a buffer
+    // cannot be allocated ("Cannot allocate memory" in that case). A side
+    // below 3 pixels: read, not changed, true.
+    bool Filter(HBITMAP& bitmap, int k);
+    // Like Filter, but the chosen quadrant's mean is extended along a run of
+    // pixels beyond the quadrant that stay within the per-channel tolerance.
+    // Reads through the view's client DC (or hdc when there is none).
+    void FilterAdaptSmooth(HBITMAP& bitmap, int k);
+    // The mean c extended along the run from p + (k + 1) * dy * width in
+    // steps of dx over the unchanged source pixels.
+    RGBQUAD setColorAdaptSmooth(RGBQUAD* source, RGBQUAD c, int p, int k, int dx, int dy);
+
 protected:
+    void filter1(RGBQUAD* pixels, RGB4* cells, int width, int count, int k);
+    RGBQUAD calcColor(RGBQUAD* pixels, int p, int k);
+    void changeColor(RGBQUAD* pixels, RGB4* cells, int i);
+    void setColor(RGBQUAD& dst, RGBQUAD color);
+    int getCellUp(int i, int k);
+    int getCellLeftUp(int i, int k);
+    int getCellLeft(int i, int k);
+    int getUp(int i);
+    int getLeftUp(int i);
+    int getLeft(int i);
+    POINT getPointFromPos(int pos);
+    // m <= y < height - m and m <= x < width - m.
+    bool isInRange(int pos, int m);
+    void filterAdaptSmooth(RGBQUAD* pixels, RGB4* cells, int width, int count, int k,
+                           RGBQUAD* source);
+    void changeColorAdaptSmooth(RGBQUAD* pixels, RGB4* cells, int i, int k, RGBQUAD* source);
+    // The quadrant (0 up, 1 leftUp, 2 left, 3 own) that changeColor takes.
+    int chooseQuadrant(const RGB4* cells, int i);
+    // Re-reads the bitmap's header through dc and allocates a new index
+    // raster and `buffers` pixel buffers (32-bit) holding its lines. False,
+    // nothing kept, on failure (the message for allocation failures).
+    bool readFilterPixels(HDC dc, HBITMAP bitmap, RGBQUAD** buffers, int buffers_count);
+
     // Every field to its empty value (no buffers, sizes 0).
     void clearFields();
     // Allocates bitmapInfo (1064 zero bytes); message and false on failure.

@@ -1,0 +1,188 @@
+// The four-quadrant colour filter and its adaptive variant, on bitmaps made
+// with the in-memory device context.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <vector>
+
+#include "platform/CView.h"
+#include "platform/Gdi.h"
+#include "raster/OutLineManipulator.h"
+
+namespace {
+
+struct Bitmap32 {
+    HBITMAP h = nullptr;
+    RGBQUAD* px = nullptr;
+    int w, hgt;
+    Bitmap32(int w_, int h_) : w(w_), hgt(h_) {
+        BITMAPINFO bi = {};
+        bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+        bi.bmiHeader.biWidth = w;
+        bi.bmiHeader.biHeight = hgt;
+        bi.bmiHeader.biBitCount = 32;
+        void* bits = nullptr;
+        h = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+        px = static_cast<RGBQUAD*>(bits);
+    }
+    ~Bitmap32() { DeleteObject(h); }
+    RGBQUAD& at(int x, int y) { return px[y * w + x]; }
+    std::vector<RGBQUAD> copy() const { return std::vector<RGBQUAD>(px, px + w * hgt); }
+};
+
+bool same(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbBlue == b.rgbBlue && a.rgbGreen == b.rgbGreen && a.rgbRed == b.rgbRed &&
+           a.rgbReserved == b.rgbReserved;
+}
+
+const RGBQUAD kA = {10, 100, 200, 0};
+const RGBQUAD kB = {240, 30, 60, 0};
+
+// Exposes the protected parts for direct checks.
+struct TestManipulator : OutLineManipulator {
+    using OutLineManipulator::calcColor;
+    using OutLineManipulator::getCellLeft;
+    using OutLineManipulator::getCellLeftUp;
+    using OutLineManipulator::getCellUp;
+    using OutLineManipulator::getPointFromPos;
+    using OutLineManipulator::isInRange;
+    using OutLineManipulator::OutLineManipulator;
+};
+
+}  // namespace
+
+TEST(ColourFilter, WindowOfOnePixelChangesNothing) {
+    Bitmap32 b(7, 5);
+    srand(7);
+    for (int i = 0; i < 35; ++i)
+        b.px[i] = RGBQUAD{static_cast<BYTE>(rand()), static_cast<BYTE>(rand()),
+                          static_cast<BYTE>(rand()), 0};
+    std::vector<RGBQUAD> before = b.copy();
+    HDC dc = CreateCompatibleDC(nullptr);
+    OutLineManipulator m(dc, b.h);
+    ASSERT_TRUE(m.Filter(b.h, 0));
+    for (int i = 0; i < 35; ++i) EXPECT_TRUE(same(b.px[i], before[i])) << i;
+    EXPECT_EQ(m.filterPixelCount, 35);
+    EXPECT_EQ(m.indexRasterSize, 35);
+    DeleteDC(dc);
+}
+
+TEST(ColourFilter, UniformImageIsUnchanged) {
+    Bitmap32 b(8, 12);
+    for (int i = 0; i < 96; ++i) b.px[i] = kA;
+    HDC dc = CreateCompatibleDC(nullptr);
+    OutLineManipulator m(dc, b.h);
+    ASSERT_TRUE(m.Filter(b.h, 3));
+    for (int i = 0; i < 96; ++i) EXPECT_TRUE(same(b.px[i], kA)) << i;
+    DeleteDC(dc);
+}
+
+TEST(ColourFilter, PixelWhoseChosenQuadrantLeavesTheRasterTurnsBlackAndFlagged) {
+    // Six rows and a window of four: on row 2 every quadrant that the choice
+    // may fall back to runs off the raster.
+    Bitmap32 b(8, 6);
+    for (int i = 0; i < 48; ++i) b.px[i] = kA;
+    HDC dc = CreateCompatibleDC(nullptr);
+    OutLineManipulator m(dc, b.h);
+    ASSERT_TRUE(m.Filter(b.h, 3));
+    for (int y = 0; y < 6; ++y)
+        for (int x = 0; x < 8; ++x) {
+            bool black = y == 2 && x > 0;
+            EXPECT_TRUE(same(b.at(x, y), black ? RGBQUAD{0, 0, 0, 1} : kA)) << x << "," << y;
+        }
+    DeleteDC(dc);
+}
+
+TEST(ColourFilter, PixelsNextToAVerticalBorderKeepTheirSide) {
+    Bitmap32 b(10, 8);
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 10; ++x) b.at(x, y) = x < 5 ? kA : kB;
+    HDC dc = CreateCompatibleDC(nullptr);
+    OutLineManipulator m(dc, b.h);
+    ASSERT_TRUE(m.Filter(b.h, 2));
+    for (int y = 3; y < 5; ++y) {
+        EXPECT_TRUE(same(b.at(4, y), kA)) << y;
+        EXPECT_TRUE(same(b.at(5, y), kB)) << y;
+        EXPECT_TRUE(same(b.at(3, y), kA)) << y;
+        EXPECT_TRUE(same(b.at(6, y), kB)) << y;
+    }
+    DeleteDC(dc);
+}
+
+TEST(ColourFilter, SmallBitmapIsReadButNotChanged) {
+    Bitmap32 b(2, 9);
+    for (int i = 0; i < 18; ++i) b.px[i] = kB;
+    HDC dc = CreateCompatibleDC(nullptr);
+    OutLineManipulator m(dc, b.h);
+    EXPECT_TRUE(m.Filter(b.h, 3));
+    for (int i = 0; i < 18; ++i) EXPECT_TRUE(same(b.px[i], kB));
+    DeleteDC(dc);
+}
+
+TEST(ColourFilter, UnreadableBitmapIsRefused) {
+    HDC dc = CreateCompatibleDC(nullptr);
+    Bitmap32 b(4, 4);
+    OutLineManipulator m(dc, b.h);
+    HBITMAP none = nullptr;
+    EXPECT_FALSE(m.Filter(none, 1));
+    DeleteDC(dc);
+}
+
+TEST(ColourFilter, QuadrantMeansAndCells) {
+    Bitmap32 b(4, 4);
+    HDC dc = CreateCompatibleDC(nullptr);
+    TestManipulator m(dc, b.h);
+    ASSERT_TRUE(m.Filter(b.h, 0));  // sets filterPixelCount
+    std::vector<RGBQUAD> px(16);
+    for (int i = 0; i < 16; ++i) px[i] = RGBQUAD{static_cast<BYTE>(i * 10), 0, 0, 0};
+    // Mean of pixels 5, 4, 9, 8 (p = 9, k = 1: p, p - w, p + 1, p + 1 - w).
+    RGBQUAD c = m.calcColor(px.data(), 9, 1);
+    EXPECT_EQ(c.rgbBlue, (90 + 50 + 100 + 60) / 4);
+    EXPECT_EQ(c.rgbReserved, 0);
+    c = m.calcColor(px.data(), 2, 1);  // reaches row -1
+    EXPECT_EQ(c.rgbReserved, 1);
+    EXPECT_EQ(c.rgbBlue, 0);
+    c = m.calcColor(px.data(), 2, -1);
+    EXPECT_EQ(c.rgbReserved, 0);
+    EXPECT_EQ(m.getCellUp(5, 2), 13);
+    EXPECT_EQ(m.getCellLeftUp(5, 2), 11);
+    EXPECT_EQ(m.getCellLeft(5, 2), 3);
+    POINT p = m.getPointFromPos(7);
+    EXPECT_EQ(p.x, 3);
+    EXPECT_EQ(p.y, 1);
+    EXPECT_TRUE(m.isInRange(5, 1));
+    EXPECT_FALSE(m.isInRange(4, 1));  // column 0
+    EXPECT_TRUE(m.isInRange(4, 0));
+    EXPECT_FALSE(m.isInRange(-1, 0));
+    EXPECT_FALSE(m.isInRange(16, 0));
+    DeleteDC(dc);
+}
+
+TEST(AdaptiveFilter, UniformImageKeepsItsColour) {
+    Bitmap32 b(6, 6);
+    for (int i = 0; i < 36; ++i) b.px[i] = kA;
+    CView view(b.h);
+    OutLineManipulator m(&view, b.h, 0x000000, 5, 3);
+    m.FilterAdaptSmooth(b.h, 0);
+    for (int i = 0; i < 36; ++i) EXPECT_TRUE(same(b.px[i], kA)) << i;
+}
+
+TEST(AdaptiveFilter, RunExtendsTheMeanWithinTolerance) {
+    Bitmap32 b(8, 8);
+    CView view(b.h);
+    OutLineManipulator m(&view, b.h, 0x101010, 5, 3);
+    std::vector<RGBQUAD> src(64, RGBQUAD{0, 0, 100, 0});
+    RGBQUAD c = {0, 0, 90, 0};
+    // p = (2, 2), k = 0, direction (+1, +1): the run starts at (2, 3) and
+    // runs right to the end of the row and on through the next rows.
+    RGBQUAD out = m.setColorAdaptSmooth(src.data(), c, 2 * 8 + 2, 0, 1, 1);
+    int n = 64 - (3 * 8 + 2);
+    EXPECT_EQ(out.rgbRed, (90 * 1 + 100 * n) / (1 + n));
+    // Zero tolerance: only equal pixels join; none here.
+    OutLineManipulator strict(&view, b.h, 0x000000, 5, 3);
+    out = strict.setColorAdaptSmooth(src.data(), c, 2 * 8 + 2, 0, 1, 1);
+    EXPECT_EQ(out.rgbRed, 90);
+    // With k = 1 a run that starts outside the margin keeps c.
+    out = m.setColorAdaptSmooth(src.data(), c, 6 * 8 + 3, 1, 1, 1);
+    EXPECT_EQ(out.rgbRed, 90);
+}

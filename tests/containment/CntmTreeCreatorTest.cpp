@@ -1,0 +1,247 @@
+// The containment builder on outline trees assembled by hand, as a trace
+// would leave them.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "containment/CntmTreeCreator.h"
+#include "tracer/ChainCode.h"
+
+namespace {
+
+// A closed w x h rectangle of boundary pixels starting at (x, y), running
+// +x first (region below in memory order).
+ListOfOutLines* rect(int x, int y, int w, int h, DWORD color) {
+    std::vector<unsigned char> c;
+    for (int i = 0; i < w - 1; ++i) c.push_back(0);
+    for (int i = 0; i < h - 1; ++i) c.push_back(1);
+    for (int i = 0; i < w - 1; ++i) c.push_back(2);
+    for (int i = 0; i < h - 1; ++i) c.push_back(3);
+    ListOfOutLines* n = new ListOfOutLines(color);
+    n->FreeAllocAndPutData(c.data(), static_cast<long>(c.size()), POINT{x, y});
+    return n;
+}
+
+ExportOutLineTree* exportRect(int x, int y, int w, int h, int width, int type) {
+    ListOfOutLines* r = rect(x, y, w, h, 0);
+    ExportOutLineTree* t = new ExportOutLineTree(r->data, r->len, y * width + x);
+    t->type = type;
+    delete r;
+    return t;
+}
+
+struct TestCreator : CntmTreeCreator {
+    using CntmTreeCreator::addFrameToFrame;
+    using CntmTreeCreator::addFreeHolesToAppropriateParts;
+    using CntmTreeCreator::cleanBuffer;
+    using CntmTreeCreator::CntmTreeCreator;
+    using CntmTreeCreator::doesFrameBoundBitmap;
+    using CntmTreeCreator::freeHoleQueue;
+    using CntmTreeCreator::getContainer;
+    using CntmTreeCreator::markFrame;
+    using CntmTreeCreator::setLargestHoleFirst;
+};
+
+std::vector<int> holeStarts(const ExportOutLineTree* t) {
+    std::vector<int> v;
+    for (HoleNode* h = t->holes; h; h = h->next) v.push_back(h->tree ? h->tree->startPos : -1);
+    return v;
+}
+
+}  // namespace
+
+TEST(CntmTreeCreator, OneChildTraceBecomesOneOutlineNode) {
+    ListOfOutLines* region = new ListOfOutLines(0x00AA5511);
+    region->child = rect(1, 1, 4, 3, 0x000000FF);
+    AllOutLines all;
+    all.outLines = region;
+    all.width = 8;
+    all.height = 6;
+    all.size = 48;
+    CntmTreeCreator c(8, 6);
+    ExportOutLinesStruct out(nullptr, 0);
+    ASSERT_TRUE(c.createCntmTree(out, all));
+    ASSERT_NE(out.exportTree, nullptr);
+    ExportOutLineTree* t = out.exportTree;
+    EXPECT_EQ(out.width, 8);
+    EXPECT_EQ(t->type, 0);
+    EXPECT_EQ(t->holes, nullptr);
+    EXPECT_EQ(t->startPos, 1 * 8 + 1);
+    ASSERT_EQ(t->len, region->child->len);
+    for (int i = 0; i < t->len; ++i)
+        EXPECT_EQ(t->data[i], Arc_::opposite(region->child->data[t->len - 1 - i])) << i;
+    // The region's colour, as blue, green, red.
+    EXPECT_EQ(t->color.rgbRed, 0x11);
+    EXPECT_EQ(t->color.rgbGreen, 0x55);
+    EXPECT_EQ(t->color.rgbBlue, 0xAA);
+    EXPECT_TRUE(region->allHolesFree);
+    delete region;
+}
+
+TEST(CntmTreeCreator, RefusalsAndEmptyTraces) {
+    CntmTreeCreator c(8, 6);
+    ExportOutLinesStruct out(nullptr, 3);
+    AllOutLines none;
+    none.width = 8;
+    none.height = 6;
+    EXPECT_TRUE(c.createCntmTree(out, none));
+    EXPECT_EQ(out.width, 3);  // untouched
+    ListOfOutLines region(0);
+    AllOutLines other;
+    other.outLines = &region;
+    other.width = 9;
+    other.height = 6;
+    EXPECT_FALSE(c.createCntmTree(out, other));
+    CntmTreeCreator bad(0, 5);
+    EXPECT_FALSE(bad.valid);
+    EXPECT_FALSE(bad.createCntmTree(out, other));
+}
+
+TEST(CntmTreeCreator, NestedFreeOutlinesNestAsHoles) {
+    // Region R whose outer outline A has a free child B (a hole), whose far
+    // region has outer outline B' (first child) ... kept to two levels.
+    ListOfOutLines* region = new ListOfOutLines(0x111111);
+    ListOfOutLines* a = rect(0, 0, 10, 10, 0);
+    ListOfOutLines* hole = rect(3, 3, 4, 4, 0);
+    a->next = hole;  // the region's outlines: outer first, then the hole
+    region->child = a;
+    ListOfOutLines* inner = rect(3, 3, 4, 4, 0);  // the hole's far side: its outer outline
+    hole->child = inner;
+    hole->allHolesFree = true;
+    AllOutLines all;
+    all.outLines = region;
+    all.width = 10;
+    all.height = 10;
+    CntmTreeCreator c(10, 10);
+    ExportOutLinesStruct out(nullptr, 10);
+    ASSERT_TRUE(c.createCntmTree(out, all));
+    ExportOutLineTree* root = out.exportTree;
+    ASSERT_NE(root, nullptr);
+    EXPECT_EQ(root->type, 0);
+    EXPECT_EQ(root->startPos, 0);
+    ASSERT_EQ(holeStarts(root), (std::vector<int>{33}));
+    ExportOutLineTree* h = root->holes->tree;
+    EXPECT_EQ(h->type, 0);
+    EXPECT_TRUE(chaincode::isClosed(h->data, h->len, POINT{3, 3}));
+    delete region;
+}
+
+TEST(CntmTreeCreator, SetLargestHoleFirst) {
+    TestCreator c(20, 20);
+    ExportOutLineTree t(nullptr, 0, 0);
+    // Listed A, B, C with A inside B inside C: C moves to the front.
+    t.insertHoleAtHead(exportRect(1, 1, 18, 18, 20, 0));  // C
+    t.insertHoleAtHead(exportRect(3, 3, 10, 10, 20, 0));  // B
+    t.insertHoleAtHead(exportRect(5, 5, 3, 3, 20, 0));    // A
+    c.setLargestHoleFirst(&t);
+    EXPECT_EQ(holeStarts(&t), (std::vector<int>{21, 105, 63}));
+}
+
+TEST(CntmTreeCreator, EqualBoxesContainEachOther) {
+    CntmTreeCreator c(10, 10);
+    ListOfOutLines* a = rect(2, 2, 4, 4, 0);
+    ListOfOutLines* b = rect(2, 2, 4, 4, 0);
+    EXPECT_EQ(c.cmp1and2_OL_4boundsTest(a, b), FirstContainsSecond);
+    EXPECT_EQ(c.cmp1and2_OL_4boundsTest(b, a), FirstContainsSecond);
+    EXPECT_EQ(a->bounds[0], 5);
+    EXPECT_EQ(a->bounds[3], 2);
+    ListOfOutLines* small = rect(3, 3, 2, 2, 0);
+    EXPECT_EQ(c.cmp1and2_OL_4boundsTest(small, a), FirstInsideSecond);
+    ListOfOutLines* apart = rect(7, 7, 2, 2, 0);
+    EXPECT_EQ(c.cmp1and2_OL_4boundsTest(apart, a), NoContainment);
+    delete a;
+    delete b;
+    delete small;
+    delete apart;
+}
+
+TEST(CntmTreeCreator, AddFrameToFrame) {
+    TestCreator c(20, 20);
+    ExportOutLineTree t(nullptr, 0, 0);
+    t.insertHoleAtHead(exportRect(1, 1, 2, 2, 20, 0));
+    ExportOutLineTree* frame = exportRect(0, 0, 20, 20, 20, 1);
+    frame->insertHoleAtHead(exportRect(5, 5, 2, 2, 20, 0));
+    frame->insertHoleAtHead(exportRect(4, 4, 2, 2, 20, 0));
+    c.addFrameToFrame(&t, frame);  // holes appended in order, frame deleted
+    EXPECT_EQ(holeStarts(&t), (std::vector<int>{21, 84, 105}));
+    c.addFrameToFrame(&t, exportRect(9, 9, 2, 2, 20, 0));  // an outline: second hole
+    EXPECT_EQ(holeStarts(&t), (std::vector<int>{21, 189, 84, 105}));
+    c.addFrameToFrame(nullptr, exportRect(9, 9, 2, 2, 20, 0));  // nowhere: deleted
+}
+
+TEST(CntmTreeCreator, EditExTreeColoursNestedFrames) {
+    CntmTreeCreator c(10, 10);
+    ExportOutLineTree root(nullptr, 0, 0);
+    root.setTypeAsOutLine();
+    root.setColor(0x0A0B0C);
+    ExportOutLineTree* f1 = new ExportOutLineTree(nullptr, 0, 0);
+    ExportOutLineTree* f2 = new ExportOutLineTree(nullptr, 0, 0);
+    ExportOutLineTree* o = new ExportOutLineTree(nullptr, 0, 0);
+    o->setTypeAsOutLine();
+    o->setColor(0x010203);
+    f1->insertHoleAtHead(f2);
+    f1->insertHoleAtHead(o);
+    root.insertHoleAtHead(f1);
+    c.editExTree(&root);
+    EXPECT_EQ(f1->color.rgbRed, 0x0C);
+    EXPECT_EQ(f2->color.rgbRed, 0x0C);  // inherited through f1
+    EXPECT_EQ(o->color.rgbRed, 0x03);   // outlines keep their own
+}
+
+TEST(CntmTreeCreator, FrameBoundingTheRaster) {
+    TestCreator c(4, 4);
+    ExportOutLineTree* border = exportRect(0, 0, 4, 4, 4, 1);
+    EXPECT_EQ(border->len, 12);
+    EXPECT_TRUE(c.doesFrameBoundBitmap(border));
+    ExportOutLineTree* inner = exportRect(1, 1, 2, 2, 4, 1);
+    EXPECT_FALSE(c.doesFrameBoundBitmap(inner));
+    EXPECT_FALSE(c.doesFrameBoundBitmap(nullptr));
+    delete border;
+    delete inner;
+}
+
+TEST(CntmTreeCreator, FreeHolesFindTheOwnerToTheirLeft) {
+    TestCreator c(20, 10);
+    ExportOutLineTree* part = exportRect(1, 1, 12, 8, 20, 0);
+    c.cleanBuffer();
+    c.markFrame(part);
+    ExportOutLineTree* onEdge = exportRect(0, 3, 2, 2, 20, 0);
+    EXPECT_EQ(c.getContainer(onEdge), nullptr);  // column 0: never a container
+    delete onEdge;
+    ExportOutLineTree* inside = exportRect(5, 3, 2, 2, 20, 0);
+    EXPECT_EQ(c.getContainer(inside), part);
+    ExportOutLineTree* colZero = exportRect(0, 4, 2, 2, 20, 0);
+    ExportOutLineTree* later = exportRect(6, 6, 2, 2, 20, 0);
+    c.freeHoleQueue.push(inside);
+    c.freeHoleQueue.push(colZero);
+    c.freeHoleQueue.push(later);
+    c.addFreeHolesToAppropriateParts();
+    EXPECT_EQ(holeStarts(part), (std::vector<int>{65}));
+    EXPECT_EQ(c.freeHoleQueue.count(), 1);  // waits for the next call
+    c.cleanBuffer();                        // the map is clean again
+    EXPECT_EQ(c.getContainer(part), nullptr);
+    delete part;
+    // `later` is deleted with the builder.
+}
+
+TEST(CntmTreeCreator, ConvertToOldFasionTree) {
+    CntmTreeCreator c(10, 10);
+    ExportOutLineTree* root = exportRect(0, 0, 10, 10, 10, 0);
+    root->setColor(0x00332211);
+    ExportOutLineTree* a = exportRect(1, 1, 2, 2, 10, 0);
+    ExportOutLineTree* b = exportRect(5, 5, 2, 2, 10, 0);
+    a->insertHoleAtHead(exportRect(1, 1, 2, 2, 10, 0));
+    root->insertHoleAtHead(b);
+    root->insertHoleAtHead(a);  // holes A, B
+    ListOfOutLines* l = c.convertToOldFasionTree(root);
+    ASSERT_NE(l, nullptr);
+    EXPECT_EQ(l->color, 0x00332211u);
+    EXPECT_EQ(root->data, nullptr);  // codes moved
+    std::vector<int> starts;
+    for (ListOfOutLines* n = l; n; n = n->next) starts.push_back(n->start.y * 10 + n->start.x);
+    // The node, then B, then A followed by what A's conversion linked.
+    EXPECT_EQ(starts, (std::vector<int>{0, 55, 11, 11}));
+    delete l;
+    delete root;
+    EXPECT_EQ(c.convertToOldFasionTree(nullptr), nullptr);
+}

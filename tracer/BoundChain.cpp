@@ -84,3 +84,40 @@ void BoundChain::normalize() {
     spare = t;
     rotation = 0;
 }
+
+namespace {
+// Box (max x, max y, min x, min y) of the pixels standing before every step.
+void loopBox(const Arc_& a, POINT start, const unsigned char* codes, int n, int* box) {
+    POINT p = start;
+    box[0] = box[2] = p.x;
+    box[1] = box[3] = p.y;
+    for (int i = 0; i + 1 < n; ++i) {
+        p = a.step(codes[i], p);
+        if (p.x > box[0]) box[0] = p.x;
+        if (p.y > box[1]) box[1] = p.y;
+        if (p.x < box[2]) box[2] = p.x;
+        if (p.y < box[3]) box[3] = p.y;
+    }
+}
+}  // namespace
+
+bool BoundChain::outerBoxContainsInner() const {
+    if (!codes) return false;
+    if (innerLen == 0) return true;
+    if (!inner) return false;
+    int mainBox[4], innerBox[4];
+    loopBox(*this, start, codes, count, mainBox);
+    loopBox(*this, start, inner, innerLen, innerBox);
+    return mainBox[0] >= innerBox[0] && mainBox[1] >= innerBox[1] && mainBox[2] <= innerBox[2] &&
+           mainBox[3] <= innerBox[3];
+}
+
+void BoundChain::chooseOuterLoop() {
+    if (!codes || !inner || outerBoxContainsInner()) return;
+    int n = count;
+    count = innerLen;
+    innerLen = n;
+    unsigned char* t = codes;
+    codes = inner;
+    inner = t;
+}

@@ -5,7 +5,7 @@
 
 #include "tracer/Arc_.h"
 
-class OM1_API BoundChain : public Arc_ {
+class OM1_API BoundChain final : public Arc_ {
 public:
     int lastOffset;        // offset of the pixel claimed by the last first step; -1
     int rotation;          // logical start index
@@ -33,4 +33,12 @@ public:
     int indexOf(POINT p) const;
     // Makes the rotation physical: codes become the logical order, rotation 0.
     void normalize();
+
+    // After a cut: makes the loop that encloses the other the main loop (the
+    // two loops change places when the main box does not contain the other).
+    void chooseOuterLoop();
+    // True when the box of the main loop contains that of `inner` (equal boxes
+    // count as containing); true when innerLen is 0; false without buffers.
+    // A loop's box covers the pixels standing before every step.
+    bool outerBoxContainsInner() const;
 };

@@ -39,4 +39,11 @@ public:
     // Replaces the codes by their reversal (r[i] = opposite(c[len-1-i]));
     // start unchanged. Null outline: nothing.
     void reverseOutline(ListOfOutLines* outline);
+
+    // Computes outline->parts (closed loops pushed at the front) and the
+    // isFrame / allHolesFree flags of the outline's children.
+    void splitIntoParts(ListOfOutLines* outline);
+    // The post-pass: visits node, the rest of its next list and, below each,
+    // its child list, and rebuilds every visited parts list into simple loops.
+    void simplifyAllParts(ListOfOutLines* node);
 };

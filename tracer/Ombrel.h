@@ -1,26 +1,165 @@
 // Ombrel: the region tracer.
 //
-// This header starts with the colour measure that the whole system uses
-// (largest single-channel difference); the tracer state and operations are
-// declared below it.
+// One tracer grows one region of similar colour from a seed pixel, follows
+// its boundary and the boundaries of its holes, and hands the result out as
+// an AllOutLines record; in mode 3 it then traces every other region of the
+// image level by level below the seed region's outlines.
+//
+// Colours are DWORDs 0x00BBGGRR (red in the low byte). The visited map holds
+// one byte per pixel; a pixel belongs to the region when its byte is non-zero.
+//
+// Choices of this implementation:
+// - A visited pixel met by a first step or an arc that is not on the current
+//   chain (it lies on a pending loop, a dropped loop or inside the region) is
+//   treated as not acceptable: the first step skips that position, the arc
+//   closes there as if the colour test had failed. So every cut and splice
+//   works on a pixel of the chain and every stored loop stays closed.
+// - The constructor from a bitmap handle reads the bitmap's 32-bit colours
+//   into a buffer of its own (ownedColorRaster), so it can trace; it traces
+//   in mode 2 (outer loop and holes, then repaints the region into the
+//   bitmap) and has no hierarchy worker.
+// - An outline whose level is traced twice has its old child list released.
 #pragma once
 
 #include "interface/Om1Export.h"
 #include "platform/CObject.h"
 #include "platform/CPoint.h"
 #include "platform/WinTypes.h"
+#include "tracer/AllOutLines.h"
+
+class Arc_;
+class BoundChain;
+class ExportOutLineTree;
+class HierarchyWorker;
+class ListOfOutLines;
+class OutLineManipulator;
 
 class OM1_API Ombrel : public CObject {
 public:
-    // --- colour measure (colours are 0x00BBGGRR; the top byte is ignored) ---
+    // The result of DoOmbrel_.
+    enum RetVal { Traced = 0, NotTraced = 1, LimitExceeded = 2 };
 
-    // max(|dr|, |dg|, |db|), in 0..255.
+    int avgRadius;
+    int sampleCount;
+    int sumRed;
+    int sumGreen;
+    int sumBlue;
+    DWORD paletteSize;
+    POINT seedPoint;
+    BoundChain* chain;       // owned
+    unsigned char* visited;  // owned, size bytes
+    int mode;                // 1, 2 or 3
+    bool valid;
+    unsigned char* indexRaster;  // owned (taken over from the manipulator)
+    RGBQUAD* colorRaster;        // borrowed (or ownedColorRaster)
+    DWORD regionColor;
+    Arc_* arc;                   // owned scratch arc
+    ListOfOutLines* innerStack;  // owned, loops waiting to be grown, newest first
+    int minOutlineLen;
+    ListOfOutLines* resultHead;  // owned
+    ListOfOutLines* resultTail;
+    ListOfOutLines* root;  // owned
+    HDC hdc;
+    HBITMAP hBitmap;
+    RGBQUAD* palette;
+    BITMAPINFO* bitmapInfo;  // owned, 1064 bytes
+    DWORD tolerance;
+    int width;
+    int height;
+    int size;
+    HierarchyWorker* hierarchyWorker;  // owned
+    POINT failurePoint;
+    int maxOutlines;
+    int outlineCount;
+    RGBQUAD* ownedColorRaster;  // owned: the colours read by the bitmap-handle constructor
+
+    // Takes over the manipulator's index raster (its field becomes null) and
+    // borrows its colours, palette and handles. Valid when both rasters exist
+    // and both sides are at least 3.
+    explicit Ombrel(OutLineManipulator* olm);
+    // Over a bitmap read through a device context; the int is not used.
+    Ombrel(HBITMAP hBitmap, DWORD paletteSize, HDC hdc, int unused);
+    ~Ombrel() override;
+
+    Ombrel(const Ombrel&) = delete;
+    Ombrel& operator=(const Ombrel&) = delete;
+
+    bool isValid() const { return valid; }
+    // Seed position number index (0 the centre, 1 to 8 a quarter of the size
+    // away); an index outside 0..8 is taken as 0; clamped to the raster.
+    CPoint generateInitPoint(int index, int width, int height);
+    void setMousepos(CPoint p);
+
+    bool IsPointValid(POINT p) const;
+    static long GetOffset(int x, int y, int width) { return static_cast<long>(y) * width + x; }
+
+    // One whole trace: 0 traced, 1 not traced (invalid tracer or seed
+    // outside), 2 more outlines than maxOutlines (the record is left as it was).
+    RetVal DoOmbrel_(AllOutLines& all, CPoint seed, int maxOutlines);
+    // -1 invalid, -7 seed outside, 1 otherwise.
+    int DoOmbrel(AllOutLines& all, CPoint seed);
+    // Always null: the containment tree is built by CntmTreeCreator.
+    ExportOutLineTree* createOutLineOutPutTree(AllOutLines& all);
+    // Traces the region on the far side of an outline and makes its outlines
+    // the outline's children. False when the outline limit is exceeded.
+    bool GenerateNextLevelOutlines(ListOfOutLines* outline);
+
+    // True when walking ol's codes from its start ends on its start.
+    bool testloop(ListOfOutLines* ol);
+
+    // --- colour measure (the top byte of a colour is ignored) ---
     static DWORD ColorDist(DWORD a, DWORD b);
     static DWORD ColorDist(DWORD a, BYTE red, BYTE green, BYTE blue);
-    // Index of the palette entry nearest to color; the lowest index among
-    // equally near entries; 0 for an empty (or null) palette.
+    // Index of the nearest palette entry; the lowest index among equally near
+    // ones; 0 for an empty or null palette.
     static BYTE GetNearestColor(DWORD color, RGBQUAD* palette, DWORD count);
-    // The last index from 1 on whose distance exceeds that of entry 0; 0 when
-    // there is none.
+    // The last index from 1 on whose distance exceeds that of entry 0; else 0.
     static BYTE GetContrastColor(DWORD color, RGBQUAD* palette, DWORD count);
+
+protected:
+    // --- state, visited map, colours and statistics ---
+    void Initialization(POINT& seed);
+    bool GetColor(DWORD& color, int x, int y);
+    int GetVisited(int offset);
+    void SetVisited(int offset, int value);
+    void SetVisited(POINT p);
+    int VisitedReached(POINT p);
+    int VisitedReached(int x, int y);
+    bool IsColorAcceptable(DWORD color);
+    DWORD GetPointAvarageColor(POINT p, int radius);
+    void AddColorOfPoint(POINT p);
+    void UpdateRegionColor();
+    void RePaintRegion();
+    void TestDIBits(CPoint p);
+
+    // --- boundary following ---
+    POINT GetNextPoint(int code, POINT p);
+    bool IsPointOK(bool addColor, POINT p);
+    bool IsPointOK(bool addColor, POINT p, bool& met);
+    bool TwoStepsOK(int outward, int along, POINT q);
+    int DoFirstStep();
+    int createAddArc();
+    int addArcToOutline();
+    bool DoOneOutline();
+    bool SaveInnerOutline();
+    void PaintInnerOutLines(BYTE index);
+    void PaintSQ(POINT p, BYTE index, BYTE side);
+    // Splices the arc into the chain at chain pixel k; false when the chain
+    // cannot be grown to hold the result (nothing changed then).
+    bool spliceArc(int k);
+
+    // --- intersection solving and checks ---
+    bool SolveOneStepIntersect(int d2, POINT p);
+    void SolveIntersect(int k);
+    bool checkLoopValid();
+    bool checkNoOpposDirs();
+    int generalCheckVisitedOnlyOnce();
+    void ShowFailurePoint();
+
+    // --- hierarchy generation ---
+    bool generateAllOutlines(ListOfOutLines* list);
+    bool GenerateInitBoundChain(ListOfOutLines* outline);
+    ListOfOutLines* delSmallOutlines(ListOfOutLines*& list);
+
+    void clearState();
 };

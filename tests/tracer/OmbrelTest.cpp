@@ -1,0 +1,208 @@
+// The region tracer: seeds, the start ring, growth, cuts and whole traces.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "TracerFixtures.h"
+
+namespace {
+
+const DWORD kWhite = 0xFFFFFF;
+const DWORD kRed = 0x0000FF;
+const DWORD kBlue = 0xFF0000;
+
+struct Traced {
+    std::unique_ptr<OutLineManipulator> olm;
+    std::unique_ptr<TestOmbrel> t;
+    Traced(Image& img, int tol, int minLen, int mode) {
+        olm.reset(new OutLineManipulator(img.px.data(), img.w, img.h, tol, minLen, mode, 0));
+        t.reset(new TestOmbrel(olm.get()));
+    }
+};
+
+std::vector<int> codesOf(const ListOfOutLines* n) {
+    return std::vector<int>(n->data, n->data + n->len);
+}
+
+}  // namespace
+
+TEST(OmbrelSeeds, TableFor100x60) {
+    Image img(4, 4, 0);
+    Traced tr(img, 0, 0, 3);
+    CPoint p = tr.t->generateInitPoint(-1, 100, 60);
+    EXPECT_EQ(p.x, 50);
+    EXPECT_EQ(p.y, 30);
+    p = tr.t->generateInitPoint(9, 100, 60);
+    EXPECT_EQ(p.x, 50);
+    EXPECT_EQ(p.y, 30);
+    const int want[9][2] = {{50, 30}, {25, 15}, {25, 30}, {25, 45}, {50, 45},
+                            {75, 45}, {75, 30}, {75, 15}, {50, 15}};
+    for (int i = 0; i < 9; ++i) {
+        p = tr.t->generateInitPoint(i, 100, 60);
+        EXPECT_EQ(p.x, want[i][0]) << i;
+        EXPECT_EQ(p.y, want[i][1]) << i;
+        p = tr.t->generateInitPoint(i, 3, 3);
+        EXPECT_EQ(p.x, 1);
+        EXPECT_EQ(p.y, 1);
+    }
+}
+
+TEST(OmbrelConstruction, TakesOverTheIndexRaster) {
+    Image img(5, 4, 0);
+    OutLineManipulator olm(img.px.data(), 5, 4, 300, 6, 3, 2);
+    unsigned char* raster = olm.indexRaster;
+    TestOmbrel t(&olm);
+    EXPECT_TRUE(t.isValid());
+    EXPECT_EQ(olm.indexRaster, nullptr);
+    EXPECT_EQ(t.indexRaster, raster);
+    EXPECT_EQ(t.tolerance, 44u);
+    EXPECT_EQ(t.minOutlineLen, 6);
+    EXPECT_EQ(t.avgRadius, 2);
+    EXPECT_EQ(t.maxOutlines, 300);
+}
+
+TEST(OmbrelConstruction, SmallRasterIsInvalid) {
+    Image img(2, 100, 0);
+    OutLineManipulator olm(img.px.data(), 2, 100, 10, 6, 3, 0);
+    TestOmbrel t(&olm);
+    EXPECT_FALSE(t.isValid());
+    AllOutLines all;
+    EXPECT_EQ(t.DoOmbrel_(all, CPoint(1, 1), 10), Ombrel::NotTraced);
+    EXPECT_EQ(all.outLines, nullptr);
+}
+
+TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {
+    Image img(20, 20, kWhite);
+    Traced tr(img, 0, 0, 3);
+    POINT seed = {5, 5};
+    tr.t->Initialization(seed);
+    EXPECT_EQ(tr.t->sampleCount, 10);
+    EXPECT_EQ(tr.t->generalCheckVisitedOnlyOnce(), 9);
+    EXPECT_TRUE(tr.t->checkNoOpposDirs());
+    EXPECT_TRUE(tr.t->checkLoopValid());
+    const BoundChain& c = *tr.t->chain;
+    EXPECT_EQ(c.start.x, 4);
+    EXPECT_EQ(c.start.y, 6);
+    const int ring[8] = {0, 0, 3, 3, 2, 2, 1, 1};
+    for (int i = 0; i < 8; ++i) EXPECT_EQ(c.codes[i], ring[i]);
+    EXPECT_EQ(tr.t->regionColor, kWhite);
+}
+
+TEST(OmbrelStartRing, SeedOnTheBorderMovesInward) {
+    Image img(6, 6, kWhite);
+    Traced tr(img, 0, 0, 3);
+    POINT seed = {0, 5};
+    tr.t->Initialization(seed);
+    EXPECT_EQ(seed.x, 1);
+    EXPECT_EQ(seed.y, 4);
+    EXPECT_TRUE(tr.t->checkLoopValid());
+}
+
+TEST(OmbrelGrowth, WorkedFirstStepFromSeed55) {
+    Image img(30, 30, kWhite);
+    Traced tr(img, 0, 0, 3);
+    POINT seed = {5, 5};
+    tr.t->Initialization(seed);
+    ASSERT_EQ(tr.t->DoFirstStep(), 1);
+    EXPECT_EQ(tr.t->arc->start.x, 4);
+    EXPECT_EQ(tr.t->arc->start.y, 6);
+    EXPECT_EQ(tr.t->arc->codes[0], 1);
+    ASSERT_EQ(tr.t->createAddArc(), 1);
+    const BoundChain& c = *tr.t->chain;
+    EXPECT_EQ(c.start.x, 4);
+    EXPECT_EQ(c.start.y, 7);
+    ASSERT_EQ(c.count, 10);
+    const int want[10] = {0, 0, 3, 3, 3, 2, 2, 1, 1, 1};
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(c.codes[i], want[i]) << i;
+    EXPECT_TRUE(tr.t->VisitedReached(POINT{5, 7}));
+    EXPECT_TRUE(tr.t->VisitedReached(POINT{6, 7}));
+}
+
+TEST(OmbrelGrowth, ThreeByThreeBlockYieldsTheBareRing) {
+    Image img(9, 9, kWhite);
+    img.fill(3, 3, 3, 3, kRed);
+    Traced tr(img, 10, 4, 1);
+    AllOutLines all;
+    ASSERT_EQ(tr.t->DoOmbrel_(all, CPoint(4, 4), 100), Ombrel::Traced);
+    ASSERT_NE(all.outLines, nullptr);
+    ListOfOutLines* ring = all.outLines->child;
+    ASSERT_NE(ring, nullptr);
+    EXPECT_EQ(ring->next, nullptr);
+    EXPECT_EQ(ring->start.x, 3);
+    EXPECT_EQ(ring->start.y, 5);
+    EXPECT_EQ(codesOf(ring), (std::vector<int>{0, 0, 3, 3, 2, 2, 1, 1}));
+    ASSERT_NE(all.outLines->parts, nullptr);
+    EXPECT_EQ(codesOf(all.outLines->parts), (std::vector<int>{3, 3, 0, 0, 1, 1, 2, 2}));
+    EXPECT_EQ(all.outLines->parts->kind, 1);
+    EXPECT_EQ(all.outLines->color, kRed);
+    EXPECT_EQ(all.outLines->pixelCount, 10);
+    EXPECT_EQ(all.width, 9);
+    delete all.outLines;
+}
+
+TEST(OmbrelGrowth, RingRoundAHoleGivesOuterThenHole) {
+    Image img(20, 20, kWhite);
+    img.fill(4, 4, 12, 12, kRed);
+    img.fill(8, 8, 4, 4, kBlue);
+    Traced tr(img, 10, 4, 2);
+    AllOutLines all;
+    ASSERT_EQ(tr.t->DoOmbrel_(all, CPoint(5, 5), 100), Ombrel::Traced);
+    ListOfOutLines* outer = all.outLines->child;
+    ASSERT_NE(outer, nullptr);
+    ListOfOutLines* hole = outer->next;
+    ASSERT_NE(hole, nullptr);
+    EXPECT_EQ(hole->next, nullptr);
+    EXPECT_TRUE(tr.t->testloop(outer));
+    EXPECT_TRUE(tr.t->testloop(hole));
+    // The outer outline runs through the 44 border pixels of the 12 x 12 square;
+    // the hole outline through the 20 pixels round the 4 x 4 hole.
+    EXPECT_EQ(outer->len, 44);
+    EXPECT_EQ(hole->len, 20);
+    int ob[4] = {-1, -1, -1, -1};
+    POINT p = outer->start;
+    ob[0] = ob[2] = p.x;
+    ob[1] = ob[3] = p.y;
+    for (int i = 0; i < outer->len; ++i) {
+        p.x += chaincode::stepX(outer->data[i]);
+        p.y += chaincode::stepY(outer->data[i]);
+        ob[0] = std::max<int>(ob[0], p.x);
+        ob[1] = std::max<int>(ob[1], p.y);
+        ob[2] = std::min<int>(ob[2], p.x);
+        ob[3] = std::min<int>(ob[3], p.y);
+    }
+    EXPECT_EQ(ob[0], 15);
+    EXPECT_EQ(ob[1], 15);
+    EXPECT_EQ(ob[2], 4);
+    EXPECT_EQ(ob[3], 4);
+    EXPECT_EQ(tr.t->outlineCount, 2);
+    delete all.outLines;
+}
+
+TEST(OmbrelDriver, BadSeedsAndLimits) {
+    Image img(10, 10, kWhite);
+    img.fill(3, 3, 4, 4, kRed);
+    {
+        Traced tr(img, 10, 4, 3);
+        AllOutLines all;
+        EXPECT_EQ(tr.t->DoOmbrel_(all, CPoint(10, 0), 100), Ombrel::NotTraced);
+        EXPECT_EQ(tr.t->generalCheckVisitedOnlyOnce(), 0);
+        EXPECT_EQ(all.outLines, nullptr);
+    }
+    {
+        Traced tr(img, 10, 4, 3);
+        AllOutLines all;
+        ListOfOutLines* before = new ListOfOutLines(7);
+        all.outLines = before;
+        EXPECT_EQ(tr.t->DoOmbrel_(all, CPoint(5, 5), 0), Ombrel::LimitExceeded);
+        EXPECT_EQ(all.outLines, before);
+        delete before;
+    }
+    {
+        Traced tr(img, 10, 4, 3);
+        AllOutLines all;
+        all.outLines = new ListOfOutLines(7);  // replaced and deleted on success
+        EXPECT_EQ(tr.t->DoOmbrel_(all, CPoint(5, 5), 100), Ombrel::Traced);
+        EXPECT_NE(all.outLines->color, 7u);
+        delete all.outLines;
+    }
+}

@@ -1,0 +1,200 @@
+// Boundary following: first steps, arcs, splices, and one loop to the end.
+#include <cstring>
+#include <new>
+
+#include "tracer/BoundChain.h"
+#include "tracer/ListOfOutLines.h"
+#include "tracer/Ombrel.h"
+
+POINT Ombrel::GetNextPoint(int code, POINT p) {
+    return arc->step(code, p);
+}
+
+bool Ombrel::IsPointOK(bool addColor, POINT p) {
+    bool met = false;
+    return IsPointOK(addColor, p, met);
+}
+
+bool Ombrel::IsPointOK(bool addColor, POINT p, bool& met) {
+    if (!IsPointValid(p)) return false;
+    if (VisitedReached(p)) {
+        met = true;
+        return true;
+    }
+    if (!IsColorAcceptable(GetPointAvarageColor(p, avgRadius))) return false;
+    if (addColor) AddColorOfPoint(p);
+    return true;
+}
+
+bool Ombrel::TwoStepsOK(int outward, int along, POINT q) {
+    POINT p = GetNextPoint(outward, q);
+    if (!IsPointOK(true, p)) return false;
+    return IsPointOK(false, GetNextPoint(along, p));
+}
+
+int Ombrel::DoFirstStep() {
+    BoundChain& c = *chain;
+    c.lastOffset = -1;
+    c.innerPending = false;
+    c.innerLen = 0;
+    const int n = c.count;
+    for (int i = 0; i < n; ++i) {
+        POINT q = c.start;
+        int back = c.lastCodeReversed();
+        int d = c.currentCode();
+        int d2 = (d + 1) % 4;
+        if (d2 != back) {
+            POINT p = GetNextPoint(d2, q);
+            if (IsPointValid(p)) {
+                if (VisitedReached(p)) {
+                    // The region touches itself here. A visited pixel that is
+                    // not on this chain cannot be cut at: skip the position.
+                    if (c.indexOf(p) > 0) {
+                        c.normalize();
+                        SolveOneStepIntersect(d2, p);
+                        return 2;
+                    }
+                } else if (TwoStepsOK(d2, d, q)) {
+                    arc->count = 0;
+                    arc->start = q;
+                    arc->end = q;
+                    if (!arc->append(d2, 0)) break;
+                    c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
+                    SetVisited(c.lastOffset, 1);
+                    c.normalize();
+                    return 1;
+                }
+            }
+        }
+        c.advanceStart();
+    }
+    c.normalize();
+    return 0;
+}
+
+bool Ombrel::spliceArc(int k) {
+    BoundChain& c = *chain;
+    const int a = arc->count;
+    const int n = c.count;
+    const int total = a + n - k;
+    if (static_cast<unsigned>(total) >= c.capacity && !c.grow(static_cast<unsigned>(total)))
+        return false;
+    POINT newStart = arc->step(arc->codes[0], arc->start);
+    unsigned char* out = c.spare;
+    memcpy(out, arc->codes + 1, static_cast<size_t>(a - 1));
+    memcpy(out + (a - 1), c.codes + k, static_cast<size_t>(n - k));
+    out[total - 1] = arc->codes[0];
+    c.spare = c.codes;
+    c.codes = out;
+    c.count = total;
+    c.start = c.end = newStart;
+    c.rotation = 0;
+    return true;
+}
+
+int Ombrel::createAddArc() {
+    BoundChain& c = *chain;
+    bool met = false;
+    const int n = c.count;
+    const int d2 = arc->codes[0];
+    int i = 0;
+    for (; i < n; ++i) {
+        int d = c.codeAt(i);
+        POINT r = GetNextPoint(d, arc->end);
+        if (!IsPointOK(true, r, met)) break;
+        if (met) {
+            // A visited pixel off this chain is treated as not acceptable.
+            int k = c.indexOf(r);
+            if (k < 0) break;
+            if (!arc->append(d, static_cast<unsigned>(i + 1))) return 0;
+            if (k <= arc->count) return spliceArc(k) ? 1 : 0;
+            SolveIntersect(k);
+            return 2;
+        }
+        SetVisited(r);
+        if (!arc->append(d, static_cast<unsigned>(i + 1))) return 0;
+    }
+    if (i == n) return 0;
+    // Close: step back onto the chain beside chain pixel i.
+    if (!arc->append(Arc_::opposite(d2), static_cast<unsigned>(arc->count))) return 0;
+    return spliceArc(arc->count - 2) ? 1 : 0;
+}
+
+int Ombrel::addArcToOutline() {
+    int r = DoFirstStep();
+    if (r == 0) return 0;
+    if (r != 2) {
+        r = createAddArc();
+        if (r == 0) return 0;
+    }
+    if (chain->innerPending && chain->innerLen > minOutlineLen) r = SaveInnerOutline() ? 1 : 0;
+    UpdateRegionColor();
+    return r;
+}
+
+bool Ombrel::SaveInnerOutline() {
+    BoundChain& c = *chain;
+    if (c.innerLen == 0) return true;
+    ListOfOutLines* node;
+    if (innerStack) {
+        node = innerStack->AllocAndAddHead(regionColor);
+        if (node == innerStack) return false;
+    } else {
+        node = new (std::nothrow) ListOfOutLines(regionColor);
+        if (!node) return false;
+    }
+    innerStack = node;
+    return node->FreeAllocAndPutData(c.inner, c.innerLen, c.start);
+}
+
+bool Ombrel::DoOneOutline() {
+    BoundChain& c = *chain;
+    while (addArcToOutline() != 0) {
+    }
+    if (c.count > minOutlineLen) {
+        ++outlineCount;
+        ListOfOutLines* node;
+        if (!resultHead) {
+            node = new (std::nothrow) ListOfOutLines(regionColor);
+            if (!node) return false;
+            resultHead = resultTail = node;
+        } else {
+            if (!resultTail) return false;
+            node = resultTail->AllocAndAddQueue(regionColor);
+            if (node == resultTail) return false;
+            resultTail = node;
+        }
+        node->FreeAllocAndPutData(c.codes, c.count, c.start);
+    }
+    if (!innerStack) return false;
+    ListOfOutLines* top = innerStack;
+    if (top->len > 0 && static_cast<unsigned>(top->len) >= c.capacity &&
+        !c.grow(static_cast<unsigned>(top->len)))
+        return false;
+    top->GetData(c.codes, c.count, c.start, c.rotation);
+    c.end = c.start;
+    innerStack = top->next;
+    top->next = nullptr;
+    delete top;
+    return true;
+}
+
+void Ombrel::PaintInnerOutLines(BYTE index) {
+    if (!indexRaster) return;
+    for (ListOfOutLines* n = innerStack; n; n = n->next) {
+        POINT p = n->start;
+        if (IsPointValid(p)) indexRaster[GetOffset(p.x, p.y, width)] = index;
+        for (int i = 0; i < n->len && n->data; ++i) {
+            p = GetNextPoint(n->data[i], p);
+            if (IsPointValid(p)) indexRaster[GetOffset(p.x, p.y, width)] = index;
+        }
+    }
+}
+
+void Ombrel::PaintSQ(POINT p, BYTE index, BYTE side) {
+    if (!indexRaster) return;
+    int x0 = p.x - side / 2, y0 = p.y - side / 2;
+    for (int y = y0; y < y0 + side; ++y)
+        for (int x = x0; x < x0 + side; ++x)
+            if (IsPointValid(POINT{x, y})) indexRaster[GetOffset(x, y, width)] = index;
+}

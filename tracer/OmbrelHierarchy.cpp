@@ -1,0 +1,116 @@
+// Tracing every further region level by level below the seed region.
+#include "tracer/BoundChain.h"
+#include "tracer/HierarchyWorker.h"
+#include "tracer/ListOfOutLines.h"
+#include "tracer/Ombrel.h"
+
+bool Ombrel::generateAllOutlines(ListOfOutLines* list) {
+    // Along the list in a loop; into children by recursion (nesting depth).
+    for (ListOfOutLines* o = list; o; o = o->next) {
+        if (!GenerateNextLevelOutlines(o)) return false;
+        generateAllOutlines(o->child);
+        if (hierarchyWorker) hierarchyWorker->splitIntoParts(o);
+    }
+    return true;
+}
+
+bool Ombrel::GenerateNextLevelOutlines(ListOfOutLines* o) {
+    if (!o) return true;
+    if (!valid || !GenerateInitBoundChain(o)) return true;
+    while (DoOneOutline()) {
+    }
+    delete o->child;  // an outline traced twice: the old level is released
+    o->child = resultHead;
+    resultHead = resultTail = nullptr;
+    o->pixelCount = sampleCount;
+    o->paletteIndex = GetNearestColor(regionColor, palette, palette ? paletteSize : 0);
+    o->color = regionColor;
+    return outlineCount <= maxOutlines;
+}
+
+bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
+    if (!o || !o->data || o->len <= 0) return false;
+    BoundChain& c = *chain;
+    if (static_cast<unsigned>(o->len) >= c.capacity && !c.grow(static_cast<unsigned>(o->len)))
+        return false;
+    o->GetData(c.codes, c.count, c.start, c.rotation);
+    c.end = c.start;
+
+    // Sampling pass: up to four pixels deep into the far side at first, then
+    // the first far-side neighbour of every further position.
+    int n = 0;
+    long long s1 = 0, s2 = 0, s3 = 0;
+    for (int i = 0; i < c.count; ++i) {
+        int d = (c.currentCode() + 1) % 4;
+        POINT q = c.step(d, c.start);
+        do {
+            if (!IsPointValid(q) || VisitedReached(q)) break;
+            DWORD col = 0;
+            GetColor(col, q.x, q.y);
+            ++n;
+            s1 += col & 0xFF;
+            s2 += (col >> 8) & 0xFF;
+            s3 += (col >> 16) & 0xFF;
+            q = c.step(d, q);
+        } while (n < 4);
+        c.advanceStart();
+    }
+    if (n == 0) n = 1;
+    regionColor = static_cast<DWORD>((s1 / n) & 0xFF) | static_cast<DWORD>((s2 / n) & 0xFF) << 8 |
+                  static_cast<DWORD>((s3 / n) & 0xFF) << 16;
+    sampleCount = n;
+    sumRed = static_cast<int>(s1);
+    sumGreen = static_cast<int>(s2);
+    sumBlue = static_cast<int>(s3);
+
+    int r = DoFirstStep();
+    if (c.lastOffset >= 0) SetVisited(c.lastOffset, 0);
+    if (r == 1) return true;
+
+    // Fallback: try each valid far-side neighbour's own colour.
+    bool searching = true;
+    const int count = c.count;
+    for (int i = 0; i < count; ++i) {
+        int d = (c.currentCode() + 1) % 4;
+        POINT q = c.step(d, c.start);
+        if (searching && IsPointValid(q)) {
+            GetColor(regionColor, q.x, q.y);
+            r = DoFirstStep();
+            if (r != 0) {
+                sampleCount = 1;
+                sumRed = static_cast<int>(regionColor & 0xFF);
+                sumGreen = static_cast<int>((regionColor >> 8) & 0xFF);
+                sumBlue = static_cast<int>((regionColor >> 16) & 0xFF);
+            }
+            if (c.lastOffset >= 0) SetVisited(c.lastOffset, 0);
+            if (r != 0) searching = false;
+        }
+        c.advanceStart();
+    }
+    return r == 1;
+}
+
+ListOfOutLines* Ombrel::delSmallOutlines(ListOfOutLines*& list) {
+    // Drop short heads, then walk the rest of the list in a loop.
+    while (list && list->start.x != -1 && list->len < minOutlineLen) {
+        ListOfOutLines* dead = list;
+        list = dead->next;
+        dead->next = nullptr;
+        delete dead;
+    }
+    for (ListOfOutLines* n = list; n; n = n->next) {
+        while (n->next && n->next->start.x != -1 && n->next->len < minOutlineLen) {
+            ListOfOutLines* dead = n->next;
+            n->next = dead->next;
+            dead->next = nullptr;
+            delete dead;
+        }
+        if (n->child && n->child->len < minOutlineLen) {
+            delete n->child;
+            n->child = nullptr;
+        } else if (n->child) {
+            delSmallOutlines(n->child);
+        }
+    }
+    return list;
+}

@@ -18,13 +18,20 @@ HierarchyWorker::HierarchyWorker(int size_, int width_)
       size(size_ > 0 ? size_ : 0),
       slotAt(nullptr),
       segments(nullptr),
-      working(nullptr) {
+      working(nullptr),
+      slotKind(nullptr),
+      dirty(nullptr),
+      dirtyCount(0),
+      dirtyCapacity(0),
+      dirtyOverflow(false) {
     if (size > 0) map = static_cast<unsigned char*>(calloc(static_cast<size_t>(size), 1));
     working = new (std::nothrow) ListOfOutLines(0xff0000);
 }
 
 HierarchyWorker::~HierarchyWorker() {
     free(slotAt);
+    free(slotKind);
+    free(dirty);
     delete segments;
     delete working;
     free(map);
@@ -62,4 +69,69 @@ void HierarchyWorker::reverseOutline(ListOfOutLines* outline) {
         c[j] = t;
     }
     for (int i = 0; i < n; ++i) c[i] = static_cast<unsigned char>(Arc_::opposite(c[i]));
+}
+
+int HierarchyWorker::indexOnOutline(ListOfOutLines* outline, POINT p) {
+    if (!outline) return -10;
+    POINT q = outline->start;
+    if (q.x == p.x && q.y == p.y) return 0;
+    for (int i = 1; i < outline->len && outline->data; ++i) {
+        int c = outline->data[i - 1] & 3;
+        q.x += c == 0 ? 1 : c == 2 ? -1 : 0;
+        q.y += c == 1 ? 1 : c == 3 ? -1 : 0;
+        if (q.x == p.x && q.y == p.y) return i;
+    }
+    return -10;
+}
+
+unsigned char HierarchyWorker::mapAt(POINT p) const {
+    if (!map || p.x < 0 || p.y < 0 || width <= 0 || p.x >= width) return 0;
+    long long off = static_cast<long long>(p.y) * width + p.x;
+    return off < size ? map[off] : 0;
+}
+
+void HierarchyWorker::setMap(POINT p, unsigned char v) {
+    if (!map || p.x < 0 || p.y < 0 || width <= 0 || p.x >= width) return;
+    long long off = static_cast<long long>(p.y) * width + p.x;
+    if (off >= size) return;
+    if (map[off] == 0 && v != 0 && !dirtyOverflow) {
+        if (dirtyCount == dirtyCapacity) {
+            int cap = dirtyCapacity ? dirtyCapacity * 2 : 4096;
+            int* grown = static_cast<int*>(realloc(dirty, sizeof(int) * static_cast<size_t>(cap)));
+            if (grown) {
+                dirty = grown;
+                dirtyCapacity = cap;
+            } else {
+                dirtyOverflow = true;
+            }
+        }
+        if (!dirtyOverflow) dirty[dirtyCount++] = static_cast<int>(off);
+    }
+    map[off] = v;
+}
+
+void HierarchyWorker::clearMap() {
+    if (!map) return;
+    if (dirtyOverflow) {
+        memset(map, 0, static_cast<size_t>(size));
+    } else {
+        for (int i = 0; i < dirtyCount; ++i) map[dirty[i]] = 0;
+    }
+    dirtyCount = 0;
+    dirtyOverflow = false;
+}
+
+bool HierarchyWorker::mapIsClean() const {
+    for (int i = 0; map && i < size; ++i)
+        if (map[i]) return false;
+    return true;
+}
+
+void HierarchyWorker::markPixels(ListOfOutLines* outline, unsigned char v) {
+    if (!outline || !outline->data) return;
+    POINT p = outline->start;
+    for (int i = 0; i < outline->len; ++i) {
+        p = stepper.step(outline->data[i], p);
+        setMap(p, v);
+    }
 }

@@ -3,10 +3,26 @@
 //
 // One byte per pixel (`map`) and one slot per position of the outline being
 // split (`slotAt`) make every membership test a single lookup.
+//
+// Choices of this implementation:
+// - `map` is never cleared in full: every write goes through setMap, which
+//   records the pixels it dirtied, and clearing undoes exactly those (the
+//   same result as zeroing the whole map). Debug builds check that the map is
+//   clean whenever a split or a simplification starts.
+// - The part walk runs on an explicit stack, so an outline with any number
+//   of touching children is walked without deep recursion.
+// - A scan that stops on a pixel marked as a segment start or a junction
+//   whose position has no segment or junction in slotAt ends that walk
+//   without a part.
+// - Segments that cutSegment or buildJunctions drop are deleted; an outline
+//   split a second time has its old parts released first.
+// - A stretch of a child is accumulated into a part of its own (the
+//   segments themselves are not changed).
 #pragma once
 
 #include "interface/Om1Export.h"
 #include "tracer/Arc_.h"
+#include "tracer/WalkPos.h"
 
 class ListOfOutLines;
 struct Junction;
@@ -46,4 +62,53 @@ public:
     // The post-pass: visits node, the rest of its next list and, below each,
     // its child list, and rebuilds every visited parts list into simple loops.
     void simplifyAllParts(ListOfOutLines* node);
+
+    // 0 when p is the outline's start, else the first 1 <= i < len at which
+    // the walk from start stands on p; -10 when p is not on it.
+    static int indexOnOutline(ListOfOutLines* outline, POINT p);
+
+protected:
+    // What a slot of slotAt holds.
+    enum SlotKind : unsigned char { SlotNone = 0, SlotSegment = 1, SlotJunction = 2 };
+    // The end of a scan along working: where it stopped (or ended) and the
+    // pixel there; found is false for the -10 result.
+    struct ScanResult {
+        WalkPos pos;
+        POINT pixel;
+        bool found;
+    };
+
+    void scanChild(ListOfOutLines* C, bool& touched);
+    void cutSegment(ListOfOutLines* C, int i, POINT prev);
+    void markPixels(ListOfOutLines* outline, unsigned char v);
+    void buildJunctions();
+    void setJunctionSides();
+    void walkParts(WalkPos pos, POINT P);
+    ScanResult findStop(WalkPos pos, POINT P);
+    ScanResult findNextStart(WalkPos pos, POINT P);
+    ScanResult scan(WalkPos pos, POINT P, bool stopOnParent);
+    void appendSegment(Segment* acc, Segment* seg);
+    void appendParentPiece(Segment* acc, WalkPos from, WalkPos to, POINT P);
+    ListOfOutLines* partFromSegment(Segment* acc, unsigned long colour);
+    void simplifyParts(ListOfOutLines* node);
+    // Returns the head of list when it is simple (unlinked), null otherwise
+    // (the head was deleted or cut in two).
+    ListOfOutLines* takeSimplePart(ListOfOutLines*& list);
+
+    // The map and its undo list.
+    unsigned char mapAt(POINT p) const;
+    void setMap(POINT p, unsigned char v);
+    void clearMap();
+    bool mapIsClean() const;
+    // Appends n codes to acc (growing its buffer); false when memory is short.
+    static bool appendCodes(Segment* acc, const unsigned char* codes, int n);
+    // The slot kind and the slot of position i, checked.
+    Junction* junctionAt(int i) const;
+    Segment* segmentAt(int i) const;
+
+    unsigned char* slotKind;  // owned: per position of working, what slotAt holds
+    int* dirty;               // pixels written since the last clear
+    int dirtyCount;
+    int dirtyCapacity;
+    bool dirtyOverflow;  // a pixel could not be recorded: clear the whole map
 };

@@ -66,6 +66,8 @@ public:
     // 0 when p is the outline's start, else the first 1 <= i < len at which
     // the walk from start stands on p; -10 when p is not on it.
     static int indexOnOutline(ListOfOutLines* outline, POINT p);
+    // True when no pixel of the map is marked (checked in tests).
+    bool mapIsCleanForTesting() const { return mapIsClean(); }
 
 protected:
     // What a slot of slotAt holds.

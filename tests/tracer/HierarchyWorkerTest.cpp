@@ -1,0 +1,150 @@
+// Cutting outlines into parts and simplifying parts lists, on outlines built
+// by hand.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "tracer/ChainCode.h"
+#include "tracer/HierarchyWorker.h"
+
+namespace {
+
+ListOfOutLines* outline(POINT start, std::vector<unsigned char> codes, DWORD color = 0x123456) {
+    ListOfOutLines* n = new ListOfOutLines(color);
+    n->FreeAllocAndPutData(codes.data(), static_cast<long>(codes.size()), start);
+    return n;
+}
+
+std::vector<unsigned char> rectCodes(int w, int h) {
+    std::vector<unsigned char> c;
+    c.insert(c.end(), w - 1, 0);
+    c.insert(c.end(), h - 1, 1);
+    c.insert(c.end(), w - 1, 2);
+    c.insert(c.end(), h - 1, 3);
+    return c;
+}
+
+std::vector<int> codesOf(const ListOfOutLines* n) {
+    return std::vector<int>(n->data, n->data + n->len);
+}
+
+int listLength(const ListOfOutLines* n) {
+    int k = 0;
+    for (; n; n = n->next) ++k;
+    return k;
+}
+
+}  // namespace
+
+TEST(HierarchyWorkerSplit, OutlineWithoutChildrenGetsItsOwnCopy) {
+    HierarchyWorker w(20 * 20, 20);
+    ListOfOutLines* o = outline(POINT{1, 1}, rectCodes(5, 4));
+    w.splitIntoParts(o);
+    ASSERT_EQ(listLength(o->parts), 1);
+    EXPECT_EQ(codesOf(o->parts), codesOf(o));
+    EXPECT_EQ(o->parts->start.x, 1);
+    EXPECT_EQ(o->parts->kind, 1);
+    EXPECT_FALSE(o->allHolesFree);
+    delete o;
+}
+
+TEST(HierarchyWorkerSplit, FreeChildrenGetReversedCopiesBehindTheOutline) {
+    HierarchyWorker w(30 * 30, 30);
+    ListOfOutLines* o = outline(POINT{0, 0}, rectCodes(20, 20));
+    ListOfOutLines* a = outline(POINT{3, 3}, rectCodes(4, 4));
+    ListOfOutLines* b = outline(POINT{10, 10}, rectCodes(3, 5));
+    // c shares exactly one pixel visit with o, (0, 10): still free.
+    ListOfOutLines* c = outline(POINT{0, 10}, {0, 0, 1, 2, 3, 2});
+    o->child = a;
+    a->next = b;
+    b->next = c;
+    w.splitIntoParts(o);
+    ASSERT_EQ(listLength(o->parts), 4);
+    ListOfOutLines* p = o->parts;
+    EXPECT_EQ(codesOf(p), codesOf(o));  // the outline itself first
+    p = p->next;
+    EXPECT_EQ(p->start.y, 10);  // then the children in reverse order, reversed
+    EXPECT_EQ(codesOf(p), (std::vector<int>{0, 1, 0, 3, 2, 2}));
+    p = p->next;
+    EXPECT_EQ(p->start.x, 10);
+    p = p->next;
+    EXPECT_EQ(p->start.x, 3);
+    EXPECT_TRUE(o->allHolesFree);
+    EXPECT_TRUE(a->isFrame);
+    EXPECT_TRUE(b->isFrame);
+    EXPECT_TRUE(c->isFrame);
+    EXPECT_TRUE(w.mapIsCleanForTesting());
+    delete o;
+}
+
+TEST(HierarchyWorkerSplit, WorkedSplitWithOneDetour) {
+    HierarchyWorker w(10 * 10, 10);
+    // O runs round a 6 x 4 rectangle; its child C follows it but leaves the
+    // top edge at a = (1, 0) and comes back at b = (3, 0) one row lower.
+    ListOfOutLines* o = outline(POINT{0, 0}, rectCodes(6, 4), 0x00ABCDEF);
+    ListOfOutLines* c =
+        outline(POINT{0, 0}, {0, 1, 0, 0, 3, 0, 0, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3, 3});
+    ASSERT_TRUE(chaincode::isClosed(c->data, c->len, c->start));
+    o->child = c;
+    w.splitIntoParts(o);
+    EXPECT_FALSE(c->isFrame);
+    EXPECT_FALSE(o->allHolesFree);
+    ASSERT_EQ(listLength(o->parts), 1);
+    ListOfOutLines* part = o->parts;
+    EXPECT_FALSE(part->isFrame);
+    EXPECT_EQ(part->color, 0x00ABCDEFu);
+    EXPECT_EQ(part->start.x, 1);
+    EXPECT_EQ(part->start.y, 0);
+    // Segment 1, 0, 0, 3 then the working outline from b back to a (2, 2),
+    // reversed.
+    EXPECT_EQ(codesOf(part), (std::vector<int>{0, 0, 1, 2, 2, 3}));
+    EXPECT_TRUE(chaincode::isClosed(part->data, part->len, part->start));
+    EXPECT_TRUE(w.mapIsCleanForTesting());
+    delete o;
+}
+
+TEST(HierarchyWorkerSplit, DetourThatNeverReturnsIsDropped) {
+    HierarchyWorker w(10 * 10, 10);
+    ListOfOutLines* o = outline(POINT{0, 0}, rectCodes(6, 4));
+    // The child shares two pixels with o and then wanders off for good.
+    ListOfOutLines* c = outline(POINT{0, 0}, {0, 1, 1, 2, 3, 3});
+    o->child = c;
+    w.splitIntoParts(o);
+    EXPECT_FALSE(c->isFrame);
+    for (ListOfOutLines* p = o->parts; p; p = p->next)
+        EXPECT_TRUE(chaincode::isClosed(p->data, p->len, p->start));
+    delete o;
+}
+
+TEST(HierarchyWorkerSimplify, FigureEightBecomesTwoSimpleLoops) {
+    HierarchyWorker w(10 * 10, 10);
+    ListOfOutLines* node = new ListOfOutLines(0);
+    node->parts = outline(POINT{4, 3}, {1, 2, 2, 3, 3, 2, 2, 3, 3, 0, 0, 1, 1, 0, 0, 1}, 0x777777);
+    ASSERT_TRUE(chaincode::isClosed(node->parts->data, node->parts->len, node->parts->start));
+    w.simplifyAllParts(node);
+    ASSERT_EQ(listLength(node->parts), 2);
+    ListOfOutLines* first = node->parts;
+    ListOfOutLines* second = first->next;
+    EXPECT_EQ(first->start.x, 2);
+    EXPECT_EQ(first->start.y, 2);
+    EXPECT_EQ(codesOf(first), (std::vector<int>{2, 2, 3, 3, 0, 0, 1, 1}));
+    EXPECT_EQ(second->start.x, 2);
+    EXPECT_EQ(codesOf(second), (std::vector<int>{0, 0, 1, 1, 2, 2, 3, 3}));
+    EXPECT_EQ(second->color, 0x777777u);
+    delete node;
+}
+
+TEST(HierarchyWorkerSimplify, ShortLoopsAreDroppedAndSimpleOnesKept) {
+    HierarchyWorker w(10 * 10, 10);
+    ListOfOutLines* node = new ListOfOutLines(0);
+    node->parts = outline(POINT{1, 1}, {0, 1, 2});  // three codes
+    node->parts->next = outline(POINT{1, 1}, rectCodes(3, 3));
+    node->parts->next->next = outline(POINT{5, 5}, {0, 2, 0, 2});  // no pixel visited once
+    node->child = new ListOfOutLines(0);
+    node->child->parts = outline(POINT{2, 2}, {0, 2});
+    w.simplifyAllParts(node);
+    ASSERT_EQ(listLength(node->parts), 1);
+    EXPECT_EQ(node->parts->len, 8);
+    EXPECT_EQ(node->child->parts, nullptr);
+    delete node;
+}

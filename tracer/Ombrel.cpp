@@ -44,6 +44,7 @@ void Ombrel::clearState() {
     maxOutlines = 300;
     outlineCount = 0;
     ownedColorRaster = nullptr;
+    firstStepHadCandidate = false;
 }
 
 Ombrel::Ombrel(OutLineManipulator* olm) {

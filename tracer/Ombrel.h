@@ -72,6 +72,10 @@ public:
     int maxOutlines;
     int outlineCount;
     RGBQUAD* ownedColorRaster;  // owned: the colours read by the bitmap-handle constructor
+    // Set by DoFirstStep: some position had an outward pixel in the raster,
+    // not yet claimed and not the previous pixel of the loop. When a first
+    // step found none, no other region colour can make one succeed.
+    bool firstStepHadCandidate;
 
     // Takes over the manipulator's index raster (its field becomes null) and
     // borrows its colours, palette and handles. Valid when both rasters exist

@@ -37,6 +37,7 @@ int Ombrel::DoFirstStep() {
     c.lastOffset = -1;
     c.innerPending = false;
     c.innerLen = 0;
+    firstStepHadCandidate = false;
     const int n = c.count;
     for (int i = 0; i < n; ++i) {
         POINT q = c.start;
@@ -54,7 +55,7 @@ int Ombrel::DoFirstStep() {
                         SolveOneStepIntersect(d2, p);
                         return 2;
                     }
-                } else if (TwoStepsOK(d2, d, q)) {
+                } else if (firstStepHadCandidate = true, TwoStepsOK(d2, d, q)) {
                     arc->count = 0;
                     arc->start = q;
                     arc->end = q;

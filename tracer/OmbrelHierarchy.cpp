@@ -67,7 +67,11 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     if (c.lastOffset >= 0) SetVisited(c.lastOffset, 0);
     if (r == 1) return true;
 
-    // Fallback: try each valid far-side neighbour's own colour.
+    // Fallback: try each valid far-side neighbour's own colour. When the
+    // first step found no unclaimed outward pixel at all, no colour can make
+    // one succeed and nothing else changes, so the steps are not repeated
+    // (the region colour still ends as the last neighbour's colour).
+    const bool canGrow = firstStepHadCandidate;
     bool searching = true;
     const int count = c.count;
     for (int i = 0; i < count; ++i) {
@@ -75,7 +79,7 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
         POINT q = c.step(d, c.start);
         if (searching && IsPointValid(q)) {
             GetColor(regionColor, q.x, q.y);
-            r = DoFirstStep();
+            r = canGrow ? DoFirstStep() : 0;
             if (r != 0) {
                 sampleCount = 1;
                 sumRed = static_cast<int>(regionColor & 0xFF);

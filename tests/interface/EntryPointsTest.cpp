@@ -1,0 +1,168 @@
+// The entry points: bad input, result codes, the handle variants and whole
+// traces checked for structure.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "interface/kvMngr.h"
+#include "interface/om1.h"
+#include "platform/Gdi.h"
+
+namespace {
+
+struct Picture {
+    int w, h;
+    std::vector<RGBQUAD> px;
+    Picture(int w_, int h_, RGBQUAD c) : w(w_), h(h_), px(static_cast<size_t>(w_) * h_, c) {}
+    void fill(int x0, int y0, int ww, int hh, RGBQUAD c) {
+        for (int y = y0; y < y0 + hh; ++y)
+            for (int x = x0; x < x0 + ww; ++x) px[static_cast<size_t>(y) * w + x] = c;
+    }
+};
+
+const RGBQUAD kWhite = {255, 255, 255, 0};
+const RGBQUAD kRed = {0, 0, 255, 0};
+const RGBQUAD kBlue = {255, 0, 0, 0};
+
+int countNodes(const KvCtree* t) {
+    int n = 1;
+    for (KvCtree::Holes* h = t->holes; h; h = h->next) n += countNodes(h->ctree);
+    return n;
+}
+
+void checkNode(const KvCtree* t, int w, int h) {
+    if (t->dirNum > 0) {
+        ASSERT_NE(t->chain, nullptr);
+        long x = t->startOffset % w, y = t->startOffset / w;
+        long x0 = x, y0 = y;
+        for (int i = 0; i < t->dirNum; ++i) {
+            ASSERT_LE(t->chain[i], 3);
+            x += t->chain[i] == 0 ? 1 : t->chain[i] == 2 ? -1 : 0;
+            y += t->chain[i] == 1 ? 1 : t->chain[i] == 3 ? -1 : 0;
+            EXPECT_TRUE(x >= 0 && x < w && y >= 0 && y < h);
+        }
+        EXPECT_EQ(x, x0);
+        EXPECT_EQ(y, y0);
+    }
+    if (t->bezierCount > 0) {
+        ASSERT_NE(t->bezier, nullptr);
+        EXPECT_EQ((t->bezierCount - 1) % 3, 0);
+        const KvPoint& first = t->bezier[0];
+        const KvPoint& last = t->bezier[t->bezierCount - 1];
+        EXPECT_DOUBLE_EQ(first.x, last.x);
+        EXPECT_DOUBLE_EQ(first.y, last.y);
+        for (int i = 0; i < t->bezierCount; ++i)
+            EXPECT_TRUE(std::isfinite(t->bezier[i].x) && std::isfinite(t->bezier[i].y));
+    }
+    for (KvCtree::Holes* hl = t->holes; hl; hl = hl->next) checkNode(hl->ctree, w, h);
+}
+
+}  // namespace
+
+TEST(EntryPoints, BadInputGivesNoOutlines) {
+    Picture p(10, 10, kWhite);
+    KvCtree* t = reinterpret_cast<KvCtree*>(0x1);  // overwritten with null
+    EXPECT_EQ(om1_kvTrace1Bmp(t, nullptr, 10, 10, 10, 4, 100, 1, 0.0), 1);
+    EXPECT_EQ(t, nullptr);
+    EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 0, 10, 10, 4, 100, 1, 0.0), 1);
+    EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 10, -3, 10, 4, 100, 1, 0.0), 1);
+    EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 70000, 70000, 10, 4, 100, 1, 0.0), 1);
+    EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 2, 50, 10, 4, 100, 1, 0.0), 1);  // below 3
+    EXPECT_EQ(t, nullptr);
+}
+
+TEST(EntryPoints, TracesASquareOnABackground) {
+    Picture p(30, 20, kWhite);
+    p.fill(8, 5, 10, 8, kRed);
+    KvCtree* t = nullptr;
+    ASSERT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 30, 20, 10, 4, 1000, 1, 0.0), 0);
+    ASSERT_NE(t, nullptr);
+    checkNode(t, 30, 20);
+    EXPECT_GE(countNodes(t), 2);
+    om1_delKvCTree(t);
+    EXPECT_EQ(t, nullptr);
+    om1_delKvCTree(t);  // null: nothing
+}
+
+TEST(EntryPoints, NestedShapesAndTheOutlineLimit) {
+    Picture p(40, 40, kWhite);
+    p.fill(5, 5, 30, 30, kRed);
+    p.fill(12, 12, 16, 16, kBlue);
+    p.fill(18, 18, 4, 4, kWhite);
+    KvCtree* t = nullptr;
+    ASSERT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 40, 40, 10, 4, 1000, 1, 0.0), 0);
+    ASSERT_NE(t, nullptr);
+    checkNode(t, 40, 40);
+    om1_delKvCTree(t);
+    EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 40, 40, 10, 4, 0, 1, 0.0), 2);
+    EXPECT_EQ(t, nullptr);
+}
+
+TEST(EntryPoints, ToleranceUsesTheLowByte) {
+    // Two greys 2 apart: tolerance 100 (254) joins them, 101 (low byte 1) does
+    // not. The seed's start ring lies wholly in the right-hand grey.
+    Picture p(20, 20, RGBQUAD{100, 100, 100, 0});
+    p.fill(5, 0, 15, 20, RGBQUAD{102, 102, 102, 0});
+    KvCtree* joined = nullptr;
+    KvCtree* split = nullptr;
+    ASSERT_EQ(om1_kvTrace1Bmp(joined, p.px.data(), 20, 20, 100, 0, 1000, 1, 0.0), 0);
+    ASSERT_EQ(om1_kvTrace1Bmp(split, p.px.data(), 20, 20, 101, 0, 1000, 1, 0.0), 0);
+    ASSERT_NE(joined, nullptr);
+    ASSERT_NE(split, nullptr);
+    EXPECT_LT(countNodes(joined), countNodes(split));
+    om1_delKvCTree(joined);
+    om1_delKvCTree(split);
+}
+
+TEST(EntryPoints, LeftTopVariantsFlipAndMerge) {
+    Picture p(30, 20, kWhite);
+    p.fill(8, 5, 10, 8, kRed);
+    RGBQUAD palette[2] = {{0, 0, 200, 0}, {250, 250, 250, 0}};
+    KvCtree* t = nullptr;
+    ASSERT_EQ(om1_kvTrace1BmpLeftTop(t, p.px.data(), 30, 20, 10, palette, 2, 4, 1000, 1, 0.0), 0);
+    ASSERT_NE(t, nullptr);
+    checkNode(t, 30, 20);
+    om1_delKvCTree(t);
+    // A failed trace with a palette: no tree, no crash.
+    EXPECT_EQ(om1_kvTrace1BmpLeftTop(t, nullptr, 30, 20, 10, palette, 2, 4, 1000, 1, 0.0), 1);
+    EXPECT_EQ(t, nullptr);
+}
+
+TEST(EntryPoints, HandleVariants) {
+    KvCtree* sentinel = reinterpret_cast<KvCtree*>(0x10);
+    KvCtree* t = sentinel;
+    EXPECT_EQ(om1_kvTrace1H(t, nullptr, 10, 4, 100, 1, 0.0), 0);
+    EXPECT_EQ(t, sentinel);
+    EXPECT_EQ(om1_kvTrace1HLeftTop(t, nullptr, 10, nullptr, 0, 4, 100, 1, 0.0), 0);
+    EXPECT_EQ(t, sentinel);
+
+    BITMAPINFO bi = {};
+    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    bi.bmiHeader.biWidth = 24;
+    bi.bmiHeader.biHeight = 16;
+    bi.bmiHeader.biBitCount = 32;
+    void* bits = nullptr;
+    HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+    RGBQUAD* px = static_cast<RGBQUAD*>(bits);
+    for (int i = 0; i < 24 * 16; ++i) px[i] = kWhite;
+    for (int y = 4; y < 12; ++y)
+        for (int x = 6; x < 18; ++x) px[y * 24 + x] = kBlue;
+    t = nullptr;
+    ASSERT_EQ(om1_kvTrace1HLeftTop(t, b, 10, nullptr, 0, 4, 1000, 1, 0.0), 0);
+    ASSERT_NE(t, nullptr);
+    checkNode(t, 24, 16);
+    om1_delKvCTree(t);
+    DeleteObject(b);
+
+    // An 8-bit section is refused.
+    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
+    BITMAPINFO* bi8 = reinterpret_cast<BITMAPINFO*>(info.data());
+    bi8->bmiHeader = bi.bmiHeader;
+    bi8->bmiHeader.biBitCount = 8;
+    HBITMAP b8 = CreateDIBSection(nullptr, bi8, DIB_RGB_COLORS, &bits, nullptr, 0);
+    ASSERT_NE(b8, nullptr);
+    EXPECT_EQ(om1_kvTrace1H(t, b8, 10, 4, 1000, 1, 0.0), 1);
+    EXPECT_EQ(t, nullptr);
+    DeleteObject(b8);
+}

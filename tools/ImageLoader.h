@@ -1,0 +1,28 @@
+// ImageLoader: reads PNG, JPEG, BMP and GIF files (the format is told by the
+// file's first bytes, not its name) with libpng, libjpeg and stb_image. The
+// size is checked against a pixel limit from the header, before the pixels
+// are decoded. Transparent pixels are composited over a background colour.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tools/RasterImage.h"
+
+class ImageLoader {
+public:
+    struct Background {
+        uint8_t red = 255, green = 255, blue = 255;
+    };
+
+    // True with `out` filled, or false with `error` saying why (without the
+    // file name; the caller names the file).
+    static bool load(const std::string& path, long long maxPixels, Background background,
+                     RasterImage& out, std::string& error);
+
+protected:
+    static bool loadPng(FILE* f, long long maxPixels, RasterImage& out, std::string& error);
+    static bool loadJpeg(FILE* f, long long maxPixels, RasterImage& out, std::string& error);
+    static bool loadWithStb(FILE* f, long long maxPixels, RasterImage& out, std::string& error);
+    static void composite(RasterImage& img, const std::vector<uint8_t>& rgba, Background bg);
+};

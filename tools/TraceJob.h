@@ -1,0 +1,33 @@
+// TraceJob: one input traced into one output file. Jobs share nothing, so a
+// batch runs them on several threads.
+#pragma once
+
+#include <string>
+
+#include "tools/CommandLine.h"
+
+class TraceJob {
+public:
+    enum Exit {
+        Done = 0,
+        NoOutlines = 1,
+        LimitExceeded = 2,
+        BadUsage = 64,
+        BadInput = 65,
+        CannotWrite = 74
+    };
+
+    struct Stats {
+        int width = 0, height = 0;
+        int regions = 0, frames = 0, holes = 0, segments = 0;
+        double decodeMs = 0, traceMs = 0, writeMs = 0;
+    };
+
+    // Runs the job; `message` receives an error (naming the file) or nothing.
+    static int run(const CommandLine& cl, const std::string& input, const std::string& output,
+                   Stats& stats, std::string& message);
+    // Writes text to path whole or not at all (a temporary file beside it,
+    // then a rename). False with `error` set on failure.
+    static bool writeAtomically(const std::string& path, const std::string& text,
+                                std::string& error);
+};

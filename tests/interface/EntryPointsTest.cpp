@@ -166,3 +166,21 @@ TEST(EntryPoints, HandleVariants) {
     EXPECT_EQ(t, nullptr);
     DeleteObject(b8);
 }
+
+TEST(EntryPoints, AnEmptyFirstAttemptMovesOnToTheNextSeed) {
+    // The centre seed lies in a 3 x 3 block whose ring (8 steps) is shorter
+    // than the minimum length, so its attempt stores nothing; the next seed,
+    // a quarter of the way in, lies in the large background.
+    Picture p(40, 40, kWhite);
+    p.fill(19, 19, 3, 3, kRed);
+    KvCtree* t = nullptr;
+    ASSERT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 40, 40, 10, 20, 1000, 1, 0.0), 0);
+    ASSERT_NE(t, nullptr);
+    EXPECT_EQ(t->color.rgbRed, 255);  // the background region
+    EXPECT_EQ(t->color.rgbBlue, 255);
+    om1_delKvCTree(t);
+    // When no seed yields an outline the result is 1.
+    Picture tiny(9, 9, kWhite);
+    EXPECT_EQ(om1_kvTrace1Bmp(t, tiny.px.data(), 9, 9, 10, 1000, 1000, 1, 0.0), 1);
+    EXPECT_EQ(t, nullptr);
+}

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "TracerFixtures.h"
+#include "platform/Gdi.h"
 
 namespace {
 
@@ -205,4 +206,41 @@ TEST(OmbrelDriver, BadSeedsAndLimits) {
         EXPECT_NE(all.outLines->color, 7u);
         delete all.outLines;
     }
+}
+
+TEST(OmbrelConstruction, FromABitmapHandleTracesAndRepaints) {
+    BITMAPINFO bi = {};
+    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    bi.bmiHeader.biWidth = 12;
+    bi.bmiHeader.biHeight = 10;
+    bi.bmiHeader.biBitCount = 32;
+    void* bits = nullptr;
+    HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+    RGBQUAD* px = static_cast<RGBQUAD*>(bits);
+    for (int i = 0; i < 120; ++i) px[i] = RGBQUAD{255, 255, 255, 0};
+    for (int y = 3; y < 7; ++y)
+        for (int x = 3; x < 9; ++x) px[y * 12 + x] = RGBQUAD{10, 10, 250, 0};
+    HDC dc = CreateCompatibleDC(nullptr);
+    {
+        TestOmbrel t(b, 256, dc, 0);
+        ASSERT_TRUE(t.isValid());
+        EXPECT_EQ(t.minOutlineLen, 9);
+        EXPECT_EQ(t.tolerance, 0x404040u);
+        AllOutLines all;
+        ASSERT_EQ(t.DoOmbrel_(all, CPoint(5, 5), 100), Ombrel::Traced);
+        ASSERT_NE(all.outLines, nullptr);
+        EXPECT_TRUE(t.testloop(all.outLines->child));
+        delete all.outLines;
+    }
+    // Every colour is acceptable to this tracer, so the region is the whole
+    // picture, repainted with one entry of the fixed table.
+    for (int i = 1; i < 120; ++i) {
+        EXPECT_EQ(px[i].rgbRed, px[0].rgbRed);
+        EXPECT_EQ(px[i].rgbBlue, px[0].rgbBlue);
+    }
+    EXPECT_NE(px[0].rgbRed, 255);  // neither the old white nor the old red
+    DeleteDC(dc);
+    DeleteObject(b);
+    TestOmbrel none(nullptr, 256, nullptr, 0);
+    EXPECT_FALSE(none.isValid());
 }

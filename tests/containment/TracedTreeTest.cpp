@@ -1,0 +1,101 @@
+// Containment trees built from traces of synthetic pictures, checked for
+// structure.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "containment/CntmTreeCreator.h"
+#include "containment/GeneralFuncs.h"
+#include "raster/OutLineManipulator.h"
+#include "tracer/ChainCode.h"
+#include "tracer/Ombrel.h"
+
+namespace {
+
+struct Picture {
+    int w, h;
+    std::vector<RGBQUAD> px;
+    Picture(int w_, int h_, RGBQUAD c) : w(w_), h(h_), px(static_cast<size_t>(w_) * h_, c) {}
+    void fill(int x0, int y0, int ww, int hh, RGBQUAD c) {
+        for (int y = y0; y < y0 + hh; ++y)
+            for (int x = x0; x < x0 + ww; ++x) px[static_cast<size_t>(y) * w + x] = c;
+    }
+};
+
+ExportOutLineTree* build(Picture& p, ExportOutLinesStruct& out) {
+    AllOutLines all;
+    for (int i = 0; i < 9 && !(all.outLines && all.outLines->parts); ++i) {
+        OutLineManipulator olm(p.px.data(), p.w, p.h, 25, 4, 3, 0);
+        Ombrel t(&olm);
+        delete all.outLines;
+        all.outLines = nullptr;
+        t.DoOmbrel_(all, t.generateInitPoint(i, p.w, p.h), 100000);
+    }
+    CntmTreeCreator c(p.w, p.h);
+    bool ok = c.createCntmTree(out, all);
+    delete all.outLines;
+    return ok ? out.exportTree : nullptr;
+}
+
+int checkNode(const ExportOutLineTree* n, int width, const int* parentBox, RGBQUAD parentColour,
+              bool hasParent) {
+    int nodes = 1;
+    int box[4];
+    if (n->len > 0) {
+        POINT s;
+        GeneralFuncs::cnvPosToPoint(s, n->startPos, width);
+        EXPECT_TRUE(chaincode::isClosed(n->data, n->len, s)) << "node at " << s.x << "," << s.y;
+        GeneralFuncs::set4Bounds(box, n->startPos, n->data, n->len, width);
+        if (hasParent && parentBox) {
+            EXPECT_TRUE(GeneralFuncs::isLeftInRight(box, const_cast<int*>(parentBox)))
+                << "hole at " << s.x << "," << s.y << " leaves its parent's box";
+        }
+    }
+    if (n->type == 1 && hasParent) {
+        EXPECT_EQ(n->color.rgbRed, parentColour.rgbRed);
+        EXPECT_EQ(n->color.rgbGreen, parentColour.rgbGreen);
+        EXPECT_EQ(n->color.rgbBlue, parentColour.rgbBlue);
+    }
+    for (HoleNode* h = n->holes; h; h = h->next)
+        if (h->tree)
+            nodes += checkNode(h->tree, width, n->len > 0 ? box : parentBox, n->color, true);
+    return nodes;
+}
+
+const RGBQUAD kWhite = {255, 255, 255, 0};
+
+}  // namespace
+
+TEST(TracedTree, NestedRings) {
+    Picture p(60, 60, kWhite);
+    p.fill(5, 5, 50, 50, RGBQUAD{0, 0, 200, 0});
+    p.fill(12, 12, 36, 36, RGBQUAD{0, 200, 0, 0});
+    p.fill(20, 20, 20, 20, RGBQUAD{200, 0, 0, 0});
+    p.fill(26, 26, 8, 8, kWhite);
+    ExportOutLinesStruct out(nullptr, 60);
+    ExportOutLineTree* t = build(p, out);
+    ASSERT_NE(t, nullptr);
+    EXPECT_GE(checkNode(t, 60, nullptr, kWhite, false), 4);
+}
+
+TEST(TracedTree, TouchingShapes) {
+    Picture p(60, 40, kWhite);
+    p.fill(5, 5, 20, 20, RGBQUAD{0, 0, 200, 0});
+    p.fill(25, 5, 20, 20, RGBQUAD{0, 200, 0, 0});
+    p.fill(15, 25, 20, 10, RGBQUAD{200, 0, 0, 0});
+    ExportOutLinesStruct out(nullptr, 60);
+    ExportOutLineTree* t = build(p, out);
+    ASSERT_NE(t, nullptr);
+    EXPECT_GE(checkNode(t, 60, nullptr, kWhite, false), 3);
+}
+
+TEST(TracedTree, ShapesTouchingTheBorder) {
+    Picture p(50, 40, kWhite);
+    p.fill(0, 0, 15, 15, RGBQUAD{0, 0, 200, 0});
+    p.fill(35, 25, 15, 15, RGBQUAD{0, 200, 0, 0});
+    p.fill(20, 10, 10, 10, RGBQUAD{200, 0, 0, 0});
+    ExportOutLinesStruct out(nullptr, 50);
+    ExportOutLineTree* t = build(p, out);
+    ASSERT_NE(t, nullptr);
+    EXPECT_GE(checkNode(t, 50, nullptr, kWhite, false), 3);
+}

@@ -47,6 +47,27 @@ public:
     // emission of the segment list.
     void editStraightLines();
 
+    // Primitive marking: 5 candidate, 4 inside a primitive, 1 its end, 0 none.
+    // Per step; needs the node measures of markPrimitivesQS (false before).
+    bool markPrimitives(double tol);
+    // Per node: computes the six node measures, then marks the nodes.
+    bool markPrimitivesQS(double tol);
+
+    // Rasterisers, for inspection. Pixel (x, y) is entry x + y * width;
+    // positions are clamped into the raster. Nothing is ever written outside
+    // 0 .. min(size, width * height) - 1 (setCurveIntoDIB32 honours size too),
+    // and a null buffer or a non-positive size draws nothing. False (nothing
+    // for the void one) without a curve. Two consecutive node points less than
+    // a pixel apart are plotted as the single point.
+    bool setCurveIntoDIB32(RGBQUAD* bits, int size, int width, int height, RGBQUAD color,
+                           POINT offset);
+    bool setCurveIntoDIB8(unsigned char* bits, int size, int width, int height, unsigned char value,
+                          POINT offset);
+    bool setPoligonIntoDIB8(unsigned char* bits, int size, int width, int height,
+                            unsigned char value, POINT offset);
+    void setCurveIntoDIB8_QS(unsigned char* bits, int size, int width, int height,
+                             unsigned char value, POINT offset);
+
     // The finished segments (emission order); 0 and null without a curve.
     int getSegmentCount() const;
     const BezierSegment* getSegments() const;
@@ -65,4 +86,6 @@ protected:
     void chordDataAndArcAngles();
     void markCorners();
     void emit();
+    bool computeNodeMeasures();
+    bool markNodes(double tol);
 };

@@ -111,6 +111,18 @@ public:
     // True when walking ol's codes from its start ends on its start.
     bool testloop(ListOfOutLines* ol);
 
+    // --- outline lists for hosts (none of them is used by the pipeline) ---
+    // Total len of list, of every node behind it and of everything below.
+    static int getTotalPointNum(ListOfOutLines* list);
+    // Number of nodes without a child list in the same walk.
+    int getOLnumber(ListOfOutLines* list);
+    // Closure test of an outline (false for null).
+    bool checkOutLine(ListOfOutLines* outline);
+    // The flat list of one export node (its codes moved) followed by copies
+    // of its holes in reverse order, all in the node's colour; holes of
+    // holes are not converted. The export tree is deleted and node set null.
+    static ListOfOutLines* convertExpIntoOldOl(ExportOutLineTree*& node, int width);
+
     // --- colour measure (the top byte of a colour is ignored) ---
     static DWORD ColorDist(DWORD a, DWORD b);
     static DWORD ColorDist(DWORD a, BYTE red, BYTE green, BYTE blue);
@@ -159,6 +171,14 @@ protected:
     bool checkNoOpposDirs();
     int generalCheckVisitedOnlyOnce();
     void ShowFailurePoint();
+
+    // --- outline coverage and normalisation (the map is width x height) ---
+    int getPointIndex(ListOfOutLines* outline, POINT p);
+    void normalizeOutLine(ListOfOutLines* outline, POINT p, int index);
+    void markOutline(unsigned char* map, ListOfOutLines* outline, int value);
+    int checkOutlineCovered(unsigned char* map, ListOfOutLines* outline, int value);
+    int findEndCoincidence(unsigned char* map, ListOfOutLines* outline, POINT& hit);
+    bool checkCoveredByChilds(unsigned char* map, ListOfOutLines* outline);
 
     // --- hierarchy generation ---
     bool generateAllOutlines(ListOfOutLines* list);

@@ -24,7 +24,11 @@
 #include "tracer/Arc_.h"
 
 struct RGB4;
+struct AllOutLines;
 class CClientDC;
+class ExportOutLineTree;
+class ListOfOutLines;
+class Walker;
 class CView;
 class RegionFill;
 
@@ -76,6 +80,11 @@ public:
     CPoint generateInitpoint();
     // Shows "Cannot allocate memory" with an OK button.
     void MessageCannotAllocate();
+    // Writes an index raster of width x height packed bytes into the bitmap
+    // through the device context, padding every row to 4 bytes as the 8-bit
+    // lines require. False when the bitmap cannot be written.
+    static bool WriteIndexRaster(HDC hdc, HBITMAP bitmap, BITMAPINFO* info,
+                                 const unsigned char* raster, int width, int height);
 
     // --- colour filters -------------------------------------------------
     // Edge-preserving smoothing of a bitmap: every pixel takes the mean of
@@ -96,7 +105,53 @@ public:
     // steps of dx over the unchanged source pixels.
     RGBQUAD setColorAdaptSmooth(RGBQUAD* source, RGBQUAD c, int p, int k, int dx, int dy);
 
+    // --- spot weighting and colour restitution ---
+    // Weight of every node: its pixelCount plus the weights of its child
+    // list, kept in `tag` (a non-zero tag is taken as it is).
+    void setContourWeight(ListOfOutLines* root);
+    // (int)((0.05 * t) * size).
+    int culcWeigtToler(double t);
+    // Marks the nodes whose own share of their weight is at most tol with a
+    // replacement outline in extraLink (visited along next in a loop).
+    void eliminateSmallWeightSpots(ListOfOutLines* root, int tol);
+    // Repaints indexRaster from the outlines alone and writes it into the
+    // bitmap; restitutedCount = outlines drawn as barriers. Marks are undone
+    // pixel by pixel between regions (the same result as clearing them).
+    void restituteColors(ListOfOutLines* root, int minLen);
+
+    // --- outline painting and validation ---
+    void paintWhite();
+    // Paints the outlines of a trace on white and writes the raster into the
+    // bitmap. A record of another raster size is refused (nothing painted).
+    // The list variant writes the caller's colour index into every pixel of
+    // a painted outline (-1 meaning getBlack); the tree variant (mode 3)
+    // writes each outline's nearest palette entry.
+    void PaintOutLines(AllOutLines& record, int minLen, int maxLen, int colour);
+    void PaintOutlines_pOl(ListOfOutLines* node, unsigned char colour, int minLen, int maxLen);
+    void PaintOutlines_pOl(ExportOutLineTree* node, Walker& walker);
+    bool checkLoops(ListOfOutLines* outline);
+    bool checkSelfIntersect(ListOfOutLines* outline);
+    bool checkOutLinesAll(ListOfOutLines* node);
+    void elimDoublelines(ListOfOutLines* root, int radius);
+    bool isOutLineOK(ListOfOutLines* outline);
+    void markNeighborhood(ListOfOutLines* outline, int radius, int value);
+    int GetMaxLen(AllOutLines& record);
+    void GetMaxLen_(int& maximum, ListOfOutLines* node);
+
 protected:
+    void elimDoublelinesRec(ListOfOutLines* node, int radius);
+    // Spot marking of one node (its siblings are handled by spotVisit).
+    int spotOne(ListOfOutLines* node, ListOfOutLines*& out, int tol);
+    int spotVisit(ListOfOutLines* node, ListOfOutLines*& out, int tol);
+    int weightOf(ListOfOutLines* node);
+    // Restitution helpers over a fill set.
+    void restituteList(RegionFill& fill, ListOfOutLines* node, int minLen);
+    void restituteRegion(RegionFill& fill, ListOfOutLines* node, int minLen);
+    void restituteExport(RegionFill& fill, ExportOutLineTree* node, int minLen);
+    void drawBarrier(RegionFill& fill, POINT start, const unsigned char* codes, int len);
+    void fillFrom(RegionFill& fill, POINT start, const unsigned char* codes, int len);
+    void drawInto(unsigned char* target, POINT start, const unsigned char* codes, int len,
+                  unsigned char v);
     void filter1(RGBQUAD* pixels, RGB4* cells, int width, int count, int k);
     RGBQUAD calcColor(RGBQUAD* pixels, int p, int k);
     void changeColor(RGBQUAD* pixels, RGB4* cells, int i);

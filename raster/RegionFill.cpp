@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "raster/PixelQueue.h"
@@ -14,7 +15,11 @@ RegionFill::RegionFill(int width_, int height_)
       marks(nullptr),
       queue(nullptr),
       barrierCount(0),
-      worker(nullptr) {
+      worker(nullptr),
+      touched(nullptr),
+      touchedCount(0),
+      touchedCapacity(0),
+      touchedOverflow(false) {
     if (width_ <= 0 || height_ <= 0 ||
         static_cast<long long>(width_) * static_cast<long long>(height_) > INT_MAX)
         return;
@@ -25,6 +30,7 @@ RegionFill::RegionFill(int width_, int height_)
 }
 
 RegionFill::~RegionFill() {
+    free(touched);
     free(marks);
     delete queue;
     delete worker;
@@ -32,4 +38,39 @@ RegionFill::~RegionFill() {
 
 bool RegionFill::isUsable() const {
     return marks && queue && queue->items && worker;
+}
+
+void RegionFill::setMark(int offset, unsigned char v) {
+    if (!marks || offset < 0 || offset >= size) return;
+    if (marks[offset] == 0 && v != 0 && !touchedOverflow) {
+        if (touchedCount == touchedCapacity) {
+            int cap = touchedCapacity ? touchedCapacity * 2 : 1024;
+            int* grown =
+                static_cast<int*>(realloc(touched, sizeof(int) * static_cast<size_t>(cap)));
+            if (grown) {
+                touched = grown;
+                touchedCapacity = cap;
+            } else {
+                touchedOverflow = true;
+            }
+        }
+        if (!touchedOverflow) touched[touchedCount++] = offset;
+    }
+    marks[offset] = v;
+}
+
+void RegionFill::clearMarks() {
+    if (!marks) return;
+    if (touchedOverflow)
+        memset(marks, 0, static_cast<size_t>(size));
+    else
+        for (int i = 0; i < touchedCount; ++i) marks[touched[i]] = 0;
+    touchedCount = 0;
+    touchedOverflow = false;
+}
+
+bool RegionFill::marksClean() const {
+    for (int i = 0; marks && i < size; ++i)
+        if (marks[i]) return false;
+    return true;
 }

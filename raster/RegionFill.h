@@ -28,4 +28,18 @@ public:
 
     // True when marks, queue and worker all exist.
     bool isUsable() const;
+
+    // Marks are written through setMark, which remembers the pixels it
+    // dirtied; clearMarks undoes exactly those (the same result as zeroing all
+    // `size` bytes, at the cost of the pixels marked). marksClean checks the
+    // whole map (used by debug assertions).
+    void setMark(int offset, unsigned char v);
+    void clearMarks();
+    bool marksClean() const;
+
+protected:
+    int* touched;
+    int touchedCount;
+    int touchedCapacity;
+    bool touchedOverflow;
 };

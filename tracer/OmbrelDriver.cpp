@@ -1,5 +1,6 @@
 // The trace driver: one whole trace from a seed.
 #include "platform/Gdi.h"
+#include "raster/OutLineManipulator.h"
 #include "tracer/BoundChain.h"
 #include "tracer/HierarchyWorker.h"
 #include "tracer/ListOfOutLines.h"
@@ -52,11 +53,7 @@ int Ombrel::DoOmbrel(AllOutLines& all, CPoint seed) {
 
     if (mode == 1 || mode == 2) {
         RePaintRegion();
-        if (bitmapInfo) {
-            LONG h = bitmapInfo->bmiHeader.biHeight;
-            SetDIBits(hdc, hBitmap, 0, static_cast<UINT>(h < 0 ? -h : h), indexRaster, bitmapInfo,
-                      DIB_RGB_COLORS);
-        }
+        OutLineManipulator::WriteIndexRaster(hdc, hBitmap, bitmapInfo, indexRaster, width, height);
     }
     if (hierarchyWorker) hierarchyWorker->simplifyAllParts(root);
 

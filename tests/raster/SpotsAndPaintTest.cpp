@@ -8,6 +8,8 @@
 
 #include "platform/CView.h"
 #include "platform/Gdi.h"
+#include "containment/ExportOutLineTree.h"
+#include "raster/RegionFill.h"
 #include "raster/OutLineManipulator.h"
 #include "tracer/AllOutLines.h"
 #include "tracer/ListOfOutLines.h"
@@ -220,4 +222,33 @@ TEST(OutlinePainting, PaintsOnWhiteAndHonoursLengths) {
     host.m->PaintOutLines(other, 0, -1, 2);  // another raster size: refused
     EXPECT_EQ(host.at(1, 1), 1);
     delete rec.outLines;
+}
+
+namespace {
+struct ExposedManipulator : OutLineManipulator {
+    using OutLineManipulator::OutLineManipulator;
+    using OutLineManipulator::restituteExport;
+};
+}  // namespace
+
+TEST(Restitution, FramesAreNotPaintedButTheirHolesAre) {
+    Host host(12, 12, 3);
+    ExposedManipulator m(host.view.get(), host.bitmap, 0, 0, 3);
+    // A frame round the whole raster (clockwise: filling would reach inside)
+    // with one outline hole, also clockwise, in blue.
+    std::vector<unsigned char> big = rect(12, 12), small = rect(4, 4);
+    ExportOutLineTree* frame = new ExportOutLineTree(big.data(), static_cast<int>(big.size()), 0);
+    frame->setColor(0x0000FF);
+    ExportOutLineTree* hole =
+        new ExportOutLineTree(small.data(), static_cast<int>(small.size()), 4 * 12 + 4);
+    hole->setTypeAsOutLine();
+    hole->setColor(0xFF0000);
+    frame->insertHoleAtHead(hole);
+    memset(m.indexRaster, 1, 144);
+    RegionFill fill(12, 12);
+    m.restituteExport(fill, frame, 0);
+    EXPECT_EQ(m.indexRaster[2 * 12 + 2], 1);  // inside the frame, outside the hole: untouched
+    EXPECT_EQ(m.indexRaster[5 * 12 + 5], 3);  // inside the hole: blue
+    EXPECT_EQ(fill.barrierCount, 1);          // only the hole was drawn
+    delete frame;
 }

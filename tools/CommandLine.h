@@ -17,6 +17,8 @@ struct CommandLine {
     int curveTolerance = 1;
     long long maxPixels = 100000000;
     ImageLoader::Background background;
+    // Leave out regions that were fully transparent: nodes of exactly the
+    // background colour, when most pixels of that colour were transparent.
     bool transparent = false;
     bool stats = false;
     bool quiet = false;

@@ -104,14 +104,23 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     if (endsWith(output, ".json")) {
         text = JsonWriter::write(tree, img.width, img.height);
     } else {
-        const int w = img.width;
-        const std::vector<uint8_t>& alpha = img.alpha;
+        // A fully transparent region was composited to exactly the background
+        // colour, so its node has that colour. Such nodes are left out when
+        // most pixels of that colour were transparent in the input.
+        long long bgPixels = 0, bgTransparent = 0;
+        const BYTE br = cl.background.red, bgG = cl.background.green, bb = cl.background.blue;
+        for (size_t i = 0; cl.transparent && i < img.pixels.size(); ++i) {
+            const RGBQUAD& q = img.pixels[i];
+            if (q.rgbRed == br && q.rgbGreen == bgG && q.rgbBlue == bb) {
+                ++bgPixels;
+                if (img.alpha[i] == 0) ++bgTransparent;
+            }
+        }
+        const bool dropBackground = cl.transparent && bgTransparent * 2 > bgPixels;
         auto transparentRegion = [&](const KvCtree* n) {
-            if (!cl.transparent || n->dirNum < 1) return false;
-            return n->startOffset >= 0 && static_cast<size_t>(n->startOffset) < alpha.size() &&
-                   alpha[static_cast<size_t>(n->startOffset)] == 0;
+            return dropBackground && n->color.rgbRed == br && n->color.rgbGreen == bgG &&
+                   n->color.rgbBlue == bb;
         };
-        (void)w;
         text = SvgWriter::write(tree, img.width, img.height, transparentRegion);
     }
     om1_delKvCTree(tree);

@@ -186,3 +186,28 @@ TEST(Om1trace, ExitCodes) {
     // A batch into a folder exits with its worst code.
     EXPECT_EQ(runTool(d.file("s.png") + " " + d.file("missing.png") + " -d " + d.path), 65);
 }
+
+TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
+    TempDir d;
+    TestPicture p(40, 30, 255, 255, 255);
+    p.fill(8, 8, 12, 10, 10, 200, 10);      // opaque green
+    p.fill(24, 8, 10, 12, 200, 10, 10, 0);  // fully transparent red
+    ASSERT_TRUE(p.png(d.file("t.png")));
+    CommandLine cl;
+    cl.background.red = 0;
+    cl.background.green = 0;
+    cl.background.blue = 255;  // transparent pixels become blue
+    TraceJob::Stats st;
+    std::string msg;
+    ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("all.svg"), st, msg), 0) << msg;
+    cl.transparent = true;
+    ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("opaque.svg"), st, msg), 0) << msg;
+    auto read = [](const std::string& path) {
+        std::ifstream in(path);
+        return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    };
+    std::string all = read(d.file("all.svg")), opaque = read(d.file("opaque.svg"));
+    EXPECT_NE(all.find("#0000ff"), std::string::npos);
+    EXPECT_EQ(opaque.find("#0000ff"), std::string::npos);
+    EXPECT_NE(opaque.find("#0ac80a"), std::string::npos);
+}

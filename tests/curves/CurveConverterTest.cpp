@@ -9,17 +9,9 @@
 #include <vector>
 
 #include "curves/CurveConverter.h"
+#include "ChainShapes.h"
 
 namespace {
-
-std::vector<unsigned char> rect(int w, int h) {
-    std::vector<unsigned char> c;
-    c.insert(c.end(), w, 0);
-    c.insert(c.end(), h, 1);
-    c.insert(c.end(), w, 2);
-    c.insert(c.end(), h, 3);
-    return c;
-}
 
 double sum(const double* v, int n) {
     double s = 0;
@@ -77,7 +69,7 @@ std::vector<unsigned char> randomLoop(unsigned seed, POINT& start) {
 }  // namespace
 
 TEST(CurveData, DifferencesOfAClosedChainSumToZero) {
-    std::vector<unsigned char> c = rect(6, 4);
+    std::vector<unsigned char> c = testchains::box(6, 4);
     CurveConverter cv(1.0);
     ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{2, 3}));
     const BmCurve& b = *cv.curve;
@@ -93,7 +85,7 @@ TEST(CurveData, DifferencesOfAClosedChainSumToZero) {
 }
 
 TEST(CurveData, LengthZeroKeepsTheCurveAndBadInputIsRefused) {
-    std::vector<unsigned char> c = rect(3, 3);
+    std::vector<unsigned char> c = testchains::box(3, 3);
     CurveConverter cv;
     EXPECT_EQ(cv.tolerance, 1.0);
     ASSERT_TRUE(cv.getCurveData(c.data(), 12, POINT{0, 0}));
@@ -109,7 +101,7 @@ TEST(CurveData, LengthZeroKeepsTheCurveAndBadInputIsRefused) {
 }
 
 TEST(CurveFilters, NeutralWindowsAndFailures) {
-    std::vector<unsigned char> c = rect(7, 5);
+    std::vector<unsigned char> c = testchains::box(7, 5);
     CurveConverter cv;
     ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{0, 0}));
     std::vector<double> x(cv.curve->diffX, cv.curve->diffX + cv.curve->count);
@@ -126,7 +118,7 @@ TEST(CurveFilters, NeutralWindowsAndFailures) {
 }
 
 TEST(CurveFilters, FiltersKeepTheCurveClosed) {
-    std::vector<unsigned char> c = rect(9, 6);
+    std::vector<unsigned char> c = testchains::box(9, 6);
     for (int k : {2, 3, 5, 40}) {  // 40: wider than the chain of 30
         CurveConverter a, b;
         ASSERT_TRUE(a.getCurveData(c.data(), static_cast<int>(c.size()), POINT{0, 0}));
@@ -157,7 +149,7 @@ TEST(CurveFilters, ShortChainIsNotSmoothed) {
 }
 
 TEST(StraightLines, RectangleGivesFourCornerNodes) {
-    std::vector<unsigned char> c = rect(8, 5);
+    std::vector<unsigned char> c = testchains::box(8, 5);
     CurveConverter cv(1.0);
     ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{3, 2}));
     ASSERT_TRUE(cv.dropSmartMedian());
@@ -182,7 +174,7 @@ TEST(StraightLines, RectangleGivesFourCornerNodes) {
 
 TEST(StraightLines, TailJoinsRunZero) {
     // A rectangle whose chain starts two steps into its top side.
-    std::vector<unsigned char> c = rect(8, 5);
+    std::vector<unsigned char> c = testchains::box(8, 5);
     std::vector<unsigned char> rotated(c.begin() + 2, c.end());
     rotated.insert(rotated.end(), c.begin(), c.begin() + 2);
     CurveConverter cv(1.0);
@@ -314,7 +306,7 @@ TEST(BezierFit, RandomClosedChainsGiveFiniteClosedCurvesNearTheChain) {
 }
 
 TEST(BezierFit, NodeAtTheOriginComesOutAtOneOne) {
-    std::vector<unsigned char> c = rect(6, 6);
+    std::vector<unsigned char> c = testchains::box(6, 6);
     CurveConverter cv(1.0);
     ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{0, 0}));
     ASSERT_TRUE(cv.dropSmartMedian());

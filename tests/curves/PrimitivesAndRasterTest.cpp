@@ -5,17 +5,9 @@
 #include <vector>
 
 #include "curves/CurveConverter.h"
+#include "ChainShapes.h"
 
 namespace {
-
-std::vector<unsigned char> rect(int w, int h) {
-    std::vector<unsigned char> c;
-    c.insert(c.end(), w, 0);
-    c.insert(c.end(), h, 1);
-    c.insert(c.end(), w, 2);
-    c.insert(c.end(), h, 3);
-    return c;
-}
 
 void load(CurveConverter& cv, std::vector<unsigned char>& c, POINT start) {
     ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), start));
@@ -30,7 +22,7 @@ int countValue(const std::vector<unsigned char>& b, unsigned char v) {
 }  // namespace
 
 TEST(Primitives, StepMarkingNeedsTheNodeMeasuresFirst) {
-    std::vector<unsigned char> c = rect(12, 8);
+    std::vector<unsigned char> c = testchains::box(12, 8);
     CurveConverter cv;
     load(cv, c, POINT{0, 0});
     EXPECT_FALSE(cv.markPrimitives(0.1));
@@ -41,7 +33,7 @@ TEST(Primitives, StepMarkingNeedsTheNodeMeasuresFirst) {
 }
 
 TEST(Primitives, StraightStretchInnerStepsAndEnds) {
-    std::vector<unsigned char> c = rect(12, 8);
+    std::vector<unsigned char> c = testchains::box(12, 8);
     CurveConverter cv;
     load(cv, c, POINT{0, 0});
     ASSERT_TRUE(cv.markPrimitivesQS(0.1));
@@ -57,7 +49,7 @@ TEST(Primitives, StraightStretchInnerStepsAndEnds) {
 }
 
 TEST(Primitives, TurnMeasureAtARightAngleIsOneOverTheSide) {
-    std::vector<unsigned char> c = rect(10, 10);
+    std::vector<unsigned char> c = testchains::box(10, 10);
     CurveConverter cv;
     load(cv, c, POINT{0, 0});
     ASSERT_TRUE(cv.dropSmartMedian());
@@ -70,7 +62,7 @@ TEST(Primitives, TurnMeasureAtARightAngleIsOneOverTheSide) {
 }
 
 TEST(Rasterisers, CurveLeavingTheRasterIsDrawnAlongTheBorder) {
-    std::vector<unsigned char> c = rect(20, 4);
+    std::vector<unsigned char> c = testchains::box(20, 4);
     CurveConverter cv;
     load(cv, c, POINT{0, 0});
     std::vector<RGBQUAD> px(10 * 10, RGBQUAD{0, 0, 0, 0});
@@ -84,7 +76,7 @@ TEST(Rasterisers, CurveLeavingTheRasterIsDrawnAlongTheBorder) {
 }
 
 TEST(Rasterisers, NodeAndCornerMarkers) {
-    std::vector<unsigned char> c = rect(16, 16);
+    std::vector<unsigned char> c = testchains::box(16, 16);
     CurveConverter cv;
     load(cv, c, POINT{10, 10});
     ASSERT_TRUE(cv.dropSmartMedian());
@@ -129,7 +121,7 @@ TEST(Rasterisers, MarkerAtColumnZeroPaintsTheRowAboveAndStaysInTheBuffer) {
 }
 
 TEST(Rasterisers, PolygonFollowsMarks) {
-    std::vector<unsigned char> c = rect(10, 6);
+    std::vector<unsigned char> c = testchains::box(10, 6);
     CurveConverter cv;
     load(cv, c, POINT{2, 2});
     ASSERT_TRUE(cv.dropSmartMedian());

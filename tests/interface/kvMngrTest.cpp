@@ -5,18 +5,11 @@
 
 #include "containment/ExportOutLineTree.h"
 #include "interface/kvMngr.h"
+#include "ChainShapes.h"
 
 namespace {
-std::vector<unsigned char> rect(int w, int h) {
-    std::vector<unsigned char> c;
-    c.insert(c.end(), w, 0);
-    c.insert(c.end(), h, 1);
-    c.insert(c.end(), w, 2);
-    c.insert(c.end(), h, 3);
-    return c;
-}
 ExportOutLineTree* node(int w, int h, int pos) {
-    std::vector<unsigned char> c = rect(w, h);
+    std::vector<unsigned char> c = testchains::box(w, h);
     return new ExportOutLineTree(c.data(), static_cast<int>(c.size()), pos);
 }
 int holes(const ExportOutLineTree* t) {

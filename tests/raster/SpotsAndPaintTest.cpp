@@ -14,6 +14,7 @@
 #include "tracer/AllOutLines.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
+#include "ChainShapes.h"
 
 namespace {
 
@@ -21,15 +22,6 @@ ListOfOutLines* loop(POINT s, std::vector<unsigned char> codes, DWORD color = 0)
     ListOfOutLines* n = new ListOfOutLines(color);
     n->FreeAllocAndPutData(codes.data(), static_cast<long>(codes.size()), s);
     return n;
-}
-
-std::vector<unsigned char> rect(int w, int h) {
-    std::vector<unsigned char> c;
-    c.insert(c.end(), w - 1, 0);
-    c.insert(c.end(), h - 1, 1);
-    c.insert(c.end(), w - 1, 2);
-    c.insert(c.end(), h - 1, 3);
-    return c;
 }
 
 // An 8-bit bitmap with a small palette and a view object over it.
@@ -69,13 +61,13 @@ struct Host {
 
 TEST(SpotWeights, SumOverNestedOutlines) {
     Host host(10, 10, 3);
-    ListOfOutLines* root = loop(POINT{0, 0}, rect(10, 10));
+    ListOfOutLines* root = loop(POINT{0, 0}, testchains::boxOfPixels(10, 10));
     root->pixelCount = 50;
-    root->child = loop(POINT{1, 1}, rect(4, 4));
+    root->child = loop(POINT{1, 1}, testchains::boxOfPixels(4, 4));
     root->child->pixelCount = 10;
-    root->child->next = loop(POINT{5, 5}, rect(4, 4));
+    root->child->next = loop(POINT{5, 5}, testchains::boxOfPixels(4, 4));
     root->child->next->pixelCount = 7;
-    root->child->child = loop(POINT{2, 2}, rect(2, 2));
+    root->child->child = loop(POINT{2, 2}, testchains::boxOfPixels(2, 2));
     root->child->child->pixelCount = 3;
     host.m->setContourWeight(root);
     EXPECT_EQ(root->tag, 70);
@@ -92,7 +84,7 @@ TEST(SpotWeights, SumOverNestedOutlines) {
 TEST(SpotWeights, MarkingThresholdAndEmptyOutlines) {
     Host host(10, 10, 3);
     // A leaf of p pixels is marked when p + 1 <= tol.
-    ListOfOutLines* leaf = loop(POINT{1, 1}, rect(3, 3));
+    ListOfOutLines* leaf = loop(POINT{1, 1}, testchains::boxOfPixels(3, 3));
     leaf->pixelCount = 9;
     host.m->setContourWeight(leaf);
     host.m->eliminateSmallWeightSpots(leaf, 9);
@@ -168,7 +160,7 @@ TEST(Restitution, Mode3PaintsThroughTheContainmentTree) {
 TEST(OutlineChecks, LoopsSelfIntersectionAndMaxLen) {
     Host host(10, 10, 2);
     ListOfOutLines* open = loop(POINT{1, 1}, {0, 0, 1});
-    ListOfOutLines* closed = loop(POINT{1, 1}, rect(3, 3));
+    ListOfOutLines* closed = loop(POINT{1, 1}, testchains::boxOfPixels(3, 3));
     ListOfOutLines* eight = loop(POINT{4, 3}, {1, 2, 2, 3, 3, 2, 2, 3, 3, 0, 0, 1, 1, 0, 0, 1});
     ListOfOutLines empty(0);
     EXPECT_FALSE(host.m->checkLoops(open));
@@ -194,9 +186,9 @@ TEST(OutlineChecks, LoopsSelfIntersectionAndMaxLen) {
 TEST(OutlineChecks, DoubleLinesWithRadiusZero) {
     Host host(10, 10, 2);
     ListOfOutLines node(0);
-    node.parts = loop(POINT{1, 1}, rect(4, 4));
-    node.parts->next = loop(POINT{1, 1}, rect(4, 4));        // the same pixels
-    node.parts->next->next = loop(POINT{1, 1}, rect(5, 4));  // one pixel more
+    node.parts = loop(POINT{1, 1}, testchains::boxOfPixels(4, 4));
+    node.parts->next = loop(POINT{1, 1}, testchains::boxOfPixels(4, 4));        // the same pixels
+    node.parts->next->next = loop(POINT{1, 1}, testchains::boxOfPixels(5, 4));  // one pixel more
     host.m->elimDoublelines(&node, 0);
     EXPECT_EQ(node.parts->checkState, 1);
     EXPECT_EQ(node.parts->next->checkState, 0);
@@ -207,8 +199,8 @@ TEST(OutlinePainting, PaintsOnWhiteAndHonoursLengths) {
     Host host(12, 12, 2);
     AllOutLines rec;
     rec.width = rec.height = 12;
-    rec.outLines = loop(POINT{1, 1}, rect(6, 6));
-    rec.outLines->child = loop(POINT{3, 3}, rect(2, 2));  // 4 steps
+    rec.outLines = loop(POINT{1, 1}, testchains::boxOfPixels(6, 6));
+    rec.outLines->child = loop(POINT{3, 3}, testchains::boxOfPixels(2, 2));  // 4 steps
     host.m->PaintOutLines(rec, 5, -1, 2);
     EXPECT_EQ(host.at(1, 1), 2);
     EXPECT_EQ(host.at(6, 6), 2);
@@ -236,7 +228,8 @@ TEST(Restitution, FramesAreNotPaintedButTheirHolesAre) {
     ExposedManipulator m(host.view.get(), host.bitmap, 0, 0, 3);
     // A frame round the whole raster (clockwise: filling would reach inside)
     // with one outline hole, also clockwise, in blue.
-    std::vector<unsigned char> big = rect(12, 12), small = rect(4, 4);
+    std::vector<unsigned char> big = testchains::boxOfPixels(12, 12),
+                               small = testchains::boxOfPixels(4, 4);
     ExportOutLineTree* frame = new ExportOutLineTree(big.data(), static_cast<int>(big.size()), 0);
     frame->setColor(0x0000FF);
     ExportOutLineTree* hole =

@@ -6,6 +6,7 @@
 
 #include "tracer/ChainCode.h"
 #include "tracer/HierarchyWorker.h"
+#include "ChainShapes.h"
 
 namespace {
 
@@ -13,15 +14,6 @@ ListOfOutLines* outline(POINT start, std::vector<unsigned char> codes, DWORD col
     ListOfOutLines* n = new ListOfOutLines(color);
     n->FreeAllocAndPutData(codes.data(), static_cast<long>(codes.size()), start);
     return n;
-}
-
-std::vector<unsigned char> rectCodes(int w, int h) {
-    std::vector<unsigned char> c;
-    c.insert(c.end(), w - 1, 0);
-    c.insert(c.end(), h - 1, 1);
-    c.insert(c.end(), w - 1, 2);
-    c.insert(c.end(), h - 1, 3);
-    return c;
 }
 
 std::vector<int> codesOf(const ListOfOutLines* n) {
@@ -38,7 +30,7 @@ int listLength(const ListOfOutLines* n) {
 
 TEST(HierarchyWorkerSplit, OutlineWithoutChildrenGetsItsOwnCopy) {
     HierarchyWorker w(20 * 20, 20);
-    ListOfOutLines* o = outline(POINT{1, 1}, rectCodes(5, 4));
+    ListOfOutLines* o = outline(POINT{1, 1}, testchains::boxOfPixels(5, 4));
     w.splitIntoParts(o);
     ASSERT_EQ(listLength(o->parts), 1);
     EXPECT_EQ(codesOf(o->parts), codesOf(o));
@@ -50,9 +42,9 @@ TEST(HierarchyWorkerSplit, OutlineWithoutChildrenGetsItsOwnCopy) {
 
 TEST(HierarchyWorkerSplit, FreeChildrenGetReversedCopiesBehindTheOutline) {
     HierarchyWorker w(30 * 30, 30);
-    ListOfOutLines* o = outline(POINT{0, 0}, rectCodes(20, 20));
-    ListOfOutLines* a = outline(POINT{3, 3}, rectCodes(4, 4));
-    ListOfOutLines* b = outline(POINT{10, 10}, rectCodes(3, 5));
+    ListOfOutLines* o = outline(POINT{0, 0}, testchains::boxOfPixels(20, 20));
+    ListOfOutLines* a = outline(POINT{3, 3}, testchains::boxOfPixels(4, 4));
+    ListOfOutLines* b = outline(POINT{10, 10}, testchains::boxOfPixels(3, 5));
     // c shares exactly one pixel visit with o, (0, 10): still free.
     ListOfOutLines* c = outline(POINT{0, 10}, {0, 0, 1, 2, 3, 2});
     o->child = a;
@@ -81,7 +73,7 @@ TEST(HierarchyWorkerSplit, WorkedSplitWithOneDetour) {
     HierarchyWorker w(10 * 10, 10);
     // O runs round a 6 x 4 rectangle; its child C follows it but leaves the
     // top edge at a = (1, 0) and comes back at b = (3, 0) one row lower.
-    ListOfOutLines* o = outline(POINT{0, 0}, rectCodes(6, 4), 0x00ABCDEF);
+    ListOfOutLines* o = outline(POINT{0, 0}, testchains::boxOfPixels(6, 4), 0x00ABCDEF);
     ListOfOutLines* c =
         outline(POINT{0, 0}, {0, 1, 0, 0, 3, 0, 0, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3, 3});
     ASSERT_TRUE(chaincode::isClosed(c->data, c->len, c->start));
@@ -105,7 +97,7 @@ TEST(HierarchyWorkerSplit, WorkedSplitWithOneDetour) {
 
 TEST(HierarchyWorkerSplit, DetourThatNeverReturnsIsDropped) {
     HierarchyWorker w(10 * 10, 10);
-    ListOfOutLines* o = outline(POINT{0, 0}, rectCodes(6, 4));
+    ListOfOutLines* o = outline(POINT{0, 0}, testchains::boxOfPixels(6, 4));
     // The child shares two pixels with o and then wanders off for good.
     ListOfOutLines* c = outline(POINT{0, 0}, {0, 1, 1, 2, 3, 3});
     o->child = c;
@@ -138,7 +130,7 @@ TEST(HierarchyWorkerSimplify, ShortLoopsAreDroppedAndSimpleOnesKept) {
     HierarchyWorker w(10 * 10, 10);
     ListOfOutLines* node = new ListOfOutLines(0);
     node->parts = outline(POINT{1, 1}, {0, 1, 2});  // three codes
-    node->parts->next = outline(POINT{1, 1}, rectCodes(3, 3));
+    node->parts->next = outline(POINT{1, 1}, testchains::boxOfPixels(3, 3));
     node->parts->next->next = outline(POINT{5, 5}, {0, 2, 0, 2});  // no pixel visited once
     node->child = new ListOfOutLines(0);
     node->child->parts = outline(POINT{2, 2}, {0, 2});

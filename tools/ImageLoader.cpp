@@ -78,7 +78,8 @@ void ImageLoader::composite(RasterImage& img, const std::vector<uint8_t>& rgba, 
     }
 }
 
-bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out, std::string& error) {
+bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out,
+                          std::vector<uint8_t>& rgba, std::string& error) {
     PngError err = {};
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &err, pngError, pngWarning);
     if (!png) {
@@ -86,7 +87,6 @@ bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out, std::s
         return false;
     }
     png_infop info = png_create_info_struct(png);
-    std::vector<uint8_t> rgba;
     std::vector<png_bytep> rows;
     if (!info || setjmp(png_jmpbuf(png))) {
         png_destroy_read_struct(&png, info ? &info : nullptr, nullptr);
@@ -115,20 +115,11 @@ bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out, std::s
     png_read_image(png, rows.data());
     png_read_end(png, nullptr);
     png_destroy_read_struct(&png, &info, nullptr);
-    out.pixels.clear();
-    out.alpha.assign(rgba.size() / 4, 255);
-    // Keep the straight colours; compositing happens in load().
-    out.pixels.resize(rgba.size() / 4);
-    std::vector<uint8_t>& keep = rgba;
-    out.alpha.resize(keep.size() / 4);
-    for (size_t i = 0; i < keep.size() / 4; ++i) {
-        out.pixels[i] = RGBQUAD{keep[4 * i + 2], keep[4 * i + 1], keep[4 * i], 0};
-        out.alpha[i] = keep[4 * i + 3];
-    }
     return true;
 }
 
-bool ImageLoader::loadJpeg(FILE* f, long long maxPixels, RasterImage& out, std::string& error) {
+bool ImageLoader::loadJpeg(FILE* f, long long maxPixels, RasterImage& out,
+                           std::vector<uint8_t>& rgba, std::string& error) {
     jpeg_decompress_struct cinfo;
     JpegError err;
     cinfo.err = jpeg_std_error(&err.mgr);
@@ -159,14 +150,19 @@ bool ImageLoader::loadJpeg(FILE* f, long long maxPixels, RasterImage& out, std::
     jpeg_destroy_decompress(&cinfo);
     out.width = w;
     out.height = h;
-    out.pixels.resize(static_cast<size_t>(w) * h);
-    out.alpha.assign(static_cast<size_t>(w) * h, 255);
-    for (size_t i = 0; i < out.pixels.size(); ++i)
-        out.pixels[i] = RGBQUAD{rgb[3 * i + 2], rgb[3 * i + 1], rgb[3 * i], 0};
+    size_t n = static_cast<size_t>(w) * h;
+    rgba.resize(n * 4);
+    for (size_t i = 0; i < n; ++i) {
+        rgba[4 * i] = rgb[3 * i];
+        rgba[4 * i + 1] = rgb[3 * i + 1];
+        rgba[4 * i + 2] = rgb[3 * i + 2];
+        rgba[4 * i + 3] = 255;
+    }
     return true;
 }
 
-bool ImageLoader::loadWithStb(FILE* f, long long maxPixels, RasterImage& out, std::string& error) {
+bool ImageLoader::loadWithStb(FILE* f, long long maxPixels, RasterImage& out,
+                              std::vector<uint8_t>& rgba, std::string& error) {
     int w = 0, h = 0, comp = 0;
     long pos = ftell(f);
     if (!stbi_info_from_file(f, &w, &h, &comp)) {
@@ -182,13 +178,7 @@ bool ImageLoader::loadWithStb(FILE* f, long long maxPixels, RasterImage& out, st
     }
     out.width = w;
     out.height = h;
-    size_t n = static_cast<size_t>(w) * h;
-    out.pixels.resize(n);
-    out.alpha.resize(n);
-    for (size_t i = 0; i < n; ++i) {
-        out.pixels[i] = RGBQUAD{data[4 * i + 2], data[4 * i + 1], data[4 * i], 0};
-        out.alpha[i] = data[4 * i + 3];
-    }
+    rgba.assign(data, data + static_cast<size_t>(w) * h * 4);
     stbi_image_free(data);
     return true;
 }
@@ -208,26 +198,19 @@ bool ImageLoader::load(const std::string& path, long long maxPixels, Background 
     }
     rewind(f.get());
     bool ok;
+    std::vector<uint8_t> rgba;  // straight colours and alpha, row 0 at the top
     if (got >= 8 && png_sig_cmp(magic, 0, 8) == 0) {
-        ok = loadPng(f.get(), maxPixels, out, error);
+        ok = loadPng(f.get(), maxPixels, out, rgba, error);
     } else if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) {
-        ok = loadJpeg(f.get(), maxPixels, out, error);
+        ok = loadJpeg(f.get(), maxPixels, out, rgba, error);
     } else if ((got >= 2 && magic[0] == 'B' && magic[1] == 'M') ||
                (got >= 6 && memcmp(magic, "GIF8", 4) == 0)) {
-        ok = loadWithStb(f.get(), maxPixels, out, error);
+        ok = loadWithStb(f.get(), maxPixels, out, rgba, error);
     } else {
         error = "unsupported format (PNG, JPEG, BMP and GIF are read)";
         return false;
     }
     if (!ok) return false;
-    // Composite straight colours over the background.
-    std::vector<uint8_t> rgba(out.pixels.size() * 4);
-    for (size_t i = 0; i < out.pixels.size(); ++i) {
-        rgba[4 * i] = out.pixels[i].rgbRed;
-        rgba[4 * i + 1] = out.pixels[i].rgbGreen;
-        rgba[4 * i + 2] = out.pixels[i].rgbBlue;
-        rgba[4 * i + 3] = out.alpha[i];
-    }
     composite(out, rgba, background);
     return true;
 }

@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
+#include <vector>
 
 #include "tools/RasterImage.h"
 
@@ -21,8 +23,13 @@ public:
                      RasterImage& out, std::string& error);
 
 protected:
-    static bool loadPng(FILE* f, long long maxPixels, RasterImage& out, std::string& error);
-    static bool loadJpeg(FILE* f, long long maxPixels, RasterImage& out, std::string& error);
-    static bool loadWithStb(FILE* f, long long maxPixels, RasterImage& out, std::string& error);
+    // Each decoder sets out.width and out.height and fills rgba (4 bytes a
+    // pixel: red, green, blue, alpha; row 0 at the top).
+    static bool loadPng(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,
+                        std::string& error);
+    static bool loadJpeg(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,
+                         std::string& error);
+    static bool loadWithStb(FILE* f, long long maxPixels, RasterImage& out,
+                            std::vector<uint8_t>& rgba, std::string& error);
     static void composite(RasterImage& img, const std::vector<uint8_t>& rgba, Background bg);
 };

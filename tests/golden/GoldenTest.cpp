@@ -1,0 +1,283 @@
+// Golden results: whole traces of fixed pictures, hashed at three points of
+// the pipeline. Any change to what the tracer stores (outline tree with its
+// parts and children), to the containment tree, or to the output contour tree
+// (chains, starts, colours, roles, Bezier points) changes a hash.
+//
+// A change that is meant to alter results updates the table below; run the
+// program with OM1_GOLDEN_PRINT=1 to print the table as it is now.
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "GoldenPictures.h"
+#include "containment/CntmTreeCreator.h"
+#include "containment/ExportOutLinesStruct.h"
+#include "interface/om1.h"
+#include "raster/OutLineManipulator.h"
+#include "tracer/AllOutLines.h"
+#include "tracer/ListOfOutLines.h"
+#include "tracer/Ombrel.h"
+
+#ifndef OM1_SOURCE_DIR
+#define OM1_SOURCE_DIR "."
+#endif
+
+namespace {
+
+using golden::Picture;
+
+// FNV-1a, 64 bits, over a canonical stream of values.
+struct Hash {
+    uint64_t h = 1469598103934665603ull;
+    void byte(uint8_t b) {
+        h ^= b;
+        h *= 1099511628211ull;
+    }
+    void i64(long long v) {
+        for (int k = 0; k < 8; ++k)
+            byte(static_cast<uint8_t>(static_cast<unsigned long long>(v) >> (8 * k)));
+    }
+    void bytes(const unsigned char* p, int n) {
+        i64(n);
+        for (int k = 0; p && k < n; ++k) byte(p[k]);
+    }
+    // Bezier points to a millionth of a pixel, so that the last bits of the
+    // maths library do not matter.
+    void real(double v) { i64(std::llround(v * 1e6)); }
+    std::string hex() const {
+        char s[17];
+        std::snprintf(s, sizeof s, "%016llx", static_cast<unsigned long long>(h));
+        return s;
+    }
+};
+
+// The outline tree: pre-order over child, next, parts and extraLink with a
+// marker for every missing link. Walked with an explicit stack.
+std::string hashOutlines(int result, const ListOfOutLines* root) {
+    Hash hs;
+    hs.i64(result);
+    std::vector<const ListOfOutLines*> stack{root};
+    while (!stack.empty()) {
+        const ListOfOutLines* n = stack.back();
+        stack.pop_back();
+        if (!n) {
+            hs.byte(0);
+            continue;
+        }
+        hs.byte(1);
+        hs.i64(n->checkState);
+        hs.i64(n->start.x);
+        hs.i64(n->start.y);
+        hs.bytes(n->data, n->len);
+        for (int b : n->bounds) hs.i64(b);
+        hs.i64(n->pixelCount);
+        hs.i64(n->paletteIndex);
+        hs.i64(n->color);
+        hs.i64(n->tag);
+        hs.i64(n->isFrame);
+        hs.i64(n->allHolesFree);
+        hs.i64(n->kind);
+        stack.push_back(n->extraLink);
+        stack.push_back(n->parts);
+        stack.push_back(n->next);
+        stack.push_back(n->child);
+    }
+    return hs.hex();
+}
+
+std::string hashExport(const ExportOutLineTree* root) {
+    Hash hs;
+    std::vector<const ExportOutLineTree*> stack{root};
+    while (!stack.empty()) {
+        const ExportOutLineTree* n = stack.back();
+        stack.pop_back();
+        if (!n) {
+            hs.byte(0);
+            continue;
+        }
+        hs.byte(1);
+        hs.i64(n->type);
+        hs.i64(n->valid);
+        for (int b : n->bounds) hs.i64(b);
+        hs.bytes(n->data, n->len);
+        hs.i64(n->startPos);
+        hs.byte(n->color.rgbBlue);
+        hs.byte(n->color.rgbGreen);
+        hs.byte(n->color.rgbRed);
+        hs.byte(n->color.rgbReserved);
+        int holes = 0;
+        for (const HoleNode* h = n->holes; h; h = h->next) ++holes;
+        hs.i64(holes);
+        std::vector<const ExportOutLineTree*> list;
+        for (const HoleNode* h = n->holes; h; h = h->next) list.push_back(h->tree);
+        for (auto it = list.rbegin(); it != list.rend(); ++it) stack.push_back(*it);
+    }
+    return hs.hex();
+}
+
+std::string hashKvCtree(int result, const KvCtree* root) {
+    Hash hs;
+    hs.i64(result);
+    std::vector<const KvCtree*> stack{root};
+    while (!stack.empty()) {
+        const KvCtree* n = stack.back();
+        stack.pop_back();
+        if (!n) {
+            hs.byte(0);
+            continue;
+        }
+        hs.byte(1);
+        hs.i64(n->isFrame);
+        hs.bytes(n->chain, n->dirNum);
+        hs.i64(n->startOffset);
+        hs.byte(n->color.rgbBlue);
+        hs.byte(n->color.rgbGreen);
+        hs.byte(n->color.rgbRed);
+        hs.byte(n->color.rgbReserved);
+        hs.i64(n->bezierCount);
+        for (int k = 0; n->bezier && k < n->bezierCount; ++k) {
+            hs.real(n->bezier[k].x);
+            hs.real(n->bezier[k].y);
+        }
+        std::vector<const KvCtree*> list;
+        for (const KvCtree::Holes* h = n->holes; h; h = h->next) list.push_back(h->ctree);
+        hs.i64(static_cast<long long>(list.size()));
+        for (auto it = list.rbegin(); it != list.rend(); ++it) stack.push_back(*it);
+    }
+    return hs.hex();
+}
+
+Picture loadPng(const std::string& path) {
+    Picture p;
+    png_image img{};
+    img.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&img, path.c_str())) return p;
+    img.format = PNG_FORMAT_BGRA;
+    std::vector<uint8_t> buf(PNG_IMAGE_SIZE(img));
+    if (!png_image_finish_read(&img, nullptr, buf.data(), 0, nullptr)) return p;
+    p = Picture(static_cast<int>(img.width), static_cast<int>(img.height));
+    for (size_t i = 0; i < p.px.size(); ++i)
+        p.px[i] = RGBQUAD{buf[4 * i], buf[4 * i + 1], buf[4 * i + 2], 0};
+    return p;
+}
+
+const Picture& picture(const std::string& name) {
+    static std::vector<std::pair<std::string, Picture>> cache;
+    for (auto& e : cache)
+        if (e.first == name) return e.second;
+    Picture p;
+    if (name == "photo")
+        p = golden::photoLike(96, 72, 7);
+    else if (name == "photo-wide")
+        p = golden::photoLike(131, 37, 99);
+    else if (name == "antialiased")
+        p = golden::antiAliased(90, 64);
+    else if (name == "mosaic")
+        p = golden::mosaic(golden::photoLike(48, 36, 3), 2);
+    else if (name == "lines")
+        p = golden::thinLines(41, 30);
+    else if (name == "noise4")
+        p = golden::fourColourNoise(33, 25, 5);
+    else if (name == "example")
+        p = loadPng(OM1_SOURCE_DIR "/examples/shapes.png");
+    cache.emplace_back(name, std::move(p));
+    return cache.back().second;
+}
+
+struct Case {
+    const char* picture;
+    int tolerancePercent;
+    int minOutlineLen;
+    int curveTolerance;
+    int maxOutlines;
+    const char* outlines;  // hash of the tracer's outline tree
+    const char* exported;  // hash of the containment tree
+    const char* ctree;     // hash of the entry point's result
+};
+
+// clang-format off
+const Case kCases[] = {
+    {"photo",        10,  4, 1, 100000, "50d3a3abb6f93184", "db6cef2fadf444dc", "ce0c1a4db38c91ad"},
+    {"photo",         0,  4, 1, 100000, "143191bbe7183e07", "d710d1b468109748", "f1bb2ff7d89eb765"},
+    {"photo",        25, 12, 2, 100000, "e30cb359a979a683", "fc256121ca26048d", "9b3bafa41722dfb5"},
+    {"photo-wide",   15,  8, 1, 100000, "58067600cf88d1c1", "443a933f1e0695b0", "984c0db01968016c"},
+    {"antialiased",   5,  4, 1, 100000, "b5577ea364d01ff8", "9974ad5fa02d91c3", "75856e546bfe783c"},
+    {"antialiased",  20,  4, 3, 100000, "29afdbdfa1ab8bd2", "388e41b4bf6b6cc8", "db55ae1fb13f4c6e"},
+    {"mosaic",       10,  4, 1, 100000, "74bb1e7c4b2f9374", "04664204c49532d8", "0a0df6d9776caacf"},
+    {"mosaic",       10, 30, 1, 100000, "7f2cc7f77fc586e2", "ac443558756f2d03", "97839ba100dcdb99"},
+    {"lines",         0,  4, 1, 100000, "4d9547dd15fcf7b8", "6c413b1c2104ae6d", "335b265162f8b7f6"},
+    {"lines",        10,  1, 1, 100000, "84455c5426e87b27", "968da1a7a7f1c5b0", "3b81eb147b20d8d4"},
+    {"noise4",        0,  4, 1, 100000, "df9c7deb79a2a7eb", "10f26345c44ce2c1", "8cd9cb590fa6c484"},
+    {"noise4",       30,  2, 1, 100000, "8f2ae6325dea9894", "3d0aba71f04fbbed", "df4e36d99caee272"},
+    {"noise4",        0,  4, 1,     50, "5eb6206a76aba3d9", "7bd79659501149a5", "497c1ed27cc05c9a"},
+    {"example",      10,  4, 1, 100000, "59773c7f0d2b9120", "ea987d5d088a6847", "26b58c8f36edbf50"},
+    {"example",       0,  8, 1, 100000, "57bbebadf32dc344", "c8bd077597d20f5e", "bf7941ba0b2a317f"},
+};
+// clang-format on
+
+struct Hashes {
+    std::string outlines, exported, ctree;
+};
+
+// The tracer's and the containment builder's results, as the entry point
+// produces them on its way (seeds 0 to 8 until a region node with parts).
+Hashes run(const Case& c) {
+    Hashes out;
+    Picture pic = picture(c.picture);
+    int tol = static_cast<int>(c.tolerancePercent * 2.55);
+    AllOutLines all;
+    int result = 1;
+    for (int i = 0; i < 9; ++i) {
+        OutLineManipulator olm(pic.px.data(), pic.w, pic.h, tol, c.minOutlineLen, 3, 0);
+        Ombrel tracer(&olm);
+        if (!tracer.isValid()) continue;
+        delete all.outLines;
+        all.outLines = nullptr;
+        result = tracer.DoOmbrel_(all, tracer.generateInitPoint(i, pic.w, pic.h), c.maxOutlines);
+        if (all.outLines && all.outLines->parts) break;
+    }
+    out.outlines = hashOutlines(result, all.outLines);
+    if (result == 0 && all.outLines && all.outLines->parts) {
+        ExportOutLinesStruct exported(nullptr, pic.w);
+        CntmTreeCreator creator(pic.w, pic.h);
+        bool built = creator.createCntmTree(exported, all);
+        out.exported = built ? hashExport(exported.exportTree) : "failed";
+    } else {
+        out.exported = "none";
+    }
+    delete all.outLines;
+
+    KvCtree* tree = nullptr;
+    int r = om1_kvTrace1Bmp(tree, pic.px.data(), pic.w, pic.h, c.tolerancePercent, c.minOutlineLen,
+                            c.maxOutlines, c.curveTolerance, 0.0);
+    out.ctree = hashKvCtree(r, tree);
+    om1_delKvCTree(tree);
+    return out;
+}
+
+TEST(Golden, WholeTracesAreUnchanged) {
+    bool print = std::getenv("OM1_GOLDEN_PRINT") != nullptr;
+    for (const Case& c : kCases) {
+        ASSERT_FALSE(picture(c.picture).px.empty()) << c.picture;
+        Hashes h = run(c);
+        if (print)
+            std::printf("    {%-14s %3d, %2d, %d, %6d, \"%s\", \"%s\", \"%s\"},\n",
+                        ("\"" + std::string(c.picture) + "\",").c_str(), c.tolerancePercent,
+                        c.minOutlineLen, c.curveTolerance, c.maxOutlines, h.outlines.c_str(),
+                        h.exported.c_str(), h.ctree.c_str());
+        SCOPED_TRACE(std::string(c.picture) + " tolerance " + std::to_string(c.tolerancePercent) +
+                     " min length " + std::to_string(c.minOutlineLen));
+        EXPECT_EQ(h.outlines, c.outlines);
+        EXPECT_EQ(h.exported, c.exported);
+        EXPECT_EQ(h.ctree, c.ctree);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,68 @@
+"""Checks of the quality report's measures on hand-made SVG."""
+
+import math
+import os
+import sys
+
+import numpy as np
+import pytest
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "scripts"))
+import quality_metrics as qm  # noqa: E402
+
+
+def svg(body, w=10, h=10):
+    return (f'<svg xmlns="http://www.w3.org/2000/svg" width="{w}" height="{h}" '
+            f'viewBox="0 0 {w} {h}">{body}</svg>').encode()
+
+
+@pytest.mark.parametrize("body, overlap, covered", [
+    # Two squares sharing the edge x = 5, written in different command styles.
+    ('<path d="M0 0H5V10H0Z"/><path d="m5 0 l5 0 0 10 -5 0z"/>', 0, 100),
+    # Overlapping by one pixel column.
+    ('<path d="M0 0L6 0L6 10L0 10Z"/><path d="M5 0L10 0L10 10L5 10Z"/>', 10, 100),
+    # A ring (even-odd hole) and the disc-free square in its hole.
+    ('<path fill-rule="evenodd" d="M0 0H10V10H0ZM2 2H8V8H2Z"/><path d="M2 2H8V8H2Z"/>', 0, 100),
+    # Without even-odd the same ring covers its hole (same direction subpaths).
+    ('<path d="M0 0H10V10H0ZM2 2H8V8H2Z"/><path d="M2 2H8V8H2Z"/>', 36, 100),
+    # A translated square over a curve-bounded shape: covers centres, not corners.
+    ('<path d="M0 0Q5 0 5 5T10 10V0Z" transform="translate(0,0)"/>', 0, None),
+])
+def test_overlap(body, overlap, covered):
+    shapes = qm.SvgShapes(svg(body))
+    cov = shapes.coverage(10, 10)
+    assert shapes.overlap(10, 10) == overlap
+    if covered is not None:
+        assert np.count_nonzero(cov) == covered
+
+
+def test_path_and_segment_counts():
+    shapes = qm.SvgShapes(svg('<g transform="translate(1 2)"><path d="M0 0C1 0 2 1 2 2S3 4 4 4L0 4Z"/>'
+                              '<path fill="none" d="M0 0h3v3"/></g>'))
+    assert shapes.paths == 2
+    assert shapes.segments == 5
+    assert len(shapes.shapes) == 1
+    assert shapes.shapes[0][0][0][0].tolist() == [1.0, 2.0]
+
+
+def test_identical_images_and_wrong_share():
+    a = np.zeros((4, 4, 3), dtype=np.uint8)
+    assert qm.psnr(a, a) == math.inf
+    b = a.copy()
+    b[0, 0, 2] = 33
+    b[1, 1, 0] = 32
+    assert qm.wrong_share(a, b) == pytest.approx(1 / 16)
+    assert qm.psnr(a, b) < 60
+
+
+def test_seam_shows_in_render():
+    # Two squares with a one-pixel gap between them, and two sharing an edge.
+    gap = qm.render(svg('<path d="M0 0H4V10H0Z"/><path d="M5 0H10V10H5Z"/>'), 10, 10)
+    shared = qm.render(svg('<path d="M0 0H5V10H0Z"/><path d="M5 0H10V10H5Z"/>'), 10, 10, crisp=True)
+    assert qm.seam_pixels(gap) == 10
+    assert qm.seam_pixels(shared) == 0
+
+
+def test_absent_colour_avoids_picture_colours():
+    rgb = np.array([[[255, 0, 255], [0, 255, 0]]], dtype=np.uint8)
+    assert qm.absent_colour(rgb) == (0, 255, 255)

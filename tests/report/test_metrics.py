@@ -66,3 +66,34 @@ def test_seam_shows_in_render():
 def test_absent_colour_avoids_picture_colours():
     rgb = np.array([[[255, 0, 255], [0, 255, 0]]], dtype=np.uint8)
     assert qm.absent_colour(rgb) == (0, 255, 255)
+
+
+def test_exact_cutout_of_a_picture_measures_perfect():
+    # Every colour of a random 4-colour picture as one even-odd path of its
+    # row runs: a seam-free, overlap-free cutout that renders back exactly.
+    rng = np.random.default_rng(7)
+    palette = np.array([[255, 0, 0], [0, 128, 0], [0, 0, 255], [250, 250, 250]], dtype=np.uint8)
+    labels = rng.integers(0, 4, size=(9, 12))
+    rgb = palette[labels]
+    body = ""
+    for k, (r, g, b) in enumerate(palette):
+        d = ""
+        for y in range(labels.shape[0]):
+            x = 0
+            while x < labels.shape[1]:
+                if labels[y, x] != k:
+                    x += 1
+                    continue
+                x1 = x
+                while x1 < labels.shape[1] and labels[y, x1] == k:
+                    x1 += 1
+                d += f"M{x} {y}H{x1}V{y + 1}H{x}Z"
+                x = x1
+        body += f'<path fill="#{r:02x}{g:02x}{b:02x}" fill-rule="evenodd" d="{d}"/>'
+    data = svg(body, 12, 9)
+    shapes = qm.SvgShapes(data)
+    assert shapes.overlap(12, 9) == 0
+    assert np.all(shapes.coverage(12, 9) == 1)
+    render = qm.render(data, 12, 9)
+    assert qm.seam_pixels(qm.render(data, 12, 9, crisp=True)) == 0
+    assert qm.psnr(rgb, qm.composite(render, qm.absent_colour(rgb))) == math.inf

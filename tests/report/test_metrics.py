@@ -97,3 +97,15 @@ def test_exact_cutout_of_a_picture_measures_perfect():
     render = qm.render(data, 12, 9)
     assert qm.seam_pixels(qm.render(data, 12, 9, crisp=True)) == 0
     assert qm.psnr(rgb, qm.composite(render, qm.absent_colour(rgb))) == math.inf
+
+
+def test_regions_sharing_a_reversed_curve_neither_overlap_nor_leave_a_seam():
+    # Left and right of one wavy cubic boundary, the right side drawing it backwards.
+    left = '<path fill="red" d="M0 0H20C40 10 5 30 30 40H0Z"/>'
+    right = '<path fill="blue" d="M40 0V40H30C5 30 40 10 20 0Z"/>'
+    data = svg(left + right, 40, 40)
+    shapes = qm.SvgShapes(data)
+    assert shapes.overlap(40, 40) == 0
+    assert np.all(shapes.coverage(40, 40) == 1)
+    assert qm.seam_pixels(qm.render(data, 40, 40, crisp=True)) == 0
+    assert qm.seam_pixels(qm.render(data, 40, 40), max_alpha=187) == 0

@@ -70,6 +70,12 @@ def wrong_share(a, b, threshold=32):
     return float(np.mean(d > threshold))
 
 
+# Two anti-aliased shapes that share an edge exactly still let up to a quarter
+# of the background through where the edge halves a pixel (alpha 191.25);
+# more than that is a gap.
+SEAM_AA_MAX_ALPHA = 187
+
+
 def seam_pixels(rgba, max_alpha=254):
     """Pixels where the background shows through: alpha at most max_alpha."""
     return int(np.count_nonzero(rgba[..., 3] <= max_alpha))
@@ -225,25 +231,25 @@ class SvgShapes:
         self.paths = 0
         self.segments = 0
         self.shapes = []  # (list of N x 2 point arrays, evenodd)
-        stack = [(root, np.array([[1.0, 0, 0], [0, 1.0, 0]]), "nonzero")]
+        stack = [(root, np.array([[1.0, 0, 0], [0, 1.0, 0]]), "nonzero", "black")]
         while stack:
-            el, m, rule = stack.pop()
+            el, m, rule, fill = stack.pop()
             m = np.vstack([m, [0, 0, 1]]) @ np.vstack([_parse_transform(el.get("transform")), [0, 0, 1]])
             m = m[:2]
             style = dict(kv.split(":", 1) for kv in el.get("style", "").split(";") if ":" in kv)
             style = {k.strip(): v.strip() for k, v in style.items()}
             rule = style.get("fill-rule", el.get("fill-rule", rule))
+            fill = style.get("fill", el.get("fill", fill))
             tag = el.tag.split("}")[-1]
             if tag == "path":
                 self.paths += 1
                 subpaths, segs = parse_path(el.get("d", ""))
                 self.segments += segs
-                fill = style.get("fill", el.get("fill"))
                 if fill != "none":
                     pts = [np.asarray(s, dtype=np.float64) @ m[:, :2].T + m[:, 2] for s in subpaths if len(s) > 1]
                     self.shapes.append((pts, rule == "evenodd"))
             for child in el:
-                stack.append((child, m, rule))
+                stack.append((child, m, rule, fill))
 
     def coverage(self, width, height):
         """For every pixel centre, the number of shapes that cover it (H x W int array)."""

@@ -108,4 +108,4 @@ def test_regions_sharing_a_reversed_curve_neither_overlap_nor_leave_a_seam():
     assert shapes.overlap(40, 40) == 0
     assert np.all(shapes.coverage(40, 40) == 1)
     assert qm.seam_pixels(qm.render(data, 40, 40, crisp=True)) == 0
-    assert qm.seam_pixels(qm.render(data, 40, 40), max_alpha=187) == 0
+    assert qm.seam_pixels(qm.render(data, 40, 40), max_alpha=qm.SEAM_AA_MAX_ALPHA) == 0

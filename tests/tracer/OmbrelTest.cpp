@@ -244,3 +244,27 @@ TEST(OmbrelConstruction, FromABitmapHandleTracesAndRepaints) {
     TestOmbrel none(nullptr, 256, nullptr, 0);
     EXPECT_FALSE(none.isValid());
 }
+
+TEST(OmbrelHierarchy, FallbackFirstStepsFollowACutInTheProbe) {
+    // A host's outline round a 4 x 2 block (rows 1 and 2, columns 1 to 4)
+    // that also runs into the block along a slit between its rows, starting
+    // in the slit at (4, 2). There the outward pixel (4, 1) is on the loop,
+    // so the probe cuts (2) before it meets any unclaimed pixel: the slit
+    // becomes the split-off loop and the block's outer loop stays. The
+    // fallback then tries the far-side neighbours' colours; the first,
+    // (4, 0), starts the region.
+    Image img(7, 5, kWhite);
+    img.set(4, 0, kBlue);
+    img.set(3, 0, kBlue);
+    Traced tr(img, 10, 0, 3);
+    ASSERT_TRUE(tr.t->isValid());
+    for (int y = 1; y <= 2; ++y)
+        for (int x = 1; x <= 4; ++x) tr.t->SetVisited(POINT{x, y});
+    ListOfOutLines o(kRed);
+    unsigned char codes[] = {2, 2, 3, 0, 0, 2, 2, 2, 1, 0, 0, 0};
+    ASSERT_TRUE(o.FreeAllocAndPutData(codes, 12, POINT{4, 2}));
+    EXPECT_TRUE(tr.t->GenerateInitBoundChain(&o));
+    EXPECT_EQ(tr.t->regionColor, kBlue);
+    EXPECT_EQ(tr.t->sampleCount, 1);
+    EXPECT_EQ(tr.t->sumBlue, 255);
+}

@@ -69,9 +69,11 @@ Ombrel::Ombrel(OutLineManipulator* olm) {
     colorRaster = olm->colorRaster;
     palette = olm->palette;
     if (size > 0) visited = static_cast<unsigned char*>(calloc(static_cast<size_t>(size), 1));
-    if (indexRaster && visited && colorRaster && height >= 3 && width >= 3 && chain &&
-        chain->codes && arc && arc->codes && hierarchyWorker && hierarchyWorker->map &&
-        hierarchyWorker->working) {
+    // Valid without a colour raster (a manipulator read from a bitmap handle
+    // with parameters keeps none): GetColor then fails and every pixel's
+    // average colour is 0.
+    if (indexRaster && visited && height >= 3 && width >= 3 && chain && chain->codes && arc &&
+        arc->codes && hierarchyWorker && hierarchyWorker->map && hierarchyWorker->working) {
         valid = true;
         // A negative minimum length acts as 0: every loop long enough to be
         // an outline (see DoOneOutline) is stored.

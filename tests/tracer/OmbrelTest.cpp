@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 #include "TracerFixtures.h"
 #include "platform/Gdi.h"
@@ -70,6 +71,45 @@ TEST(OmbrelConstruction, SmallRasterIsInvalid) {
     AllOutLines all;
     EXPECT_EQ(t.DoOmbrel_(all, CPoint(1, 1), 10), Ombrel::NotTraced);
     EXPECT_EQ(all.outLines, nullptr);
+}
+
+TEST(OmbrelConstruction, ValidWithoutAColourRaster) {
+    // A manipulator read from a bitmap handle with parameters keeps the
+    // 8-bit index raster only. The tracer is valid; GetColor fails cleanly,
+    // so every pixel's average colour is 0 and the trace is one region.
+    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
+    BITMAPINFO* bi = reinterpret_cast<BITMAPINFO*>(info.data());
+    bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    bi->bmiHeader.biWidth = 6;
+    bi->bmiHeader.biHeight = 5;
+    bi->bmiHeader.biBitCount = 8;
+    bi->bmiHeader.biClrUsed = 2;
+    reinterpret_cast<RGBQUAD*>(info.data() + sizeof(BITMAPINFOHEADER))[1] = {255, 255, 255, 0};
+    void* bits = nullptr;
+    HBITMAP b = CreateDIBSection(nullptr, bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+    ASSERT_NE(b, nullptr);
+    static_cast<unsigned char*>(bits)[8 * 2 + 3] = 1;  // one white pixel
+    HDC dc = CreateCompatibleDC(nullptr);
+    {
+        OutLineManipulator m(dc, b, 10, 0, 3, 0);
+        ASSERT_NE(m.indexRaster, nullptr);
+        ASSERT_EQ(m.colorRaster, nullptr);
+        TestOmbrel t(&m);
+        EXPECT_TRUE(t.isValid());
+        DWORD c = 7;
+        EXPECT_FALSE(t.GetColor(c, 1, 1));
+        EXPECT_EQ(c, 7u);
+        AllOutLines all;
+        ASSERT_EQ(t.DoOmbrel_(all, CPoint(3, 2), 100), Ombrel::Traced);
+        ASSERT_NE(all.outLines, nullptr);
+        EXPECT_EQ(all.outLines->color, 0u);
+        ASSERT_NE(all.outLines->child, nullptr);
+        EXPECT_EQ(all.outLines->child->next, nullptr);  // no hole: one colour
+        EXPECT_TRUE(t.testloop(all.outLines->child));
+        delete all.outLines;
+    }
+    DeleteDC(dc);
+    DeleteObject(b);
 }
 
 TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {

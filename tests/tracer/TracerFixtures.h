@@ -18,6 +18,7 @@ struct TestOmbrel : Ombrel {
     using Ombrel::DoOneOutline;
     using Ombrel::generalCheckVisitedOnlyOnce;
     using Ombrel::GenerateInitBoundChain;
+    using Ombrel::GetColor;
     using Ombrel::Initialization;
     using Ombrel::IsPointOK;
     using Ombrel::Ombrel;

@@ -195,6 +195,12 @@ int Ombrel::GetVisited(int offset) {
     return visited[offset];
 }
 
+// A non-zero value increments the pixel's count, saturating at 255 instead
+// of wrapping: a count that wrapped to 0 would drop a claimed pixel from the
+// region. Tracing never counts a pixel past 1 (each pixel is claimed once;
+// the far-side probe's claim is cleared with 0), so the two readings agree
+// on every trace; only a host calling this 256 times on one pixel sees the
+// difference.
 void Ombrel::SetVisited(int offset, int value) {
     if (!visited || offset < 0 || offset >= size) return;
     if (value) {

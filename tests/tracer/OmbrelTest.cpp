@@ -112,6 +112,23 @@ TEST(OmbrelConstruction, ValidWithoutAColourRaster) {
     DeleteObject(b);
 }
 
+TEST(OmbrelVisitedMap, CountsSaturateAndZeroClears) {
+    Image img(4, 4, 0);
+    Traced tr(img, 0, 0, 3);
+    ASSERT_TRUE(tr.t->isValid());
+    for (int i = 0; i < 300; ++i) tr.t->SetVisited(5, 1);
+    EXPECT_EQ(tr.t->GetVisited(5), 255);  // not 300 mod 256 = 44: stays claimed
+    tr.t->SetVisited(5, 7);
+    EXPECT_EQ(tr.t->GetVisited(5), 255);
+    tr.t->SetVisited(5, 0);
+    EXPECT_EQ(tr.t->GetVisited(5), 0);
+    tr.t->SetVisited(POINT{1, 1});
+    EXPECT_EQ(tr.t->VisitedReached(1, 1), 1);
+    tr.t->SetVisited(-1, 1);  // outside the map: nothing
+    tr.t->SetVisited(16, 1);
+    EXPECT_EQ(tr.t->generalCheckVisitedOnlyOnce(), 1);
+}
+
 TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {
     Image img(20, 20, kWhite);
     Traced tr(img, 0, 0, 3);

@@ -19,6 +19,7 @@ struct TestOmbrel : Ombrel {
     using Ombrel::generalCheckVisitedOnlyOnce;
     using Ombrel::GenerateInitBoundChain;
     using Ombrel::GetColor;
+    using Ombrel::GetVisited;
     using Ombrel::Initialization;
     using Ombrel::IsPointOK;
     using Ombrel::Ombrel;

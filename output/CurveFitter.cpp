@@ -1,5 +1,6 @@
 #include "output/CurveFitter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <new>
 
@@ -39,8 +40,79 @@ double CurveFitter::area(const std::vector<PointD>& c) {
     return a / 2;
 }
 
-bool CurveFitter::fitLoop(const CrackLoop& loop, int tolerance, std::vector<PointD>& out) {
+namespace {
+
+const int kSub = 4;  // samples per pixel and axis when comparing areas
+
+// Crossings of the horizontal sample lines (y + (j + 0.5) / kSub) with a
+// closed polyline, per sample row from row y0 on.
+void crossings(const std::vector<PointD>& poly, int y0, int rows,
+               std::vector<std::vector<double>>& out) {
+    out.assign(static_cast<size_t>(rows) * kSub, {});
+    for (size_t i = 0; i < poly.size(); ++i) {
+        const PointD a = poly[i], b = poly[(i + 1) % poly.size()];
+        const double lo = std::min(a.y, b.y), hi = std::max(a.y, b.y);
+        int r = std::max(0, static_cast<int>(std::ceil((lo - y0) * kSub - 0.5)));
+        for (; r < rows * kSub; ++r) {
+            const double cy = y0 + (r + 0.5) / kSub;
+            if (cy >= hi) break;
+            if (cy < lo) continue;
+            out[static_cast<size_t>(r)].push_back(a.x + (b.x - a.x) * (cy - a.y) / (b.y - a.y));
+        }
+    }
+    for (auto& row : out) std::sort(row.begin(), row.end());
+}
+
+}  // namespace
+
+double CurveFitter::areaError(const CrackLoop& loop, const std::vector<PointD>& curve) {
+    std::vector<PointD> exact, fitted;
+    for (const Corner& c : loop.vertices())
+        exact.push_back({static_cast<double>(c.x), static_cast<double>(c.y)});
+    if (exact.empty() || curve.size() < 4) return 0;
+    fitted.push_back(curve[0]);
+    double minY = 1e300, maxY = -1e300;
+    for (size_t i = 0; i + 3 < curve.size(); i += 3)
+        for (int k = 1; k <= 16; ++k) {
+            const double t = k / 16.0, u = 1 - t;
+            const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
+            fitted.push_back(
+                {b0 * curve[i].x + b1 * curve[i + 1].x + b2 * curve[i + 2].x + b3 * curve[i + 3].x,
+                 b0 * curve[i].y + b1 * curve[i + 1].y + b2 * curve[i + 2].y +
+                     b3 * curve[i + 3].y});
+        }
+    for (const PointD& p : exact) minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
+    for (const PointD& p : fitted) minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
+    const int y0 = static_cast<int>(std::floor(minY)) - 1;
+    const int rows = static_cast<int>(std::ceil(maxY)) + 1 - y0;
+    std::vector<std::vector<double>> a, b;
+    crossings(exact, y0, rows, a);
+    crossings(fitted, y0, rows, b);
+    // Samples inside one outline and not the other (even-odd rule on both).
+    long long wrong = 0;
+    std::vector<std::pair<double, int>> ev;
+    for (size_t r = 0; r < a.size(); ++r) {
+        ev.clear();
+        for (double x : a[r]) ev.push_back({x, 0});
+        for (double x : b[r]) ev.push_back({x, 1});
+        std::sort(ev.begin(), ev.end());
+        bool in[2] = {false, false};
+        for (size_t i = 0; i + 1 < ev.size(); ++i) {
+            in[ev[i].second] = !in[ev[i].second];
+            if (in[0] != in[1]) {
+                const double lo = std::ceil(ev[i].first * kSub - 0.5);
+                const double hi = std::ceil(ev[i + 1].first * kSub - 0.5);
+                if (hi > lo) wrong += static_cast<long long>(hi - lo);
+            }
+        }
+    }
+    return static_cast<double>(wrong) / (kSub * kSub);
+}
+
+bool CurveFitter::fitLoop(const CrackLoop& loop, int tolerance, std::vector<PointD>& out,
+                          bool* fitted) {
     out.clear();
+    if (fitted) *fitted = false;
     const long long loopArea = loop.area();
     if (loop.codes.size() >= 8) {
         CurveConverter* cv = new (std::nothrow) CurveConverter(static_cast<double>(tolerance));
@@ -70,10 +142,15 @@ bool CurveFitter::fitLoop(const CrackLoop& loop, int tolerance, std::vector<Poin
             }
         }
         delete cv;
-        const double a = area(out);
-        if (!out.empty() && std::fabs(a - static_cast<double>(loopArea)) <=
-                                0.5 * std::fabs(static_cast<double>(loopArea)))
+        // A fit that moves too much area across the exact boundary changes
+        // the picture visibly; the exact polygon is kept instead.
+        if (!out.empty() &&
+            std::fabs(area(out) - static_cast<double>(loopArea)) <=
+                0.5 * std::fabs(static_cast<double>(loopArea)) &&
+            areaError(loop, out) <= kMaxAreaErrorPerStep * static_cast<double>(loop.codes.size())) {
+            if (fitted) *fitted = true;
             return true;
+        }
     }
     try {
         polygonCurve(loop, out);

@@ -146,7 +146,9 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, int toleran
                 for (size_t k = 0; k < n; ++k)
                     if (r.junction(corners[k].x, corners[k].y)) js.push_back(static_cast<int>(k));
                 Curve& whole = fitted[si][li];
-                if (!CurveFitter::fitLoop(loop, tolerance, whole)) return false;
+                bool curved = false;
+                if (!CurveFitter::fitLoop(loop, tolerance, whole, &curved)) return false;
+                set.curvedLoops += curved;
                 if (js.empty()) {
                     const int d = loop.codes[0];
                     islands[key(corners[0].x, corners[0].y, d)] = &whole;

@@ -40,6 +40,8 @@ struct ShapeSet {
     OutputOptions options;
     std::vector<Shape> shapes;       // drawing order: a node, then its holes, depth first
     long long reconciledPixels = 0;  // pixels LabelRaster::reconcile moved
+    long long loops = 0;             // boundary loops of all shapes
+    long long curvedLoops = 0;       // loops whose fitted curve was kept (not the polygon)
 };
 
 }  // namespace om1

@@ -106,6 +106,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
             out.shapes.clear();
             return false;
         }
+        for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
         if (!options.polygon) {
             if (cutout) {
                 if (!CutoutCurves::fit(lr.labels.data(), width, height, options.curveTolerance,
@@ -116,12 +117,15 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
             } else {
                 for (Shape& s : out.shapes) {
                     s.curves.resize(s.loops.size());
-                    for (size_t k = 0; k < s.loops.size(); ++k)
-                        if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance,
-                                                  s.curves[k])) {
+                    for (size_t k = 0; k < s.loops.size(); ++k) {
+                        bool fitted = false;
+                        if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
+                                                  &fitted)) {
                             out.shapes.clear();
                             return false;
                         }
+                        out.curvedLoops += fitted;
+                    }
                 }
             }
         }

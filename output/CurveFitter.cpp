@@ -110,7 +110,7 @@ double CurveFitter::areaError(const CrackLoop& loop, const std::vector<PointD>& 
 }
 
 bool CurveFitter::fitLoop(const CrackLoop& loop, int tolerance, std::vector<PointD>& out,
-                          bool* fitted) {
+                          bool* fitted, double maxAreaErrorPerStep) {
     out.clear();
     if (fitted) *fitted = false;
     const long long loopArea = loop.area();
@@ -147,7 +147,9 @@ bool CurveFitter::fitLoop(const CrackLoop& loop, int tolerance, std::vector<Poin
         if (!out.empty() &&
             std::fabs(area(out) - static_cast<double>(loopArea)) <=
                 0.5 * std::fabs(static_cast<double>(loopArea)) &&
-            areaError(loop, out) <= kMaxAreaErrorPerStep * static_cast<double>(loop.codes.size())) {
+            (maxAreaErrorPerStep < 0 ||
+             areaError(loop, out) <=
+                 maxAreaErrorPerStep * static_cast<double>(loop.codes.size()))) {
             if (fitted) *fitted = true;
             return true;
         }

@@ -16,11 +16,11 @@ public:
     // faithfully get their corner polygon as straight cubic segments, so
     // every loop has a curve: loops of fewer than 8 steps, fits whose area is
     // off by more than half the loop's, and fits whose areaError exceeds
-    // kMaxAreaErrorPerStep per step of the loop (a staircase of one-pixel
+    // maxAreaErrorPerStep per step of the loop (negative: no such limit) (a staircase of one-pixel
     // steps merged into a slanted line, pixel-sized detail smoothed away). False when memory runs
     // out. `fitted` (when given) is set to whether the converter's curve was kept.
     static bool fitLoop(const CrackLoop& loop, int tolerance, std::vector<PointD>& out,
-                        bool* fitted = nullptr);
+                        bool* fitted = nullptr, double maxAreaErrorPerStep = kMaxAreaErrorPerStep);
     static constexpr double kMaxAreaErrorPerStep = 0.05;
     // The area (square pixels) inside the loop and not inside the curve or
     // the other way round, sampled 4 x 4 per pixel (the curve flattened,

@@ -119,7 +119,8 @@ void straightPiece(const std::vector<Corner>& corners, Curve& out) {
 
 }  // namespace
 
-bool CutoutCurves::fit(const int32_t* labels, int width, int height, int tolerance, ShapeSet& set) {
+bool CutoutCurves::fit(const int32_t* labels, int width, int height, const OutputOptions& options,
+                       ShapeSet& set) {
     Raster r{labels, width, height};
     try {
         // Pieces owned by a loop, by the key of their first step.
@@ -147,7 +148,9 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, int toleran
                     if (r.junction(corners[k].x, corners[k].y)) js.push_back(static_cast<int>(k));
                 Curve& whole = fitted[si][li];
                 bool curved = false;
-                if (!CurveFitter::fitLoop(loop, tolerance, whole, &curved)) return false;
+                if (!CurveFitter::fitLoop(loop, options.curveTolerance, whole, &curved,
+                                          options.maxCurveAreaError))
+                    return false;
                 set.curvedLoops += curved;
                 if (js.empty()) {
                     const int d = loop.codes[0];

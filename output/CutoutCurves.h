@@ -24,7 +24,8 @@ class CutoutCurves {
 public:
     // Fills `curves` of every shape of a cutout ShapeSet whose loops were
     // traced from `labels`. False when memory runs out.
-    static bool fit(const int32_t* labels, int width, int height, int tolerance, ShapeSet& set);
+    static bool fit(const int32_t* labels, int width, int height, const OutputOptions& options,
+                    ShapeSet& set);
 };
 
 }  // namespace om1

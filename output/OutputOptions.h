@@ -18,6 +18,11 @@ struct OutputOptions {
     bool polygon = false;
     // Straight-line tolerance of the curve fit, in pixels.
     int curveTolerance = 1;
+    // A fitted curve is kept only when the area between it and the exact
+    // boundary is at most this many square pixels per boundary step; else the
+    // exact polygon stands in (CurveFitter). 0.05 keeps hard-edged pictures
+    // at 35 dB or better; a negative value keeps every fit.
+    double maxCurveAreaError = 0.05;
     // Largest colour difference (0..255, per channel) a pixel may have from
     // its region's colour before the label raster is corrected against the
     // picture (LabelRaster::reconcile); -1 leaves the painted raster as it is.

@@ -109,8 +109,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
         for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
         if (!options.polygon) {
             if (cutout) {
-                if (!CutoutCurves::fit(lr.labels.data(), width, height, options.curveTolerance,
-                                       out)) {
+                if (!CutoutCurves::fit(lr.labels.data(), width, height, options, out)) {
                     out.shapes.clear();
                     return false;
                 }

@@ -25,11 +25,33 @@ std::string SvgWriter::colour(const RGBQUAD& c) {
 void SvgWriter::pathData(std::ostream& out, const Shape& shape) {
     for (size_t k = 0; k < shape.loops.size(); ++k) {
         if (k < shape.curves.size() && shape.curves[k].size() >= 4) {
+            // Straight segments (control points at the thirds) as H, V or L.
             const std::vector<PointD>& c = shape.curves[k];
-            out << 'M' << number(c[0].x) << ' ' << number(c[0].y) << 'C';
-            for (size_t i = 1; i < c.size(); ++i) {
-                if (i > 1) out << ' ';
-                out << number(c[i].x) << ' ' << number(c[i].y);
+            out << 'M' << number(c[0].x) << ' ' << number(c[0].y);
+            char last = 0;
+            for (size_t i = 1; i + 2 < c.size(); i += 3) {
+                const PointD &a = c[i - 1], &p1 = c[i], &p2 = c[i + 1], &b = c[i + 2];
+                const bool straight = std::fabs(p1.x - (2 * a.x + b.x) / 3) < 1e-6 &&
+                                      std::fabs(p1.y - (2 * a.y + b.y) / 3) < 1e-6 &&
+                                      std::fabs(p2.x - (a.x + 2 * b.x) / 3) < 1e-6 &&
+                                      std::fabs(p2.y - (a.y + 2 * b.y) / 3) < 1e-6;
+                const bool last3 = i + 3 >= c.size();
+                if (straight && last3 && b.x == c[0].x && b.y == c[0].y) break;  // Z closes
+                if (straight && number(a.y) == number(b.y)) {
+                    out << 'H' << number(b.x);
+                    last = 'H';
+                } else if (straight && number(a.x) == number(b.x)) {
+                    out << 'V' << number(b.y);
+                    last = 'V';
+                } else {
+                    const char cmd = straight ? 'L' : 'C';
+                    out << (last == cmd ? ' ' : cmd);
+                    if (!straight)
+                        out << number(p1.x) << ' ' << number(p1.y) << ' ' << number(p2.x) << ' '
+                            << number(p2.y) << ' ';
+                    out << number(b.x) << ' ' << number(b.y);
+                    last = cmd;
+                }
             }
             out << 'Z';
             continue;

@@ -158,6 +158,8 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
         return NoOutlines;
     }
     stats.corrected = shapes.reconciledPixels;
+    stats.loops = shapes.loops;
+    stats.curved = shapes.curvedLoops;
     if (endsWith(output, ".json")) {
         if (!writeAtomically(
                 output, [&](std::ostream& o) { return om1::JsonWriter::write(o, shapes); },

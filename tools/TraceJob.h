@@ -22,9 +22,10 @@ public:
     struct Stats {
         int width = 0, height = 0;
         int regions = 0, frames = 0, holes = 0, segments = 0;
-        int paths = 0;            // shapes written
-        long long corrected = 0;  // pixels moved to match the picture
-        long long bytes = 0;      // size of the output
+        int paths = 0;                    // shapes written
+        long long corrected = 0;          // pixels moved to match the picture
+        long long loops = 0, curved = 0;  // boundary loops, those kept as fitted curves
+        long long bytes = 0;              // size of the output
         double decodeMs = 0, traceMs = 0, writeMs = 0;
     };
 

@@ -17,6 +17,7 @@
 #include "output/LabelRaster.h"
 #include "output/ShapeBuilder.h"
 #include "output/SvgWriter.h"
+#include "stb_image.h"
 #include "trace/Tracer.h"
 
 using om1::Corner;
@@ -46,7 +47,7 @@ std::string verts(const CrackLoop& l) {
 
 // Traces a picture and builds its shapes.
 bool shapesOf(const Picture& p, int tolerance, int minLen, OutputOptions::Layout layout,
-              bool polygon, ShapeSet& set) {
+              bool polygon, ShapeSet& set, double curveLimit = OutputOptions().maxCurveAreaError) {
     om1::TraceOptions t;
     t.tolerancePercent = tolerance;
     t.minOutlineLen = minLen;
@@ -56,6 +57,7 @@ bool shapesOf(const Picture& p, int tolerance, int minLen, OutputOptions::Layout
     o.layout = layout;
     o.polygon = polygon;
     o.reconcileTolerance = static_cast<int>(tolerance * 2.55);
+    o.maxCurveAreaError = curveLimit;
     const bool ok = om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, set);
     om1_delKvCTree(tree);
     return ok;
@@ -208,47 +210,88 @@ TEST_F(RenderBack, PolygonModeIsLossless) {
 
 // Curve mode keeps hard-edged pictures at 35 dB or better.
 TEST_F(RenderBack, CurvesStayClose) {
-    for (const Picture& p : hardEdgedPictures())
-        for (auto layout : {kStacked, kCutout}) {
-            ShapeSet set;
-            ASSERT_TRUE(shapesOf(p, 0, 0, layout, false, set)) << p.name;
-            const std::string svg = writeSvg(set, p.name);
-            const std::vector<unsigned> back = renderSvg(svg, p.w, p.h, "#ff00ff");
-            unlink(svg.c_str());
-            ASSERT_EQ(back.size(), p.px.size()) << p.name;
-            const double db = psnr(p, back);
-            printf("%-10s %-7s curves: PSNR %.1f dB\n", p.name.c_str(),
-                   layout == kCutout ? "cutout" : "stacked", db);
-            EXPECT_GE(db, 35.0) << p.name;
-        }
+    for (int scale : {1, 3})
+        for (const Picture& p : hardEdgedPictures(scale))
+            for (auto layout : {kStacked, kCutout}) {
+                ShapeSet set;
+                ASSERT_TRUE(shapesOf(p, 0, 0, layout, false, set)) << p.name;
+                const std::string svg = writeSvg(set, p.name);
+                const std::vector<unsigned> back = renderSvg(svg, p.w, p.h, "#ff00ff");
+                unlink(svg.c_str());
+                ASSERT_EQ(back.size(), p.px.size()) << p.name;
+                const double db = psnr(p, back);
+                printf("%-10s %3dx%-3d %-7s curves: PSNR %.1f dB, %lld of %lld loops curved\n",
+                       p.name.c_str(), p.w, p.h, layout == kCutout ? "cutout" : "stacked", db,
+                       set.curvedLoops, set.loops);
+                EXPECT_GE(db, 35.0) << p.name;
+            }
 }
 
 // Cutout: every pixel centre is covered by exactly one region, of its own
-// colour in polygon mode, with polygons and with curves.
+// colour in polygon mode, with polygons and with curves. Without the limit
+// on curve area every fit is kept: still no seam (every piece is shared), and
+// the overlaps where fitted pieces cross are counted.
 TEST(Cutout, NoSeamsNoOverlaps) {
-    for (const Picture& p : hardEdgedPictures())
-        for (bool polygon : {true, false}) {
+    struct Run {
+        int scale;
+        bool polygon;
+        double limit;
+    };
+    for (const Run& run : {Run{1, true, 0.05}, Run{1, false, 0.05}, Run{3, false, 0.05},
+                           Run{1, false, -1}, Run{3, false, -1}})
+        for (const Picture& p : hardEdgedPictures(run.scale)) {
             ShapeSet set;
-            ASSERT_TRUE(shapesOf(p, 0, 0, kCutout, polygon, set)) << p.name;
+            ASSERT_TRUE(shapesOf(p, 0, 0, kCutout, run.polygon, set, run.limit)) << p.name;
             std::vector<int> owner;
-            const std::vector<int> count = centreCoverage(set, !polygon, owner);
+            const std::vector<int> count = centreCoverage(set, !run.polygon, owner);
             int seams = 0, overlaps = 0, colours = 0;
             for (size_t i = 0; i < count.size(); ++i) {
                 seams += count[i] == 0;
                 overlaps += count[i] > 1;
-                if (polygon && owner[i] >= 0) {
+                if (run.polygon && owner[i] >= 0) {
                     const RGBQUAD& c = set.shapes[owner[i]].color;
                     const RGBQUAD& q = p.px[i];
                     colours +=
                         c.rgbRed != q.rgbRed || c.rgbGreen != q.rgbGreen || c.rgbBlue != q.rgbBlue;
                 }
             }
-            printf("%-10s cutout %-7s: seams %d, overlaps %d\n", p.name.c_str(),
-                   polygon ? "polygon" : "curves", seams, overlaps);
+            printf(
+                "%-10s %3dx%-3d cutout %-7s limit %5.2f: seams %d, overlaps %d, %lld of %lld "
+                "loops curved\n",
+                p.name.c_str(), p.w, p.h, run.polygon ? "polygon" : "curves", run.limit, seams,
+                overlaps, set.curvedLoops, set.loops);
             EXPECT_EQ(seams, 0) << p.name;
-            EXPECT_EQ(overlaps, 0) << p.name;
+            if (run.limit >= 0) {
+                EXPECT_EQ(overlaps, 0) << p.name;
+            }
             EXPECT_EQ(colours, 0) << p.name;
         }
+}
+
+// The bundled example with the tool's defaults (tolerance 10): most loops
+// keep their fitted curves, and the cutout still has no seam and no overlap.
+TEST(Cutout, BundledExampleWithCurves) {
+    int w = 0, h = 0, n = 0;
+    unsigned char* data = stbi_load(OM1_SOURCE_DIR "/examples/shapes.png", &w, &h, &n, 3);
+    ASSERT_NE(data, nullptr);
+    Picture p("shapes", w, h);
+    for (int i = 0; i < w * h; ++i)
+        p.set(i % w, i / w, data[3 * i] << 16 | data[3 * i + 1] << 8 | data[3 * i + 2]);
+    stbi_image_free(data);
+    ShapeSet set;
+    ASSERT_TRUE(shapesOf(p, 10, 4, kCutout, false, set));
+    std::vector<int> owner;
+    const std::vector<int> count = centreCoverage(set, true, owner);
+    int seams = 0, overlaps = 0;
+    for (int c : count) {
+        seams += c == 0;
+        overlaps += c > 1;
+    }
+    printf("shapes.png cutout curves: seams %d, overlaps %d, %lld of %lld loops curved\n", seams,
+           overlaps, set.curvedLoops, set.loops);
+    EXPECT_EQ(seams, 0);
+    EXPECT_EQ(overlaps, 0);
+    EXPECT_GT(set.curvedLoops * 2, set.loops);
 }
 
 // The writers: one path per region with its fill, no stroke, H/V polygons;

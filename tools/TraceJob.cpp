@@ -124,6 +124,7 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     options.maxOutlines = cl.maxOutlines;
     options.curveTolerance = cl.curveTolerance;
     options.seed = om1::TraceOptions::Seed::UniformRing;
+    options.treeCurves = false;  // the output layer fits its own
     KvCtree* tree = nullptr;
     const om1::Tracer::Result r =
         om1::Tracer::trace(img.pixels.data(), img.width, img.height, options, tree);

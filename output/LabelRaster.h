@@ -5,12 +5,13 @@
 // What a node paints (the mapping from chains to pixels). A chain runs
 // through pixel centres with its region on side (d + 1) mod 4 of every step
 // in the contour tree's orientation:
-// - the root outline runs through its own boundary pixels: it paints the
-//   pixels on its chain and those inside it;
+// - the root outline, and every outline in the hole list of a frame (the
+//   parts of a region the tracer cut where it touches itself, its parent or
+//   the raster border), run through their own boundary pixels: they paint
+//   the pixels on their chain and those inside it;
 // - every other outline is a hole whose chain runs through the pixels of the
 //   region around it: it paints only the pixels strictly inside its chain;
-// - frames (containers without colour of their own) paint nothing; their
-//   holes paint as holes.
+// - frames (containers without colour of their own) paint nothing.
 // "Inside" is the winding number of the chain polygon round the pixel centre.
 // A pixel no node paints keeps label -1.
 //

@@ -9,8 +9,14 @@
 //   parts of a region the tracer cut where it touches itself, its parent or
 //   the raster border), run through their own boundary pixels: they paint
 //   the pixels on their chain and those inside it;
-// - every other outline is a hole whose chain runs through the pixels of the
-//   region around it: it paints only the pixels strictly inside its chain;
+// - every other outline is a hole. Its chain is either the hole loop of the
+//   region around it (through that region's pixels: the hole paints only the
+//   pixels strictly inside it) or the hole region's own outer boundary
+//   (through its own pixels: it paints them and those inside). Which one the
+//   tracer kept depends on where it started, so when the picture is given
+//   the chain's pixels decide: own boundary when most of them are nearer the
+//   node's colour than the parent's. Without the picture a hole's chain is
+//   taken as the hole loop of the region around it;
 // - frames (containers without colour of their own) paint nothing.
 // "Inside" is the winding number of the chain polygon round the pixel centre.
 // A pixel no node paints keeps label -1.
@@ -38,6 +44,7 @@ public:
         int depth;            // 0 for the root
         RGBQUAD color;        // the region's colour (a frame's is unused)
         bool frame;           // a container without colour of its own
+        bool ownChain;        // the chain runs through the node's own pixels
     };
 
     int width = 0;
@@ -46,7 +53,9 @@ public:
     std::vector<int32_t> labels;  // width * height, row 0 first
 
     // Paints the tree; false when memory runs out or the size is unusable.
-    bool build(const KvCtree* root, int width, int height);
+    // `pixels` (width x height, the picture the tree was traced from) may be
+    // null.
+    bool build(const KvCtree* root, int width, int height, const RGBQUAD* pixels = nullptr);
 
     // Moves every pixel whose colour differs from its label's colour by more
     // than `tolerance` (the largest difference of red, green or blue), or that

@@ -49,6 +49,10 @@ std::string CommandLine::usage() {
            "  --max-pixels N          refuse larger pictures (default 100000000)\n"
            "  --background RRGGBB     colour under transparent pixels (default ffffff)\n"
            "  --transparent           leave out regions that were fully transparent\n"
+           "  --polygon               exact pixel-edge polygons, no curves (lossless on\n"
+           "                          hard-edged pictures; tolerance and min length 0)\n"
+           "  --cutout                every region once as its own area, no stacking;\n"
+           "                          neighbours share their boundaries exactly\n"
            "  --stats                 print counts and times per input\n"
            "  --quiet                 print nothing but errors\n"
            "  --help, --version\n"
@@ -86,9 +90,11 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
         } else if (a == "--tolerance") {
             if (!number(0, 100, n)) return false;
             tolerance = static_cast<int>(n);
+            toleranceGiven = true;
         } else if (a == "--min-length") {
             if (!number(0, 1000000000, n)) return false;
             minLength = static_cast<int>(n);
+            minLengthGiven = true;
         } else if (a == "--max-outlines") {
             if (!number(1, 2000000000, n)) return false;
             maxOutlines = static_cast<int>(n);
@@ -107,6 +113,10 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
             }
         } else if (a == "--transparent") {
             transparent = true;
+        } else if (a == "--polygon") {
+            polygon = true;
+        } else if (a == "--cutout") {
+            cutout = true;
         } else if (a == "--stats") {
             stats = true;
         } else if (a == "--quiet") {
@@ -121,6 +131,10 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
         } else {
             inputs.push_back(a);
         }
+    }
+    if (polygon) {
+        if (!toleranceGiven) tolerance = 0;
+        if (!minLengthGiven) minLength = 0;
     }
     if (help || version) return true;
     if (inputs.empty()) {

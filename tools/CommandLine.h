@@ -20,6 +20,14 @@ struct CommandLine {
     // Leave out regions that were fully transparent: nodes of exactly the
     // background colour, when most pixels of that colour were transparent.
     bool transparent = false;
+    // --polygon: exact corner polygons, no curves; tolerance and minimum
+    // length default to 0 (every region kept, exact colours) unless given.
+    bool polygon = false;
+    // --cutout: every region once as its own area, neighbours sharing
+    // their boundaries, nothing stacked.
+    bool cutout = false;
+    bool toleranceGiven = false;
+    bool minLengthGiven = false;
     bool stats = false;
     bool quiet = false;
     bool help = false;

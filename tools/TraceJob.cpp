@@ -1,5 +1,6 @@
 #include "tools/TraceJob.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,10 +9,14 @@
 #include <cstring>
 #include <vector>
 
+#include <fstream>
+
 #include "interface/om1.h"
+#include "output/JsonWriter.h"
+#include "output/ShapeBuilder.h"
+#include "output/SvgWriter.h"
 #include "tools/ImageLoader.h"
-#include "tools/JsonWriter.h"
-#include "tools/SvgWriter.h"
+#include "trace/Tracer.h"
 
 namespace {
 
@@ -33,13 +38,44 @@ void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
         else
             ++s.regions;
         if (hole) ++s.holes;
-        if (node->bezierCount > 1) s.segments += (node->bezierCount - 1) / 3;
         for (const KvCtree::Holes* h = node->holes; h; h = h->next)
             if (h->ctree) stack.push_back({h->ctree, true});
     }
 }
 
 }  // namespace
+
+bool TraceJob::writeAtomically(const std::string& path,
+                               const std::function<bool(std::ostream&)>& body, std::string& error) {
+    std::string tmp = path + ".tmp" + std::to_string(getpid()) + "." +
+                      std::to_string(reinterpret_cast<uintptr_t>(&body) & 0xFFFFFF);
+    bool ok = false;
+    int e = 0;
+    {
+        std::ofstream f(tmp, std::ios::binary | std::ios::trunc);
+        if (!f) {
+            error = strerror(errno);
+            return false;
+        }
+        ok = body(f);
+        f.flush();
+        ok = ok && static_cast<bool>(f);
+        e = errno;
+        f.close();
+        ok = ok && !f.fail();
+    }
+    if (!ok) {
+        remove(tmp.c_str());
+        error = strerror(e ? e : EIO);
+        return false;
+    }
+    if (rename(tmp.c_str(), path.c_str()) != 0) {
+        error = strerror(errno);
+        remove(tmp.c_str());
+        return false;
+    }
+    return true;
+}
 
 bool TraceJob::writeAtomically(const std::string& path, const std::string& text,
                                std::string& error) {
@@ -82,17 +118,24 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
 
     // Rows go to the library top-down, so its coordinates are the picture's.
     auto t1 = std::chrono::steady_clock::now();
+    om1::TraceOptions options;
+    options.tolerancePercent = cl.tolerance;
+    options.minOutlineLen = cl.minLength;
+    options.maxOutlines = cl.maxOutlines;
+    options.curveTolerance = cl.curveTolerance;
+    options.seed = om1::TraceOptions::Seed::UniformRing;
+    options.treeCurves = false;  // the output layer fits its own
     KvCtree* tree = nullptr;
-    int r = om1_kvTrace1Bmp(tree, img.pixels.data(), img.width, img.height, cl.tolerance,
-                            cl.minLength, cl.maxOutlines, cl.curveTolerance, 0.0);
+    const om1::Tracer::Result r =
+        om1::Tracer::trace(img.pixels.data(), img.width, img.height, options, tree);
     stats.traceMs = msSince(t1);
-    if (r == 2) {
+    if (r == om1::Tracer::LimitExceeded) {
         om1_delKvCTree(tree);
         message = input + ": more than " + std::to_string(cl.maxOutlines) +
                   " outlines (raise --max-outlines or --tolerance)";
         return LimitExceeded;
     }
-    if (r != 0 || !tree) {
+    if (r != om1::Tracer::Done || !tree) {
         om1_delKvCTree(tree);
         message = input + ": no outlines";
         return NoOutlines;
@@ -100,9 +143,37 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     count(tree, stats, false);
 
     auto t2 = std::chrono::steady_clock::now();
-    std::string text;
+    om1::OutputOptions out;
+    out.layout =
+        cl.cutout ? om1::OutputOptions::Layout::Cutout : om1::OutputOptions::Layout::Stacked;
+    out.polygon = cl.polygon;
+    out.curveTolerance = cl.curveTolerance;
+    out.reconcileTolerance = static_cast<int>(cl.tolerance * 2.55);
+    om1::ShapeSet shapes;
+    const bool built =
+        om1::ShapeBuilder::build(tree, img.pixels.data(), img.width, img.height, out, shapes);
+    om1_delKvCTree(tree);
+    if (!built) {
+        message = input + ": out of memory while building the shapes";
+        return NoOutlines;
+    }
+    stats.corrected = shapes.reconciledPixels;
+    stats.loops = shapes.loops;
+    for (const om1::Shape& sh : shapes.shapes)
+        for (size_t k = 0; k < sh.loops.size(); ++k)
+            stats.segments += k < sh.curves.size() && sh.curves[k].size() >= 4
+                                  ? static_cast<long long>(sh.curves[k].size() - 1) / 3
+                                  : static_cast<long long>(sh.loops[k].vertices().size());
+    stats.curved = shapes.curvedLoops;
     if (endsWith(output, ".json")) {
-        text = JsonWriter::write(tree, img.width, img.height);
+        if (!writeAtomically(
+                output, [&](std::ostream& o) { return om1::JsonWriter::write(o, shapes); },
+                error)) {
+            message = output + ": cannot write: " + error;
+            return CannotWrite;
+        }
+        for (const om1::Shape& sh : shapes.shapes)
+            if (sh.role != om1::Shape::Role::Frame && !sh.loops.empty()) ++stats.paths;
     } else {
         // A fully transparent region was composited to exactly the background
         // colour, so its node has that colour. Such nodes are left out when
@@ -117,17 +188,21 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
             }
         }
         const bool dropBackground = cl.transparent && bgTransparent * 2 > bgPixels;
-        auto transparentRegion = [&](const KvCtree* n) {
-            return dropBackground && n->color.rgbRed == br && n->color.rgbGreen == bgG &&
-                   n->color.rgbBlue == bb;
+        auto skip = [&](const om1::Shape& sh) {
+            const bool drop = dropBackground && sh.color.rgbRed == br && sh.color.rgbGreen == bgG &&
+                              sh.color.rgbBlue == bb;
+            if (!drop && sh.role != om1::Shape::Role::Frame && !sh.loops.empty()) ++stats.paths;
+            return drop;
         };
-        text = SvgWriter::write(tree, img.width, img.height, transparentRegion);
+        if (!writeAtomically(
+                output, [&](std::ostream& o) { return om1::SvgWriter::write(o, shapes, skip); },
+                error)) {
+            message = output + ": cannot write: " + error;
+            return CannotWrite;
+        }
     }
-    om1_delKvCTree(tree);
-    if (!writeAtomically(output, text, error)) {
-        message = output + ": cannot write: " + error;
-        return CannotWrite;
-    }
+    struct stat st;
+    if (stat(output.c_str(), &st) == 0) stats.bytes = st.st_size;
     stats.writeMs = msSince(t2);
     return Done;
 }

@@ -2,6 +2,8 @@
 // batch runs them on several threads.
 #pragma once
 
+#include <functional>
+#include <ostream>
 #include <string>
 
 #include "tools/CommandLine.h"
@@ -19,7 +21,12 @@ public:
 
     struct Stats {
         int width = 0, height = 0;
-        int regions = 0, frames = 0, holes = 0, segments = 0;
+        int regions = 0, frames = 0, holes = 0;
+        long long segments = 0;           // curve segments or polygon sides written
+        int paths = 0;                    // shapes written
+        long long corrected = 0;          // pixels moved to match the picture
+        long long loops = 0, curved = 0;  // boundary loops, those kept as fitted curves
+        long long bytes = 0;              // size of the output
         double decodeMs = 0, traceMs = 0, writeMs = 0;
     };
 
@@ -30,4 +37,7 @@ public:
     // then a rename). False with `error` set on failure.
     static bool writeAtomically(const std::string& path, const std::string& text,
                                 std::string& error);
+    // The same, with the content streamed by `body` into a buffered stream.
+    static bool writeAtomically(const std::string& path,
+                                const std::function<bool(std::ostream&)>& body, std::string& error);
 };

@@ -1,0 +1,88 @@
+// LabelRaster: a contour tree painted into a raster of node numbers, as a
+// renderer draws it: nodes in drawing order (a node, then its holes in list
+// order, depth first), each pixel keeping the last node painted over it.
+//
+// What a node paints (the mapping from chains to pixels). A chain runs
+// through pixel centres with its region on side (d + 1) mod 4 of every step
+// in the contour tree's orientation:
+// - the root outline, and every outline in the hole list of a frame (the
+//   parts of a region the tracer cut where it touches itself, its parent or
+//   the raster border), run through their own boundary pixels: they paint
+//   the pixels on their chain and those inside it;
+// - every other outline is a hole. Its chain is either the hole loop of the
+//   region around it (through that region's pixels: the hole paints only the
+//   pixels strictly inside it) or the hole region's own outer boundary
+//   (through its own pixels: it paints them and those inside). Which one the
+//   tracer kept depends on where it started (parts of frames come either
+//   way too), so when the picture is given the chain's pixels decide: the
+//   chain is the node's own boundary when more of its pixels are nearer the
+//   node's colour than the colour of the node painted there before it.
+//   Without the picture the parts of frames are taken as own boundaries and
+//   other holes as hole loops;
+// - frames (containers without colour of their own) paint nothing.
+// "Inside" is the winding number of the chain polygon round the pixel centre.
+// A pixel no node paints keeps label -1.
+//
+// The chains of regions the tracer cut into parts (parts of a region that
+// touches itself, the raster border or its parent) can run through pixels of
+// a neighbouring region, so a painted raster can differ from the picture in a
+// few pixels. `reconcile` checks it against the picture the tree was traced
+// from and corrects it; the number of pixels it moved tells how far the tree
+// was from the picture.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "companion/KvCtree.h"
+
+namespace om1 {
+
+class LabelRaster {
+public:
+    struct Node {
+        const KvCtree* tree;  // null for a region added by reconcile
+        int parent;           // index of the parent node, -1 for the root
+        int depth;            // 0 for the root
+        RGBQUAD color;        // the region's colour (a frame's is unused)
+        bool frame;           // a container without colour of its own
+        bool ownChain;        // the chain runs through the node's own pixels
+    };
+
+    int width = 0;
+    int height = 0;
+    std::vector<Node> nodes;      // drawing order; a node's label is its index
+    std::vector<int32_t> labels;  // width * height, row 0 first
+
+    // Paints the tree; false when memory runs out or the size is unusable.
+    // `pixels` (width x height, the picture the tree was traced from) may be
+    // null.
+    bool build(const KvCtree* root, int width, int height, const RGBQUAD* pixels = nullptr);
+
+    // Moves every pixel whose colour differs from its label's colour by more
+    // than `tolerance` (the largest difference of red, green or blue), or that
+    // has no label: 4-connected groups of such pixels of one colour join a
+    // neighbouring region whose colour is within the tolerance (the one they
+    // touch most), or else become a new region of their own colour, a hole of
+    // the region they were painted with (of the root when none). Nodes are
+    // then renumbered so that drawing order (parents first, a node's holes in
+    // order, added regions last among their siblings) is label order again.
+    // Returns the number of pixels moved, -1 when memory runs out.
+    long long reconcile(const RGBQUAD* pixels, int tolerance);
+
+    // The index one past the last descendant of node i: the subtree of i is
+    // the labels i .. end(i) - 1.
+    int subtreeEnd(int i) const;
+
+    // The pixels node i paints, as a mask over its chain's bounding box
+    // (clipped to the raster): mask[(y - y0) * w + (x - x0)]. Empty (w = 0)
+    // when it paints nothing. False when memory runs out.
+    bool paintMask(int i, std::vector<uint8_t>& mask, int& x0, int& y0, int& w, int& h) const;
+
+private:
+    std::vector<int> ends_;  // subtreeEnd of every node
+    void computeEnds();
+    bool renumber();
+};
+
+}  // namespace om1

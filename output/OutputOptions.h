@@ -1,0 +1,32 @@
+// OutputOptions: how a traced tree becomes shapes (ShapeBuilder).
+#pragma once
+
+namespace om1 {
+
+struct OutputOptions {
+    enum class Layout {
+        // Every node on its own exact boundary, parents first and holes on top,
+        // as a renderer stacks them.
+        Stacked,
+        // Every region once, as its own area (outer boundaries and the
+        // boundaries of its holes), nothing stacked; neighbours share their
+        // boundaries.
+        Cutout
+    };
+    Layout layout = Layout::Stacked;
+    // Corner polygons only, no curve fitting (the lossless mode).
+    bool polygon = false;
+    // Straight-line tolerance of the curve fit, in pixels.
+    int curveTolerance = 1;
+    // A fitted curve is kept only when the area between it and the exact
+    // boundary is at most this many square pixels per boundary step; else the
+    // exact polygon stands in (CurveFitter). 0.05 keeps hard-edged pictures
+    // at 35 dB or better; a negative value keeps every fit.
+    double maxCurveAreaError = 0.05;
+    // Largest colour difference (0..255, per channel) a pixel may have from
+    // its region's colour before the label raster is corrected against the
+    // picture (LabelRaster::reconcile); -1 leaves the painted raster as it is.
+    int reconcileTolerance = -1;
+};
+
+}  // namespace om1

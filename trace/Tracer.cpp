@@ -1,0 +1,152 @@
+#include "trace/Tracer.h"
+
+#include <algorithm>
+#include <climits>
+#include <new>
+#include <vector>
+
+#include "containment/CntmTreeCreator.h"
+#include "containment/ExportOutLinesStruct.h"
+#include "interface/kvMngr.h"
+#include "raster/OutLineManipulator.h"
+#include "tracer/AllOutLines.h"
+#include "tracer/ListOfOutLines.h"
+#include "tracer/Ombrel.h"
+
+namespace om1 {
+
+namespace {
+
+bool samePixel(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+// The nine fixed positions (the entry points' order), clamped like the
+// tracer's own seed positions.
+void fixedSeed(int i, int w, int h, int& x, int& y) {
+    static const int fx[9] = {0, -1, -1, -1, 0, 1, 1, 1, 0};
+    static const int fy[9] = {0, -1, 0, 1, 1, 1, 0, -1, -1};
+    x = std::min(std::max(w / 2 + fx[i] * (w / 4), 0), w - 1);
+    y = std::min(std::max(h / 2 + fy[i] * (h / 4), 0), h - 1);
+}
+
+// True when the 3 x 3 ring the tracer lays round (x, y) (moved inward from
+// the border as the tracer moves it) lies in one colour.
+bool uniformRing(const RGBQUAD* p, int w, int h, int x, int y) {
+    x = std::min(std::max(x, 1), w - 2);
+    y = std::min(std::max(y, 1), h - 2);
+    const RGBQUAD& c = p[static_cast<size_t>(y) * w + x];
+    for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx)
+            if (!samePixel(p[static_cast<size_t>(y + dy) * w + x + dx], c)) return false;
+    return true;
+}
+
+void release(AllOutLines& all) {
+    delete all.outLines;
+    all.outLines = nullptr;
+}
+
+}  // namespace
+
+void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::Seed choice, int* xs,
+                   int* ys, int& count) {
+    count = 0;
+    if (!pixels || width < 3 || height < 3) return;
+    int fx[9], fy[9];
+    for (int i = 0; i < 9; ++i) fixedSeed(i, width, height, fx[i], fy[i]);
+    if (choice == TraceOptions::Seed::UniformRing) {
+        for (int i = 0; i < 9; ++i)
+            if (uniformRing(pixels, width, height, fx[i], fy[i])) {
+                xs[count] = fx[i];
+                ys[count++] = fy[i];
+            }
+        if (count == 0) {
+            // Row by row: the first pixel whose ring is uniform.
+            bool found = false;
+            for (int y = 1; y + 1 < height && !found; ++y)
+                for (int x = 1; x + 1 < width && !found; ++x)
+                    if (uniformRing(pixels, width, height, x, y)) {
+                        xs[count] = x;
+                        ys[count++] = y;
+                        found = true;
+                    }
+        }
+    }
+    for (int i = 0; i < 9; ++i) {
+        xs[count] = fx[i];
+        ys[count++] = fy[i];
+    }
+}
+
+Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
+                             const TraceOptions& options, KvCtree*& out) {
+    out = nullptr;
+    if (!pixels || width <= 0 || height <= 0 || static_cast<long long>(width) * height > INT_MAX)
+        return NoOutlines;
+    const int tol = static_cast<int>(std::min(std::max(options.tolerancePercent, 0), 100) * 2.55);
+    const int tracerMinLen = std::max(options.minOutlineLen, 4);
+
+    // The manipulator takes a non-const buffer; it copies the pixels.
+    std::vector<RGBQUAD> copy;
+    try {
+        copy.assign(pixels, pixels + static_cast<size_t>(width) * height);
+    } catch (...) {
+        return NoOutlines;
+    }
+
+    int xs[kMaxSeeds], ys[kMaxSeeds], n = 0;
+    seeds(pixels, width, height, options.seed, xs, ys, n);
+    AllOutLines all;
+    int result = 1;
+    for (int i = 0; i < n; ++i) {
+        OutLineManipulator* olm = new (std::nothrow)
+            OutLineManipulator(copy.data(), width, height, tol, tracerMinLen, 3, 0);
+        if (!olm) continue;
+        Ombrel* tracer = new (std::nothrow) Ombrel(olm);
+        if (!tracer || !tracer->isValid()) {
+            delete tracer;
+            delete olm;
+            continue;
+        }
+        release(all);
+        result = tracer->DoOmbrel_(all, CPoint(xs[i], ys[i]), options.maxOutlines);
+        delete tracer;
+        delete olm;
+        if (result == 2) break;
+        if (all.outLines && all.outLines->parts) break;
+    }
+    if (result == 2) {
+        release(all);
+        return LimitExceeded;
+    }
+    if (result != 0 || !all.outLines || !all.outLines->parts) {
+        release(all);
+        return NoOutlines;
+    }
+
+    ExportOutLinesStruct* exported = new (std::nothrow) ExportOutLinesStruct(nullptr, width);
+    CntmTreeCreator* creator = new (std::nothrow) CntmTreeCreator(width, height);
+    bool built = exported && creator && creator->createCntmTree(*exported, all);
+    release(all);
+    if (!built || !exported->exportTree) {
+        delete creator;
+        delete exported;
+        return NoOutlines;
+    }
+    kvMngr manager(width, height);
+    manager.delSmallOutLn(options.minOutlineLen, exported->exportTree);
+    bool ok = manager.createKvCTree(out, exported->exportTree, width) &&
+              (!options.treeCurves ||
+               manager.convBmToBezierRecurs(out, std::max(options.curveTolerance, 0), width));
+    delete creator;
+    delete exported;
+    if (!ok) {
+        if (out) kvctr_deleteKvCtree(out);
+        out = nullptr;
+        return NoOutlines;
+    }
+    return Done;
+}
+
+}  // namespace om1

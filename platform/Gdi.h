@@ -1,6 +1,12 @@
-// An in-memory stand-in for the bitmap calls of the Windows graphics
-// interface: DIB sections that own their pixels, memory device contexts, and
-// the reads and writes of device-independent bits.
+// The bitmap calls of the Windows graphics interface that the system uses:
+// DIB sections, memory device contexts, and the reads and writes of
+// device-independent bits.
+//
+// On Windows these are the system's own (windows.h, gdi32); this header then
+// adds only GetSelectedBitmap. Elsewhere they are an in-memory stand-in,
+// described here:
+//
+// DIB sections own their pixels; device contexts only hold the selected bitmap.
 //
 // Bitmaps are 8 or 32 bits per pixel. A positive biHeight means the rows are
 // stored bottom-up (the first row in memory is the bottom row of the
@@ -21,6 +27,13 @@
 #include "platform/PlatformExport.h"
 #include "platform/WinTypes.h"
 
+// The bitmap selected into a device context, or null when none is (on
+// Windows: when the context still holds its initial 1x1 bitmap) or the
+// handle is bad.
+PLATFORM_API HBITMAP GetSelectedBitmap(HDC hdc);
+
+#if !defined(_WIN32)
+
 // Creates a bitmap owning zero-filled pixels in the format of pbmi (8 or 32
 // bits, BI_RGB, width > 0, height != 0). An 8-bit bitmap takes its colour
 // table from pbmi (biClrUsed entries, or 256 when that is 0). *ppvBits
@@ -38,8 +51,6 @@ PLATFORM_API BOOL DeleteDC(HDC hdc);
 // Selects a bitmap into a device context; returns the previously selected
 // one (null when none), or null on a bad handle.
 PLATFORM_API HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object);
-// The bitmap selected into a device context, or null.
-PLATFORM_API HBITMAP GetSelectedBitmap(HDC hdc);
 
 // Fills a BITMAP (32 bytes) for a bitmap handle: bmWidth, bmHeight (always
 // positive), bmWidthBytes (the padded row), bmPlanes 1, bmBitsPixel, bmBits.
@@ -74,3 +85,5 @@ PLATFORM_API int SetDIBits(HDC hdc, HBITMAP hbm, UINT start, UINT lines, const v
 // colour maps to.
 PLATFORM_API const RGBQUAD* GdiFixedPalette();
 PLATFORM_API BYTE GdiFixedPaletteIndex(BYTE red, BYTE green, BYTE blue);
+
+#endif  // !_WIN32

@@ -123,6 +123,9 @@ TEST(GetDIBits, HeaderOnlyQuery) {
     EXPECT_EQ(q2.get()->bmiHeader.biHeight, -5);
 }
 
+#if !defined(_WIN32)
+// The stand-in's own 32-to-8-bit mapping; the system's GDI picks its own
+// table.
 TEST(GetDIBits, ThirtyTwoToEightBitsThroughTheFixedTable) {
     Section s(5, 2, 32);  // odd width: 8-bit rows padded to 8 bytes
     setPixel32(s.bits, 20, 0, 0, 255, 0, 0);
@@ -149,6 +152,7 @@ TEST(GetDIBits, ThirtyTwoToEightBitsThroughTheFixedTable) {
     EXPECT_EQ(fixed[GdiFixedPaletteIndex(110, 180, 90)].rgbGreen, 182);
     EXPECT_EQ(fixed[GdiFixedPaletteIndex(110, 180, 90)].rgbBlue, 85);
 }
+#endif
 
 TEST(GetDIBits, EightToThirtyTwoBitsThroughTheBitmapTable) {
     RGBQUAD table[3] = {{1, 2, 3, 0}, {10, 20, 30, 0}, {100, 110, 120, 0}};

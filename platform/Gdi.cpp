@@ -271,12 +271,12 @@ int GetDIBits(HDC, HBITMAP hbm, UINT start, UINT lines, LPVOID bits, BITMAPINFO*
     if (!bits) {
         if (h.biBitCount != 0) return 0;
         h.biWidth = b->width;
-        h.biHeight = b->topDown ? -b->height : b->height;
+        h.biHeight = b->height;
         h.biPlanes = 1;
         h.biBitCount = static_cast<WORD>(b->bitCount);
         h.biCompression = BI_RGB;
         h.biSizeImage = static_cast<DWORD>(b->stride) * static_cast<DWORD>(b->height);
-        h.biClrUsed = b->bitCount == 8 ? static_cast<DWORD>(b->colorCount) : 0;
+        h.biClrUsed = 0;
         return 1;
     }
 

@@ -59,9 +59,10 @@ PLATFORM_API HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object);
 PLATFORM_API int GetObjectW(HANDLE h, int count, LPVOID pv);
 
 // Reads lines of a bitmap into bits in the format described by pbmi.
-// - bits null and biBitCount 0: fills the header only (width, the bitmap's
-//   own signed height, planes 1, bit count, BI_RGB, biSizeImage of the whole
-//   bitmap, biClrUsed) and returns 1.
+// - bits null and biBitCount 0: fills the header only and returns 1: width,
+//   the positive height (a bottom-up description, whatever the bitmap's own
+//   row order, as the system's GDI gives it), planes 1, bit count, BI_RGB,
+//   biSizeImage of the whole bitmap, biClrUsed 0 (a full table).
 // - otherwise biBitCount must be 8 or 32 and |biWidth| the bitmap's width;
 //   biHeight > 0 asks for bottom-up lines, < 0 for top-down. Scan lines
 //   start .. start + lines - 1 (clamped to the height) are copied with rows

@@ -13,7 +13,17 @@
 
 #include "platform/WinTypes.h"
 
+// Export macro of the companion library. On Windows the library's own build
+// (CMake defines KVCT64u_EXPORTS there) exports, everyone else imports.
+#if defined(_WIN32)
+#if defined(KVCT64u_EXPORTS)
+#define KVCT_API __declspec(dllexport)
+#else
+#define KVCT_API __declspec(dllimport)
+#endif
+#else
 #define KVCT_API __attribute__((visibility("default")))
+#endif
 
 // One Bezier point: x then y.
 struct KvPoint {

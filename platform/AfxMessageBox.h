@@ -1,6 +1,7 @@
 // Stand-in for the framework's message box. The text goes to a replaceable
-// message sink; by default it is printed to stderr. Tests install their own
-// sink to capture messages.
+// message sink; by default it is shown in the system's message box on Windows
+// and printed to stderr elsewhere. Tests install their own sink to capture
+// messages (so nothing waits for a click).
 #pragma once
 
 #include "platform/PlatformExport.h"

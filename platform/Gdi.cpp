@@ -1,5 +1,28 @@
 #include "platform/Gdi.h"
 
+#if defined(_WIN32)
+
+namespace {
+// The 1x1 bitmap every new memory device context starts with.
+HGDIOBJ initialBitmap() {
+    static const HGDIOBJ stock = [] {
+        HDC dc = CreateCompatibleDC(nullptr);
+        HGDIOBJ b = dc ? GetCurrentObject(dc, OBJ_BITMAP) : nullptr;
+        if (dc) DeleteDC(dc);
+        return b;
+    }();
+    return stock;
+}
+}  // namespace
+
+HBITMAP GetSelectedBitmap(HDC hdc) {
+    HGDIOBJ current = hdc ? GetCurrentObject(hdc, OBJ_BITMAP) : nullptr;
+    if (!current || current == initialBitmap()) return nullptr;
+    return static_cast<HBITMAP>(current);
+}
+
+#else  // the in-memory stand-in
+
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -248,12 +271,12 @@ int GetDIBits(HDC, HBITMAP hbm, UINT start, UINT lines, LPVOID bits, BITMAPINFO*
     if (!bits) {
         if (h.biBitCount != 0) return 0;
         h.biWidth = b->width;
-        h.biHeight = b->topDown ? -b->height : b->height;
+        h.biHeight = b->height;
         h.biPlanes = 1;
         h.biBitCount = static_cast<WORD>(b->bitCount);
         h.biCompression = BI_RGB;
         h.biSizeImage = static_cast<DWORD>(b->stride) * static_cast<DWORD>(b->height);
-        h.biClrUsed = b->bitCount == 8 ? static_cast<DWORD>(b->colorCount) : 0;
+        h.biClrUsed = 0;
         return 1;
     }
 
@@ -345,3 +368,5 @@ int SetDIBits(HDC, HBITMAP hbm, UINT start, UINT lines, const void* bits, const 
     }
     return n;
 }
+
+#endif  // _WIN32

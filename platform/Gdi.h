@@ -1,6 +1,12 @@
-// An in-memory stand-in for the bitmap calls of the Windows graphics
-// interface: DIB sections that own their pixels, memory device contexts, and
-// the reads and writes of device-independent bits.
+// The bitmap calls of the Windows graphics interface that the system uses:
+// DIB sections, memory device contexts, and the reads and writes of
+// device-independent bits.
+//
+// On Windows these are the system's own (windows.h, gdi32); this header then
+// adds only GetSelectedBitmap. Elsewhere they are an in-memory stand-in,
+// described here:
+//
+// DIB sections own their pixels; device contexts only hold the selected bitmap.
 //
 // Bitmaps are 8 or 32 bits per pixel. A positive biHeight means the rows are
 // stored bottom-up (the first row in memory is the bottom row of the
@@ -21,6 +27,13 @@
 #include "platform/PlatformExport.h"
 #include "platform/WinTypes.h"
 
+// The bitmap selected into a device context, or null when none is (on
+// Windows: when the context still holds its initial 1x1 bitmap) or the
+// handle is bad.
+PLATFORM_API HBITMAP GetSelectedBitmap(HDC hdc);
+
+#if !defined(_WIN32)
+
 // Creates a bitmap owning zero-filled pixels in the format of pbmi (8 or 32
 // bits, BI_RGB, width > 0, height != 0). An 8-bit bitmap takes its colour
 // table from pbmi (biClrUsed entries, or 256 when that is 0). *ppvBits
@@ -38,8 +51,6 @@ PLATFORM_API BOOL DeleteDC(HDC hdc);
 // Selects a bitmap into a device context; returns the previously selected
 // one (null when none), or null on a bad handle.
 PLATFORM_API HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object);
-// The bitmap selected into a device context, or null.
-PLATFORM_API HBITMAP GetSelectedBitmap(HDC hdc);
 
 // Fills a BITMAP (32 bytes) for a bitmap handle: bmWidth, bmHeight (always
 // positive), bmWidthBytes (the padded row), bmPlanes 1, bmBitsPixel, bmBits.
@@ -48,9 +59,10 @@ PLATFORM_API HBITMAP GetSelectedBitmap(HDC hdc);
 PLATFORM_API int GetObjectW(HANDLE h, int count, LPVOID pv);
 
 // Reads lines of a bitmap into bits in the format described by pbmi.
-// - bits null and biBitCount 0: fills the header only (width, the bitmap's
-//   own signed height, planes 1, bit count, BI_RGB, biSizeImage of the whole
-//   bitmap, biClrUsed) and returns 1.
+// - bits null and biBitCount 0: fills the header only and returns 1: width,
+//   the positive height (a bottom-up description, whatever the bitmap's own
+//   row order, as the system's GDI gives it), planes 1, bit count, BI_RGB,
+//   biSizeImage of the whole bitmap, biClrUsed 0 (a full table).
 // - otherwise biBitCount must be 8 or 32 and |biWidth| the bitmap's width;
 //   biHeight > 0 asks for bottom-up lines, < 0 for top-down. Scan lines
 //   start .. start + lines - 1 (clamped to the height) are copied with rows
@@ -74,3 +86,5 @@ PLATFORM_API int SetDIBits(HDC hdc, HBITMAP hbm, UINT start, UINT lines, const v
 // colour maps to.
 PLATFORM_API const RGBQUAD* GdiFixedPalette();
 PLATFORM_API BYTE GdiFixedPaletteIndex(BYTE red, BYTE green, BYTE blue);
+
+#endif  // !_WIN32

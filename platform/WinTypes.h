@@ -1,9 +1,26 @@
 // Windows base types, records and constants with the sizes and layouts a Windows
-// host relies on (LP64 build: LONG and DWORD stay 32 bits).
+// host relies on. On Windows they are the system's own (windows.h, lean, with
+// STRICT handles and without the min/max macros); elsewhere they are declared
+// here with the same layouts (LP64 build: LONG and DWORD stay 32 bits).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+
+#if defined(_WIN32)
+
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef STRICT
+#define STRICT
+#endif
+#include <windows.h>
+
+#else
 
 typedef uint8_t BYTE;
 typedef uint16_t WORD;
@@ -71,6 +88,8 @@ enum : UINT { DIB_RGB_COLORS = 0 };
 enum : UINT { MB_OK = 0 };
 
 #define RGB(r, g, b) ((DWORD)(((BYTE)(r)) | ((DWORD)((BYTE)(g)) << 8) | ((DWORD)((BYTE)(b)) << 16)))
+
+#endif  // _WIN32
 
 static_assert(sizeof(BYTE) == 1 && sizeof(WORD) == 2 && sizeof(DWORD) == 4 && sizeof(LONG) == 4,
               "Windows integer sizes");

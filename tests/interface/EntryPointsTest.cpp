@@ -164,6 +164,7 @@ TEST(EntryPoints, HandleVariants) {
     bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     bi.bmiHeader.biWidth = 24;
     bi.bmiHeader.biHeight = 16;
+    bi.bmiHeader.biPlanes = 1;
     bi.bmiHeader.biBitCount = 32;
     void* bits = nullptr;
     HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
@@ -186,6 +187,7 @@ TEST(EntryPoints, HandleVariants) {
     std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
     BITMAPINFO* bi8 = reinterpret_cast<BITMAPINFO*>(info.data());
     bi8->bmiHeader = bi.bmiHeader;
+    bi8->bmiHeader.biPlanes = 1;
     bi8->bmiHeader.biBitCount = 8;
     HBITMAP b8 = CreateDIBSection(nullptr, bi8, DIB_RGB_COLORS, &bits, nullptr, 0);
     ASSERT_NE(b8, nullptr);

@@ -31,6 +31,7 @@ TEST(CClientDC, SelectsTheViewsBitmap) {
     bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     bi.bmiHeader.biWidth = 4;
     bi.bmiHeader.biHeight = 4;
+    bi.bmiHeader.biPlanes = 1;
     bi.bmiHeader.biBitCount = 32;
     HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, nullptr, nullptr, 0);
     CView view(b);

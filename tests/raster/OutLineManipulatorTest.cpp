@@ -52,6 +52,7 @@ HBITMAP makeIndexed(int w, int h, const std::vector<RGBQUAD>& table,
     bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     bi->bmiHeader.biWidth = w;
     bi->bmiHeader.biHeight = h;
+    bi->bmiHeader.biPlanes = 1;
     bi->bmiHeader.biBitCount = 8;
     bi->bmiHeader.biClrUsed = static_cast<DWORD>(table.size());
     memcpy(info.data() + sizeof(BITMAPINFOHEADER), table.data(), table.size() * sizeof(RGBQUAD));
@@ -69,6 +70,7 @@ HBITMAP make32(int w, int h, RGBQUAD fill) {
     bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     bi.bmiHeader.biWidth = w;
     bi.bmiHeader.biHeight = h;
+    bi.bmiHeader.biPlanes = 1;
     bi.bmiHeader.biBitCount = 32;
     void* bits = nullptr;
     HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
@@ -221,7 +223,7 @@ TEST(DeviceContextConstructor, RepacksPaddedRowsOfAnyWidth) {
         EXPECT_EQ(m.tolerance, 0xFFFFFFu);  // low byte 0xFF, grey
         ASSERT_NE(m.indexRaster, nullptr);
         EXPECT_EQ(memcmp(m.indexRaster, idx.data(), idx.size()), 0);
-        EXPECT_EQ(m.paletteSize, 3);
+        EXPECT_EQ(m.paletteSize, 256);  // GDI describes every 8-bit bitmap with a full table
         EXPECT_EQ(m.palette[1].rgbRed, 255);
         EXPECT_EQ(m.palette[2].rgbBlue, 255);
         EXPECT_EQ(m.minOutlineLen, 7);
@@ -251,18 +253,20 @@ TEST(DeviceContextConstructor, ThirtyTwoBitBitmapsUseTheFixedTable) {
 
 TEST(DeviceContextConstructor, FailedRasterShowsTheMessage) {
     HBITMAP b = make32(5, 5, RGBQUAD{0, 0, 0, 0});
+    HDC dc = CreateCompatibleDC(nullptr);
     MessageCapture mc;
     {
         FailAllocation fail(2);
-        OutLineManipulator m(nullptr, b, 10, 5, 3, 0);
+        OutLineManipulator m(dc, b, 10, 5, 3, 0);
         EXPECT_EQ(m.indexRaster, nullptr);
     }
     {
         FailAllocation fail(3);  // the padded read buffer of an odd width
-        OutLineManipulator m(nullptr, b, 10, 5, 3, 0);
+        OutLineManipulator m(dc, b, 10, 5, 3, 0);
         EXPECT_EQ(m.indexRaster, nullptr);
     }
     EXPECT_EQ(g_messages.size(), 2u);
+    DeleteDC(dc);
     DeleteObject(b);
 }
 

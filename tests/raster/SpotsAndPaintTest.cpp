@@ -37,6 +37,7 @@ struct Host {
         bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
         bi->bmiHeader.biWidth = w;
         bi->bmiHeader.biHeight = h;
+        bi->bmiHeader.biPlanes = 1;
         bi->bmiHeader.biBitCount = 8;
         bi->bmiHeader.biClrUsed = 4;
         RGBQUAD* t = reinterpret_cast<RGBQUAD*>(info.data() + sizeof(BITMAPINFOHEADER));

@@ -270,6 +270,7 @@ TEST(OmbrelConstruction, FromABitmapHandleTracesAndRepaints) {
     bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     bi.bmiHeader.biWidth = 12;
     bi.bmiHeader.biHeight = 10;
+    bi.bmiHeader.biPlanes = 1;
     bi.bmiHeader.biBitCount = 32;
     void* bits = nullptr;
     HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);

@@ -1,0 +1,292 @@
+// Same answers on every system: pictures in DIB sections (bottom-up and
+// top-down, widths that are not a multiple of 4) traced through the bitmap
+// handle entry points and through a manipulator and tracer that read and
+// repaint an 8-bit section with GetDIBits and SetDIBits. The results are
+// compared with hashes committed here; on Linux the sections are the
+// in-memory stand-in's, on Windows (and under Wine) the system's own, and
+// both builds must give the same hashes.
+//
+// OM1_GOLDEN_PRINT=1 prints the table instead of checking it.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "golden/GoldenPictures.h"
+#include "interface/om1.h"
+#include "platform/Gdi.h"
+#include "raster/OutLineManipulator.h"
+#include "tracer/AllOutLines.h"
+#include "tracer/ListOfOutLines.h"
+#include "tracer/Ombrel.h"
+
+namespace {
+
+using golden::Picture;
+
+// FNV-1a, 64 bits, as in the golden results; Bezier points to a millionth of
+// a pixel, so that the last bits of the maths library do not matter.
+struct Hash {
+    uint64_t h = 1469598103934665603ull;
+    void byte(uint8_t b) {
+        h ^= b;
+        h *= 1099511628211ull;
+    }
+    void i64(long long v) {
+        for (int k = 0; k < 8; ++k)
+            byte(static_cast<uint8_t>(static_cast<unsigned long long>(v) >> (8 * k)));
+    }
+    void bytes(const unsigned char* p, int n) {
+        i64(n);
+        for (int k = 0; p && k < n; ++k) byte(p[k]);
+    }
+    void real(double v) { i64(std::llround(v * 1e6)); }
+    std::string hex() const {
+        char s[17];
+        std::snprintf(s, sizeof s, "%016llx", static_cast<unsigned long long>(h));
+        return s;
+    }
+};
+
+void hashTree(Hash& hs, int result, const KvCtree* root) {
+    hs.i64(result);
+    std::vector<const KvCtree*> stack{root};
+    while (!stack.empty()) {
+        const KvCtree* n = stack.back();
+        stack.pop_back();
+        if (!n) {
+            hs.byte(0);
+            continue;
+        }
+        hs.byte(1);
+        hs.i64(n->isFrame);
+        hs.bytes(n->chain, n->dirNum);
+        hs.i64(n->startOffset);
+        hs.byte(n->color.rgbBlue);
+        hs.byte(n->color.rgbGreen);
+        hs.byte(n->color.rgbRed);
+        hs.byte(n->color.rgbReserved);
+        hs.i64(n->bezierCount);
+        for (int k = 0; n->bezier && k < n->bezierCount; ++k) {
+            hs.real(n->bezier[k].x);
+            hs.real(n->bezier[k].y);
+        }
+        std::vector<const KvCtree*> list;
+        for (const KvCtree::Holes* h = n->holes; h; h = h->next) list.push_back(h->ctree);
+        hs.i64(static_cast<long long>(list.size()));
+        for (auto it = list.rbegin(); it != list.rend(); ++it) stack.push_back(*it);
+    }
+}
+
+void hashOutlines(Hash& hs, int result, const ListOfOutLines* root) {
+    hs.i64(result);
+    std::vector<const ListOfOutLines*> stack{root};
+    while (!stack.empty()) {
+        const ListOfOutLines* n = stack.back();
+        stack.pop_back();
+        if (!n) {
+            hs.byte(0);
+            continue;
+        }
+        hs.byte(1);
+        hs.i64(n->start.x);
+        hs.i64(n->start.y);
+        hs.bytes(n->data, n->len);
+        hs.i64(n->color);
+        hs.i64(n->isFrame);
+        stack.push_back(n->parts);
+        stack.push_back(n->next);
+        stack.push_back(n->child);
+    }
+}
+
+// A BITMAPINFO with room for a full colour table (1064 bytes).
+struct Info {
+    alignas(8) unsigned char bytes[sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD)] = {};
+    BITMAPINFO* get() { return reinterpret_cast<BITMAPINFO*>(bytes); }
+};
+
+// A DIB section showing the picture (picture row 0 is the bottom row, as
+// the pixel-buffer entry points read a buffer). 32 bits per pixel, or 8 with
+// the given table when indices are given.
+struct Section {
+    HBITMAP h = nullptr;
+    unsigned char* bits = nullptr;
+    int stride = 0;
+    Section(const Picture& p, bool topDown, int bitCount = 32,
+            const std::vector<RGBQUAD>& table = {}, const std::vector<BYTE>& indices = {}) {
+        Info info;
+        BITMAPINFOHEADER& hd = info.get()->bmiHeader;
+        hd.biSize = sizeof(BITMAPINFOHEADER);
+        hd.biWidth = p.w;
+        hd.biHeight = topDown ? -p.h : p.h;
+        hd.biPlanes = 1;
+        hd.biBitCount = static_cast<WORD>(bitCount);
+        hd.biCompression = BI_RGB;
+        if (bitCount == 8) {
+            hd.biClrUsed = static_cast<DWORD>(table.size());
+            memcpy(info.bytes + sizeof(BITMAPINFOHEADER), table.data(),
+                   table.size() * sizeof(RGBQUAD));
+        }
+        void* pv = nullptr;
+        h = CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, &pv, nullptr, 0);
+        if (!h || !pv) return;
+        bits = static_cast<unsigned char*>(pv);
+        stride = ((p.w * bitCount + 31) / 32) * 4;
+        for (int row = 0; row < p.h; ++row) {
+            int memRow = topDown ? p.h - 1 - row : row;
+            unsigned char* dst = bits + static_cast<size_t>(memRow) * stride;
+            const size_t at = static_cast<size_t>(row) * p.w;
+            if (bitCount == 32)
+                memcpy(dst, &p.px[at], static_cast<size_t>(p.w) * 4);
+            else
+                memcpy(dst, &indices[at], static_cast<size_t>(p.w));
+        }
+    }
+    ~Section() {
+        if (h) DeleteObject(h);
+    }
+    Section(const Section&) = delete;
+    Section& operator=(const Section&) = delete;
+};
+
+// The pictures with the colour tables their 8-bit forms use.
+struct Named {
+    const char* name;
+    Picture picture;
+};
+
+std::vector<Named> pictures() {
+    return {{"photo-37x29", golden::photoLike(37, 29, 11)},
+            {"antialiased-45x30", golden::antiAliased(45, 30)},
+            {"noise4-33x25", golden::fourColourNoise(33, 25, 5)},
+            {"lines-41x30", golden::thinLines(41, 30)}};
+}
+
+// A table of the picture's first colours (at most 256) and the indices.
+void indexed(const Picture& p, std::vector<RGBQUAD>& table, std::vector<BYTE>& indices) {
+    table.clear();
+    indices.assign(p.px.size(), 0);
+    for (size_t i = 0; i < p.px.size(); ++i) {
+        RGBQUAD c = p.px[i];
+        c.rgbReserved = 0;
+        size_t k = 0;
+        while (k < table.size() && memcmp(&table[k], &c, sizeof c) != 0) ++k;
+        if (k == table.size()) {
+            if (table.size() == 256)
+                k = 0;  // beyond the table: entry 0
+            else
+                table.push_back(c);
+        }
+        indices[i] = static_cast<BYTE>(k);
+    }
+}
+
+// Both handle entry points on a 32-bit section.
+std::string traceHandle(const Picture& p, bool topDown) {
+    Section s(p, topDown);
+    if (!s.h) return "no section";
+    Hash hs;
+    KvCtree* tree = nullptr;
+    int r = om1_kvTrace1H(tree, s.h, 10, 4, 100000, 1, 0.0);
+    hashTree(hs, r, tree);
+    om1_delKvCTree(tree);
+    RGBQUAD palette[3] = {{0, 0, 0, 0}, {255, 255, 255, 0}, {0, 0, 255, 0}};
+    r = om1_kvTrace1HLeftTop(tree, s.h, 10, palette, 3, 4, 100000, 1, 0.0);
+    hashTree(hs, r, tree);
+    om1_delKvCTree(tree);
+    return hs.hex();
+}
+
+// A manipulator reading an 8-bit section through a device context, a tracer
+// built from it repainting the traced region (mode 1), and the section's
+// bits afterwards.
+std::string traceIndexed(const Picture& p, bool topDown) {
+    std::vector<RGBQUAD> table;
+    std::vector<BYTE> indices;
+    indexed(p, table, indices);
+    Section s(p, topDown, 8, table, indices);
+    if (!s.h) return "no section";
+    HDC dc = CreateCompatibleDC(nullptr);
+    Hash hs;
+    {
+        OutLineManipulator olm(dc, s.h, 20, 4, 1, 0);
+        hs.bytes(olm.indexRaster, olm.indexRaster ? p.w * p.h : 0);
+        Ombrel tracer(&olm);
+        hs.i64(tracer.isValid());
+        if (tracer.isValid()) {
+            AllOutLines all;
+            int r = tracer.DoOmbrel_(all, tracer.generateInitPoint(0, p.w, p.h), 100000);
+            hashOutlines(hs, r, all.outLines);
+            delete all.outLines;
+        }
+    }
+    DeleteDC(dc);
+    for (int row = 0; row < p.h; ++row) hs.bytes(s.bits + static_cast<size_t>(row) * s.stride, p.w);
+    return hs.hex();
+}
+
+struct Expected {
+    const char* picture;
+    const char* handleBottomUp;
+    const char* handleTopDown;
+    const char* indexedBottomUp;
+    const char* indexedTopDown;
+};
+
+// clang-format off
+const Expected kExpected[] = {
+    {"photo-37x29", "69b413878599df7b", "26ad68e9cae259f7", "e99599ce6ba06e6b", "a850e3b1cd830e03"},
+    {"antialiased-45x30", "414679bd29e1b54a", "b6fd1151360c0911", "a42217f6bc4ae0d0", "1336656ac144889e"},
+    {"noise4-33x25", "629b170885deb32d", "0764846d0a8040a9", "3af59306af0e0814", "01970212e9892034"},
+    {"lines-41x30", "9213520cee8d1a44", "4aff9a198caa5bb1", "4bb2b8543af54fc7", "5881b1b6a7caa153"},
+};
+// clang-format on
+
+}  // namespace
+
+TEST(DibSectionTrace, SameResultsOnEverySystem) {
+    const bool print = std::getenv("OM1_GOLDEN_PRINT") != nullptr;
+    std::vector<Named> pics = pictures();
+    ASSERT_EQ(pics.size(), sizeof kExpected / sizeof kExpected[0]);
+    for (size_t i = 0; i < pics.size(); ++i) {
+        const Picture& p = pics[i].picture;
+        std::string hu = traceHandle(p, false);
+        std::string hd = traceHandle(p, true);
+        std::string iu = traceIndexed(p, false);
+        std::string id = traceIndexed(p, true);
+        if (print) {
+            std::printf("    {\"%s\", \"%s\", \"%s\", \"%s\", \"%s\"},\n", pics[i].name, hu.c_str(),
+                        hd.c_str(), iu.c_str(), id.c_str());
+            continue;
+        }
+        const Expected& e = kExpected[i];
+        EXPECT_EQ(hu, e.handleBottomUp) << e.picture;
+        EXPECT_EQ(hd, e.handleTopDown) << e.picture;
+        EXPECT_EQ(iu, e.indexedBottomUp) << e.picture;
+        EXPECT_EQ(id, e.indexedTopDown) << e.picture;
+    }
+}
+
+// The handle entry point reads the section's memory rows as they are: a
+// bottom-up section gives what the pixel-buffer entry point gives for the
+// same buffer.
+TEST(DibSectionTrace, HandleAndBufferAgree) {
+    for (const Named& n : pictures()) {
+        Picture p = n.picture;
+        Section s(p, false);
+        ASSERT_NE(s.h, nullptr);
+        Hash a, b;
+        KvCtree* tree = nullptr;
+        hashTree(a, om1_kvTrace1H(tree, s.h, 10, 4, 100000, 1, 0.0), tree);
+        om1_delKvCTree(tree);
+        hashTree(b, om1_kvTrace1Bmp(tree, p.px.data(), p.w, p.h, 10, 4, 100000, 1, 0.0), tree);
+        om1_delKvCTree(tree);
+        EXPECT_EQ(a.hex(), b.hex()) << n.name;
+    }
+}

@@ -9,7 +9,10 @@
 // per pixel (index raster, visited map, hierarchy map, owner map of the
 // containment tree) plus the chains, so the peak beyond the caller's
 // pixels stays a small multiple of the pixel count. Not a test: memory is
-// reported here, never asserted.
+// reported here, never asserted. Measured (optimised build, 2 cores):
+// 8000 x 8000 peaks at 370 MiB (244 MiB of it the picture), 16000 x 16000,
+// near the limit of 2^28 - 1 pixels, at 1447 MiB (977 MiB the picture), about
+// 2 bytes a pixel beyond the caller's pixels.
 #include <sys/resource.h>
 
 #include <chrono>
@@ -44,8 +47,8 @@ int countContours(const KvCtree* root) {
 
 int main(int argc, char** argv) {
     const long w = argc > 2 ? atol(argv[1]) : 8000, h = argc > 2 ? atol(argv[2]) : 8000;
-    if (w < 3 || h < 3 || w * h > 0x7fffffffL) {
-        fprintf(stderr, "usage: %s [width height], at most 2^31 - 1 pixels\n", argv[0]);
+    if (w < 3 || h < 3 || w * h > 0x0fffffffL) {
+        fprintf(stderr, "usage: %s [width height], at most 2^28 - 1 pixels\n", argv[0]);
         return 64;
     }
     const long before = peakKiB();

@@ -21,10 +21,14 @@ namespace {
 // never will.
 const int kMaxHandleRetries = 21;
 
-// True when width x height is a raster the pipeline can address.
+// True when width x height is a raster the pipeline can handle. The
+// containment tree's owner map (one pointer a pixel, its byte count an int)
+// is the narrowest: 268,435,455 pixels. A larger picture would be traced in
+// full (minutes) and then refused there; it is refused here at once.
 bool sizeUsable(int width, int height) {
     if (width <= 0 || height <= 0) return false;
-    return static_cast<long long>(width) * height <= INT_MAX;
+    return static_cast<long long>(width) * height <=
+           INT_MAX / static_cast<long long>(sizeof(void*));
 }
 
 // The colour tolerance from percent: (int)(percent x 2.55), of which the

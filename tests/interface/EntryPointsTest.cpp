@@ -69,6 +69,9 @@ TEST(EntryPoints, BadInputGivesNoOutlines) {
     EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 0, 10, 10, 4, 100, 1, 0.0), 1);
     EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 10, -3, 10, 4, 100, 1, 0.0), 1);
     EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 70000, 70000, 10, 4, 100, 1, 0.0), 1);
+    // Above the containment tree's limit of 2^28 - 1 pixels: refused before
+    // any pixel is read (the buffer here holds 100).
+    EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 16384, 16385, 10, 4, 100, 1, 0.0), 1);
     EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 2, 50, 10, 4, 100, 1, 0.0), 1);  // below 3
     EXPECT_EQ(t, nullptr);
 }

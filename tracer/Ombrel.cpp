@@ -9,6 +9,7 @@
 #include "platform/Gdi.h"
 #include "raster/OutLineManipulator.h"
 #include "tracer/BoundChain.h"
+#include "tracer/ChainRing.h"
 #include "tracer/HierarchyWorker.h"
 #include "tracer/ListOfOutLines.h"
 
@@ -45,6 +46,7 @@ void Ombrel::clearState() {
     outlineCount = 0;
     ownedColorRaster = nullptr;
     firstStepHadCandidate = false;
+    ring = nullptr;
 }
 
 Ombrel::Ombrel(OutLineManipulator* olm) {
@@ -152,6 +154,7 @@ Ombrel::~Ombrel() {
     free(indexRaster);
     delete hierarchyWorker;
     free(ownedColorRaster);
+    delete ring;
 }
 
 CPoint Ombrel::generateInitPoint(int index, int w, int h) {

@@ -29,6 +29,7 @@
 
 class Arc_;
 class BoundChain;
+class ChainRing;
 class ExportOutLineTree;
 class HierarchyWorker;
 class ListOfOutLines;
@@ -186,4 +187,23 @@ protected:
     ListOfOutLines* delSmallOutlines(ListOfOutLines*& list);
 
     void clearState();
+
+private:
+    // The growth of one loop, written once for both forms of the chain: the
+    // BoundChain fields (the single-step operations above) and the ChainRing
+    // working copy that DoOneOutline grows a loop in.
+    template <class Chain>
+    int firstStepOn(Chain& c);
+    template <class Chain>
+    int arcOn(Chain& c);
+    template <class Chain>
+    int growthStepOn(Chain& c);
+    bool spliceOn(BoundChain& c, int k);
+    bool spliceOn(ChainRing& r, int k);
+    bool cutFirstStepOn(BoundChain& c, int d2, POINT p, int k);
+    bool cutFirstStepOn(ChainRing& r, int d2, POINT p, int k);
+    bool cutArcOn(BoundChain& c, int k);
+    bool cutArcOn(ChainRing& r, int k);
+
+    ChainRing* ring;  // owned; null until the first loop grows
 };

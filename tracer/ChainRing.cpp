@@ -114,9 +114,9 @@ bool ChainRing::reserve(unsigned need) {
 }
 
 bool ChainRing::growHash(unsigned capacity) {
-    int* h = new (std::nothrow) int[capacity];
+    Entry* h = new (std::nothrow) Entry[capacity];
     if (!h) return false;
-    for (unsigned i = 0; i < capacity; ++i) h[i] = -1;
+    for (unsigned i = 0; i < capacity; ++i) h[i] = Entry{0, -1};
     delete[] hash_;
     hash_ = h;
     hashMask_ = capacity - 1;
@@ -133,7 +133,7 @@ void ChainRing::clear() {
             --histX_[px_[id]];
             --histY_[py_[id]];
         }
-        for (unsigned i = 0; i <= hashMask_; ++i) hash_[i] = -1;
+        for (unsigned i = 0; i <= hashMask_; ++i) hash_[i].id = -1;
         nFree_ = 0;
         for (unsigned id = cap_; id > 0; --id) freeIds_[nFree_++] = static_cast<int>(id - 1);
     }
@@ -142,36 +142,31 @@ void ChainRing::clear() {
     loose_ = Box{INT_MIN, INT_MIN, INT_MAX, INT_MAX};
 }
 
-unsigned ChainRing::bucket(int x, int y) const {
-    unsigned h = static_cast<unsigned>(x) * 0x9E3779B1u ^ static_cast<unsigned>(y) * 0x85EBCA77u;
-    h ^= h >> 15;
-    return h & hashMask_;
-}
-
 void ChainRing::hashInsert(int id) {
-    unsigned b = bucket(px_[id], py_[id]);
-    while (hash_[b] != -1) b = (b + 1) & hashMask_;
-    hash_[b] = id;
+    int key = keyOf(px_[id], py_[id]);
+    unsigned b = bucket(key);
+    while (hash_[b].id != -1) b = (b + 1) & hashMask_;
+    hash_[b] = Entry{key, id};
 }
 
 void ChainRing::hashErase(int id) {
-    unsigned i = bucket(px_[id], py_[id]);
-    while (hash_[i] != id) i = (i + 1) & hashMask_;
+    unsigned i = bucket(keyOf(px_[id], py_[id]));
+    while (hash_[i].id != id) i = (i + 1) & hashMask_;
     // Backward-shift deletion: later entries of the probe run move up when
     // their home bucket does not lie cyclically in (i, j].
     unsigned j = i;
     for (;;) {
         j = (j + 1) & hashMask_;
-        int e = hash_[j];
-        if (e == -1) break;
-        unsigned h = bucket(px_[e], py_[e]);
+        Entry e = hash_[j];
+        if (e.id == -1) break;
+        unsigned h = bucket(e.key);
         bool stays = i <= j ? (i < h && h <= j) : (i < h || h <= j);
         if (!stays) {
             hash_[i] = e;
             i = j;
         }
     }
-    hash_[i] = -1;
+    hash_[i].id = -1;
 }
 
 void ChainRing::widen(int x, int y) {
@@ -274,11 +269,12 @@ void ChainRing::advanceStart() {
 
 int ChainRing::indexOf(POINT p) const {
     if (p.x == start_.x && p.y == start_.y) return 0;
+    if (p.x < 0 || p.x >= width_ || p.y < 0 || p.y >= height_) return -10;
+    const int key = keyOf(p.x, p.y);
     unsigned best = UINT_MAX;
-    for (unsigned b = bucket(p.x, p.y); hash_[b] != -1; b = (b + 1) & hashMask_) {
-        int id = hash_[b];
-        if (px_[id] != p.x || py_[id] != p.y) continue;
-        unsigned i = (static_cast<unsigned>(slotOf_[id]) - s_) & mask_;
+    for (unsigned b = bucket(key); hash_[b].id != -1; b = (b + 1) & hashMask_) {
+        if (hash_[b].key != key) continue;
+        unsigned i = (static_cast<unsigned>(slotOf_[hash_[b].id]) - s_) & mask_;
         if (i < best) best = i;
     }
     return best == UINT_MAX ? -10 : static_cast<int>(best);

@@ -85,7 +85,11 @@ private:
     bool growHash(unsigned capacity);
     void clear();
     unsigned slotAt(int i) const { return (s_ + static_cast<unsigned>(i)) & mask_; }
-    unsigned bucket(int x, int y) const;
+    unsigned bucket(int key) const {
+        unsigned h = static_cast<unsigned>(key) * 0x9E3779B1u;
+        return (h ^ (h >> 15)) & hashMask_;
+    }
+    int keyOf(int x, int y) const { return y * width_ + x; }
     void hashInsert(int id);
     void hashErase(int id);
     // A new position at `slot` standing on (x, y) with `code`.
@@ -115,8 +119,12 @@ private:
     int* py_ = nullptr;
     int* freeIds_ = nullptr;
     int nFree_ = 0;
-    // Open-addressing multimap pixel -> id (-1 empty), linear probing.
-    int* hash_ = nullptr;
+    // Open-addressing multimap pixel -> id, linear probing; an entry holds
+    // the pixel's linear offset and the id (id -1: empty).
+    struct Entry {
+        int key, id;
+    };
+    Entry* hash_ = nullptr;
     unsigned hashMask_ = 0;
     // Positions per column and row; box bounds kept loose (every count
     // outside them is zero) and tightened on demand.

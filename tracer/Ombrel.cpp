@@ -75,7 +75,9 @@ Ombrel::Ombrel(OutLineManipulator* olm) {
         chain->codes && arc && arc->codes && hierarchyWorker && hierarchyWorker->map &&
         hierarchyWorker->working) {
         valid = true;
-        minOutlineLen = olm->minOutlineLen;
+        // A negative minimum length acts as 0: every loop long enough to be
+        // an outline (see DoOneOutline) is stored.
+        minOutlineLen = olm->minOutlineLen < 0 ? 0 : olm->minOutlineLen;
         failurePoint = POINT{-1, -1};
     }
 }

@@ -170,6 +170,17 @@ TEST(StraightLines, RectangleGivesFourCornerNodes) {
     EXPECT_DOUBLE_EQ(s[0].p1.y, 3.0);
     EXPECT_DOUBLE_EQ(s[3].p3.x, s[0].p0.x);
     EXPECT_DOUBLE_EQ(s[3].p3.y, s[0].p0.y);
+
+    // A second edit finds every node visited and appends nothing: the four
+    // segments stay, with their values.
+    const std::vector<BezierSegment> before(s, s + 4);
+    cv.editStraightLines();
+    ASSERT_EQ(cv.getSegmentCount(), 4);
+    ASSERT_NE(cv.getSegments(), nullptr);
+    for (int j = 0; j < 4; ++j) {
+        EXPECT_DOUBLE_EQ(cv.getSegments()[j].p0.x, before[j].p0.x) << j;
+        EXPECT_DOUBLE_EQ(cv.getSegments()[j].p2.y, before[j].p2.y) << j;
+    }
 }
 
 TEST(StraightLines, TailJoinsRunZero) {

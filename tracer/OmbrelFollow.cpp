@@ -117,6 +117,9 @@ int Ombrel::firstStepOn(Chain& v) {
     return 0;
 }
 
+// The fallback first steps of GenerateInitBoundChain run on the ring too.
+template int Ombrel::firstStepOn<ChainRing>(ChainRing&);
+
 int Ombrel::DoFirstStep() {
     return firstStepOn(*chain);
 }

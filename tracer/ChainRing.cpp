@@ -34,12 +34,9 @@ struct SideCounts {
 };
 }  // namespace
 
-ChainRing::ChainRing(int width, int height)
-    : width_(width), height_(height), tilesPerRow_((width + 3) / 4) {
+ChainRing::ChainRing(int width, int height) : width_(width), height_(height) {
     // Keys of all pixels must fit an int.
-    if (width <= 0 || height <= 0 ||
-        static_cast<long long>(tilesPerRow_) * ((height + 3) / 4) > (INT_MAX >> 4))
-        return;
+    if (width <= 0 || height <= 0 || static_cast<long long>(width) * height > INT_MAX) return;
     histX_ = new (std::nothrow) int[static_cast<size_t>(width)]();
     histY_ = new (std::nothrow) int[static_cast<size_t>(height)]();
     if (!histX_ || !histY_ || !reserve(kFirstCapacity)) {

@@ -85,17 +85,12 @@ private:
     bool growHash(unsigned capacity);
     void clear();
     unsigned slotAt(int i) const { return (s_ + static_cast<unsigned>(i)) & mask_; }
-    // Keys number the pixels tile by tile (4 x 4 pixels, tiles row by row),
-    // and a tile's pixels share a run of buckets: neighbouring positions of
-    // the chain probe the same cache lines.
+    // A key is the pixel's linear offset.
     unsigned bucket(int key) const {
-        unsigned tile = static_cast<unsigned>(key) >> 4;
-        unsigned h = tile * 0x9E3779B1u;
-        return (((h ^ (h >> 15)) << 4) | (static_cast<unsigned>(key) & 15u)) & hashMask_;
+        unsigned h = static_cast<unsigned>(key) * 0x9E3779B1u;
+        return (h ^ (h >> 16)) & hashMask_;
     }
-    int keyOf(int x, int y) const {
-        return ((((y >> 2) * tilesPerRow_ + (x >> 2)) << 4) | ((y & 3) << 2) | (x & 3));
-    }
+    int keyOf(int x, int y) const { return y * width_ + x; }
     void hashInsert(int id);
     void hashErase(int id);
     // A new position at `slot` standing on (x, y) with `code`.
@@ -112,7 +107,6 @@ private:
     void copyOut(unsigned char* dst, int from, int len) const;
 
     int width_, height_;
-    int tilesPerRow_;
     // Ring of codes and the position id of every slot.
     unsigned char* code_ = nullptr;
     int* idAt_ = nullptr;

@@ -44,25 +44,6 @@ bool BoundChain::grow(unsigned index) {
     return true;
 }
 
-int BoundChain::codeAt(int i) const {
-    if (!codes || count <= 0) return 0;
-    int k = rotation + i;
-    if (k >= count) k -= count;
-    return codes[k];
-}
-
-void BoundChain::advanceStart() {
-    if (count <= 0) return;
-    start = step(codeAt(0), start);
-    ++rotation;
-    if (rotation >= count) rotation -= count;
-}
-
-int BoundChain::lastCodeReversed() const {
-    if (count < 2) return -10;
-    return opposite(codeAt(count - 1));
-}
-
 int BoundChain::indexOf(POINT p) const {
     if (p.x == start.x && p.y == start.y) return 0;
     POINT q = start;

@@ -20,14 +20,28 @@ public:
     // changes and the result is false.
     bool grow(unsigned index) override;
 
-    // Logical code i (0 <= i < count); 0 without a buffer.
-    int codeAt(int i) const;
+    // Logical code i (0 <= i < count); 0 without a buffer. Inline, like the
+    // two below: the tracer calls them for every position it scans.
+    int codeAt(int i) const {
+        if (!codes || count <= 0) return 0;
+        int k = rotation + i;
+        if (k >= count) k -= count;
+        return codes[k];
+    }
     int currentCode() const { return codeAt(0); }
     // Moves start by the step of logical code 0 and advances the rotation.
-    void advanceStart();
+    void advanceStart() {
+        if (count <= 0) return;
+        start = step(codeAt(0), start);
+        ++rotation;
+        if (rotation >= count) rotation -= count;
+    }
     // Direction from start back to the previous pixel of the loop; -10 when
     // count < 2.
-    int lastCodeReversed() const;
+    int lastCodeReversed() const {
+        if (count < 2) return -10;
+        return opposite(codeAt(count - 1));
+    }
     // 0 for start; else the first logical index 1 <= i < count at which the
     // walk from start stands on p; -10 when p is not on the chain.
     int indexOf(POINT p) const;

@@ -7,6 +7,7 @@
 
 #include "tracer/Junction.h"
 #include "tracer/ListOfOutLines.h"
+#include "tracer/OutlineIndex.h"
 #include "tracer/Segment.h"
 
 HierarchyWorker::HierarchyWorker(int size_, int width_)
@@ -23,7 +24,8 @@ HierarchyWorker::HierarchyWorker(int size_, int width_)
       dirty(nullptr),
       dirtyCount(0),
       dirtyCapacity(0),
-      dirtyOverflow(false) {
+      dirtyOverflow(false),
+      parentIndex(nullptr) {
     if (size > 0) map = static_cast<unsigned char*>(calloc(static_cast<size_t>(size), 1));
     working = new (std::nothrow) ListOfOutLines(0xff0000);
 }
@@ -36,6 +38,7 @@ HierarchyWorker::~HierarchyWorker() {
     delete working;
     free(map);
     delete junctions;
+    delete parentIndex;
 }
 
 ListOfOutLines* HierarchyWorker::copyOutline(ListOfOutLines* src) {
@@ -82,6 +85,13 @@ int HierarchyWorker::indexOnOutline(ListOfOutLines* outline, POINT p) {
         if (q.x == p.x && q.y == p.y) return i;
     }
     return -10;
+}
+
+int HierarchyWorker::indexOnParent(POINT p) {
+    if (!parentIndex) parentIndex = new (std::nothrow) OutlineIndex();
+    if (parentIndex && (parentIndex->outline() == parent || parentIndex->build(parent)))
+        return parentIndex->indexOf(p);
+    return indexOnOutline(parent, p);
 }
 
 unsigned char HierarchyWorker::mapAt(POINT p) const {

@@ -25,6 +25,7 @@
 #include "tracer/WalkPos.h"
 
 class ListOfOutLines;
+class OutlineIndex;
 struct Junction;
 struct Segment;
 
@@ -113,4 +114,11 @@ protected:
     int dirtyCount;
     int dirtyCapacity;
     bool dirtyOverflow;  // a pixel could not be recorded: clear the whole map
+
+private:
+    // indexOnOutline of the parent being split, from an index built on the
+    // first look-up of a split.
+    int indexOnParent(POINT p);
+
+    OutlineIndex* parentIndex;  // owned; null until a split looks a pixel up
 };

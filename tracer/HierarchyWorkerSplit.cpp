@@ -8,6 +8,7 @@
 #include "tracer/HierarchyWorker.h"
 #include "tracer/Junction.h"
 #include "tracer/ListOfOutLines.h"
+#include "tracer/OutlineIndex.h"
 #include "tracer/Segment.h"
 
 namespace {
@@ -47,6 +48,7 @@ void HierarchyWorker::splitIntoParts(ListOfOutLines* O) {
         return;
     }
     parent = O;
+    if (parentIndex) parentIndex->reset();  // built again on the first look-up
 
     // working: the reversal of O, same start and colour.
     free(working->data);
@@ -105,6 +107,7 @@ void HierarchyWorker::splitIntoParts(ListOfOutLines* O) {
     delete junctions;
     junctions = nullptr;
     clearMap();
+    if (parentIndex) parentIndex->reset();
     parent = nullptr;
 }
 
@@ -135,7 +138,7 @@ void HierarchyWorker::scanChild(ListOfOutLines* C, bool& touched) {
     touched = true;
     ListOfOutLines* O = parent;
     POINT P = firstPixel;
-    int j = indexOnOutline(O, P);
+    int j = indexOnParent(P);
     POINT Q = P;
     bool following = j >= 0;
     POINT prev = P;
@@ -149,7 +152,7 @@ void HierarchyWorker::scanChild(ListOfOutLines* C, bool& touched) {
                 following = false;
             }
         } else if (mapAt(P) == 1) {
-            j = indexOnOutline(O, P);
+            j = indexOnParent(P);
             following = j >= 0;
             Q = P;
         }

@@ -9,6 +9,7 @@
 #include "platform/Gdi.h"
 #include "raster/OutLineManipulator.h"
 #include "tracer/BoundChain.h"
+#include "tracer/ChainRing.h"
 #include "tracer/HierarchyWorker.h"
 #include "tracer/ListOfOutLines.h"
 
@@ -45,6 +46,7 @@ void Ombrel::clearState() {
     outlineCount = 0;
     ownedColorRaster = nullptr;
     firstStepHadCandidate = false;
+    ring = nullptr;
 }
 
 Ombrel::Ombrel(OutLineManipulator* olm) {
@@ -156,6 +158,7 @@ Ombrel::~Ombrel() {
     free(indexRaster);
     delete hierarchyWorker;
     free(ownedColorRaster);
+    delete ring;
 }
 
 CPoint Ombrel::generateInitPoint(int index, int w, int h) {
@@ -178,23 +181,6 @@ void Ombrel::setMousepos(CPoint p) {
     if (valid) Initialization(q);
 }
 
-bool Ombrel::IsPointValid(POINT p) const {
-    return p.x >= 0 && p.x < width && p.y >= 0 && p.y < height;
-}
-
-bool Ombrel::GetColor(DWORD& color, int x, int y) {
-    if (x < 0 || x >= width || y < 0 || y >= height || !colorRaster) return false;
-    const RGBQUAD& q = colorRaster[GetOffset(x, y, width)];
-    color = static_cast<DWORD>(q.rgbRed) | static_cast<DWORD>(q.rgbGreen) << 8 |
-            static_cast<DWORD>(q.rgbBlue) << 16;
-    return true;
-}
-
-int Ombrel::GetVisited(int offset) {
-    if (!visited || offset < 0 || offset >= size) return 0;
-    return visited[offset];
-}
-
 // A non-zero value increments the pixel's count, saturating at 255 instead
 // of wrapping: a count that wrapped to 0 would drop a claimed pixel from the
 // region. Tracing never counts a pixel past 1 (each pixel is claimed once;
@@ -214,26 +200,13 @@ void Ombrel::SetVisited(POINT p) {
     if (IsPointValid(p)) SetVisited(static_cast<int>(GetOffset(p.x, p.y, width)), 1);
 }
 
-int Ombrel::VisitedReached(POINT p) {
-    return VisitedReached(p.x, p.y);
-}
-
-int Ombrel::VisitedReached(int x, int y) {
-    if (x < 0 || x >= width || y < 0 || y >= height) return 0;
-    return GetVisited(static_cast<int>(GetOffset(x, y, width)));
-}
-
-bool Ombrel::IsColorAcceptable(DWORD color) {
-    for (int shift = 0; shift <= 16; shift += 8) {
-        int a = static_cast<int>((color >> shift) & 0xFF);
-        int b = static_cast<int>((regionColor >> shift) & 0xFF);
-        int d = a > b ? a - b : b - a;
-        if (static_cast<DWORD>(d) > tolerance) return false;
-    }
-    return true;
-}
-
 DWORD Ombrel::GetPointAvarageColor(POINT p, int radius) {
+    if (radius == 0) {
+        // One pixel: its own colour (the mean of one sample).
+        DWORD c = 0;
+        GetColor(c, p.x, p.y);
+        return c;
+    }
     long long s0 = 0, s1 = 0, s2 = 0, n = 0;
     for (int dx = -radius; dx <= radius; ++dx) {
         for (int dy = -radius; dy <= radius; ++dy) {

@@ -29,6 +29,7 @@
 
 class Arc_;
 class BoundChain;
+class ChainRing;
 class ExportOutLineTree;
 class HierarchyWorker;
 class ListOfOutLines;
@@ -94,7 +95,7 @@ public:
     CPoint generateInitPoint(int index, int width, int height);
     void setMousepos(CPoint p);
 
-    bool IsPointValid(POINT p) const;
+    bool IsPointValid(POINT p) const { return p.x >= 0 && p.x < width && p.y >= 0 && p.y < height; }
     static long GetOffset(int x, int y, int width) { return static_cast<long>(y) * width + x; }
 
     // One whole trace: 0 traced, 1 not traced (invalid tracer or seed
@@ -135,13 +136,35 @@ public:
 protected:
     // --- state, visited map, colours and statistics ---
     void Initialization(POINT& seed);
-    bool GetColor(DWORD& color, int x, int y);
-    int GetVisited(int offset);
+    // The pixel accessors below are inline: the tracer calls them for every
+    // pixel it tests.
+    bool GetColor(DWORD& color, int x, int y) {
+        if (x < 0 || x >= width || y < 0 || y >= height || !colorRaster) return false;
+        const RGBQUAD& q = colorRaster[GetOffset(x, y, width)];
+        color = static_cast<DWORD>(q.rgbRed) | static_cast<DWORD>(q.rgbGreen) << 8 |
+                static_cast<DWORD>(q.rgbBlue) << 16;
+        return true;
+    }
+    int GetVisited(int offset) {
+        if (!visited || offset < 0 || offset >= size) return 0;
+        return visited[offset];
+    }
     void SetVisited(int offset, int value);
     void SetVisited(POINT p);
-    int VisitedReached(POINT p);
-    int VisitedReached(int x, int y);
-    bool IsColorAcceptable(DWORD color);
+    int VisitedReached(POINT p) { return VisitedReached(p.x, p.y); }
+    int VisitedReached(int x, int y) {
+        if (x < 0 || x >= width || y < 0 || y >= height) return 0;
+        return GetVisited(static_cast<int>(GetOffset(x, y, width)));
+    }
+    bool IsColorAcceptable(DWORD color) {
+        for (int shift = 0; shift <= 16; shift += 8) {
+            int a = static_cast<int>((color >> shift) & 0xFF);
+            int b = static_cast<int>((regionColor >> shift) & 0xFF);
+            int d = a > b ? a - b : b - a;
+            if (static_cast<DWORD>(d) > tolerance) return false;
+        }
+        return true;
+    }
     DWORD GetPointAvarageColor(POINT p, int radius);
     void AddColorOfPoint(POINT p);
     void UpdateRegionColor();
@@ -186,4 +209,23 @@ protected:
     ListOfOutLines* delSmallOutlines(ListOfOutLines*& list);
 
     void clearState();
+
+private:
+    // The growth of one loop, written once for both forms of the chain: the
+    // BoundChain fields (the single-step operations above) and the ChainRing
+    // working copy that DoOneOutline grows a loop in.
+    template <class Chain>
+    int firstStepOn(Chain& c);
+    template <class Chain>
+    int arcOn(Chain& c);
+    template <class Chain>
+    int growthStepOn(Chain& c);
+    bool spliceOn(BoundChain& c, int k);
+    bool spliceOn(ChainRing& r, int k);
+    bool cutFirstStepOn(BoundChain& c, int d2, POINT p, int k);
+    bool cutFirstStepOn(ChainRing& r, int d2, POINT p, int k);
+    bool cutArcOn(BoundChain& c, int k);
+    bool cutArcOn(ChainRing& r, int k);
+
+    ChainRing* ring;  // owned; null until the first loop grows
 };

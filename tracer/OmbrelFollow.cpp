@@ -3,6 +3,7 @@
 #include <new>
 
 #include "tracer/BoundChain.h"
+#include "tracer/ChainRing.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
 
@@ -53,17 +54,39 @@ bool Ombrel::TwoStepsOK(int outward, int along, POINT q) {
     return IsPointOK(false, GetNextPoint(along, p));
 }
 
-int Ombrel::DoFirstStep() {
+namespace {
+// The chain's count and start in either form.
+int countOf(const BoundChain& c) {
+    return c.count;
+}
+int countOf(const ChainRing& r) {
+    return r.count();
+}
+POINT startOf(const BoundChain& c) {
+    return c.start;
+}
+POINT startOf(const ChainRing& r) {
+    return r.start();
+}
+// Makes the rotation physical; the ring's order always is.
+void normalizeOf(BoundChain& c) {
+    c.normalize();
+}
+void normalizeOf(ChainRing&) {}
+}  // namespace
+
+template <class Chain>
+int Ombrel::firstStepOn(Chain& v) {
     BoundChain& c = *chain;
     c.lastOffset = -1;
     c.innerPending = false;
     c.innerLen = 0;
     firstStepHadCandidate = false;
-    const int n = c.count;
+    const int n = countOf(v);
     for (int i = 0; i < n; ++i) {
-        POINT q = c.start;
-        int back = c.lastCodeReversed();
-        int d = c.currentCode();
+        POINT q = startOf(v);
+        int back = v.lastCodeReversed();
+        int d = v.currentCode();
         int d2 = (d + 1) % 4;
         if (d2 != back) {
             POINT p = GetNextPoint(d2, q);
@@ -71,10 +94,10 @@ int Ombrel::DoFirstStep() {
                 if (VisitedReached(p)) {
                     // The region touches itself here. A visited pixel that is
                     // not on this chain cannot be cut at: skip the position.
-                    if (c.indexOf(p) > 0) {
-                        c.normalize();
-                        SolveOneStepIntersect(d2, p);
-                        return 2;
+                    int k = v.indexOf(p);
+                    if (k > 0) {
+                        normalizeOf(v);
+                        return cutFirstStepOn(v, d2, p, k) ? 2 : 0;
                     }
                 } else if (firstStepHadCandidate = true, TwoStepsOK(d2, d, q)) {
                     arc->count = 0;
@@ -83,15 +106,22 @@ int Ombrel::DoFirstStep() {
                     if (!arc->append(d2, 0)) break;
                     c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
                     SetVisited(c.lastOffset, 1);
-                    c.normalize();
+                    normalizeOf(v);
                     return 1;
                 }
             }
         }
-        c.advanceStart();
+        v.advanceStart();
     }
-    c.normalize();
+    normalizeOf(v);
     return 0;
+}
+
+// The fallback first steps of GenerateInitBoundChain run on the ring too.
+template int Ombrel::firstStepOn<ChainRing>(ChainRing&);
+
+int Ombrel::DoFirstStep() {
+    return firstStepOn(*chain);
 }
 
 bool Ombrel::spliceArc(int k) {
@@ -114,24 +144,48 @@ bool Ombrel::spliceArc(int k) {
     return true;
 }
 
-int Ombrel::createAddArc() {
-    BoundChain& c = *chain;
+bool Ombrel::spliceOn(BoundChain&, int k) {
+    return spliceArc(k);
+}
+
+bool Ombrel::spliceOn(ChainRing& r, int k) {
+    return r.splice(*arc, k);
+}
+
+bool Ombrel::cutFirstStepOn(BoundChain&, int d2, POINT p, int) {
+    return SolveOneStepIntersect(d2, p);
+}
+
+bool Ombrel::cutFirstStepOn(ChainRing& r, int d2, POINT, int k) {
+    return r.cutAtFirstStep(d2, k, *chain);
+}
+
+bool Ombrel::cutArcOn(BoundChain&, int k) {
+    SolveIntersect(k);
+    return true;
+}
+
+bool Ombrel::cutArcOn(ChainRing& r, int k) {
+    return r.cutAtArc(*arc, k, *chain);
+}
+
+template <class Chain>
+int Ombrel::arcOn(Chain& v) {
     bool met = false;
-    const int n = c.count;
+    const int n = countOf(v);
     const int d2 = arc->codes[0];
     int i = 0;
     for (; i < n; ++i) {
-        int d = c.codeAt(i);
+        int d = v.codeAt(i);
         POINT r = GetNextPoint(d, arc->end);
         if (!IsPointOK(true, r, met)) break;
         if (met) {
             // A visited pixel off this chain is treated as not acceptable.
-            int k = c.indexOf(r);
+            int k = v.indexOf(r);
             if (k < 0) break;
             if (!arc->append(d, static_cast<unsigned>(i + 1))) return 0;
-            if (k <= arc->count) return spliceArc(k) ? 1 : 0;
-            SolveIntersect(k);
-            return 2;
+            if (k <= arc->count) return spliceOn(v, k) ? 1 : 0;
+            return cutArcOn(v, k) ? 2 : 0;
         }
         SetVisited(r);
         if (!arc->append(d, static_cast<unsigned>(i + 1))) return 0;
@@ -139,19 +193,28 @@ int Ombrel::createAddArc() {
     if (i == n) return 0;
     // Close: step back onto the chain beside chain pixel i.
     if (!arc->append(Arc_::opposite(d2), static_cast<unsigned>(arc->count))) return 0;
-    return spliceArc(arc->count - 2) ? 1 : 0;
+    return spliceOn(v, arc->count - 2) ? 1 : 0;
 }
 
-int Ombrel::addArcToOutline() {
-    int r = DoFirstStep();
+int Ombrel::createAddArc() {
+    return arcOn(*chain);
+}
+
+template <class Chain>
+int Ombrel::growthStepOn(Chain& v) {
+    int r = firstStepOn(v);
     if (r == 0) return 0;
     if (r != 2) {
-        r = createAddArc();
+        r = arcOn(v);
         if (r == 0) return 0;
     }
     if (chain->innerPending && chain->innerLen > minOutlineLen) r = SaveInnerOutline() ? 1 : 0;
     UpdateRegionColor();
     return r;
+}
+
+int Ombrel::addArcToOutline() {
+    return growthStepOn(*chain);
 }
 
 bool Ombrel::SaveInnerOutline() {
@@ -171,7 +234,16 @@ bool Ombrel::SaveInnerOutline() {
 
 bool Ombrel::DoOneOutline() {
     BoundChain& c = *chain;
-    while (addArcToOutline() != 0) {
+    // The loop grows in the ring working copy when one can be had; the
+    // chain fields hold the finished loop either way.
+    if (!ring) ring = new (std::nothrow) ChainRing(width, height);
+    if (ring && ring->isValid() && ring->load(c)) {
+        while (growthStepOn(*ring) != 0) {
+        }
+        if (!ring->store(c)) return false;
+    } else {
+        while (growthStepOn(c) != 0) {
+        }
     }
     if (storesLoop(c, minOutlineLen)) {
         ++outlineCount;

@@ -1,5 +1,8 @@
 // Tracing every further region level by level below the seed region.
+#include <new>
+
 #include "tracer/BoundChain.h"
+#include "tracer/ChainRing.h"
 #include "tracer/HierarchyWorker.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
@@ -79,12 +82,17 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     const bool canGrow = r != 0 || firstStepHadCandidate;
     bool searching = true;
     const int count = c.count;
+    // The steps run on the ring working copy, which follows the chain's
+    // start; a step that succeeds hands the ring's chain back.
+    if (canGrow && !ring) ring = new (std::nothrow) ChainRing(width, height);
+    const bool onRing = canGrow && ring && ring->isValid() && ring->load(c);
     for (int i = 0; i < count; ++i) {
         int d = (c.currentCode() + 1) % 4;
         POINT q = c.step(d, c.start);
         if (searching && IsPointValid(q)) {
             GetColor(regionColor, q.x, q.y);
-            r = canGrow ? DoFirstStep() : 0;
+            r = !canGrow ? 0 : onRing ? firstStepOn(*ring) : DoFirstStep();
+            if (r != 0 && onRing && !ring->store(c)) r = 0;
             if (r != 0) {
                 sampleCount = 1;
                 sumRed = static_cast<int>(regionColor & 0xFF);
@@ -95,6 +103,7 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
             if (r != 0) searching = false;
         }
         c.advanceStart();
+        if (searching && onRing) ring->advanceStart();
     }
     return r == 1;
 }

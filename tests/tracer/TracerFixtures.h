@@ -25,6 +25,9 @@ struct TestOmbrel : Ombrel {
     using Ombrel::Ombrel;
     using Ombrel::PaintSQ;
     using Ombrel::SetVisited;
+    using Ombrel::SolveIntersect;
+    using Ombrel::SolveOneStepIntersect;
+    using Ombrel::spliceArc;
     using Ombrel::TwoStepsOK;
     using Ombrel::UpdateRegionColor;
     using Ombrel::VisitedReached;

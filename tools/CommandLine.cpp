@@ -38,8 +38,8 @@ std::string baseName(const std::string& path) {
 
 std::string CommandLine::usage() {
     return "usage: om1trace INPUT... [-o OUTPUT | -d DIR] [options]\n"
-           "Traces PNG, JPEG, BMP or GIF pictures into vector outlines (.svg, or .json by "
-           "extension).\n"
+           "Traces PNG, JPEG, BMP or GIF pictures into vector outlines: SVG, or by the\n"
+           "output's extension .json, .pdf, .eps, .dxf (release 12) or .geojson (y down).\n"
            "  -o OUTPUT               output file (one input only)\n"
            "  -d DIR                  write NAME.svg for every input into DIR\n"
            "  --tolerance PERCENT     colour tolerance, 0..100 (default 10)\n"

@@ -46,7 +46,8 @@ std::string baseName(const std::string& path) {
 std::string CommandLine::usage() {
     return "usage: om1trace INPUT... [-o OUTPUT | -d DIR] [options]\n"
            "An INPUT may be a directory: the pictures in it are traced (-d DIR keeps\n"
-           "their relative paths).\n"
+           "their relative paths). - reads the picture from standard input (its format\n"
+           "told by its first bytes) and, without -o or -d, writes to standard output.\n"
            "Traces PNG, JPEG, BMP or GIF pictures into vector outlines: SVG, or by the\n"
            "output's extension .json, .pdf, .eps, .dxf (release 12) or .geojson (y down).\n"
            "  -o OUTPUT               output file (one input only); - writes to standard\n"
@@ -169,6 +170,10 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
         error = "no input file";
         return false;
     }
+    if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
+        error = "standard input (-) can be read once";
+        return false;
+    }
     if (!output.empty() && !dir.empty()) {
         error = "-o and -d cannot be used together";
         return false;
@@ -182,7 +187,9 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
 
 std::string CommandLine::outputFor(const std::string& input) const {
     if (!output.empty()) return output;
-    std::string name = baseName(input) + "." + om1::OutputFormat::extension(format);
+    if (input == "-" && dir.empty()) return "-";  // a filter: stdin to stdout
+    std::string name = (input == "-" ? std::string("stdin") : baseName(input)) + "." +
+                       om1::OutputFormat::extension(format);
     if (!dir.empty()) return dir + "/" + name;
     size_t slash = input.find_last_of('/');
     return slash == std::string::npos ? name : input.substr(0, slash + 1) + name;

@@ -52,7 +52,8 @@ struct CommandLine {
     bool parse(int argc, char** argv, std::string& error);
     static std::string usage();
     // The output path for an input: -o, or DIR/NAME.EXT, or NAME.EXT beside
-    // it, EXT being the extension of --format (svg without it).
+    // it, EXT being the extension of --format (svg without it). Input "-"
+    // (standard input) is NAME "stdin" under -d, else standard output "-".
     std::string outputFor(const std::string& input) const;
     // Replaces every directory among the inputs by the pictures in it
     // (.png, .jpg, .jpeg, .bmp, .gif, by name, sorted), descending with

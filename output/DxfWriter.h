@@ -12,7 +12,9 @@
 // - The layer of a shape is named after its colour, "RRGGBB" in upper-case
 //   hexadecimal (release 12 names allow no '#'); the LAYER table lists every
 //   colour once, with the nearest colour index of the standard palette as
-//   its display colour (release 12 has no true colours).
+//   its display colour (release 12 has no true colours; the palette's hues
+//   are computed, within a few levels of the usual table, so the index is a
+//   display hint and the name carries the exact colour).
 // Frames, shapes without a boundary and shapes whose `skip` test is true are
 // left out.
 #pragma once

@@ -325,8 +325,8 @@ class Readers : public ::testing::Test {};
 // rendered at `kScale` device pixels per picture pixel and
 // box-averaged back to the picture's size. pdftoppm's anti-aliasing leaves
 // about an eighth of a device pixel uncovered along top edges, even where
-// an edge lies on a pixel boundary (Ghostscript and pdftocairo render the
-// same PDF as the SVG, pixel for pixel); rendering finer makes that a
+// an edge lies on a pixel boundary (on the bundled example Ghostscript and
+// pdftocairo render the same PDF as the SVG, pixel for pixel); rendering finer makes that a
 // smaller part of a picture pixel (on the bundled example 38.6 dB at one
 // device pixel per pixel, 50.9 dB at four).
 TEST_F(Readers, PdfAndEpsRenderAsTheSvg) {

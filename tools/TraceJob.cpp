@@ -6,15 +6,17 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include <fstream>
+#include <iostream>
 
 #include "interface/om1.h"
 #include "output/JsonWriter.h"
+#include "output/OutputFormat.h"
 #include "output/ShapeBuilder.h"
-#include "output/SvgWriter.h"
 #include "tools/ImageLoader.h"
 #include "trace/Tracer.h"
 
@@ -22,10 +24,6 @@ namespace {
 
 double msSince(std::chrono::steady_clock::time_point t0) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
-}
-
-bool endsWith(const std::string& s, const std::string& tail) {
-    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
@@ -41,6 +39,48 @@ void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
         for (const KvCtree::Holes* h = node->holes; h; h = h->next)
             if (h->ctree) stack.push_back({h->ctree, true});
     }
+}
+
+// Standard input copied into a private temporary file (the decoders read
+// the picture's first bytes and then start again, which a pipe cannot do);
+// the format is then told by its signature as for any file.
+bool stdinToFile(std::string& path, std::string& error) {
+    const char* tmp = getenv("TMPDIR");
+    std::string name = std::string(tmp && *tmp ? tmp : "/tmp") + "/om1trace-stdin-XXXXXX";
+    const int fd = mkstemp(&name[0]);
+    if (fd < 0) {
+        error = std::string("cannot make a temporary file: ") + strerror(errno);
+        return false;
+    }
+    std::vector<char> buf(1 << 16);
+    bool ok = true;
+    ssize_t got;
+    while ((got = read(STDIN_FILENO, buf.data(), buf.size())) != 0) {
+        if (got < 0) {
+            if (errno == EINTR) continue;
+            error = strerror(errno);
+            ok = false;
+            break;
+        }
+        for (ssize_t done = 0; ok && done < got;) {
+            const ssize_t put = write(fd, buf.data() + done, static_cast<size_t>(got - done));
+            if (put < 0 && errno == EINTR) continue;
+            if (put <= 0) {
+                error = std::string("cannot keep the picture: ") + strerror(errno);
+                ok = false;
+            } else {
+                done += put;
+            }
+        }
+        if (!ok) break;
+    }
+    if (close(fd) != 0 && ok) {
+        error = std::string("cannot keep the picture: ") + strerror(errno);
+        ok = false;
+    }
+    if (!ok) unlink(name.c_str());
+    path = name;
+    return ok;
 }
 
 }  // namespace
@@ -108,8 +148,16 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     auto t0 = std::chrono::steady_clock::now();
     RasterImage img;
     std::string error;
-    if (!ImageLoader::load(input, cl.maxPixels, cl.background, img, error)) {
-        message = input + ": " + error;
+    const bool fromStdin = input == "-";
+    std::string source = input;
+    if (fromStdin && !stdinToFile(source, error)) {
+        message = "standard input: " + error;
+        return BadInput;
+    }
+    const bool loaded = ImageLoader::load(source, cl.maxPixels, cl.background, img, error);
+    if (fromStdin) unlink(source.c_str());
+    if (!loaded) {
+        message = (fromStdin ? std::string("standard input") : input) + ": " + error;
         return BadInput;
     }
     stats.width = img.width;
@@ -165,11 +213,19 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
                                   ? static_cast<long long>(sh.curves[k].size() - 1) / 3
                                   : static_cast<long long>(sh.loops[k].vertices().size());
     stats.curved = shapes.curvedLoops;
-    if (endsWith(output, ".json")) {
-        if (!writeAtomically(
-                output, [&](std::ostream& o) { return om1::JsonWriter::write(o, shapes); },
-                error)) {
-            message = output + ": cannot write: " + error;
+    const om1::OutputFormat::Kind format = cl.formatFor(output);
+    const bool toStdout = output == "-";
+    // The whole file or nothing at a path; standard output as it comes.
+    auto emit = [&](const std::function<bool(std::ostream&)>& body) {
+        if (!toStdout) return writeAtomically(output, body, error);
+        const bool ok = body(std::cout) && static_cast<bool>(std::cout.flush());
+        if (!ok) error = strerror(errno ? errno : EIO);
+        return ok;
+    };
+    const std::string shownOutput = toStdout ? "standard output" : output;
+    if (format == om1::OutputFormat::Kind::Json) {
+        if (!emit([&](std::ostream& o) { return om1::JsonWriter::write(o, shapes); })) {
+            message = shownOutput + ": cannot write: " + error;
             return CannotWrite;
         }
         for (const om1::Shape& sh : shapes.shapes)
@@ -194,15 +250,15 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
             if (!drop && sh.role != om1::Shape::Role::Frame && !sh.loops.empty()) ++stats.paths;
             return drop;
         };
-        if (!writeAtomically(
-                output, [&](std::ostream& o) { return om1::SvgWriter::write(o, shapes, skip); },
-                error)) {
-            message = output + ": cannot write: " + error;
+        if (!emit([&](std::ostream& o) {
+                return om1::OutputFormat::write(o, format, shapes, skip);
+            })) {
+            message = shownOutput + ": cannot write: " + error;
             return CannotWrite;
         }
     }
     struct stat st;
-    if (stat(output.c_str(), &st) == 0) stats.bytes = st.st_size;
+    if (!toStdout && stat(output.c_str(), &st) == 0) stats.bytes = st.st_size;
     stats.writeMs = msSince(t2);
     return Done;
 }

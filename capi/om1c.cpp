@@ -194,6 +194,10 @@ void om1_options_init(om1_options* options) {
     if (options) om1c::OptionTable::defaults(*options);
 }
 
+size_t om1_options_size(void) {
+    return sizeof(om1_options);
+}
+
 int om1_options_preset(om1_options* options, const char* name) {
     if (!options || !name) return OM1_NULL_ARGUMENT;
     return guarded([&] { return om1c::OptionTable::preset(*options, name); });

@@ -81,6 +81,10 @@ typedef struct om1_options {
 /* Sets the defaults above. */
 OM1C_API void om1_options_init(om1_options* options);
 
+/* sizeof(om1_options) of this library, for hosts that allocate the record
+ * without this header (bindings that set options by name). */
+OM1C_API size_t om1_options_size(void);
+
 /* Sets the defaults, then a preset's values: "default"; "polygon" (exact
  * polygons, tolerance 0, every outline kept: lossless on hard-edged
  * pictures); "cutout" (cut-out layout). OM1_UNKNOWN_OPTION for other names. */
@@ -157,8 +161,9 @@ OM1C_API int om1_result_boundary(const om1_result* result, int index, int loop, 
 
 /* The fitted curve of one boundary loop: 3n + 1 points (start, then two
  * control points and the end of each cubic segment; the last end is the
- * start), as x, y pairs. Count 0 where the exact polygon stands in (polygon
- * option, or a fit that strayed too far). Copies like om1_result_boundary. */
+ * start), as x, y pairs; straight pieces have their control points at the
+ * thirds. Count 0 where the exact polygon stands in (polygon option, or a
+ * fit that strayed too far). Copies like om1_result_boundary. */
 OM1C_API int om1_result_curve(const om1_result* result, int index, int loop, double* xy,
                               size_t capacity, size_t* count);
 

@@ -1,0 +1,120 @@
+"""``python3 -m om1 INPUT... [-o OUTPUT | -d DIR] [options]``: the command
+line of om1trace over the Python package. Several inputs are traced on a
+thread pool. Exit codes: 0 done, 1 no outlines, 2 outline limit exceeded,
+64 bad usage, 65 unreadable or unsupported input, 74 output cannot be
+written (a batch exits with the largest code of its inputs)."""
+
+from __future__ import annotations
+
+import argparse
+import os
+import sys
+import time
+from concurrent.futures import ThreadPoolExecutor
+from typing import Any, Dict, List, Optional, Sequence, Tuple
+
+from . import FORMAT_EXTENSIONS, TraceError, __version__, _options, trace
+from . import _native
+
+DONE, NO_OUTLINES, LIMIT_EXCEEDED, BAD_USAGE, BAD_INPUT, CANNOT_WRITE = 0, 1, 2, 64, 65, 74
+
+
+class _Parser(argparse.ArgumentParser):
+    def error(self, message: str) -> None:  # type: ignore[override]
+        self.print_usage(sys.stderr)
+        self.exit(BAD_USAGE, "%s: error: %s\n" % (self.prog, message))
+
+
+def _parser() -> argparse.ArgumentParser:
+    p = _Parser(prog="python3 -m om1",
+                description="Traces pictures into vector outlines (.svg, or another format "
+                            "by the output's extension: %s)." % ", ".join(FORMAT_EXTENSIONS))
+    p.add_argument("inputs", nargs="+", metavar="INPUT")
+    p.add_argument("-o", dest="output", help="output file (one input only)")
+    p.add_argument("-d", dest="dir", help="write NAME.svg for every input into DIR")
+    p.add_argument("--tolerance", type=int, help="colour tolerance, 0..100 (default 10)")
+    p.add_argument("--min-length", type=int, help="drop outlines shorter than this (default 4)")
+    p.add_argument("--max-outlines", type=int, help="outline limit of one trace (default 1000000)")
+    p.add_argument("--curve-tolerance", type=int, help="straight-line tolerance in pixels (default 1)")
+    p.add_argument("--max-pixels", type=int, help="refuse larger pictures (default 100000000)")
+    p.add_argument("--background", help="colour under transparent pixels, RRGGBB (default ffffff)")
+    p.add_argument("--transparent", action="store_true",
+                   help="leave out regions that were fully transparent")
+    p.add_argument("--polygon", action="store_true",
+                   help="exact pixel-edge polygons, no curves (tolerance and min length 0)")
+    p.add_argument("--cutout", action="store_true",
+                   help="every region once as its own area, no stacking")
+    p.add_argument("--stats", action="store_true", help="print counts and times per input")
+    p.add_argument("--quiet", action="store_true", help="print nothing but errors")
+    p.add_argument("--version", action="version", version="om1 " + __version__)
+    return p
+
+
+def _output_for(args: argparse.Namespace, path: str) -> str:
+    if args.output:
+        return args.output
+    name = os.path.splitext(os.path.basename(path))[0] + ".svg"
+    return os.path.join(args.dir if args.dir else os.path.dirname(path), name)
+
+
+def _run(path: str, out: str, preset: Optional[str], options: Dict[str, Any]) -> Tuple[int, str]:
+    t0 = time.perf_counter()
+    try:
+        result = trace(path, preset=preset, **options)
+    except TraceError as e:
+        code = LIMIT_EXCEEDED if e.code == _native.LIMIT_EXCEEDED else NO_OUTLINES
+        return code, "%s: %s" % (path, e)
+    except (OSError, ValueError) as e:
+        return BAD_INPUT, "%s: %s" % (path, e)
+    t1 = time.perf_counter()
+    try:
+        result.save(out, format=None if os.path.splitext(out)[1] else "svg")
+    except (OSError, ValueError) as e:
+        return CANNOT_WRITE, "%s: cannot write: %s" % (out, e)
+    t2 = time.perf_counter()
+    s = result.stats
+    text = ("%s -> %s: %d x %d, %d regions (%d holes, %d frames), %d paths, %d segments, "
+            "%d of %d loops curved, %d pixels corrected, %d bytes, trace %.1f ms, write %.1f ms"
+            % (path, out, s.width, s.height, s.regions, s.holes, s.frames, s.paths, s.segments,
+               s.curved_loops, s.loops, s.corrected_pixels, os.path.getsize(out),
+               1000 * (t1 - t0), 1000 * (t2 - t1)))
+    return DONE, text
+
+
+def main(argv: Optional[Sequence[str]] = None) -> int:
+    """Runs the command line; returns the exit code."""
+    p = _parser()
+    args = p.parse_args(argv)
+    if args.output and args.dir:
+        p.error("-o and -d cannot be used together")
+    if args.output and len(args.inputs) > 1:
+        p.error("-o takes one input; use -d DIR for several")
+    preset = "polygon" if args.polygon else None
+    options: Dict[str, Any] = {}
+    for name in ("tolerance", "min_length", "max_outlines", "curve_tolerance", "max_pixels",
+                 "background"):
+        value = getattr(args, name)
+        if value is not None:
+            options[name] = value
+    if args.cutout:
+        options["cutout"] = True
+    if args.transparent:
+        options["transparent"] = True
+    try:
+        _options(preset, options)
+    except ValueError as e:
+        p.error(str(e))
+    jobs: List[Tuple[str, str]] = [(i, _output_for(args, i)) for i in args.inputs]
+    worst = DONE
+    with ThreadPoolExecutor(max_workers=min(len(jobs), os.cpu_count() or 1)) as pool:
+        for code, text in pool.map(lambda j: _run(j[0], j[1], preset, options), jobs):
+            worst = max(worst, code)
+            if code != DONE:
+                print("om1: " + text, file=sys.stderr)
+            elif args.stats and not args.quiet:
+                print(text)
+    return worst
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,82 @@
+"""python3 -m om1: outputs, formats by extension, batches and exit codes."""
+
+import contextlib
+import io
+import json
+import os
+import subprocess
+import sys
+
+from PIL import Image
+
+from conftest import red_block
+from om1.__main__ import main
+
+PYTHON_DIR = os.path.abspath(os.path.join(os.path.dirname(__file__), os.pardir))
+
+
+class Ran:
+    def __init__(self, returncode, stdout, stderr):
+        self.returncode, self.stdout, self.stderr = returncode, stdout, stderr
+
+
+def run(*args):
+    """main() in this process, with its exit code and printed text."""
+    out, err = io.StringIO(), io.StringIO()
+    with contextlib.redirect_stdout(out), contextlib.redirect_stderr(err):
+        try:
+            code = main([str(a) for a in args])
+        except SystemExit as e:
+            code = e.code
+    return Ran(code, out.getvalue(), err.getvalue())
+
+
+def test_module_entry(tmp_path):
+    src = tmp_path / "block.png"
+    Image.fromarray(red_block()).save(src)
+    env = dict(os.environ, PYTHONPATH=PYTHON_DIR)
+    r = subprocess.run([sys.executable, "-m", "om1", str(src), "-o", str(tmp_path / "o.svg"),
+                        "--stats"], capture_output=True, text=True, env=env)
+    assert r.returncode == 0 and "block.png" in r.stdout and (tmp_path / "o.svg").exists()
+    r = subprocess.run([sys.executable, "-m", "om1"], capture_output=True, text=True, env=env)
+    assert r.returncode == 64 and "usage" in r.stderr
+
+
+def test_outputs_and_options(tmp_path):
+    src = tmp_path / "block.png"
+    Image.fromarray(red_block()).save(src)
+    r = run(src, "-o", tmp_path / "out.svg", "--polygon", "--stats")
+    assert r.returncode == 0, r.stderr
+    assert "2 regions" in r.stdout and "8 segments" in r.stdout
+    assert 'd="M2 3H12V10H2Z"' in (tmp_path / "out.svg").read_text()
+    r = run(src, "-o", tmp_path / "out.json", "--cutout", "--tolerance", "0", "--quiet")
+    assert r.returncode == 0 and r.stdout == ""
+    assert json.loads((tmp_path / "out.json").read_text())["layout"] == "cutout"
+    # Several inputs into a folder, on a thread pool.
+    other = tmp_path / "other.png"
+    Image.fromarray(red_block()[::-1]).save(other)
+    (tmp_path / "d").mkdir()
+    assert run(src, other, "-d", tmp_path / "d").returncode == 0
+    assert sorted(os.listdir(tmp_path / "d")) == ["block.svg", "other.svg"]
+    # Beside the input when no output is named.
+    assert run(src).returncode == 0 and (tmp_path / "block.svg").exists()
+
+
+def test_exit_codes(tmp_path):
+    src = tmp_path / "block.png"
+    Image.fromarray(red_block()).save(src)
+    assert run().returncode == 64
+    assert run(src, "--tolerance", "101").returncode == 64
+    assert run(src, "--tolerance", "x").returncode == 64
+    assert run(src, "--no-such-flag").returncode == 64
+    assert run(src, src, "-o", tmp_path / "x.svg").returncode == 64
+    r = run(tmp_path / "missing.png", "-o", tmp_path / "x.svg")
+    assert r.returncode == 65 and "missing.png" in r.stderr
+    r = run(src, "-o", tmp_path / "no" / "x.svg")
+    assert r.returncode == 74 and "cannot write" in r.stderr
+    assert run(src, "-o", tmp_path / "x.svg", "--max-outlines", "1").returncode == 2
+    assert run(src, "-o", tmp_path / "x.svg", "--min-length", "1000").returncode == 1
+    # A batch exits with its largest code; the good input is still written.
+    r = run(src, tmp_path / "missing.png", "-d", tmp_path)
+    assert r.returncode == 65 and (tmp_path / "block.svg").exists()
+    assert run("--version").returncode == 0

@@ -11,7 +11,40 @@ const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
 }  // namespace
 
-bool LabelRaster::build(const KvCtree* root, int w, int h) {
+namespace {
+
+int distance(const RGBQUAD& a, const RGBQUAD& b) {
+    return std::max({std::abs(a.rgbRed - b.rgbRed), std::abs(a.rgbGreen - b.rgbGreen),
+                     std::abs(a.rgbBlue - b.rgbBlue)});
+}
+
+bool same(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+// True when most pixels of the node's chain are nearer its own colour than
+// the parent's.
+bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD& parent,
+                      const RGBQUAD* pixels, int w, int h) {
+    long long x = t->startOffset % w, y = t->startOffset / w;
+    int mine = 0, theirs = 0;
+    for (int k = 0; k < t->dirNum; ++k) {
+        if (x >= 0 && y >= 0 && x < w && y < h) {
+            const RGBQUAD& p = pixels[static_cast<size_t>(y) * w + x];
+            const int a = distance(p, own), b = distance(p, parent);
+            mine += a < b;
+            theirs += b < a;
+        }
+        const int c = t->chain[k] & 3;
+        x += kDx[c];
+        y += kDy[c];
+    }
+    return mine > theirs;
+}
+
+}  // namespace
+
+bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels) {
     width = w;
     height = h;
     nodes.clear();
@@ -21,7 +54,7 @@ bool LabelRaster::build(const KvCtree* root, int w, int h) {
         labels.assign(static_cast<size_t>(w) * h, -1);
         // Depth first without recursion: holes pushed in reverse list order.
         std::vector<Node> stack;
-        if (root) stack.push_back({root, -1, 0, RGBQUAD{}, false});
+        if (root) stack.push_back({root, -1, 0, RGBQUAD{}, false, false});
         std::vector<const KvCtree*> holes;
         while (!stack.empty()) {
             Node n = stack.back();
@@ -29,12 +62,17 @@ bool LabelRaster::build(const KvCtree* root, int w, int h) {
             const int index = static_cast<int>(nodes.size());
             n.color = n.tree->color;
             n.frame = n.tree->isFrame != 0;
+            // The root and the parts of a frame run through their own pixels.
+            n.ownChain = n.parent < 0 || nodes[n.parent].frame;
+            if (!n.ownChain && pixels && !n.frame && n.tree->chain &&
+                !same(n.color, nodes[n.parent].color))
+                n.ownChain = chainOnOwnPixels(n.tree, n.color, nodes[n.parent].color, pixels, w, h);
             nodes.push_back(n);
             holes.clear();
             for (const KvCtree::Holes* e = n.tree->holes; e; e = e->next)
                 if (e->ctree) holes.push_back(e->ctree);
             for (auto it = holes.rbegin(); it != holes.rend(); ++it)
-                stack.push_back({*it, index, n.depth + 1, RGBQUAD{}, false});
+                stack.push_back({*it, index, n.depth + 1, RGBQUAD{}, false, false});
         }
         std::vector<uint8_t> mask;
         for (size_t i = 0; i < nodes.size(); ++i) {
@@ -67,19 +105,6 @@ void LabelRaster::computeEnds() {
 int LabelRaster::subtreeEnd(int i) const {
     return i >= 0 && i < static_cast<int>(ends_.size()) ? ends_[i] : i + 1;
 }
-
-namespace {
-
-int distance(const RGBQUAD& a, const RGBQUAD& b) {
-    return std::max({std::abs(a.rgbRed - b.rgbRed), std::abs(a.rgbGreen - b.rgbGreen),
-                     std::abs(a.rgbBlue - b.rgbBlue)});
-}
-
-bool same(const RGBQUAD& a, const RGBQUAD& b) {
-    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
-}
-
-}  // namespace
 
 long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance) {
     if (!pixels || labels.empty() || nodes.empty()) return 0;
@@ -164,7 +189,7 @@ long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance) {
                     bl += pixels[p].rgbBlue;
                 }
                 const long long c = static_cast<long long>(group.size());
-                Node added{nullptr, parent, nodes[parent].depth + 1, RGBQUAD{}, false};
+                Node added{nullptr, parent, nodes[parent].depth + 1, RGBQUAD{}, false, true};
                 added.color.rgbRed = static_cast<BYTE>((r + c / 2) / c);
                 added.color.rgbGreen = static_cast<BYTE>((g + c / 2) / c);
                 added.color.rgbBlue = static_cast<BYTE>((bl + c / 2) / c);
@@ -226,8 +251,7 @@ bool LabelRaster::paintMask(int i, std::vector<uint8_t>& mask, int& x0, int& y0,
     if (i < 0 || i >= static_cast<int>(nodes.size())) return true;
     const KvCtree* t = nodes[i].tree;
     if (t->isFrame || t->dirNum < 1 || !t->chain || width <= 0) return true;
-    const int parent = nodes[i].parent;
-    const bool ownPixels = parent < 0 || nodes[parent].tree->isFrame;
+    const bool ownPixels = nodes[i].ownChain;
 
     // Bounding box of the chain's pixel centres.
     long long x = t->startOffset % width, y = t->startOffset / width;

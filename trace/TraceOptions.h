@@ -23,6 +23,9 @@ struct TraceOptions {
     int maxOutlines = 1000000;  // more outlines than this: LimitExceeded
     int curveTolerance = 1;     // straight-line tolerance of the curve fit, pixels
     Seed seed = Seed::UniformRing;
+    // Fill every node's Bezier points, as the entry points do. A host that
+    // fits its own curves (the output layer) can leave them out.
+    bool treeCurves = true;
 };
 
 }  // namespace om1

@@ -13,8 +13,8 @@
 
 #include "interface/om1.h"
 #include "output/JsonWriter.h"
+#include "output/OutputFormat.h"
 #include "output/ShapeBuilder.h"
-#include "output/SvgWriter.h"
 #include "tools/ImageLoader.h"
 #include "trace/Tracer.h"
 
@@ -22,10 +22,6 @@ namespace {
 
 double msSince(std::chrono::steady_clock::time_point t0) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
-}
-
-bool endsWith(const std::string& s, const std::string& tail) {
-    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
@@ -165,7 +161,9 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
                                   ? static_cast<long long>(sh.curves[k].size() - 1) / 3
                                   : static_cast<long long>(sh.loops[k].vertices().size());
     stats.curved = shapes.curvedLoops;
-    if (endsWith(output, ".json")) {
+    om1::OutputFormat::Kind format = om1::OutputFormat::Kind::Svg;
+    om1::OutputFormat::fromPath(output, format);
+    if (format == om1::OutputFormat::Kind::Json) {
         if (!writeAtomically(
                 output, [&](std::ostream& o) { return om1::JsonWriter::write(o, shapes); },
                 error)) {
@@ -195,7 +193,8 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
             return drop;
         };
         if (!writeAtomically(
-                output, [&](std::ostream& o) { return om1::SvgWriter::write(o, shapes, skip); },
+                output,
+                [&](std::ostream& o) { return om1::OutputFormat::write(o, format, shapes, skip); },
                 error)) {
             message = output + ": cannot write: " + error;
             return CannotWrite;

@@ -1,37 +1,26 @@
 #include "capi/FormatTable.h"
 
-#include <strings.h>
-
-#include "output/JsonWriter.h"
-#include "output/SvgWriter.h"
+#include <string>
 
 namespace om1c {
 
 namespace {
 
-const FormatTable::Row kRows[] = {
-    {"svg", "svg",
-     [](std::ostream& o, const om1::ShapeSet& s, const FormatTable::Skip& skip) {
-         return om1::SvgWriter::write(o, s, skip);
-     }},
-    {"json", "json",
-     [](std::ostream& o, const om1::ShapeSet& s, const FormatTable::Skip&) {
-         return om1::JsonWriter::write(o, s);
-     }},
-};
+using F = om1::OutputFormat::Kind;
+const F kRows[] = {F::Svg, F::Json, F::Pdf, F::Eps, F::Dxf, F::GeoJson};
 const int kRowCount = static_cast<int>(sizeof(kRows) / sizeof(kRows[0]));
 
 }  // namespace
 
-const FormatTable::Row* FormatTable::row(int index) {
-    return index >= 0 && index < kRowCount ? &kRows[index] : nullptr;
+bool FormatTable::at(int index, om1::OutputFormat::Kind& kind) {
+    if (index < 0 || index >= kRowCount) return false;
+    kind = kRows[index];
+    return true;
 }
 
-const FormatTable::Row* FormatTable::find(const char* name) {
-    if (name[0] == '.') ++name;
-    for (const Row& r : kRows)
-        if (strcasecmp(r.name, name) == 0 || strcasecmp(r.extension, name) == 0) return &r;
-    return nullptr;
+bool FormatTable::find(const char* name, om1::OutputFormat::Kind& kind) {
+    const std::string n = name[0] == '.' ? name + 1 : name;
+    return om1::OutputFormat::fromName(n, kind) || om1::OutputFormat::fromPath("." + n, kind);
 }
 
 }  // namespace om1c

@@ -1,28 +1,18 @@
-// FormatTable: the output formats of the C interface by name. A new format
-// is one row in the table (FormatTable.cpp) calling its writer.
+// FormatTable: the output formats of the C interface, in the order
+// om1_format_name lists them. Names, extensions and writers are the output
+// layer's (OutputFormat); a new format is one row in the table.
 #pragma once
 
-#include <functional>
-#include <ostream>
-
-#include "output/Shape.h"
+#include "output/OutputFormat.h"
 
 namespace om1c {
 
 class FormatTable {
 public:
-    using Skip = std::function<bool(const om1::Shape&)>;
-    struct Row {
-        const char* name;
-        const char* extension;
-        // False when the stream failed. `skip` tells the shapes writers leave out.
-        bool (*write)(std::ostream& out, const om1::ShapeSet& set, const Skip& skip);
-    };
-
-    // Null past the end.
-    static const Row* row(int index);
-    // By name or extension, case-insensitive; null when none.
-    static const Row* find(const char* name);
+    // False past the end.
+    static bool at(int index, om1::OutputFormat::Kind& kind);
+    // By name or extension (with or without the dot), case-insensitive.
+    static bool find(const char* name, om1::OutputFormat::Kind& kind);
 };
 
 }  // namespace om1c

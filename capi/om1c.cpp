@@ -15,6 +15,7 @@
 #include "capi/OptionTable.h"
 #include "companion/KvCtree.h"
 #include "output/ShapeBuilder.h"
+#include "trace/TraceReport.h"
 #include "trace/Tracer.h"
 
 #ifndef OM1C_VERSION
@@ -121,18 +122,17 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
     long long bgPixels = 0, bgTransparent = 0;
     composite(pixels, width, height, stride, o.background, picture, bgPixels, bgTransparent);
 
-    om1::TraceOptions t;
-    t.tolerancePercent = o.tolerance;
-    t.minOutlineLen = o.min_length;
-    t.maxOutlines = o.max_outlines;
-    t.curveTolerance = o.curve_tolerance;
-    t.seed = om1::TraceOptions::Seed::UniformRing;
+    const om1::TraceOptions t = om1c::OptionTable::toTrace(o);
     KvCtree* tree = nullptr;
-    const om1::Tracer::Result traced = om1::Tracer::trace(picture.data(), width, height, t, tree);
+    om1::TraceReport report;
+    const om1::Tracer::Result traced =
+        om1::Tracer::trace(picture.data(), width, height, t, tree, &report);
     if (traced != om1::Tracer::Done || !tree) {
         if (tree) kvctr_deleteKvCtree(tree);
         return traced == om1::Tracer::LimitExceeded ? OM1_LIMIT_EXCEEDED : OM1_NO_OUTLINES;
     }
+    // Shapes are checked against the picture the tracer saw.
+    const RGBQUAD* seen = report.prepared.empty() ? picture.data() : report.prepared.data();
 
     om1_result* r = new (std::nothrow) om1_result;
     if (!r) {
@@ -147,7 +147,7 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
     oo.reconcileTolerance = static_cast<int>(o.tolerance * 2.55);
     bool built = false;
     try {
-        built = om1::ShapeBuilder::build(tree, picture.data(), width, height, oo, r->shapes);
+        built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->shapes);
     } catch (...) {
         built = false;
     }
@@ -316,15 +316,16 @@ int om1_result_write(const om1_result* result, const char* format, char** data, 
     if (size) *size = 0;
     if (!result || !format || !data || !size) return OM1_NULL_ARGUMENT;
     return guarded([&] {
-        const om1c::FormatTable::Row* row = om1c::FormatTable::find(format);
-        if (!row) return static_cast<int>(OM1_UNKNOWN_FORMAT);
+        om1::OutputFormat::Kind kind;
+        if (!om1c::FormatTable::find(format, kind)) return static_cast<int>(OM1_UNKNOWN_FORMAT);
         std::ostringstream text;
         const std::vector<char>& hidden = result->hidden;
         const om1::ShapeSet& set = result->shapes;
         auto skip = [&](const om1::Shape& sh) {
             return hidden[static_cast<size_t>(&sh - set.shapes.data())] != 0;
         };
-        if (!row->write(text, set, skip)) return static_cast<int>(OM1_OUT_OF_MEMORY);
+        if (!om1::OutputFormat::write(text, kind, set, skip))
+            return static_cast<int>(OM1_OUT_OF_MEMORY);
         const std::string s = text.str();
         char* buffer = static_cast<char*>(std::malloc(s.size() + 1));
         if (!buffer) return static_cast<int>(OM1_OUT_OF_MEMORY);
@@ -341,13 +342,13 @@ void om1_buffer_free(char* data) {
 }
 
 const char* om1_format_name(int index) {
-    const om1c::FormatTable::Row* row = om1c::FormatTable::row(index);
-    return row ? row->name : nullptr;
+    om1::OutputFormat::Kind kind;
+    return om1c::FormatTable::at(index, kind) ? om1::OutputFormat::name(kind) : nullptr;
 }
 
 const char* om1_format_extension(int index) {
-    const om1c::FormatTable::Row* row = om1c::FormatTable::row(index);
-    return row ? row->extension : nullptr;
+    om1::OutputFormat::Kind kind;
+    return om1c::FormatTable::at(index, kind) ? om1::OutputFormat::extension(kind) : nullptr;
 }
 
 const char* om1_error_message(int code) {

@@ -62,38 +62,63 @@ typedef enum om1_status {
  * drawn and has no boundary. */
 enum { OM1_ROLE_OUTLINE = 0, OM1_ROLE_HOLE = 1, OM1_ROLE_FRAME = 2 };
 
+/* Pre-filters (the filter option). */
+enum { OM1_FILTER_NONE = 0, OM1_FILTER_QUADRANT = 1, OM1_FILTER_ADAPTIVE = 2 };
+
 /* The settings of one trace. Always start from om1_options_init (or
- * om1_options_preset): new settings are appended at the end with defaults. */
+ * om1_options_preset): new settings are appended at the end with defaults.
+ * The defaults are the "graphic" preset's (as om1trace's); in brackets the
+ * value without a preset. The stages (threshold to max_paths) run on a copy
+ * of the picture before the trace, in the order listed. */
 typedef struct om1_options {
-    int tolerance;          /* colour tolerance in percent, 0..100 (10) */
-    int min_length;         /* outlines of fewer chain steps are dropped, >= 0 (4) */
-    int max_outlines;       /* outline limit, >= 1 (1000000); more: OM1_LIMIT_EXCEEDED */
-    int curve_tolerance;    /* straight-line tolerance of the curve fit, pixels, 0..1000 (1) */
-    int polygon;            /* 1: exact corner polygons, no curves (0) */
-    int cutout;             /* 1: every region once as its own area, nothing stacked (0) */
-    double max_curve_error; /* a fitted curve is kept only within this many square
-                               pixels per boundary step of the exact boundary, >= 0 (0.05) */
-    long long max_pixels;   /* larger pictures are refused with OM1_BAD_SIZE, >= 9 (100000000) */
-    int background;         /* 0xRRGGBB under transparent pixels (0xFFFFFF) */
-    int transparent;        /* 1: writers leave out regions that were fully transparent (0) */
+    int tolerance;           /* colour tolerance in percent, 0..100 (10; graphic 0) */
+    int min_length;          /* outlines of fewer chain steps are dropped, >= 0 (4) */
+    int max_outlines;        /* outline limit, >= 1 (1000000); more: OM1_LIMIT_EXCEEDED */
+    int curve_tolerance;     /* straight-line tolerance of the curve fit, pixels, 0..1000 (1) */
+    int polygon;             /* 1: exact corner polygons, no curves (0) */
+    int cutout;              /* 1: every region once as its own area, nothing stacked (0) */
+    double max_curve_error;  /* a fitted curve is kept only within this many square
+                                pixels per boundary step of the exact boundary, >= 0 (0.05) */
+    long long max_pixels;    /* larger pictures are refused with OM1_BAD_SIZE, >= 9 (100000000) */
+    int background;          /* 0xRRGGBB under transparent pixels (0xFFFFFF) */
+    int transparent;         /* 1: writers leave out regions that were fully transparent (0) */
+    int fixed_seeds;         /* 1: the entry points' nine fixed seeds (0: a seed in one colour) */
+    int threshold;           /* 0..255: luminance below it black, else white; -1 off (-1) */
+    int filter;              /* OM1_FILTER_... (none) */
+    int filter_radius;       /* filter quadrant side - 1, 1..8 (1) */
+    int filter_tolerance;    /* per-channel run tolerance of the adaptive filter, 0..255 (24) */
+    int colors;              /* quantise to 2..256 colours; 0 off (0) */
+    int antialias;           /* 1: thin bands of in-between colours join a side (0; graphic 1) */
+    int antialias_radius;    /* how far a band pixel looks for flat regions, 1..64 (2) */
+    int antialias_tolerance; /* largest distance from the line between two colours, 0..765 (40) */
+    int speckle;       /* regions below this many pixels join their surroundings (0; graphic 8) */
+    int restitute;     /* two-pass restitution of spots up to this area; 0 off (0) */
+    int max_paths;     /* raise the speckle area until at most this many paths; 0 off (0) */
+    int palette_count; /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
+    uint32_t palette[256]; /* 0xRRGGBB */
 } om1_options;
 
-/* Sets the defaults above. */
+/* Sets the defaults (the "graphic" preset). */
 OM1C_API void om1_options_init(om1_options* options);
 
 /* sizeof(om1_options) of this library, for hosts that allocate the record
  * without this header (bindings that set options by name). */
 OM1C_API size_t om1_options_size(void);
 
-/* Sets the defaults, then a preset's values: "default"; "polygon" (exact
- * polygons, tolerance 0, every outline kept: lossless on hard-edged
- * pictures); "cutout" (cut-out layout). OM1_UNKNOWN_OPTION for other names. */
+/* Sets a preset's values (all other fields to their defaults): "graphic"
+ * (flat colours with anti-aliased edges; the default), "photo" (natural
+ * pictures: smoothing, 48 colours), "bw" (black and white by luminance),
+ * "pixel" (hard-edged pixel art: exact colours, every region kept, exact
+ * polygons), "plain" (no stages, fixed seeds, as the entry points).
+ * OM1_UNKNOWN_OPTION for other names. */
 OM1C_API int om1_options_preset(om1_options* options, const char* name);
 
 /* Sets one option by its name (the field's name), from text: a whole
- * number, a decimal number, "true"/"false", or a colour "RRGGBB" /
- * "#RRGGBB" for background. OM1_UNKNOWN_OPTION, or OM1_BAD_OPTION when the
- * text is no value of the option's kind or out of its range. */
+ * number, a decimal number, "true"/"false" (or "on"/"off", "1"/"0"), a colour
+ * "RRGGBB" / "#RRGGBB" for background, "none"/"quadrant"/"adaptive" for
+ * filter, "#rrggbb,#rrggbb,..." (or a file of such colours) for palette.
+ * OM1_UNKNOWN_OPTION, or OM1_BAD_OPTION when the text is no value of the
+ * option's kind or out of its range; the field is then unchanged. */
 OM1C_API int om1_options_set(om1_options* options, const char* name, const char* value);
 
 /* The option names in order, then null: for hosts that set options by name. */

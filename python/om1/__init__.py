@@ -65,6 +65,12 @@ def _raise(code: int, context: str = "") -> None:
     raise ValueError(text)
 
 
+def _is_rgb(value: Any) -> bool:
+    return (isinstance(value, (tuple, list)) and len(value) == 3 and
+            all(isinstance(c, (int, np.integer)) and not isinstance(c, bool) and 0 <= c <= 255
+                for c in value))
+
+
 def _option_text(name: str, value: Any) -> str:
     if isinstance(value, (bool, np.bool_)):
         return "true" if value else "false"
@@ -76,9 +82,18 @@ def _option_text(name: str, value: Any) -> str:
         return repr(float(value))
     if isinstance(value, str):
         return value
-    if name == "background" and isinstance(value, (tuple, list)) and len(value) == 3:
-        if all(isinstance(c, (int, np.integer)) and 0 <= c <= 255 for c in value):
-            return "%02x%02x%02x" % tuple(int(c) for c in value)
+    if name == "background" and _is_rgb(value):
+        return "%02x%02x%02x" % tuple(int(c) for c in value)
+    if name == "palette" and isinstance(value, (tuple, list)) and value:
+        entries = []
+        for c in value:
+            if _is_rgb(c):
+                entries.append("#%02x%02x%02x" % tuple(int(v) for v in c))
+            elif isinstance(c, str) and c.startswith("#"):
+                entries.append(c)
+            else:
+                raise ValueError("om1: palette entry %r is neither (r, g, b) nor '#rrggbb'" % (c,))
+        return ",".join(entries)
     raise ValueError("om1: option %s: cannot use a value of type %s" % (name, type(value).__name__))
 
 
@@ -367,9 +382,9 @@ class Trace:
         """The regions with a colour, in drawing order."""
         return (r for r in self._regions if not r.is_frame)
 
-    def export(self, format: str) -> str:
+    def export(self, format: str) -> bytes:
         """The trace written in a format of :data:`FORMAT_NAMES` (or by its
-        file extension)."""
+        file extension), as bytes (PDF is binary; the others are UTF-8 text)."""
         data = ctypes.c_void_p()
         size = ctypes.c_size_t(0)
         code = _native.lib.om1_result_write(self._handle(), format.encode(), ctypes.byref(data),
@@ -378,33 +393,34 @@ class Trace:
             raise ValueError("om1: unknown format %r (formats: %s)" % (format, ", ".join(FORMAT_NAMES)))
         _raise(code)
         try:
-            return ctypes.string_at(data, size.value).decode("utf-8")
+            return ctypes.string_at(data, size.value)
         finally:
             _native.lib.om1_buffer_free(data)
 
     def svg(self) -> str:
         """The trace as SVG text."""
-        return self.export("svg")
+        return self.export("svg").decode("utf-8")
 
     def json(self) -> str:
         """The trace as JSON text (the format is described in the README)."""
-        return self.export("json")
+        return self.export("json").decode("utf-8")
 
     def save(self, path: Union[str, "os.PathLike[str]"], format: Optional[str] = None) -> None:
         """Writes the trace to a file, in `format` or the one its extension
-        names (``.svg``, ``.json``, ...). The file is replaced whole or not at
-        all. OSError when it cannot be written."""
+        names (``.svg``, ``.json``, ``.pdf``, ``.eps``, ``.dxf``, ``.geojson``).
+        The file is replaced whole or not at all. OSError when it cannot be
+        written."""
         path = os.fspath(path)
         if format is None:
             ext = os.path.splitext(path)[1].lower().lstrip(".")
-            if ext not in FORMAT_EXTENSIONS and ext not in FORMAT_NAMES:
+            if ext not in FORMAT_EXTENSIONS and ext not in FORMAT_NAMES and ext != "ps":
                 raise ValueError("om1: cannot tell the format of %r (extensions: %s)"
                                  % (path, ", ".join("." + e for e in FORMAT_EXTENSIONS)))
             format = ext
         text = self.export(format)
         tmp = "%s.tmp%d.%d" % (path, os.getpid(), id(text) & 0xFFFFFF)
         try:
-            with open(tmp, "w", encoding="utf-8", newline="") as f:
+            with open(tmp, "wb") as f:
                 f.write(text)
             os.replace(tmp, path)
         except BaseException:
@@ -424,13 +440,20 @@ def trace(image: ImageLike, preset: Optional[str] = None, **options: Any) -> Tra
 
     `image` is a NumPy array of dtype uint8 (H x W grey, H x W x 3 RGB or
     H x W x 4 RGBA, row 0 at the top), a Pillow image, a file path or the
-    bytes of an image file (decoded with Pillow). `preset` is one of
-    :data:`PRESET_NAMES` ("default", "polygon": lossless exact polygons,
-    "cutout": every region once, nothing stacked); `options` then override
-    single settings (:data:`OPTION_NAMES`): ``tolerance`` (percent, 0..100),
-    ``min_length``, ``max_outlines``, ``curve_tolerance``, ``polygon``,
-    ``cutout``, ``max_curve_error``, ``max_pixels``, ``background``
-    (``"#rrggbb"``, 0xRRGGBB or (r, g, b)) and ``transparent``.
+    bytes of an image file (decoded with Pillow).
+
+    `preset` is one of :data:`PRESET_NAMES`: "graphic" (the default: flat
+    colours with anti-aliased edges), "photo", "bw", "pixel" (hard-edged
+    pixel art as exact polygons, lossless) or "plain" (as the library's
+    entry points). `options` then override single settings, named as in
+    :data:`OPTION_NAMES` (the fields of ``om1_options`` in ``om1c.h``):
+    ``tolerance`` (percent, 0..100), ``min_length``, ``max_outlines``,
+    ``curve_tolerance``, ``polygon``, ``cutout``, ``max_curve_error``,
+    ``max_pixels``, ``background`` (``"#rrggbb"``, 0xRRGGBB or (r, g, b)),
+    ``transparent``, and the stages ``threshold``, ``filter`` ("none",
+    "quadrant", "adaptive"), ``filter_radius``, ``colors``, ``palette`` (a
+    list of (r, g, b) or "#rrggbb"), ``antialias``, ``speckle``,
+    ``restitute``, ``max_paths`` and a few more.
 
     Raises ValueError for bad options or arrays (wrong dtype or shape,
     smaller than 3 x 3, more pixels than ``max_pixels``), TypeError for

@@ -13,7 +13,7 @@ import time
 from concurrent.futures import ThreadPoolExecutor
 from typing import Any, Dict, List, Optional, Sequence, Tuple
 
-from . import FORMAT_EXTENSIONS, TraceError, __version__, _options, trace
+from . import FORMAT_EXTENSIONS, PRESET_NAMES, TraceError, __version__, _options, trace
 from . import _native
 
 DONE, NO_OUTLINES, LIMIT_EXCEEDED, BAD_USAGE, BAD_INPUT, CANNOT_WRITE = 0, 1, 2, 64, 65, 74
@@ -44,6 +44,20 @@ def _parser() -> argparse.ArgumentParser:
                    help="exact pixel-edge polygons, no curves (tolerance and min length 0)")
     p.add_argument("--cutout", action="store_true",
                    help="every region once as its own area, no stacking")
+    p.add_argument("--preset", choices=PRESET_NAMES,
+                   help="graphic (default), photo, bw, pixel or plain")
+    stages = p.add_argument_group("stages (each preset has its own defaults; these override them)")
+    stages.add_argument("--filter", choices=["none", "quadrant", "adaptive"],
+                        help="edge-preserving pre-filter")
+    stages.add_argument("--filter-radius", type=int, help="filter quadrant side K + 1, 1..8")
+    stages.add_argument("--colors", type=int, help="quantise to N colours, 2..256 (0 off)")
+    stages.add_argument("--palette", help="snap every pixel to the nearest of #rrggbb,... (or a file)")
+    stages.add_argument("--antialias", choices=["on", "off"],
+                        help="absorb thin bands of in-between colours")
+    stages.add_argument("--speckle", type=int, help="regions below PX pixels join their surroundings")
+    stages.add_argument("--max-paths", type=int, help="raise the speckle area until at most N paths")
+    stages.add_argument("--threshold", type=int, help="luminance below L is black, else white")
+    stages.add_argument("--restitute", type=int, help="trace twice, spots up to PX pixels absorbed")
     p.add_argument("--stats", action="store_true", help="print counts and times per input")
     p.add_argument("--quiet", action="store_true", help="print nothing but errors")
     p.add_argument("--version", action="version", version="om1 " + __version__)
@@ -89,13 +103,20 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
         p.error("-o and -d cannot be used together")
     if args.output and len(args.inputs) > 1:
         p.error("-o takes one input; use -d DIR for several")
-    preset = "polygon" if args.polygon else None
+    preset = args.preset
     options: Dict[str, Any] = {}
     for name in ("tolerance", "min_length", "max_outlines", "curve_tolerance", "max_pixels",
-                 "background"):
+                 "background", "filter", "filter_radius", "colors", "palette", "antialias",
+                 "speckle", "max_paths", "threshold", "restitute"):
         value = getattr(args, name)
         if value is not None:
             options[name] = value
+    if args.polygon:
+        # As om1trace: exact polygons, and every region in its exact colour
+        # unless a tolerance or minimum length is given.
+        options["polygon"] = True
+        options.setdefault("tolerance", 0)
+        options.setdefault("min_length", 0)
     if args.cutout:
         options["cutout"] = True
     if args.transparent:

@@ -43,7 +43,7 @@ def test_lock_is_released_during_the_trace():
 
     def work():
         inside.set()
-        om1.trace(big, preset="polygon")
+        om1.trace(big, preset="pixel")
         done.set()
 
     worker = threading.Thread(target=work)

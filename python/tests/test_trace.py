@@ -19,7 +19,7 @@ def by_colour(t: om1.Trace, rgb):
 
 @pytest.mark.parametrize("cutout", [False, True])
 def test_red_block_exact(block, cutout):
-    t = om1.trace(block, preset="polygon", cutout=cutout)
+    t = om1.trace(block, preset="pixel", cutout=cutout)
     (red,) = by_colour(t, (255, 0, 0))
     (white,) = by_colour(t, (255, 255, 255))
     assert red.pixels == 70 and red.hex == "#ff0000" and red.holes == []
@@ -67,21 +67,52 @@ def test_every_input_kind_gives_the_same_trace(tmp_path):
 def test_grey_and_alpha():
     grey = np.full((12, 12), 200, np.uint8)
     grey[4:8, 4:8] = 10
-    t = om1.trace(grey, preset="polygon")
+    t = om1.trace(grey, preset="pixel")
     assert sorted(r.color for r in t) == [(10, 10, 10), (200, 200, 200)]
     # Fully transparent pixels become the background colour; `transparent`
     # hides their region from the writers.
     rgba = np.zeros((12, 12, 4), np.uint8)
     rgba[4:8, 4:8] = (0, 255, 0, 255)
-    kept = om1.trace(rgba, preset="polygon", background="#102030")
+    kept = om1.trace(rgba, preset="pixel", background="#102030")
     assert "#102030" in kept.svg()
-    hidden = om1.trace(rgba, preset="polygon", background=(16, 32, 48), transparent=True)
+    hidden = om1.trace(rgba, preset="pixel", background=(16, 32, 48), transparent=True)
     assert "#102030" not in hidden.svg() and "#00ff00" in hidden.svg()
     assert [r.hidden for r in hidden if r.hex == "#102030"] == [True]
 
 
+def test_every_format_by_name_and_extension(tmp_path, block):
+    t = om1.trace(block, preset="pixel")
+    assert om1.FORMAT_NAMES[:2] == ["svg", "json"] and "pdf" in om1.FORMAT_NAMES
+    for name, ext in zip(om1.FORMAT_NAMES, om1._native.FORMAT_EXTENSIONS):
+        data = t.export(name)
+        assert isinstance(data, bytes) and len(data) > 20
+        t.save(tmp_path / ("out." + ext))
+        assert (tmp_path / ("out." + ext)).read_bytes() == data
+    assert t.export("pdf").startswith(b"%PDF")
+    assert json.loads(t.export("geojson"))["type"] == "FeatureCollection"
+
+
+@pytest.mark.parametrize("preset", om1.PRESET_NAMES)
+def test_presets_and_stages(preset):
+    picture = np.asarray(Image.open(EXAMPLE).convert("RGB"))
+    t = om1.trace(picture, preset=preset)
+    assert len(t) >= 2 and t.svg().startswith("<?xml")
+    if preset == "pixel":
+        assert t.stats.curved_loops == 0
+    if preset == "bw":
+        assert {r.color for r in t} <= {(0, 0, 0), (255, 255, 255)}
+
+
+def test_stage_options():
+    picture = np.asarray(Image.open(EXAMPLE).convert("RGB"))
+    assert len({r.color for r in om1.trace(picture, colors=4)}) <= 4
+    two = om1.trace(picture, palette=[(255, 0, 0), "#0000ff"], antialias=False, filter="none")
+    assert {r.color for r in two} <= {(255, 0, 0), (0, 0, 255)}
+    assert om1.trace(picture, max_paths=10).stats.paths <= 10
+
+
 def test_save_by_extension(tmp_path, block):
-    t = om1.trace(block, preset="polygon")
+    t = om1.trace(block, preset="pixel")
     t.save(tmp_path / "a.svg")
     t.save(str(tmp_path / "a.JSON"))
     t.save(tmp_path / "b.out", format="svg")

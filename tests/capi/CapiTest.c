@@ -70,7 +70,10 @@ static int regionOf(const om1_result* r, uint32_t rgb) {
 static void testOptions(void) {
     om1_options o;
     om1_options_init(&o);
-    CHECK(o.tolerance == 10 && o.min_length == 4 && o.max_outlines == 1000000);
+    /* The default is the graphic preset, as the tool's. */
+    CHECK(o.tolerance == 0 && o.min_length == 4 && o.max_outlines == 1000000);
+    CHECK(o.antialias == 1 && o.speckle == 8 && o.threshold == -1 && o.colors == 0);
+    CHECK(o.filter == OM1_FILTER_NONE && o.palette_count == 0 && o.fixed_seeds == 0);
     CHECK(o.curve_tolerance == 1 && o.polygon == 0 && o.cutout == 0);
     CHECK(o.max_curve_error == 0.05 && o.max_pixels == 100000000LL);
     CHECK(o.background == 0xFFFFFF && o.transparent == 0);
@@ -79,7 +82,7 @@ static void testOptions(void) {
     /* Every name is settable; the list ends with null. */
     int names = 0;
     while (om1_option_name(names)) ++names;
-    CHECK(names >= 10);
+    CHECK(names >= 23);
     CHECK(om1_option_name(-1) == NULL);
 
     struct {
@@ -106,6 +109,18 @@ static void testOptions(void) {
         {"background", "12345g", OM1_BAD_OPTION},
         {"max_pixels", "8", OM1_BAD_OPTION},
         {"max_pixels", "9", OM1_OK},
+        {"filter", "adaptive", OM1_OK},
+        {"filter", "blur", OM1_BAD_OPTION},
+        {"filter_radius", "9", OM1_BAD_OPTION},
+        {"colors", "1", OM1_BAD_OPTION},
+        {"colors", "16", OM1_OK},
+        {"threshold", "-1", OM1_OK},
+        {"threshold", "256", OM1_BAD_OPTION},
+        {"speckle", "-1", OM1_BAD_OPTION},
+        {"antialias", "off", OM1_OK},
+        {"max_paths", "-5", OM1_BAD_OPTION},
+        {"palette", "#000000,#ffffff", OM1_OK},
+        {"palette", "#00000g", OM1_BAD_OPTION},
         {"no_such_option", "1", OM1_UNKNOWN_OPTION},
     };
     om1_options_init(&o);
@@ -120,6 +135,8 @@ static void testOptions(void) {
     /* Failed settings leave the field as it was. */
     CHECK(o.tolerance == 100 && o.min_length == 4 && o.max_curve_error == 0.25);
     CHECK(o.polygon == 1 && o.background == 0x10A0FF && o.max_pixels == 9);
+    CHECK(o.filter == OM1_FILTER_ADAPTIVE && o.colors == 16 && o.antialias == 0);
+    CHECK(o.palette_count == 2 && o.palette[0] == 0 && o.palette[1] == 0xFFFFFF);
     CHECK_CODE(om1_options_set(NULL, "tolerance", "1"), OM1_NULL_ARGUMENT);
     CHECK_CODE(om1_options_set(&o, NULL, "1"), OM1_NULL_ARGUMENT);
     CHECK_CODE(om1_options_set(&o, "tolerance", NULL), OM1_NULL_ARGUMENT);
@@ -131,13 +148,25 @@ static void testOptions(void) {
     om1_options_init(&o);
     o.background = 0x1000000;
     CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
+    om1_options_init(&o);
+    o.filter = 3;
+    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
+    om1_options_init(&o);
+    o.colors = 1;
+    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
+    om1_options_init(&o);
+    o.palette_count = 257;
+    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
 
-    CHECK_CODE(om1_options_preset(&o, "polygon"), OM1_OK);
-    CHECK(o.polygon == 1 && o.tolerance == 0 && o.min_length == 0 && o.cutout == 0);
-    CHECK_CODE(om1_options_preset(&o, "cutout"), OM1_OK);
-    CHECK(o.polygon == 0 && o.tolerance == 10 && o.cutout == 1);
+    CHECK_CODE(om1_options_preset(&o, "pixel"), OM1_OK);
+    CHECK(o.polygon == 1 && o.tolerance == 0 && o.min_length == 0 && o.speckle == 0);
+    CHECK_CODE(om1_options_preset(&o, "photo"), OM1_OK);
+    CHECK(o.polygon == 0 && o.filter == OM1_FILTER_ADAPTIVE && o.colors == 48 && o.speckle == 40);
+    CHECK_CODE(om1_options_preset(&o, "plain"), OM1_OK);
+    CHECK(o.fixed_seeds == 1 && o.tolerance == 10 && o.antialias == 0);
     CHECK_CODE(om1_options_preset(&o, "nope"), OM1_UNKNOWN_OPTION);
-    CHECK(om1_preset_name(0) && strcmp(om1_preset_name(0), "default") == 0);
+    CHECK(om1_preset_name(0) && strcmp(om1_preset_name(0), "graphic") == 0);
+    CHECK(om1_preset_name(4) && om1_preset_name(5) == NULL);
 }
 
 /* A red 10 x 7 block at (2, 3) on white comes back as exactly the rectangle
@@ -148,7 +177,7 @@ static void testRedBlock(void) {
     block(p, 4 * w, 2, 3, 10, 7, 0xFF0000);
     for (int cutout = 0; cutout <= 1; ++cutout) {
         om1_options o;
-        om1_options_preset(&o, "polygon");
+        om1_options_preset(&o, "pixel");
         o.cutout = cutout;
         om1_result* r = NULL;
         CHECK_CODE(om1_trace_rgba(p, w, h, 4 * w, &o, &r), OM1_OK);
@@ -223,7 +252,7 @@ static void testStrideAndWriters(void) {
         CHECK_CODE(om1_result_write(a, om1_format_name(formats), &ta, &sa), OM1_OK);
         CHECK_CODE(om1_result_write(b, om1_format_extension(formats), &tb, &sb), OM1_OK);
         CHECK(ta && tb && sa > 0 && sa == sb && memcmp(ta, tb, sa) == 0);
-        CHECK(ta && strlen(ta) == sa);
+        CHECK(ta && ta[sa] == 0);
         om1_buffer_free(ta);
         om1_buffer_free(tb);
     }
@@ -291,7 +320,7 @@ static void testTransparent(void) {
     uint8_t* p = picture(w, h, 4 * w, 0x000000, 0);
     block(p, 4 * w, 4, 3, 6, 5, 0x00FF00);
     om1_options o;
-    om1_options_preset(&o, "polygon");
+    om1_options_preset(&o, "pixel");
     om1_result* r = NULL;
     for (int transparent = 0; transparent <= 1; ++transparent) {
         o.transparent = transparent;

@@ -7,6 +7,7 @@ import os
 import subprocess
 import sys
 
+import pytest
 from PIL import Image
 
 from conftest import red_block
@@ -80,3 +81,19 @@ def test_exit_codes(tmp_path):
     r = run(src, tmp_path / "missing.png", "-d", tmp_path)
     assert r.returncode == 65 and (tmp_path / "block.svg").exists()
     assert run("--version").returncode == 0
+
+
+TOOL = os.path.join(PYTHON_DIR, os.pardir, "build", "default", "tools", "om1trace")
+
+
+@pytest.mark.skipif(not os.path.exists(TOOL), reason="om1trace not built")
+@pytest.mark.parametrize("flags", [[], ["--polygon"], ["--cutout", "--tolerance", "5"],
+                                   ["--preset", "photo"], ["--preset", "bw", "--speckle", "20"],
+                                   ["--preset", "pixel", "--cutout"]])
+def test_same_output_as_om1trace(tmp_path, flags):
+    src = os.path.join(PYTHON_DIR, os.pardir, "examples", "shapes.png")
+    for ext in ("svg", "json"):
+        ours, theirs = tmp_path / ("ours." + ext), tmp_path / ("theirs." + ext)
+        assert run(src, "-o", ours, *flags).returncode == 0
+        subprocess.run([TOOL, src, "-o", str(theirs), "--quiet", *flags], check=True)
+        assert ours.read_bytes() == theirs.read_bytes(), (flags, ext)

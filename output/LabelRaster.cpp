@@ -22,24 +22,33 @@ bool same(const RGBQUAD& a, const RGBQUAD& b) {
     return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
 }
 
-// True when most pixels of the node's chain are nearer its own colour than
-// the parent's.
-bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD& parent,
-                      const RGBQUAD* pixels, int w, int h) {
+// True when the node's chain runs through its own pixels rather than those
+// of the region around it: more of its pixels are nearer the node's colour
+// than the colour of what was painted there before (unpainted pixels count
+// for the node); `tie` when as many are nearer the one as the other.
+bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD* pixels,
+                      const std::vector<int32_t>& labels,
+                      const std::vector<LabelRaster::Node>& nodes, int w, int h, bool tie) {
     long long x = t->startOffset % w, y = t->startOffset / w;
     int mine = 0, theirs = 0;
     for (int k = 0; k < t->dirNum; ++k) {
         if (x >= 0 && y >= 0 && x < w && y < h) {
-            const RGBQUAD& p = pixels[static_cast<size_t>(y) * w + x];
-            const int a = distance(p, own), b = distance(p, parent);
-            mine += a < b;
-            theirs += b < a;
+            const size_t i = static_cast<size_t>(y) * w + x;
+            const int32_t before = labels[i];
+            if (before < 0) {
+                ++mine;
+            } else {
+                const int a = distance(pixels[i], own);
+                const int b = distance(pixels[i], nodes[before].color);
+                mine += a < b;
+                theirs += b < a;
+            }
         }
         const int c = t->chain[k] & 3;
         x += kDx[c];
         y += kDy[c];
     }
-    return mine > theirs;
+    return mine == theirs ? tie : mine > theirs;
 }
 
 }  // namespace
@@ -62,11 +71,9 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
             const int index = static_cast<int>(nodes.size());
             n.color = n.tree->color;
             n.frame = n.tree->isFrame != 0;
-            // The root and the parts of a frame run through their own pixels.
+            // Without the picture: the root and the parts of a frame run
+            // through their own pixels, other holes through the region around.
             n.ownChain = n.parent < 0 || nodes[n.parent].frame;
-            if (!n.ownChain && pixels && !n.frame && n.tree->chain &&
-                !same(n.color, nodes[n.parent].color))
-                n.ownChain = chainOnOwnPixels(n.tree, n.color, nodes[n.parent].color, pixels, w, h);
             nodes.push_back(n);
             holes.clear();
             for (const KvCtree::Holes* e = n.tree->holes; e; e = e->next)
@@ -76,6 +83,10 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
         }
         std::vector<uint8_t> mask;
         for (size_t i = 0; i < nodes.size(); ++i) {
+            Node& n = nodes[i];
+            if (n.parent >= 0 && pixels && !n.frame && n.tree->chain)
+                n.ownChain =
+                    chainOnOwnPixels(n.tree, n.color, pixels, labels, nodes, w, h, n.ownChain);
             int x0, y0, mw, mh;
             if (!paintMask(static_cast<int>(i), mask, x0, y0, mw, mh)) return false;
             for (int y = 0; y < mh; ++y)

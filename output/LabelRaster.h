@@ -13,10 +13,12 @@
 //   region around it (through that region's pixels: the hole paints only the
 //   pixels strictly inside it) or the hole region's own outer boundary
 //   (through its own pixels: it paints them and those inside). Which one the
-//   tracer kept depends on where it started, so when the picture is given
-//   the chain's pixels decide: own boundary when most of them are nearer the
-//   node's colour than the parent's. Without the picture a hole's chain is
-//   taken as the hole loop of the region around it;
+//   tracer kept depends on where it started (parts of frames come either
+//   way too), so when the picture is given the chain's pixels decide: the
+//   chain is the node's own boundary when more of its pixels are nearer the
+//   node's colour than the colour of the node painted there before it.
+//   Without the picture the parts of frames are taken as own boundaries and
+//   other holes as hole loops;
 // - frames (containers without colour of their own) paint nothing.
 // "Inside" is the winding number of the chain polygon round the pixel centre.
 // A pixel no node paints keeps label -1.

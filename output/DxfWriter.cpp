@@ -146,7 +146,10 @@ bool DxfWriter::write(std::ostream& out, const ShapeSet& set,
             group(out, 30, "0");
             group(out, 70, "1");
             std::string last;
-            for (const PointD& p : line) {
+            // Mirrored in y, so walked backwards to keep outer loops
+            // counter-clockwise.
+            for (size_t i = line.size(); i-- > 0;) {
+                const PointD& p = line[i];
                 const std::string x = SvgWriter::number(p.x);
                 const std::string y = SvgWriter::number(set.height - p.y);
                 if (x + ' ' + y == last) continue;  // rounded onto the previous vertex

@@ -4,7 +4,8 @@
 //   the drawing looks like the picture. $EXTMIN 0,0 and $EXTMAX W,H.
 // - Every loop of a shape (outer boundary or hole) is its own closed
 //   POLYLINE (flag 1, VERTEX entities, SEQEND) on the shape's layer, in
-//   drawing order; the first vertex is not repeated.
+//   drawing order; the first vertex is not repeated. Outer loops run
+//   counter-clockwise (y up), holes clockwise, as CAD programs expect.
 // - Release 12 has no splines, so curves are flattened (within
 //   Polylines::kFlatness of a pixel); polygons are the exact corners.
 //   Coordinates are rounded as SvgWriter rounds them.

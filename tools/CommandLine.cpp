@@ -38,10 +38,14 @@ std::string baseName(const std::string& path) {
 
 std::string CommandLine::usage() {
     return "usage: om1trace INPUT... [-o OUTPUT | -d DIR] [options]\n"
-           "Traces PNG, JPEG, BMP or GIF pictures into vector outlines (.svg, or .json by "
-           "extension).\n"
-           "  -o OUTPUT               output file (one input only)\n"
-           "  -d DIR                  write NAME.svg for every input into DIR\n"
+           "Traces PNG, JPEG, BMP or GIF pictures into vector outlines: SVG, or by the\n"
+           "output's extension .json, .pdf, .eps, .dxf (release 12) or .geojson (y down).\n"
+           "  -o OUTPUT               output file (one input only); - writes to standard\n"
+           "                          output (SVG unless --format says otherwise)\n"
+           "  -d DIR                  write NAME.svg (or the --format's extension) for\n"
+           "                          every input into DIR\n"
+           "  --format NAME           svg, json, pdf, eps, dxf or geojson, whatever the\n"
+           "                          output's extension\n"
            "  --tolerance PERCENT     colour tolerance, 0..100 (default 10)\n"
            "  --min-length STEPS      drop outlines shorter than this (default 4)\n"
            "  --max-outlines N        outline limit of one trace (default 1000000)\n"
@@ -101,6 +105,14 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
             if (!value(output)) return false;
         } else if (a == "-d") {
             if (!value(dir)) return false;
+        } else if (a == "--format") {
+            std::string v;
+            if (!value(v)) return false;
+            if (!om1::OutputFormat::fromName(v, format)) {
+                error = "--format takes one of " + om1::OutputFormat::names() + ", not '" + v + "'";
+                return false;
+            }
+            formatGiven = true;
         } else if (a == "--tolerance") {
             if (!number(0, 100, n)) return false;
             tolerance = static_cast<int>(n);
@@ -183,8 +195,15 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
 
 std::string CommandLine::outputFor(const std::string& input) const {
     if (!output.empty()) return output;
-    std::string name = baseName(input) + ".svg";
+    std::string name = baseName(input) + "." + om1::OutputFormat::extension(format);
     if (!dir.empty()) return dir + "/" + name;
     size_t slash = input.find_last_of('/');
     return slash == std::string::npos ? name : input.substr(0, slash + 1) + name;
+}
+
+om1::OutputFormat::Kind CommandLine::formatFor(const std::string& path) const {
+    om1::OutputFormat::Kind kind = om1::OutputFormat::Kind::Svg;
+    if (formatGiven) return format;
+    if (path != "-") om1::OutputFormat::fromPath(path, kind);
+    return kind;
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "output/OutputFormat.h"
 #include "tools/ImageLoader.h"
 #include "trace/Presets.h"
 
@@ -37,13 +38,20 @@ struct CommandLine {
     bool quiet = false;
     bool help = false;
     bool version = false;
-    std::string output;  // -o
+    // --format NAME, else the output's extension, else SVG.
+    om1::OutputFormat::Kind format = om1::OutputFormat::Kind::Svg;
+    bool formatGiven = false;
+    std::string output;  // -o; "-" is standard output
     std::string dir;     // -d
     std::vector<std::string> inputs;
 
     // False with `error` set on bad usage.
     bool parse(int argc, char** argv, std::string& error);
     static std::string usage();
-    // The output path for an input: -o, or DIR/NAME.svg, or NAME.svg beside it.
+    // The output path for an input: -o, or DIR/NAME.EXT, or NAME.EXT beside
+    // it, EXT being the extension of --format (svg without it).
     std::string outputFor(const std::string& input) const;
+    // The format an output is written in: --format, else the output's
+    // extension, else SVG (standard output included).
+    om1::OutputFormat::Kind formatFor(const std::string& output) const;
 };

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <fstream>
+#include <iostream>
 
 #include "interface/om1.h"
 #include "output/JsonWriter.h"
@@ -168,13 +169,19 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
                                   ? static_cast<long long>(sh.curves[k].size() - 1) / 3
                                   : static_cast<long long>(sh.loops[k].vertices().size());
     stats.curved = shapes.curvedLoops;
-    om1::OutputFormat::Kind format = om1::OutputFormat::Kind::Svg;
-    om1::OutputFormat::fromPath(output, format);
+    const om1::OutputFormat::Kind format = cl.formatFor(output);
+    const bool toStdout = output == "-";
+    // The whole file or nothing at a path; standard output as it comes.
+    auto emit = [&](const std::function<bool(std::ostream&)>& body) {
+        if (!toStdout) return writeAtomically(output, body, error);
+        const bool ok = body(std::cout) && static_cast<bool>(std::cout.flush());
+        if (!ok) error = strerror(errno ? errno : EIO);
+        return ok;
+    };
+    const std::string shownOutput = toStdout ? "standard output" : output;
     if (format == om1::OutputFormat::Kind::Json) {
-        if (!writeAtomically(
-                output, [&](std::ostream& o) { return om1::JsonWriter::write(o, shapes); },
-                error)) {
-            message = output + ": cannot write: " + error;
+        if (!emit([&](std::ostream& o) { return om1::JsonWriter::write(o, shapes); })) {
+            message = shownOutput + ": cannot write: " + error;
             return CannotWrite;
         }
         for (const om1::Shape& sh : shapes.shapes)
@@ -199,16 +206,15 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
             if (!drop && sh.role != om1::Shape::Role::Frame && !sh.loops.empty()) ++stats.paths;
             return drop;
         };
-        if (!writeAtomically(
-                output,
-                [&](std::ostream& o) { return om1::OutputFormat::write(o, format, shapes, skip); },
-                error)) {
-            message = output + ": cannot write: " + error;
+        if (!emit([&](std::ostream& o) {
+                return om1::OutputFormat::write(o, format, shapes, skip);
+            })) {
+            message = shownOutput + ": cannot write: " + error;
             return CannotWrite;
         }
     }
     struct stat st;
-    if (stat(output.c_str(), &st) == 0) stats.bytes = st.st_size;
+    if (!toStdout && stat(output.c_str(), &st) == 0) stats.bytes = st.st_size;
     stats.writeMs = msSince(t2);
     return Done;
 }

@@ -1,4 +1,6 @@
-// om1trace: vectorises picture files into SVG (or JSON) with the om1 library.
+// om1trace: vectorises picture files into SVG, JSON, PDF, EPS, DXF or GeoJSON
+// with the om1 library. Only the output itself goes to standard output (with
+// -o -); every message goes to standard error.
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,17 +62,20 @@ int main(int argc, char** argv) {
         if (!messages[i].empty()) fprintf(stderr, "om1trace: %s\n", messages[i].c_str());
         if (codes[i] == 0 && !cl.quiet) {
             const TraceJob::Stats& s = stats[i];
+            const std::string out = cl.outputFor(cl.inputs[i]);
+            const char* shown = out == "-" ? "standard output" : out.c_str();
             if (cl.stats)
-                printf(
+                fprintf(
+                    stderr,
                     "%s -> %s: %dx%d, %d regions, %d frames, %d holes, %d paths, %lld segments, "
                     "%lld bytes, "
                     "%lld of %lld loops curved, %lld pixels corrected; decode %.1f ms, trace %.1f "
                     "ms, write %.1f ms\n",
-                    cl.inputs[i].c_str(), cl.outputFor(cl.inputs[i]).c_str(), s.width, s.height,
-                    s.regions, s.frames, s.holes, s.paths, s.segments, s.bytes, s.curved, s.loops,
-                    s.corrected, s.decodeMs, s.traceMs, s.writeMs);
+                    cl.inputs[i].c_str(), shown, s.width, s.height, s.regions, s.frames, s.holes,
+                    s.paths, s.segments, s.bytes, s.curved, s.loops, s.corrected, s.decodeMs,
+                    s.traceMs, s.writeMs);
             else
-                printf("%s -> %s\n", cl.inputs[i].c_str(), cl.outputFor(cl.inputs[i]).c_str());
+                fprintf(stderr, "%s -> %s\n", cl.inputs[i].c_str(), shown);
         }
     }
     return worst;

@@ -1,0 +1,99 @@
+// Standard streams and output formats of om1trace: -o - writes only the
+// output to standard output (through a pipe), messages go to standard error,
+// --format and the output's extension choose the writer.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "tools/CommandLine.h"
+
+namespace {
+
+const std::string kExample = [] {
+    const std::string f = __FILE__;  // .../tests/tools/StreamsTest.cpp
+    return f.substr(0, f.rfind("/tests/")) + "/examples/shapes.png";
+}();
+
+struct Result {
+    int code = -1;
+    std::string out, err;
+};
+
+// Runs om1trace with `args` through a pipe; standard error to a file.
+Result tool(const std::string& args) {
+    Result r;
+    const std::string errFile = "/tmp/om1-streams-" + std::to_string(getpid()) + ".err";
+    FILE* p = popen((std::string(OM1TRACE_PATH) + " " + args + " 2>" + errFile).c_str(), "r");
+    if (!p) return r;
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof(buf), p)) > 0) r.out.append(buf, n);
+    const int status = pclose(p);
+    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::ifstream e(errFile);
+    r.err.assign(std::istreambuf_iterator<char>(e), std::istreambuf_iterator<char>());
+    unlink(errFile.c_str());
+    return r;
+}
+
+bool endsWith(const std::string& s, const std::string& tail) {
+    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+}  // namespace
+
+TEST(Streams, OutputFormatsByOptionAndExtension) {
+    struct Row {
+        std::vector<const char*> args;
+        std::string outputFor;  // of "dir/a.png"
+        std::string format;     // of that output
+    };
+    const Row rows[] = {
+        {{"dir/a.png"}, "dir/a.svg", "svg"},
+        {{"dir/a.png", "--format", "PDF"}, "dir/a.pdf", "pdf"},
+        {{"dir/a.png", "-o", "x.geojson"}, "x.geojson", "geojson"},
+        {{"dir/a.png", "-o", "x.dxf", "--format", "eps"}, "x.dxf", "eps"},
+        {{"dir/a.png", "-o", "-"}, "-", "svg"},
+        {{"dir/a.png", "-o", "-", "--format", "json"}, "-", "json"},
+        {{"dir/a.png", "-d", "out", "--format", "dxf"}, "out/a.dxf", "dxf"},
+    };
+    for (const Row& r : rows) {
+        std::vector<char*> argv{const_cast<char*>("om1trace")};
+        for (const char* a : r.args) argv.push_back(const_cast<char*>(a));
+        CommandLine cl;
+        std::string error;
+        ASSERT_TRUE(cl.parse(static_cast<int>(argv.size()), argv.data(), error)) << error;
+        EXPECT_EQ(cl.outputFor("dir/a.png"), r.outputFor);
+        EXPECT_EQ(om1::OutputFormat::name(cl.formatFor(cl.outputFor("dir/a.png"))), r.format);
+    }
+}
+
+// Through a pipe: standard output carries the file and nothing else; the
+// summary goes to standard error; a failing standard output exits 74.
+TEST(Streams, DashWritesStandardOutput) {
+    const Result svg = tool(kExample + " -o -");
+    EXPECT_EQ(svg.code, 0) << svg.err;
+    EXPECT_EQ(svg.out.rfind("<?xml", 0), 0u);
+    EXPECT_TRUE(endsWith(svg.out, "</svg>\n"));
+    EXPECT_NE(svg.err.find("-> standard output"), std::string::npos) << svg.err;
+
+    const Result pdf = tool(kExample + " -o - --format pdf --polygon --stats");
+    EXPECT_EQ(pdf.code, 0) << pdf.err;
+    EXPECT_EQ(pdf.out.rfind("%PDF-1.4\n", 0), 0u);
+    EXPECT_TRUE(endsWith(pdf.out, "%%EOF\n"));
+    EXPECT_NE(pdf.err.find("regions"), std::string::npos) << pdf.err;
+
+    const Result geo = tool(kExample + " --format geojson -o - --cutout");
+    EXPECT_EQ(geo.code, 0);
+    EXPECT_EQ(geo.out.rfind("{\"type\": \"FeatureCollection\"", 0), 0u);
+
+    EXPECT_EQ(tool(kExample + " -o - --format nope").code, 64);
+    const Result full = tool(kExample + " -o - >/dev/full");
+    EXPECT_EQ(full.code, 74);
+    EXPECT_NE(full.err.find("standard output: cannot write"), std::string::npos) << full.err;
+}

@@ -3,8 +3,8 @@
     >>> import numpy as np, om1
     >>> picture = np.zeros((8, 8, 3), np.uint8)
     >>> t = om1.trace(picture)
-    >>> t.svg()[:4]
-    '<svg'
+    >>> t.svg()[:5]
+    '<?xml'
 
 :func:`trace` takes a NumPy array, a Pillow image, a file path or the bytes
 of a PNG/JPEG/BMP/GIF file and returns a :class:`Trace`. The work happens in

@@ -1,6 +1,7 @@
 """``python3 -m om1 INPUT... [-o OUTPUT | -d DIR] [options]``: the command
-line of om1trace over the Python package. Several inputs are traced on a
-thread pool. Exit codes: 0 done, 1 no outlines, 2 outline limit exceeded,
+line of om1trace over the Python package (the same options and outputs;
+messages and --stats summaries on standard error, ``-o -`` writes to
+standard output). Several inputs are traced on a thread pool. Exit codes: 0 done, 1 no outlines, 2 outline limit exceeded,
 64 bad usage, 65 unreadable or unsupported input, 74 output cannot be
 written (a batch exits with the largest code of its inputs)."""
 
@@ -13,7 +14,7 @@ import time
 from concurrent.futures import ThreadPoolExecutor
 from typing import Any, Dict, List, Optional, Sequence, Tuple
 
-from . import FORMAT_EXTENSIONS, PRESET_NAMES, TraceError, __version__, _options, trace
+from . import FORMAT_EXTENSIONS, FORMAT_NAMES, PRESET_NAMES, TraceError, __version__, _options, trace
 from . import _native
 
 DONE, NO_OUTLINES, LIMIT_EXCEEDED, BAD_USAGE, BAD_INPUT, CANNOT_WRITE = 0, 1, 2, 64, 65, 74
@@ -30,8 +31,13 @@ def _parser() -> argparse.ArgumentParser:
                 description="Traces pictures into vector outlines (.svg, or another format "
                             "by the output's extension: %s)." % ", ".join(FORMAT_EXTENSIONS))
     p.add_argument("inputs", nargs="+", metavar="INPUT")
-    p.add_argument("-o", dest="output", help="output file (one input only)")
-    p.add_argument("-d", dest="dir", help="write NAME.svg for every input into DIR")
+    p.add_argument("-o", dest="output",
+                   help="output file (one input only; - for standard output)")
+    p.add_argument("-d", dest="dir",
+                   help="write NAME.svg (or the --format's extension) for every input into DIR")
+    p.add_argument("--format", choices=FORMAT_NAMES,
+                   help="the writer, whatever the output's extension (default: by extension, "
+                        "else svg)")
     p.add_argument("--tolerance", type=int, help="colour tolerance, 0..100 (default 10)")
     p.add_argument("--min-length", type=int, help="drop outlines shorter than this (default 4)")
     p.add_argument("--max-outlines", type=int, help="outline limit of one trace (default 1000000)")
@@ -64,14 +70,24 @@ def _parser() -> argparse.ArgumentParser:
     return p
 
 
+def _format_for(args: argparse.Namespace, out: str) -> str:
+    if args.format:
+        return args.format
+    ext = os.path.splitext(out)[1].lower().lstrip(".")
+    return ext if out != "-" and (ext in FORMAT_EXTENSIONS or ext in FORMAT_NAMES or ext == "ps") \
+        else "svg"
+
+
 def _output_for(args: argparse.Namespace, path: str) -> str:
     if args.output:
         return args.output
-    name = os.path.splitext(os.path.basename(path))[0] + ".svg"
+    ext = FORMAT_EXTENSIONS[FORMAT_NAMES.index(args.format)] if args.format else "svg"
+    name = os.path.splitext(os.path.basename(path))[0] + "." + ext
     return os.path.join(args.dir if args.dir else os.path.dirname(path), name)
 
 
-def _run(path: str, out: str, preset: Optional[str], options: Dict[str, Any]) -> Tuple[int, str]:
+def _run(path: str, out: str, fmt: str, preset: Optional[str],
+         options: Dict[str, Any]) -> Tuple[int, str]:
     t0 = time.perf_counter()
     try:
         result = trace(path, preset=preset, **options)
@@ -82,7 +98,14 @@ def _run(path: str, out: str, preset: Optional[str], options: Dict[str, Any]) ->
         return BAD_INPUT, "%s: %s" % (path, e)
     t1 = time.perf_counter()
     try:
-        result.save(out, format=None if os.path.splitext(out)[1] else "svg")
+        if out == "-":
+            data = result.export(fmt)
+            sys.stdout.buffer.write(data)
+            sys.stdout.buffer.flush()
+            size = len(data)
+        else:
+            result.save(out, format=fmt)
+            size = os.path.getsize(out)
     except (OSError, ValueError) as e:
         return CANNOT_WRITE, "%s: cannot write: %s" % (out, e)
     t2 = time.perf_counter()
@@ -90,7 +113,7 @@ def _run(path: str, out: str, preset: Optional[str], options: Dict[str, Any]) ->
     text = ("%s -> %s: %d x %d, %d regions (%d holes, %d frames), %d paths, %d segments, "
             "%d of %d loops curved, %d pixels corrected, %d bytes, trace %.1f ms, write %.1f ms"
             % (path, out, s.width, s.height, s.regions, s.holes, s.frames, s.paths, s.segments,
-               s.curved_loops, s.loops, s.corrected_pixels, os.path.getsize(out),
+               s.curved_loops, s.loops, s.corrected_pixels, size,
                1000 * (t1 - t0), 1000 * (t2 - t1)))
     return DONE, text
 
@@ -125,15 +148,18 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
         _options(preset, options)
     except ValueError as e:
         p.error(str(e))
-    jobs: List[Tuple[str, str]] = [(i, _output_for(args, i)) for i in args.inputs]
+    jobs: List[Tuple[str, str, str]] = []
+    for i in args.inputs:
+        out = _output_for(args, i)
+        jobs.append((i, out, _format_for(args, out)))
     worst = DONE
     with ThreadPoolExecutor(max_workers=min(len(jobs), os.cpu_count() or 1)) as pool:
-        for code, text in pool.map(lambda j: _run(j[0], j[1], preset, options), jobs):
+        for code, text in pool.map(lambda j: _run(j[0], j[1], j[2], preset, options), jobs):
             worst = max(worst, code)
             if code != DONE:
                 print("om1: " + text, file=sys.stderr)
             elif args.stats and not args.quiet:
-                print(text)
+                print(text, file=sys.stderr)
     return worst
 
 

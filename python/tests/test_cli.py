@@ -38,7 +38,11 @@ def test_module_entry(tmp_path):
     env = dict(os.environ, PYTHONPATH=PYTHON_DIR)
     r = subprocess.run([sys.executable, "-m", "om1", str(src), "-o", str(tmp_path / "o.svg"),
                         "--stats"], capture_output=True, text=True, env=env)
-    assert r.returncode == 0 and "block.png" in r.stdout and (tmp_path / "o.svg").exists()
+    assert r.returncode == 0 and "block.png" in r.stderr and (tmp_path / "o.svg").exists()
+    # -o - writes to standard output, --format chooses the writer.
+    r = subprocess.run([sys.executable, "-m", "om1", str(src), "-o", "-", "--format", "pdf"],
+                       capture_output=True, env=env)
+    assert r.returncode == 0 and r.stdout.startswith(b"%PDF")
     r = subprocess.run([sys.executable, "-m", "om1"], capture_output=True, text=True, env=env)
     assert r.returncode == 64 and "usage" in r.stderr
 
@@ -48,7 +52,7 @@ def test_outputs_and_options(tmp_path):
     Image.fromarray(red_block()).save(src)
     r = run(src, "-o", tmp_path / "out.svg", "--polygon", "--stats")
     assert r.returncode == 0, r.stderr
-    assert "2 regions" in r.stdout and "8 segments" in r.stdout
+    assert "2 regions" in r.stderr and "8 segments" in r.stderr and r.stdout == ""
     assert 'd="M2 3H12V10H2Z"' in (tmp_path / "out.svg").read_text()
     r = run(src, "-o", tmp_path / "out.json", "--cutout", "--tolerance", "0", "--quiet")
     assert r.returncode == 0 and r.stdout == ""
@@ -59,6 +63,10 @@ def test_outputs_and_options(tmp_path):
     (tmp_path / "d").mkdir()
     assert run(src, other, "-d", tmp_path / "d").returncode == 0
     assert sorted(os.listdir(tmp_path / "d")) == ["block.svg", "other.svg"]
+    assert run(src, other, "-d", tmp_path / "d", "--format", "geojson").returncode == 0
+    assert json.loads((tmp_path / "d" / "other.geojson").read_text())["type"] == "FeatureCollection"
+    assert run(src, "-o", tmp_path / "odd.name", "--format", "eps").returncode == 0
+    assert (tmp_path / "odd.name").read_bytes().startswith(b"%!PS")
     # Beside the input when no output is named.
     assert run(src).returncode == 0 and (tmp_path / "block.svg").exists()
 
@@ -92,7 +100,7 @@ TOOL = os.path.join(PYTHON_DIR, os.pardir, "build", "default", "tools", "om1trac
                                    ["--preset", "pixel", "--cutout"]])
 def test_same_output_as_om1trace(tmp_path, flags):
     src = os.path.join(PYTHON_DIR, os.pardir, "examples", "shapes.png")
-    for ext in ("svg", "json"):
+    for ext in ("svg", "json", "dxf"):
         ours, theirs = tmp_path / ("ours." + ext), tmp_path / ("theirs." + ext)
         assert run(src, "-o", ours, *flags).returncode == 0
         subprocess.run([TOOL, src, "-o", str(theirs), "--quiet", *flags], check=True)

@@ -87,12 +87,24 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
             if (n.parent >= 0 && pixels && !n.frame && n.tree->chain)
                 n.ownChain =
                     chainOnOwnPixels(n.tree, n.color, pixels, labels, nodes, w, h, n.ownChain);
+            // With the picture, the chain pixels of a hole go to it only
+            // where they are nearer its colour than what lies there already.
+            const bool pick = n.parent >= 0 && pixels && !n.frame && n.ownChain;
+            const bool tieToNode = n.ownChain;
             int x0, y0, mw, mh;
             if (!paintMask(static_cast<int>(i), mask, x0, y0, mw, mh)) return false;
             for (int y = 0; y < mh; ++y)
-                for (int x = 0; x < mw; ++x)
-                    if (mask[static_cast<size_t>(y) * mw + x])
-                        labels[static_cast<size_t>(y + y0) * w + x + x0] = static_cast<int32_t>(i);
+                for (int x = 0; x < mw; ++x) {
+                    const uint8_t m = mask[static_cast<size_t>(y) * mw + x];
+                    if (!m) continue;
+                    const size_t p = static_cast<size_t>(y + y0) * w + x + x0;
+                    if (m == 2 && pick && labels[p] >= 0) {
+                        const int a = distance(pixels[p], n.color);
+                        const int b = distance(pixels[p], nodes[labels[p]].color);
+                        if (a > b || (a == b && !tieToNode)) continue;
+                    }
+                    labels[p] = static_cast<int32_t>(i);
+                }
         }
         computeEnds();
     } catch (...) {
@@ -313,7 +325,7 @@ bool LabelRaster::paintMask(int i, std::vector<uint8_t>& mask, int& x0, int& y0,
                 const long long px = col + bx0;
                 const bool inside = on[k] ? ownPixels : winding != 0;
                 if (inside && px >= cx0 && px < cx1 && py >= cy0 && py < cy1)
-                    mask[static_cast<size_t>((py - cy0) * mw + (px - cx0))] = 1;
+                    mask[static_cast<size_t>((py - cy0) * mw + (px - cx0))] = on[k] ? 2 : 1;
                 winding += delta[k];
             }
         }

@@ -17,8 +17,10 @@
 //   way too), so when the picture is given the chain's pixels decide: the
 //   chain is the node's own boundary when more of its pixels are nearer the
 //   node's colour than the colour of the node painted there before it.
-//   Without the picture the parts of frames are taken as own boundaries and
-//   other holes as hole loops;
+//   A hole taken as its own boundary then claims each pixel of its chain
+//   only where that pixel is nearer its colour than what lies there already
+//   (chains of parts can run on both sides). Without the picture the parts
+//   of frames are taken as own boundaries and other holes as hole loops;
 // - frames (containers without colour of their own) paint nothing.
 // "Inside" is the winding number of the chain polygon round the pixel centre.
 // A pixel no node paints keeps label -1.
@@ -75,8 +77,9 @@ public:
     int subtreeEnd(int i) const;
 
     // The pixels node i paints, as a mask over its chain's bounding box
-    // (clipped to the raster): mask[(y - y0) * w + (x - x0)]. Empty (w = 0)
-    // when it paints nothing. False when memory runs out.
+    // (clipped to the raster): mask[(y - y0) * w + (x - x0)] is 2 for a pixel
+    // on its chain, 1 for one inside, 0 for others. Empty (w = 0) when it
+    // paints nothing. False when memory runs out.
     bool paintMask(int i, std::vector<uint8_t>& mask, int& x0, int& y0, int& w, int& h) const;
 
 private:

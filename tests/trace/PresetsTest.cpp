@@ -157,6 +157,21 @@ TEST(Presets, SpeckleBelowTheAreaJoinsItsSurroundings) {
     }
 }
 
+TEST(Presets, RestitutionGivesRegionsTheirMeanColour) {
+    // Two regions of the prepared picture (left and right half); the input
+    // under the left one holds 10 and 21 in red, under the right one 200.
+    Picture prepared(4, 2, rgb(0, 0, 0)), input(4, 2, rgb(200, 0, 0));
+    for (int y = 0; y < 2; ++y) {
+        prepared.at(2, y) = prepared.at(3, y) = rgb(9, 9, 9);
+        input.at(0, y) = rgb(10, 0, 0);
+        input.at(1, y) = rgb(21, 0, 0);
+    }
+    ASSERT_TRUE(om1::PictureCleaner::restitute(prepared.px.data(), input.px.data(), 4, 2));
+    EXPECT_EQ(key(prepared.at(0, 0)), key(rgb(16, 0, 0)));  // 15.5 rounds up
+    EXPECT_EQ(key(prepared.at(1, 1)), key(rgb(16, 0, 0)));
+    EXPECT_EQ(key(prepared.at(3, 1)), key(rgb(200, 0, 0)));
+}
+
 TEST(Presets, ColorsGivesAtMostThatManyFillColours) {
     // A smooth two-way gradient: thousands of colours.
     Picture p(96, 64, rgb(0, 0, 0));
@@ -251,12 +266,19 @@ TEST(Presets, NamesAndOptionsRoundTrip) {
     struct Bad {
         const char* key;
         const char* value;
-    } bad[] = {{"filter", "median"},   {"filter-radius", "0"},
-               {"filter-radius", "9"}, {"colors", "1"},
-               {"colors", "257"},      {"speckle", "-1"},
-               {"threshold", "256"},   {"antialias", "yes"},
-               {"palette", "#12345"},  {"palette", "/nonexistent/palette.txt"},
-               {"max-paths", "x"},     {"bogus", "1"}};
+    } bad[] = {{"filter", "median"},
+               {"filter-radius", "0"},
+               {"filter-radius", "9"},
+               {"colors", "1"},
+               {"colors", "257"},
+               {"speckle", "-1"},
+               {"threshold", "256"},
+               {"antialias", "yes"},
+               {"restitute", "1"},
+               {"palette", "#12345"},
+               {"palette", "/nonexistent/palette.txt"},
+               {"max-paths", "x"},
+               {"bogus", "1"}};
     for (const Bad& b : bad) {
         e.clear();
         EXPECT_FALSE(Presets::set(o, b.key, b.value, e)) << b.key << "=" << b.value;

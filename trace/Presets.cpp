@@ -199,6 +199,11 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
         o.maxPaths = static_cast<int>(n);
         return true;
     }
+    if (key == "spots") {
+        if (!range(0, 100000000)) return false;
+        o.spots = static_cast<int>(n);
+        return true;
+    }
     if (key == "threshold") {
         if (!range(0, 255)) return false;
         o.threshold = static_cast<int>(n);

@@ -39,7 +39,7 @@ public:
     // filter-radius (1..8), speckle (0..100000000 pixels), antialias (on|off),
     // colors (0 or 2..256), palette (#rrggbb,... or a file of such colours,
     // separated by commas, spaces or new lines), max-paths (0..2000000000),
-    // threshold (0..255), restitute (on|off). False with
+    // threshold (0..255), restitute (on|off), spots (0..100000000 pixels). False with
     // `error` set (naming the option) on a bad key or value.
     static bool set(TraceOptions& options, const std::string& key, const std::string& value,
                     std::string& error);

@@ -15,6 +15,7 @@
 #include "trace/ColorQuantizer.h"
 #include "trace/PictureCleaner.h"
 #include "trace/PreFilter.h"
+#include "trace/SpotRestitution.h"
 
 namespace om1 {
 
@@ -227,6 +228,16 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         }
         if (options.restitute) {
             if (!PictureCleaner::restitute(work.data(), pixels, width, height)) return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.spots > 0) {
+            if (PictureCleaner::regions(work.data(), width, height) > 0) {
+                std::vector<RGBQUAD> palette;
+                // The repaint keeps at most 256 colours.
+                if (!SpotRestitution::run(work.data(), width, height, options, options.spots) &&
+                    ColorQuantizer::quantize(work.data(), width, height, 256, palette))
+                    SpotRestitution::run(work.data(), width, height, options, options.spots);
+            }
             rep.stagesRan = true;
         }
         // At tolerance 0 every region of the picture is a node: count them

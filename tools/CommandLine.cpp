@@ -69,8 +69,10 @@ std::string CommandLine::usage() {
            "  --antialias on|off      absorb thin bands of in-between colours\n"
            "  --speckle PX            regions below PX pixels join their surroundings\n"
            "  --max-paths N           raise the speckle area until at most N paths\n"
+           "  --restitute on|off      regions take the mean colour of the pixels they cover\n"
+           "  --spots PX              trace twice: the library weighs the spots, absorbs\n"
+           "                          those of at most PX pixels and repaints the regions\n"
            "  --threshold L           bw: luminance below L is black (default 128)\n"
-           "  --restitute PX          trace twice, spots up to PX pixels absorbed\n"
            "  --stats                 print counts and times per input\n"
            "  --quiet                 print nothing but errors\n"
            "  --help, --version\n"
@@ -146,7 +148,8 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
             }
         } else if (a == "--filter" || a == "--filter-radius" || a == "--colors" ||
                    a == "--palette" || a == "--antialias" || a == "--speckle" ||
-                   a == "--max-paths" || a == "--threshold" || a == "--restitute") {
+                   a == "--max-paths" || a == "--threshold" || a == "--restitute" ||
+                   a == "--spots") {
             std::string v;
             if (!value(v)) return false;
             om1::TraceOptions scratch;

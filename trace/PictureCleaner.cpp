@@ -165,6 +165,35 @@ long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height) 
     }
 }
 
+bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height) {
+    if (!pixels || !original || width <= 0 || height <= 0) return false;
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        std::vector<uint32_t> c(n);
+        for (size_t i = 0; i < n; ++i) c[i] = pack(pixels[i]);
+        std::vector<int32_t> labels, queue;
+        const long long m = label(c, width, height, labels, queue);
+        std::vector<long long> sum(3 * m, 0), count(m, 0);
+        for (size_t i = 0; i < n; ++i) {
+            const int32_t r = labels[i];
+            ++count[r];
+            sum[3 * r] += original[i].rgbRed;
+            sum[3 * r + 1] += original[i].rgbGreen;
+            sum[3 * r + 2] += original[i].rgbBlue;
+        }
+        for (size_t i = 0; i < n; ++i) {
+            const int32_t r = labels[i];
+            const long long k = count[r];
+            pixels[i].rgbRed = static_cast<BYTE>((sum[3 * r] + k / 2) / k);
+            pixels[i].rgbGreen = static_cast<BYTE>((sum[3 * r + 1] + k / 2) / k);
+            pixels[i].rgbBlue = static_cast<BYTE>((sum[3 * r + 2] + k / 2) / k);
+        }
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
 long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     const size_t n = static_cast<size_t>(width) * height;

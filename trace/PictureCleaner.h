@@ -35,6 +35,12 @@ public:
     // Returns the number of regions left, -1 when memory runs out.
     static long long speckle(RGBQUAD* pixels, int width, int height, int area);
 
+    // Colour restitution from the picture: every region of `pixels` takes the
+    // mean colour (rounded per channel) of the same pixels in `original`, so
+    // that quantised or merged regions get back the colour they cover.
+    // False when memory runs out (pixels unchanged).
+    static bool restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height);
+
     // The number of regions, -1 when memory runs out.
     static long long regions(const RGBQUAD* pixels, int width, int height);
 };

@@ -64,16 +64,16 @@ TraceOptions Presets::options(Preset p) {
             o.seed = TraceOptions::Seed::Fixed;
             break;
         case Graphic:
+            o.colors = 64;
             o.antialias = true;
-            o.speckle = 8;
+            o.speckle = 64;
             o.tolerancePercent = 0;
             break;
         case Photo:
-            o.filter = TraceOptions::Filter::Adaptive;
-            o.filterRadius = 1;
-            o.colors = 48;
+            o.colors = 64;
             o.antialias = true;
-            o.speckle = 40;
+            o.speckle = 100;
+            o.restitute = true;
             o.tolerancePercent = 0;
             break;
         case Bw:
@@ -141,6 +141,14 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
         }
         return true;
     }
+    if (key == "restitute") {
+        if (value != "on" && value != "off") {
+            error = "--restitute takes on or off, not '" + value + "'";
+            return false;
+        }
+        o.restitute = value == "on";
+        return true;
+    }
     if (key == "antialias") {
         if (value != "on" && value != "off") {
             error = "--antialias takes on or off, not '" + value + "'";
@@ -191,14 +199,14 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
         o.maxPaths = static_cast<int>(n);
         return true;
     }
+    if (key == "spots") {
+        if (!range(0, 100000000)) return false;
+        o.spots = static_cast<int>(n);
+        return true;
+    }
     if (key == "threshold") {
         if (!range(0, 255)) return false;
         o.threshold = static_cast<int>(n);
-        return true;
-    }
-    if (key == "restitute") {
-        if (!range(0, 100000000)) return false;
-        o.restituteArea = static_cast<int>(n);
         return true;
     }
     error = "unknown option --" + key;

@@ -4,9 +4,13 @@
 //
 //   plain    the entry points' behaviour: the nine fixed seeds, no stages
 //   graphic  flat colours with anti-aliased edges (logos, icons, clip art):
-//            anti-alias cleanup, small speckle filter, tracer tolerance 0
-//   photo    natural pictures: adaptive smoothing, 48 colours, anti-alias
-//            cleanup, speckle filter of 40 pixels
+//            64 colours, anti-alias cleanup, speckle filter of 64 pixels,
+//            tracer tolerance 0. The default: on anti-aliased art it writes
+//            about as many paths as the source has shapes, and on
+//            photographs it still gives a usable picture.
+//   photo    natural pictures: 64 colours, anti-alias cleanup, speckle
+//            filter of 100 pixels, regions in the mean colour of the pixels
+//            they cover (the filters measured no better here)
 //   bw       two colours by a luminance threshold (128), speckle 8
 //   pixel    hard-edged pixel art: exact colours, every region kept, drawn
 //            as exact polygons (polygonOutput)
@@ -35,7 +39,7 @@ public:
     // filter-radius (1..8), speckle (0..100000000 pixels), antialias (on|off),
     // colors (0 or 2..256), palette (#rrggbb,... or a file of such colours,
     // separated by commas, spaces or new lines), max-paths (0..2000000000),
-    // threshold (0..255), restitute (0..100000000 pixels). False with
+    // threshold (0..255), restitute (on|off), spots (0..100000000 pixels). False with
     // `error` set (naming the option) on a bad key or value.
     static bool set(TraceOptions& options, const std::string& key, const std::string& value,
                     std::string& error);

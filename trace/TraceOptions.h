@@ -16,11 +16,13 @@
 //                     the two flat regions beside them
 //   5. speckle        regions of fewer than `speckle` pixels join the region
 //                     that surrounds them
-//   6. trace          the tracer with `tolerancePercent`, seeded as `seed` says
-//   7. restitute      two-pass restitution: spots whose own share of their
-//                     weight is at most `restituteArea` pixels are absorbed,
-//                     the picture is repainted from the outlines, traced again
-// and then, when `maxPaths` > 0, stages 5 to 7 are repeated with a larger
+//   6. restitute      every region takes the mean colour of the input pixels
+//                     it covers
+//   7. spots          the library's two-pass clean-up (SpotRestitution):
+//                     trace, weigh the spots, absorb those of at most `spots`
+//                     pixels, repaint the regions from the outlines
+//   8. trace          the tracer with `tolerancePercent`, seeded as `seed` says
+// and then, when `maxPaths` > 0, stages 5 to 8 are repeated with a larger
 // speckle area until the tree has at most `maxPaths` coloured nodes.
 #pragma once
 
@@ -63,7 +65,8 @@ struct TraceOptions {
     int antialiasRadius = 2;      // how far (pixels) a band pixel looks for flat regions
     int antialiasTolerance = 40;  // largest distance from the line between two colours
     int speckle = 0;              // regions below this many pixels are absorbed; 0 off
-    int restituteArea = 0;        // two-pass restitution of spots up to this area; 0 off
+    bool restitute = false;       // regions take their mean input colour
+    int spots = 0;                // two-pass spot restitution up to this area; 0 off
     int maxPaths = 0;             // at most this many coloured nodes; 0 no limit
 };
 

@@ -18,7 +18,6 @@ struct TraceReport {
     int speckle = 0;                // speckle area finally used (raised for maxPaths)
     int paths = 0;                  // coloured (non-frame) nodes of the tree
     int traces = 0;                 // runs of the tracer
-    bool restituted = false;        // the two-pass restitution ran
 };
 
 }  // namespace om1

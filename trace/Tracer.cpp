@@ -15,6 +15,7 @@
 #include "trace/ColorQuantizer.h"
 #include "trace/PictureCleaner.h"
 #include "trace/PreFilter.h"
+#include "trace/SpotRestitution.h"
 
 namespace om1 {
 
@@ -226,6 +227,20 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
                 return NoOutlines;
             rep.stagesRan = true;
         }
+        if (options.restitute) {
+            if (!PictureCleaner::restitute(work.data(), pixels, width, height)) return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.spots > 0) {
+            if (PictureCleaner::regions(work.data(), width, height) > 0) {
+                std::vector<RGBQUAD> palette;
+                // The repaint keeps at most 256 colours.
+                if (!SpotRestitution::run(work.data(), width, height, options, options.spots) &&
+                    ColorQuantizer::quantize(work.data(), width, height, 256, palette))
+                    SpotRestitution::run(work.data(), width, height, options, options.spots);
+            }
+            rep.stagesRan = true;
+        }
         // At tolerance 0 every region of the picture is a node: count them
         // before tracing.
         if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
@@ -239,9 +254,6 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         out = nullptr;
         ++rep.traces;
         result = traceOnce(work.data(), width, height, options, out);
-        if (result == Done && options.restituteArea > 0) {
-            // restitution pass (see restitute below)
-        }
         rep.paths = result == Done ? paths(out) : 0;
         rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
         if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)

@@ -33,7 +33,7 @@ public:
                         KvCtree*& out, TraceReport* report = nullptr);
 
     // The stages before the trace (threshold, filter, colours, anti-alias),
-    // in place; speckle, restitution and the path budget belong to trace.
+    // in place; the speckle filter and the path budget belong to trace.
     // False when memory runs out.
     static bool prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                         TraceReport& report);

@@ -157,6 +157,46 @@ TEST(Presets, SpeckleBelowTheAreaJoinsItsSurroundings) {
     }
 }
 
+TEST(Presets, RestitutionGivesRegionsTheirMeanColour) {
+    // Two regions of the prepared picture (left and right half); the input
+    // under the left one holds 10 and 21 in red, under the right one 200.
+    Picture prepared(4, 2, rgb(0, 0, 0)), input(4, 2, rgb(200, 0, 0));
+    for (int y = 0; y < 2; ++y) {
+        prepared.at(2, y) = prepared.at(3, y) = rgb(9, 9, 9);
+        input.at(0, y) = rgb(10, 0, 0);
+        input.at(1, y) = rgb(21, 0, 0);
+    }
+    ASSERT_TRUE(om1::PictureCleaner::restitute(prepared.px.data(), input.px.data(), 4, 2));
+    EXPECT_EQ(key(prepared.at(0, 0)), key(rgb(16, 0, 0)));  // 15.5 rounds up
+    EXPECT_EQ(key(prepared.at(1, 1)), key(rgb(16, 0, 0)));
+    EXPECT_EQ(key(prepared.at(3, 1)), key(rgb(200, 0, 0)));
+}
+
+TEST(Presets, LibrarySpotPassAbsorbsSpotsOfLightRegions) {
+    // The blue square (400 pixels) holds a red spot of 9; a red spot of 16
+    // lies in the green field. The library's spot pass marks a region whose
+    // own share of its weight is at most the area, and the repaint then
+    // paints the spots nested in it over with its colour.
+    Picture p(60, 40, rgb(0, 160, 0));
+    for (int y = 10; y < 30; ++y)
+        for (int x = 5; x < 25; ++x) p.at(x, y) = rgb(0, 0, 200);
+    for (int y = 15; y < 18; ++y)
+        for (int x = 12; x < 15; ++x) p.at(x, y) = rgb(200, 0, 0);
+    for (int y = 10; y < 14; ++y)
+        for (int x = 40; x < 44; ++x) p.at(x, y) = rgb(200, 0, 0);
+    for (int area : {0, 100, 1000}) {
+        TraceOptions o = Presets::options(Presets::Pixel);
+        o.spots = area;
+        Traced t(p, o);
+        ASSERT_EQ(t.result, Tracer::Done);
+        EXPECT_EQ(t.colours.size(), area < 1000 ? 4u : 3u) << area;
+        if (area == 1000) {
+            EXPECT_EQ(key(t.report.prepared[16 * 60 + 13]), key(rgb(0, 0, 200)));
+            EXPECT_EQ(key(t.report.prepared[11 * 60 + 41]), key(rgb(200, 0, 0)));
+        }
+    }
+}
+
 TEST(Presets, ColorsGivesAtMostThatManyFillColours) {
     // A smooth two-way gradient: thousands of colours.
     Picture p(96, 64, rgb(0, 0, 0));
@@ -251,12 +291,12 @@ TEST(Presets, NamesAndOptionsRoundTrip) {
     struct Bad {
         const char* key;
         const char* value;
-    } bad[] = {{"filter", "median"},   {"filter-radius", "0"},
-               {"filter-radius", "9"}, {"colors", "1"},
-               {"colors", "257"},      {"speckle", "-1"},
-               {"threshold", "256"},   {"antialias", "yes"},
-               {"palette", "#12345"},  {"palette", "/nonexistent/palette.txt"},
-               {"max-paths", "x"},     {"bogus", "1"}};
+    } bad[] = {
+        {"filter", "median"}, {"filter-radius", "0"}, {"filter-radius", "9"},
+        {"colors", "1"},      {"colors", "257"},      {"speckle", "-1"},
+        {"threshold", "256"}, {"antialias", "yes"},   {"restitute", "1"},
+        {"spots", "-5"},      {"palette", "#12345"},  {"palette", "/nonexistent/palette.txt"},
+        {"max-paths", "x"},   {"bogus", "1"}};
     for (const Bad& b : bad) {
         e.clear();
         EXPECT_FALSE(Presets::set(o, b.key, b.value, e)) << b.key << "=" << b.value;

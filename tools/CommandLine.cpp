@@ -1,7 +1,14 @@
 #include "tools/CommandLine.h"
 
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <utility>
 
 namespace {
 
@@ -38,6 +45,9 @@ std::string baseName(const std::string& path) {
 
 std::string CommandLine::usage() {
     return "usage: om1trace INPUT... [-o OUTPUT | -d DIR] [options]\n"
+           "An INPUT may be a directory: the pictures in it are traced (-d DIR keeps\n"
+           "their relative paths). - reads the picture from standard input (its format\n"
+           "told by its first bytes) and, without -o or -d, writes to standard output.\n"
            "Traces PNG, JPEG, BMP or GIF pictures into vector outlines: SVG, or by the\n"
            "output's extension .json, .pdf, .eps, .dxf (release 12) or .geojson (y down).\n"
            "  -o OUTPUT               output file (one input only); - writes to standard\n"
@@ -46,6 +56,8 @@ std::string CommandLine::usage() {
            "                          every input into DIR\n"
            "  --format NAME           svg, json, pdf, eps, dxf or geojson, whatever the\n"
            "                          output's extension\n"
+           "  --jobs N                pictures traced at once (default: one per core)\n"
+           "  --recursive             search directories given as inputs all the way down\n"
            "  --tolerance PERCENT     colour tolerance, 0..100 (default 10)\n"
            "  --min-length STEPS      drop outlines shorter than this (default 4)\n"
            "  --max-outlines N        outline limit of one trace (default 1000000)\n"
@@ -115,6 +127,11 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
                 return false;
             }
             formatGiven = true;
+        } else if (a == "--jobs") {
+            if (!number(1, 1024, n)) return false;
+            jobs = static_cast<int>(n);
+        } else if (a == "--recursive") {
+            recursive = true;
         } else if (a == "--tolerance") {
             if (!number(0, 100, n)) return false;
             tolerance = static_cast<int>(n);
@@ -185,6 +202,10 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
         error = "no input file";
         return false;
     }
+    if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
+        error = "standard input (-) can be read once";
+        return false;
+    }
     if (!output.empty() && !dir.empty()) {
         error = "-o and -d cannot be used together";
         return false;
@@ -198,7 +219,9 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
 
 std::string CommandLine::outputFor(const std::string& input) const {
     if (!output.empty()) return output;
-    std::string name = baseName(input) + "." + om1::OutputFormat::extension(format);
+    if (input == "-" && dir.empty()) return "-";  // a filter: stdin to stdout
+    std::string name = (input == "-" ? std::string("stdin") : baseName(input)) + "." +
+                       om1::OutputFormat::extension(format);
     if (!dir.empty()) return dir + "/" + name;
     size_t slash = input.find_last_of('/');
     return slash == std::string::npos ? name : input.substr(0, slash + 1) + name;
@@ -209,4 +232,81 @@ om1::OutputFormat::Kind CommandLine::formatFor(const std::string& path) const {
     if (formatGiven) return format;
     if (path != "-") om1::OutputFormat::fromPath(path, kind);
     return kind;
+}
+
+namespace {
+
+bool isPicture(const std::string& name) {
+    const size_t dot = name.find_last_of('.');
+    if (dot == std::string::npos) return false;
+    std::string ext = name.substr(dot + 1);
+    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return ext == "png" || ext == "jpg" || ext == "jpeg" || ext == "bmp" || ext == "gif";
+}
+
+bool isDirectory(const std::string& path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+}  // namespace
+
+bool CommandLine::expandInputs(std::string& error) {
+    std::vector<std::string> files, subs;
+    for (const std::string& in : inputs) {
+        if (in == "-" || !isDirectory(in)) {
+            files.push_back(in);
+            subs.emplace_back();
+            continue;
+        }
+        // Folders still to read (relative to `in`), worked off without recursion.
+        std::vector<std::string> todo{""};
+        std::vector<std::pair<std::string, std::string>> found;  // (relative folder, name)
+        while (!todo.empty()) {
+            const std::string rel = todo.back();
+            todo.pop_back();
+            const std::string path = rel.empty() ? in : in + "/" + rel;
+            DIR* d = opendir(path.c_str());
+            if (!d) {
+                error = path + ": " + strerror(errno);
+                return false;
+            }
+            while (const dirent* e = readdir(d)) {
+                const std::string name = e->d_name;
+                if (name == "." || name == "..") continue;
+                const std::string full = path + "/" + name;
+                if (isDirectory(full)) {
+                    if (recursive) todo.push_back(rel.empty() ? name : rel + "/" + name);
+                } else if (isPicture(name)) {
+                    found.emplace_back(rel, name);
+                }
+            }
+            closedir(d);
+        }
+        if (found.empty()) {
+            error = in + ": no pictures in this directory" +
+                    (recursive ? "" : " (--recursive searches its subdirectories)");
+            return false;
+        }
+        std::sort(found.begin(), found.end());
+        const std::string base =
+            in.size() > 1 && in.back() == '/' ? in.substr(0, in.size() - 1) : in;
+        for (const auto& [rel, name] : found) {
+            files.push_back(base + "/" + (rel.empty() ? name : rel + "/" + name));
+            subs.push_back(rel);
+        }
+    }
+    inputs = std::move(files);
+    subdirs = std::move(subs);
+    if (!output.empty() && inputs.size() > 1) {
+        error = "-o takes one input; use -d DIR for several";
+        return false;
+    }
+    return true;
+}
+
+std::string CommandLine::outputAt(size_t i) const {
+    const std::string out = outputFor(inputs[i]);
+    if (dir.empty() || i >= subdirs.size() || subdirs[i].empty()) return out;
+    return dir + "/" + subdirs[i] + out.substr(dir.size());
 }

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -38,6 +39,48 @@ void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
         for (const KvCtree::Holes* h = node->holes; h; h = h->next)
             if (h->ctree) stack.push_back({h->ctree, true});
     }
+}
+
+// Standard input copied into a private temporary file (the decoders read
+// the picture's first bytes and then start again, which a pipe cannot do);
+// the format is then told by its signature as for any file.
+bool stdinToFile(std::string& path, std::string& error) {
+    const char* tmp = getenv("TMPDIR");
+    std::string name = std::string(tmp && *tmp ? tmp : "/tmp") + "/om1trace-stdin-XXXXXX";
+    const int fd = mkstemp(&name[0]);
+    if (fd < 0) {
+        error = std::string("cannot make a temporary file: ") + strerror(errno);
+        return false;
+    }
+    std::vector<char> buf(1 << 16);
+    bool ok = true;
+    ssize_t got;
+    while ((got = read(STDIN_FILENO, buf.data(), buf.size())) != 0) {
+        if (got < 0) {
+            if (errno == EINTR) continue;
+            error = strerror(errno);
+            ok = false;
+            break;
+        }
+        for (ssize_t done = 0; ok && done < got;) {
+            const ssize_t put = write(fd, buf.data() + done, static_cast<size_t>(got - done));
+            if (put < 0 && errno == EINTR) continue;
+            if (put <= 0) {
+                error = std::string("cannot keep the picture: ") + strerror(errno);
+                ok = false;
+            } else {
+                done += put;
+            }
+        }
+        if (!ok) break;
+    }
+    if (close(fd) != 0 && ok) {
+        error = std::string("cannot keep the picture: ") + strerror(errno);
+        ok = false;
+    }
+    if (!ok) unlink(name.c_str());
+    path = name;
+    return ok;
 }
 
 }  // namespace
@@ -105,8 +148,16 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     auto t0 = std::chrono::steady_clock::now();
     RasterImage img;
     std::string error;
-    if (!ImageLoader::load(input, cl.maxPixels, cl.background, img, error)) {
-        message = input + ": " + error;
+    const bool fromStdin = input == "-";
+    std::string source = input;
+    if (fromStdin && !stdinToFile(source, error)) {
+        message = "standard input: " + error;
+        return BadInput;
+    }
+    const bool loaded = ImageLoader::load(source, cl.maxPixels, cl.background, img, error);
+    if (fromStdin) unlink(source.c_str());
+    if (!loaded) {
+        message = (fromStdin ? std::string("standard input") : input) + ": " + error;
         return BadInput;
     }
     stats.width = img.width;

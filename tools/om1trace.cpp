@@ -1,10 +1,12 @@
 // om1trace: vectorises picture files into SVG, JSON, PDF, EPS, DXF or GeoJSON
 // with the om1 library. Only the output itself goes to standard output (with
 // -o -); every message goes to standard error.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <mutex>
 #include <thread>
@@ -29,6 +31,21 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    if (!cl.expandInputs(error)) {
+        fprintf(stderr, "om1trace: %s\n", error.c_str());
+        return TraceJob::BadInput;
+    }
+    // -d DIR and the folders under it for inputs found in subdirectories
+    // are made when missing.
+    auto makeDirs = [](const std::string& path) {
+        for (size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1))
+            mkdir(path.substr(0, at).c_str(), 0777);
+        mkdir(path.c_str(), 0777);
+    };
+    if (!cl.dir.empty()) makeDirs(cl.dir);
+    for (size_t i = 0; i < cl.inputs.size(); ++i)
+        if (!cl.subdirs[i].empty() && !cl.dir.empty()) makeDirs(cl.dir + "/" + cl.subdirs[i]);
+
     const size_t n = cl.inputs.size();
     std::vector<int> codes(n, 0);
     std::vector<std::string> messages(n);
@@ -37,19 +54,27 @@ int main(int argc, char** argv) {
     std::mutex printLock;
     const bool progress = n > 1 && !cl.quiet && isatty(STDERR_FILENO);
 
+    const auto start = std::chrono::steady_clock::now();
     auto worker = [&]() {
         for (size_t i = next++; i < n; i = next++) {
-            codes[i] =
-                TraceJob::run(cl, cl.inputs[i], cl.outputFor(cl.inputs[i]), stats[i], messages[i]);
-            size_t d = ++done;
+            codes[i] = TraceJob::run(cl, cl.inputs[i], cl.outputAt(i), stats[i], messages[i]);
+            const size_t d = ++done;
             if (progress) {
+                // [#####     ] done/total, pictures per second, time left.
                 std::lock_guard<std::mutex> g(printLock);
-                fprintf(stderr, "\r%zu/%zu traced", d, n);
+                const double s =
+                    std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+                const double rate = s > 0 ? d / s : 0;
+                const int filled = static_cast<int>(30 * d / n);
+                fprintf(stderr, "\r[%s%s] %zu/%zu  %.1f/s  %.0f s left ",
+                        std::string(filled, '#').c_str(), std::string(30 - filled, ' ').c_str(), d,
+                        n, rate, rate > 0 ? (n - d) / rate : 0.0);
                 if (d == n) fputc('\n', stderr);
             }
         }
     };
-    unsigned threads = std::max(1u, std::thread::hardware_concurrency());
+    unsigned threads = cl.jobs > 0 ? static_cast<unsigned>(cl.jobs)
+                                   : std::max(1u, std::thread::hardware_concurrency());
     threads = static_cast<unsigned>(std::min<size_t>(threads, n));
     std::vector<std::thread> pool;
     for (unsigned t = 1; t < threads; ++t) pool.emplace_back(worker);
@@ -62,7 +87,7 @@ int main(int argc, char** argv) {
         if (!messages[i].empty()) fprintf(stderr, "om1trace: %s\n", messages[i].c_str());
         if (codes[i] == 0 && !cl.quiet) {
             const TraceJob::Stats& s = stats[i];
-            const std::string out = cl.outputFor(cl.inputs[i]);
+            const std::string out = cl.outputAt(i);
             const char* shown = out == "-" ? "standard output" : out.c_str();
             if (cl.stats)
                 fprintf(

@@ -24,11 +24,14 @@ struct Result {
     std::string out, err;
 };
 
-// Runs om1trace with `args` through a pipe; standard error to a file.
-Result tool(const std::string& args) {
+// Runs `feed | om1trace args` (just om1trace without a feed), reading its
+// standard output through a pipe; standard error goes to a file.
+Result tool(const std::string& args, const std::string& feed = "") {
     Result r;
     const std::string errFile = "/tmp/om1-streams-" + std::to_string(getpid()) + ".err";
-    FILE* p = popen((std::string(OM1TRACE_PATH) + " " + args + " 2>" + errFile).c_str(), "r");
+    FILE* p = popen(
+        (feed + (feed.empty() ? "" : " | ") + OM1TRACE_PATH + " " + args + " 2>" + errFile).c_str(),
+        "r");
     if (!p) return r;
     char buf[4096];
     size_t n;
@@ -96,4 +99,30 @@ TEST(Streams, DashWritesStandardOutput) {
     const Result full = tool(kExample + " -o - >/dev/full");
     EXPECT_EQ(full.code, 74);
     EXPECT_NE(full.err.find("standard output: cannot write"), std::string::npos) << full.err;
+}
+
+// Standard input: the picture through a pipe, its format from its first
+// bytes; without -o the output goes to standard output.
+TEST(Streams, DashReadsStandardInput) {
+    const Result svg = tool("- < " + kExample);
+    EXPECT_EQ(svg.code, 0) << svg.err;
+    EXPECT_EQ(svg.out.rfind("<?xml", 0), 0u);
+    EXPECT_TRUE(endsWith(svg.out, "</svg>\n"));
+    EXPECT_EQ(svg.out, tool(kExample + " -o -").out);
+
+    const Result eps = tool("- --format eps < " + kExample);
+    EXPECT_EQ(eps.code, 0) << eps.err;
+    EXPECT_EQ(eps.out.rfind("%!PS-Adobe-3.0 EPSF-3.0\n", 0), 0u);
+
+    const Result piped = tool("- --format dxf --polygon", "cat " + kExample);
+    EXPECT_EQ(piped.code, 0) << piped.err;
+    EXPECT_EQ(piped.out.rfind("999\nom1trace\n0\nSECTION\n", 0), 0u);
+    EXPECT_TRUE(endsWith(piped.out, "0\nEOF\n"));
+
+    EXPECT_EQ(tool("- < /dev/null").code, 65);
+    const Result bad = tool("- -o -", "printf 'not a picture'");
+    EXPECT_EQ(bad.code, 65);
+    EXPECT_NE(bad.err.find("standard input: "), std::string::npos) << bad.err;
+    EXPECT_TRUE(bad.out.empty());
+    EXPECT_EQ(tool("- -").code, 64);
 }

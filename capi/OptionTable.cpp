@@ -37,7 +37,8 @@ const OptionTable::Row kRows[] = {
     OM1C_ROW(antialias_radius, K::Int, 1, 64, nullptr),
     OM1C_ROW(antialias_tolerance, K::Int, 0, 765, nullptr),
     OM1C_ROW(speckle, K::Int, 0, 0, "speckle"),
-    OM1C_ROW(restitute, K::Int, 0, 0, "restitute"),
+    OM1C_ROW(restitute, K::Bool, 0, 1, nullptr),
+    OM1C_ROW(spots, K::Int, 0, 0, "spots"),
     OM1C_ROW(max_paths, K::Int, 0, 0, "max-paths"),
     // Set as a list of colours; checked as palette_count and the entries.
     {"palette", K::Palette, offsetof(om1_options, palette_count), 0, 256, "palette"},
@@ -130,7 +131,8 @@ om1::TraceOptions OptionTable::toTrace(const om1_options& o) {
     t.antialiasRadius = o.antialias_radius;
     t.antialiasTolerance = o.antialias_tolerance;
     t.speckle = o.speckle;
-    t.restituteArea = o.restitute;
+    t.restitute = o.restitute != 0;
+    t.spots = o.spots;
     t.maxPaths = o.max_paths;
     t.paletteCount = o.palette_count;
     for (int i = 0; i < o.palette_count && i < 256; ++i)
@@ -155,7 +157,8 @@ void OptionTable::fromTrace(const om1::TraceOptions& t, om1_options& o) {
     o.antialias_radius = t.antialiasRadius;
     o.antialias_tolerance = t.antialiasTolerance;
     o.speckle = t.speckle;
-    o.restitute = t.restituteArea;
+    o.restitute = t.restitute;
+    o.spots = t.spots;
     o.max_paths = t.maxPaths;
     o.palette_count = t.paletteCount;
     for (int i = 0; i < 256; ++i)

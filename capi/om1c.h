@@ -68,7 +68,7 @@ enum { OM1_FILTER_NONE = 0, OM1_FILTER_QUADRANT = 1, OM1_FILTER_ADAPTIVE = 2 };
 /* The settings of one trace. Always start from om1_options_init (or
  * om1_options_preset): new settings are appended at the end with defaults.
  * The defaults are the "graphic" preset's (as om1trace's); in brackets the
- * value without a preset. The stages (threshold to max_paths) run on a copy
+ * value without a preset. The stages (threshold to spots) run on a copy
  * of the picture before the trace, in the order listed. */
 typedef struct om1_options {
     int tolerance;           /* colour tolerance in percent, 0..100 (10; graphic 0) */
@@ -92,7 +92,8 @@ typedef struct om1_options {
     int antialias_radius;    /* how far a band pixel looks for flat regions, 1..64 (2) */
     int antialias_tolerance; /* largest distance from the line between two colours, 0..765 (40) */
     int speckle;       /* regions below this many pixels join their surroundings (0; graphic 8) */
-    int restitute;     /* two-pass restitution of spots up to this area; 0 off (0) */
+    int restitute;     /* 1: regions take the mean colour of the input pixels they cover (0) */
+    int spots;         /* the two-pass spot clean-up absorbs spots up to this area; 0 off (0) */
     int max_paths;     /* raise the speckle area until at most this many paths; 0 off (0) */
     int palette_count; /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
     uint32_t palette[256]; /* 0xRRGGBB */

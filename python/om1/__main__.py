@@ -63,7 +63,10 @@ def _parser() -> argparse.ArgumentParser:
     stages.add_argument("--speckle", type=int, help="regions below PX pixels join their surroundings")
     stages.add_argument("--max-paths", type=int, help="raise the speckle area until at most N paths")
     stages.add_argument("--threshold", type=int, help="luminance below L is black, else white")
-    stages.add_argument("--restitute", type=int, help="trace twice, spots up to PX pixels absorbed")
+    stages.add_argument("--restitute", choices=["on", "off"],
+                        help="regions take the mean colour of the pixels they cover")
+    stages.add_argument("--spots", type=int,
+                        help="trace twice: spots up to PX pixels absorbed, regions repainted")
     p.add_argument("--stats", action="store_true", help="print counts and times per input")
     p.add_argument("--quiet", action="store_true", help="print nothing but errors")
     p.add_argument("--version", action="version", version="om1 " + __version__)
@@ -130,7 +133,7 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     options: Dict[str, Any] = {}
     for name in ("tolerance", "min_length", "max_outlines", "curve_tolerance", "max_pixels",
                  "background", "filter", "filter_radius", "colors", "palette", "antialias",
-                 "speckle", "max_paths", "threshold", "restitute"):
+                 "speckle", "max_paths", "threshold", "restitute", "spots"):
         value = getattr(args, name)
         if value is not None:
             options[name] = value

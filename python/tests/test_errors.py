@@ -67,10 +67,10 @@ def test_bad_options(options, match):
 def test_trace_errors():
     board = np.kron((np.indices((6, 6)).sum(axis=0) % 2) * 255, np.ones((6, 6))).astype(np.uint8)
     with pytest.raises(om1.TraceError, match="max_outlines") as e:
-        om1.trace(board, max_outlines=1)
+        om1.trace(board, preset="plain", max_outlines=1)
     assert e.value.code == 2
     with pytest.raises(om1.TraceError, match="no outlines"):
-        om1.trace(board, min_length=100000)
+        om1.trace(board, preset="plain", min_length=100000)
 
 
 def test_files(tmp_path):

@@ -121,6 +121,9 @@ static void testOptions(void) {
         {"threshold", "-1", OM1_OK},
         {"threshold", "256", OM1_BAD_OPTION},
         {"speckle", "-1", OM1_BAD_OPTION},
+        {"restitute", "on", OM1_OK},
+        {"spots", "-1", OM1_BAD_OPTION},
+        {"spots", "30", OM1_OK},
         {"antialias", "off", OM1_OK},
         {"max_paths", "-5", OM1_BAD_OPTION},
         {"palette", "#000000,#ffffff", OM1_OK},
@@ -395,7 +398,7 @@ static void testBadArguments(void) {
     for (int by = 0; by < 5; ++by)
         for (int bx = 0; bx < 5; ++bx)
             if ((bx + by) % 2) block(board, 160, 8 * bx, 8 * by, 8, 8, 0x000000);
-    om1_options_init(&o);
+    om1_options_preset(&o, "plain"); /* no stages: every block stays */
     o.max_outlines = 1;
     CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_LIMIT_EXCEEDED);
     CHECK(r == NULL);

@@ -77,7 +77,7 @@ TraceOptions Presets::options(Preset p) {
             o.tolerancePercent = 0;
             break;
         case Bw:
-            o.threshold = 128;
+            o.threshold = TraceOptions::kAutoThreshold;
             o.speckle = 8;
             o.tolerancePercent = 0;
             break;
@@ -205,6 +205,10 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
         return true;
     }
     if (key == "threshold") {
+        if (value == "auto") {
+            o.threshold = TraceOptions::kAutoThreshold;
+            return true;
+        }
         if (!range(0, 255)) return false;
         o.threshold = static_cast<int>(n);
         return true;

@@ -11,7 +11,8 @@
 //   photo    natural pictures: 64 colours, anti-alias cleanup, speckle
 //            filter of 100 pixels, regions in the mean colour of the pixels
 //            they cover (the filters measured no better here)
-//   bw       two colours by a luminance threshold (128), speckle 8
+//   bw       black and white by a luminance threshold (chosen from the
+//            picture, Otsu), speckle 8
 //   pixel    hard-edged pixel art: exact colours, every region kept, drawn
 //            as exact polygons (polygonOutput)
 #pragma once
@@ -39,7 +40,7 @@ public:
     // filter-radius (1..8), speckle (0..100000000 pixels), antialias (on|off),
     // colors (0 or 2..256), palette (#rrggbb,... or a file of such colours,
     // separated by commas, spaces or new lines), max-paths (0..2000000000),
-    // threshold (0..255), restitute (on|off), spots (0..100000000 pixels). False with
+    // threshold (0..255 or auto), restitute (on|off), spots (0..100000000 pixels). False with
     // `error` set (naming the option) on a bad key or value.
     static bool set(TraceOptions& options, const std::string& key, const std::string& value,
                     std::string& error);

@@ -51,7 +51,10 @@ struct TraceOptions {
     Seed seed = Seed::UniformRing;
 
     // --- stages before the trace (see above) ---
-    int threshold = -1;  // 0..255: luminance below it is black, else white; -1 off
+    // 0..255: luminance below it is black, else white; kAutoThreshold: the
+    // threshold that best splits the picture in two (Otsu); -1 off.
+    int threshold = -1;
+    static const int kAutoThreshold = 256;
     Filter filter = Filter::None;
     int filterRadius = 1;       // quadrant side - 1 (1..8)
     int filterTolerance = 24;   // per-channel run tolerance of the adaptive filter

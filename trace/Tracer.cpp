@@ -159,7 +159,8 @@ int Tracer::paths(const KvCtree* tree) {
 bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& o,
                      TraceReport& report) {
     if (o.threshold >= 0) {
-        PictureCleaner::threshold(pixels, width, height, std::min(o.threshold, 255));
+        PictureCleaner::threshold(pixels, width, height,
+                                  std::min(o.threshold, +TraceOptions::kAutoThreshold));
         report.stagesRan = true;
     }
     if (o.filter != TraceOptions::Filter::None) {

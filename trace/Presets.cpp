@@ -66,13 +66,15 @@ TraceOptions Presets::options(Preset p) {
         case Graphic:
             o.colors = 64;
             o.antialias = true;
-            o.speckle = 64;
+            o.speckle = 4;
+            o.speckleShare = 0.0005;
             o.tolerancePercent = 0;
             break;
         case Photo:
             o.colors = 64;
             o.antialias = true;
-            o.speckle = 100;
+            o.speckle = 16;
+            o.speckleShare = 0.0008;
             o.restitute = true;
             o.tolerancePercent = 0;
             break;
@@ -192,6 +194,7 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
     if (key == "speckle") {
         if (!range(0, 100000000)) return false;
         o.speckle = static_cast<int>(n);
+        o.speckleShare = 0;
         return true;
     }
     if (key == "max-paths") {

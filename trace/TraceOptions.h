@@ -64,10 +64,14 @@ struct TraceOptions {
     bool antialias = false;       // absorb thin in-between bands
     int antialiasRadius = 2;      // how far (pixels) a band pixel looks for flat regions
     int antialiasTolerance = 40;  // largest distance from the line between two colours
-    int speckle = 0;              // regions below this many pixels are absorbed; 0 off
-    bool restitute = false;       // regions take their mean input colour
-    int spots = 0;                // two-pass spot restitution up to this area; 0 off
-    int maxPaths = 0;             // at most this many coloured nodes; 0 no limit
+    // The speckle area is the larger of `speckle` and `speckleShare` times
+    // the picture's area (a share of 0.0005 is 8 pixels on 128 x 128 and 120
+    // on 480 x 500), so that presets suit small icons and large pictures.
+    double speckleShare = 0;
+    int speckle = 0;         // regions below this many pixels are absorbed; 0 off
+    bool restitute = false;  // regions take their mean input colour
+    int spots = 0;           // two-pass spot restitution up to this area; 0 off
+    int maxPaths = 0;        // at most this many coloured nodes; 0 no limit
 };
 
 }  // namespace om1

@@ -214,6 +214,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     // more coloured nodes than the budget allows.
     const long long size = static_cast<long long>(n);
     long long area = std::max(options.speckle, 0);
+    if (options.speckleShare > 0)
+        area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
     Result result = NoOutlines;
     for (;;) {
         try {

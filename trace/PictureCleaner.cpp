@@ -76,12 +76,46 @@ long long label(const std::vector<uint32_t>& c, int w, int h, std::vector<int32_
 
 }  // namespace
 
+namespace {
+
+int luminance(const RGBQUAD& q) {
+    return (299 * q.rgbRed + 587 * q.rgbGreen + 114 * q.rgbBlue) / 1000;
+}
+
+}  // namespace
+
+int PictureCleaner::otsuThreshold(const RGBQUAD* pixels, int width, int height) {
+    if (!pixels || width <= 0 || height <= 0) return 128;
+    const size_t n = static_cast<size_t>(width) * height;
+    double hist[256] = {};
+    for (size_t i = 0; i < n; ++i) hist[luminance(pixels[i])] += 1;
+    double total = 0;
+    for (int v = 0; v < 256; ++v) total += v * hist[v];
+    double below = 0, belowSum = 0, best = -1;
+    int pick = 128;
+    // Threshold t: class 0 is luminance < t.
+    for (int t = 1; t < 256; ++t) {
+        below += hist[t - 1];
+        belowSum += (t - 1) * hist[t - 1];
+        const double above = static_cast<double>(n) - below;
+        if (below == 0 || above == 0) continue;
+        const double m0 = belowSum / below, m1 = (total - belowSum) / above;
+        const double between = below * above * (m0 - m1) * (m0 - m1);
+        if (between > best) {
+            best = between;
+            pick = t;
+        }
+    }
+    return pick;
+}
+
 void PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int threshold) {
     if (!pixels || width <= 0 || height <= 0) return;
+    if (threshold > 255) threshold = otsuThreshold(pixels, width, height);
     const size_t n = static_cast<size_t>(width) * height;
     for (size_t i = 0; i < n; ++i) {
         RGBQUAD& q = pixels[i];
-        const int lum = (299 * q.rgbRed + 587 * q.rgbGreen + 114 * q.rgbBlue) / 1000;
+        const int lum = luminance(q);
         const BYTE v = lum < threshold ? 0 : 255;
         q.rgbRed = q.rgbGreen = q.rgbBlue = v;
     }

@@ -12,8 +12,13 @@ namespace om1 {
 class PictureCleaner {
 public:
     // Black where the luminance (0.299 red + 0.587 green + 0.114 blue) is
-    // below `threshold`, white elsewhere.
+    // below `threshold`, white elsewhere. A threshold of 256 or more is
+    // chosen from the picture (otsuThreshold).
     static void threshold(RGBQUAD* pixels, int width, int height, int threshold);
+    // The luminance threshold that best splits the picture into two classes
+    // (Otsu: the largest variance between the classes' mean luminances; the
+    // lowest such threshold among equals), 1..255.
+    static int otsuThreshold(const RGBQUAD* pixels, int width, int height);
 
     // Anti-alias cleanup. A pixel is flat when its eight neighbours (those in
     // the raster) have exactly its colour. Every other pixel looks at the

@@ -66,18 +66,20 @@ TraceOptions Presets::options(Preset p) {
         case Graphic:
             o.colors = 64;
             o.antialias = true;
-            o.speckle = 64;
+            o.speckle = 4;
+            o.speckleShare = 0.0005;
             o.tolerancePercent = 0;
             break;
         case Photo:
             o.colors = 64;
             o.antialias = true;
-            o.speckle = 100;
+            o.speckle = 16;
+            o.speckleShare = 0.0008;
             o.restitute = true;
             o.tolerancePercent = 0;
             break;
         case Bw:
-            o.threshold = 128;
+            o.threshold = TraceOptions::kAutoThreshold;
             o.speckle = 8;
             o.tolerancePercent = 0;
             break;
@@ -192,6 +194,7 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
     if (key == "speckle") {
         if (!range(0, 100000000)) return false;
         o.speckle = static_cast<int>(n);
+        o.speckleShare = 0;
         return true;
     }
     if (key == "max-paths") {
@@ -205,6 +208,10 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
         return true;
     }
     if (key == "threshold") {
+        if (value == "auto") {
+            o.threshold = TraceOptions::kAutoThreshold;
+            return true;
+        }
         if (!range(0, 255)) return false;
         o.threshold = static_cast<int>(n);
         return true;

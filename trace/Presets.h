@@ -4,14 +4,16 @@
 //
 //   plain    the entry points' behaviour: the nine fixed seeds, no stages
 //   graphic  flat colours with anti-aliased edges (logos, icons, clip art):
-//            64 colours, anti-alias cleanup, speckle filter of 64 pixels,
+//            64 colours, anti-alias cleanup, speckle filter of 1/2000 of the
+//            picture's area (at least 4 pixels),
 //            tracer tolerance 0. The default: on anti-aliased art it writes
 //            about as many paths as the source has shapes, and on
 //            photographs it still gives a usable picture.
 //   photo    natural pictures: 64 colours, anti-alias cleanup, speckle
-//            filter of 100 pixels, regions in the mean colour of the pixels
-//            they cover (the filters measured no better here)
-//   bw       two colours by a luminance threshold (128), speckle 8
+//            filter of 0.08 % of the area (at least 16 pixels), regions in the mean colour of the
+//            pixels they cover (the filters measured no better here)
+//   bw       black and white by a luminance threshold (chosen from the
+//            picture, Otsu), speckle 8
 //   pixel    hard-edged pixel art: exact colours, every region kept, drawn
 //            as exact polygons (polygonOutput)
 #pragma once
@@ -36,10 +38,11 @@ public:
     static bool polygonOutput(Preset p);
 
     // Sets one stage option from text. Keys: filter (none|quadrant|adaptive),
-    // filter-radius (1..8), speckle (0..100000000 pixels), antialias (on|off),
+    // filter-radius (1..8), speckle (0..100000000 pixels, replacing the
+    // preset's share of the area), antialias (on|off),
     // colors (0 or 2..256), palette (#rrggbb,... or a file of such colours,
     // separated by commas, spaces or new lines), max-paths (0..2000000000),
-    // threshold (0..255), restitute (on|off), spots (0..100000000 pixels). False with
+    // threshold (0..255 or auto), restitute (on|off), spots (0..100000000 pixels). False with
     // `error` set (naming the option) on a bad key or value.
     static bool set(TraceOptions& options, const std::string& key, const std::string& value,
                     std::string& error);

@@ -160,7 +160,8 @@ int Tracer::paths(const KvCtree* tree) {
 bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& o,
                      TraceReport& report) {
     if (o.threshold >= 0) {
-        PictureCleaner::threshold(pixels, width, height, std::min(o.threshold, 255));
+        PictureCleaner::threshold(pixels, width, height,
+                                  std::min(o.threshold, +TraceOptions::kAutoThreshold));
         report.stagesRan = true;
     }
     if (o.filter != TraceOptions::Filter::None) {
@@ -214,6 +215,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     // more coloured nodes than the budget allows.
     const long long size = static_cast<long long>(n);
     long long area = std::max(options.speckle, 0);
+    if (options.speckleShare > 0)
+        area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
     Result result = NoOutlines;
     for (;;) {
         try {

@@ -320,6 +320,18 @@ TEST(Presets, BlackAndWhiteByThreshold) {
         EXPECT_EQ(t.distinct(), (std::set<uint32_t>{key(rgb(0, 0, 0)), key(rgb(255, 255, 255))}));
         EXPECT_EQ(t.colours.size(), 2u);
     }
+    // A light grey silhouette on white: the automatic threshold still splits
+    // it from the ground, a fixed 128 does not.
+    const Picture light = antiAliasedDisc(48, 15.2, rgb(190, 190, 190), rgb(255, 255, 255));
+    EXPECT_GT(om1::PictureCleaner::otsuThreshold(light.px.data(), 48, 48), 190);
+    EXPECT_LE(om1::PictureCleaner::otsuThreshold(light.px.data(), 48, 48), 255);
+    for (int threshold : {TraceOptions::kAutoThreshold, 128}) {
+        TraceOptions o = Presets::options(Presets::Bw);
+        o.threshold = threshold;
+        Traced t(light, o);
+        ASSERT_EQ(t.result, Tracer::Done);
+        EXPECT_EQ(t.colours.size(), threshold == 128 ? 1u : 2u);
+    }
 }
 
 }  // namespace

@@ -119,7 +119,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
                     for (size_t k = 0; k < s.loops.size(); ++k) {
                         bool fitted = false;
                         if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
-                                                  &fitted)) {
+                                                  &fitted, options.maxCurveAreaError)) {
                             out.shapes.clear();
                             return false;
                         }

@@ -69,6 +69,23 @@ std::string CommandLine::usage() {
            "                          hard-edged pictures; tolerance and min length 0)\n"
            "  --cutout                every region once as its own area, no stacking;\n"
            "                          neighbours share their boundaries exactly\n"
+           "  --preset NAME           graphic (default): flat colours with smooth edges;\n"
+           "                          photo: natural pictures; bw: black and white by a\n"
+           "                          luminance threshold; pixel: hard-edged pixel art,\n"
+           "                          exact polygons; plain: no stages, fixed seeds\n"
+           "Stages (each preset has its own defaults; these override them):\n"
+           "  --filter none|quadrant|adaptive  edge-preserving pre-filter\n"
+           "  --filter-radius K       filter quadrant side K + 1, 1..8 (default 1)\n"
+           "  --colors N              quantise to N colours, 2..256 (0 off)\n"
+           "  --palette FILE|#rrggbb,...  snap every pixel to the nearest given colour\n"
+           "  --antialias on|off      absorb thin bands of in-between colours\n"
+           "  --speckle PX            regions below PX pixels join their surroundings\n"
+           "  --max-paths N           raise the speckle area until at most N paths\n"
+           "  --restitute on|off      regions take the mean colour of the pixels they cover\n"
+           "  --spots PX              trace twice: the library weighs the spots, absorbs\n"
+           "                          those of at most PX pixels and repaints the regions\n"
+           "  --threshold L|auto      black below luminance L, else white (bw: auto,\n"
+           "                          the level that best splits the picture in two)\n"
            "  --stats                 print counts and times per input\n"
            "  --quiet                 print nothing but errors\n"
            "  --help, --version\n"
@@ -140,6 +157,22 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
                 error = "--background takes a colour RRGGBB, not '" + v + "'";
                 return false;
             }
+        } else if (a == "--preset") {
+            std::string v;
+            if (!value(v)) return false;
+            if (!om1::Presets::parse(v, preset)) {
+                error = "--preset takes graphic, photo, bw, pixel or plain, not '" + v + "'";
+                return false;
+            }
+        } else if (a == "--filter" || a == "--filter-radius" || a == "--colors" ||
+                   a == "--palette" || a == "--antialias" || a == "--speckle" ||
+                   a == "--max-paths" || a == "--threshold" || a == "--restitute" ||
+                   a == "--spots") {
+            std::string v;
+            if (!value(v)) return false;
+            om1::TraceOptions scratch;
+            if (!om1::Presets::set(scratch, a.substr(2), v, error)) return false;
+            stages.emplace_back(a.substr(2), v);
         } else if (a == "--transparent") {
             transparent = true;
         } else if (a == "--polygon") {

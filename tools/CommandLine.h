@@ -6,6 +6,7 @@
 
 #include "output/OutputFormat.h"
 #include "tools/ImageLoader.h"
+#include "trace/Presets.h"
 
 struct CommandLine {
     // Defaults: 10 % colour tolerance, outlines of fewer than 4 steps
@@ -27,6 +28,10 @@ struct CommandLine {
     // --cutout: every region once as its own area, neighbours sharing
     // their boundaries, nothing stacked.
     bool cutout = false;
+    // --preset and the stage options (--filter, --speckle, ...), handed to
+    // om1::Presets::set in the order given, after the preset's own settings.
+    om1::Presets::Preset preset = om1::Presets::kDefault;
+    std::vector<std::pair<std::string, std::string>> stages;
     bool toleranceGiven = false;
     bool minLengthGiven = false;
     bool stats = false;

@@ -166,16 +166,24 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
 
     // Rows go to the library top-down, so its coordinates are the picture's.
     auto t1 = std::chrono::steady_clock::now();
-    om1::TraceOptions options;
-    options.tolerancePercent = cl.tolerance;
-    options.minOutlineLen = cl.minLength;
+    om1::TraceOptions options = om1::Presets::options(cl.preset);
+    if (cl.toleranceGiven || cl.polygon) options.tolerancePercent = cl.tolerance;
+    if (cl.minLengthGiven || cl.polygon) options.minOutlineLen = cl.minLength;
     options.maxOutlines = cl.maxOutlines;
     options.curveTolerance = cl.curveTolerance;
     options.seed = om1::TraceOptions::Seed::UniformRing;
     options.treeCurves = false;  // the output layer fits its own
+    for (const auto& kv : cl.stages)
+        if (!om1::Presets::set(options, kv.first, kv.second, error)) {
+            message = error;
+            return BadUsage;
+        }
     KvCtree* tree = nullptr;
+    om1::TraceReport report;
     const om1::Tracer::Result r =
-        om1::Tracer::trace(img.pixels.data(), img.width, img.height, options, tree);
+        om1::Tracer::trace(img.pixels.data(), img.width, img.height, options, tree, &report);
+    // Shapes are checked against the picture the tracer saw.
+    const RGBQUAD* traced = report.prepared.empty() ? img.pixels.data() : report.prepared.data();
     stats.traceMs = msSince(t1);
     if (r == om1::Tracer::LimitExceeded) {
         om1_delKvCTree(tree);
@@ -194,12 +202,11 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     om1::OutputOptions out;
     out.layout =
         cl.cutout ? om1::OutputOptions::Layout::Cutout : om1::OutputOptions::Layout::Stacked;
-    out.polygon = cl.polygon;
+    out.polygon = cl.polygon || om1::Presets::polygonOutput(cl.preset);
     out.curveTolerance = cl.curveTolerance;
-    out.reconcileTolerance = static_cast<int>(cl.tolerance * 2.55);
+    out.reconcileTolerance = static_cast<int>(options.tolerancePercent * 2.55);
     om1::ShapeSet shapes;
-    const bool built =
-        om1::ShapeBuilder::build(tree, img.pixels.data(), img.width, img.height, out, shapes);
+    const bool built = om1::ShapeBuilder::build(tree, traced, img.width, img.height, out, shapes);
     om1_delKvCTree(tree);
     if (!built) {
         message = input + ": out of memory while building the shapes";

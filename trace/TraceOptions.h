@@ -1,7 +1,32 @@
 // TraceOptions: the settings of one library-level trace (Tracer::trace).
-// A plain record with defaults; later settings (presets, filters) are added
-// as new fields with defaults, so existing callers keep compiling.
+// A plain record with defaults (no pointers, no owned memory), so that C and
+// Python front ends can fill it field by field. Presets (Presets::apply) set
+// several fields at once; later settings are added as new fields with
+// defaults, so existing callers keep compiling.
+//
+// The stages, in the order Tracer::trace runs them on a copy of the picture
+// (every one is off in the defaults below, which trace as the entry points
+// do apart from the seed):
+//   1. threshold      two colours by luminance (black and white)
+//   2. filter         the library's edge-preserving colour filter or its
+//                     adaptive smoothing, `filterRadius` wide
+//   3. colors/palette quantise to `colors` colours, or snap every pixel to
+//                     the nearest entry of `palette`
+//   4. antialias      thin bands of in-between colours join the nearer of
+//                     the two flat regions beside them
+//   5. speckle        regions of fewer than `speckle` pixels join the region
+//                     that surrounds them
+//   6. restitute      every region takes the mean colour of the input pixels
+//                     it covers
+//   7. spots          the library's two-pass clean-up (SpotRestitution):
+//                     trace, weigh the spots, absorb those of at most `spots`
+//                     pixels, repaint the regions from the outlines
+//   8. trace          the tracer with `tolerancePercent`, seeded as `seed` says
+// and then, when `maxPaths` > 0, stages 5 to 8 are repeated with a larger
+// speckle area until the tree has at most `maxPaths` coloured nodes.
 #pragma once
+
+#include "platform/WinTypes.h"
 
 namespace om1 {
 
@@ -17,6 +42,7 @@ struct TraceOptions {
         // colours would give that region their mixture.
         UniformRing
     };
+    enum class Filter { None, Quadrant, Adaptive };
 
     int tolerancePercent = 10;  // colour tolerance, 0..100
     int minOutlineLen = 4;      // outlines with fewer chain steps are dropped
@@ -26,6 +52,29 @@ struct TraceOptions {
     // Fill every node's Bezier points, as the entry points do. A host that
     // fits its own curves (the output layer) can leave them out.
     bool treeCurves = true;
+
+    // --- stages before the trace (see above) ---
+    // 0..255: luminance below it is black, else white; kAutoThreshold: the
+    // threshold that best splits the picture in two (Otsu); -1 off.
+    int threshold = -1;
+    static const int kAutoThreshold = 256;
+    Filter filter = Filter::None;
+    int filterRadius = 1;       // quadrant side - 1 (1..8)
+    int filterTolerance = 24;   // per-channel run tolerance of the adaptive filter
+    int colors = 0;             // 2..256: quantise (median cut, then k-means); 0 off
+    RGBQUAD palette[256] = {};  // used when paletteCount > 0 (overrides colors)
+    int paletteCount = 0;
+    bool antialias = false;       // absorb thin in-between bands
+    int antialiasRadius = 2;      // how far (pixels) a band pixel looks for flat regions
+    int antialiasTolerance = 40;  // largest distance from the line between two colours
+    // The speckle area is the larger of `speckle` and `speckleShare` times
+    // the picture's area (a share of 0.0005 is 8 pixels on 128 x 128 and 120
+    // on 480 x 500), so that presets suit small icons and large pictures.
+    double speckleShare = 0;
+    int speckle = 0;         // regions below this many pixels are absorbed; 0 off
+    bool restitute = false;  // regions take their mean input colour
+    int spots = 0;           // two-pass spot restitution up to this area; 0 off
+    int maxPaths = 0;        // at most this many coloured nodes; 0 no limit
 };
 
 }  // namespace om1

@@ -12,6 +12,10 @@
 #include "tracer/AllOutLines.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
+#include "trace/ColorQuantizer.h"
+#include "trace/PictureCleaner.h"
+#include "trace/PreFilter.h"
+#include "trace/SpotRestitution.h"
 
 namespace om1 {
 
@@ -79,29 +83,19 @@ void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::S
     }
 }
 
-Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
-                             const TraceOptions& options, KvCtree*& out) {
+Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
+                                 const TraceOptions& options, KvCtree*& out) {
     out = nullptr;
-    if (!pixels || width <= 0 || height <= 0 || static_cast<long long>(width) * height > INT_MAX)
-        return NoOutlines;
     const int tol = static_cast<int>(std::min(std::max(options.tolerancePercent, 0), 100) * 2.55);
     const int tracerMinLen = std::max(options.minOutlineLen, 4);
-
-    // The manipulator takes a non-const buffer; it copies the pixels.
-    std::vector<RGBQUAD> copy;
-    try {
-        copy.assign(pixels, pixels + static_cast<size_t>(width) * height);
-    } catch (...) {
-        return NoOutlines;
-    }
 
     int xs[kMaxSeeds], ys[kMaxSeeds], n = 0;
     seeds(pixels, width, height, options.seed, xs, ys, n);
     AllOutLines all;
     int result = 1;
     for (int i = 0; i < n; ++i) {
-        OutLineManipulator* olm = new (std::nothrow)
-            OutLineManipulator(copy.data(), width, height, tol, tracerMinLen, 3, 0);
+        OutLineManipulator* olm =
+            new (std::nothrow) OutLineManipulator(pixels, width, height, tol, tracerMinLen, 3, 0);
         if (!olm) continue;
         Ombrel* tracer = new (std::nothrow) Ombrel(olm);
         if (!tracer || !tracer->isValid()) {
@@ -147,6 +141,130 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         return NoOutlines;
     }
     return Done;
+}
+
+int Tracer::paths(const KvCtree* tree) {
+    int n = 0;
+    std::vector<const KvCtree*> stack;
+    if (tree) stack.push_back(tree);
+    while (!stack.empty()) {
+        const KvCtree* t = stack.back();
+        stack.pop_back();
+        if (!t->isFrame) ++n;
+        for (const KvCtree::Holes* h = t->holes; h; h = h->next)
+            if (h->ctree) stack.push_back(h->ctree);
+    }
+    return n;
+}
+
+bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& o,
+                     TraceReport& report) {
+    if (o.threshold >= 0) {
+        PictureCleaner::threshold(pixels, width, height,
+                                  std::min(o.threshold, +TraceOptions::kAutoThreshold));
+        report.stagesRan = true;
+    }
+    if (o.filter != TraceOptions::Filter::None) {
+        const PreFilter::Kind kind =
+            o.filter == TraceOptions::Filter::Quadrant ? PreFilter::Quadrant : PreFilter::Adaptive;
+        if (PreFilter::run(pixels, width, height, kind, o.filterRadius, o.filterTolerance))
+            report.stagesRan = true;
+    }
+    if (o.paletteCount > 0) {
+        if (!ColorQuantizer::snap(pixels, width, height, o.palette, std::min(o.paletteCount, 256)))
+            return false;
+        report.colors = std::min(o.paletteCount, 256);
+        report.stagesRan = true;
+    } else if (o.colors >= 2) {
+        std::vector<RGBQUAD> palette;
+        if (!ColorQuantizer::quantize(pixels, width, height, std::min(o.colors, 256), palette))
+            return false;
+        report.colors = static_cast<int>(palette.size());
+        report.stagesRan = true;
+    }
+    if (o.antialias) {
+        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                                          o.antialiasTolerance);
+        if (moved < 0) return false;
+        report.antialiasPixels = moved;
+        report.stagesRan = true;
+    }
+    return true;
+}
+
+Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
+                             const TraceOptions& options, KvCtree*& out, TraceReport* report) {
+    out = nullptr;
+    TraceReport local;
+    TraceReport& rep = report ? *report : local;
+    rep = TraceReport();
+    if (!pixels || width <= 0 || height <= 0 || static_cast<long long>(width) * height > INT_MAX)
+        return NoOutlines;
+    const size_t n = static_cast<size_t>(width) * height;
+
+    // The manipulator takes a non-const buffer and the stages change it: a copy.
+    std::vector<RGBQUAD> base, work;
+    try {
+        base.assign(pixels, pixels + n);
+    } catch (...) {
+        return NoOutlines;
+    }
+    if (!prepare(base.data(), width, height, options, rep)) return NoOutlines;
+
+    // Speckle areas tried: the option's, then larger ones while the tree has
+    // more coloured nodes than the budget allows.
+    const long long size = static_cast<long long>(n);
+    long long area = std::max(options.speckle, 0);
+    if (options.speckleShare > 0)
+        area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
+    Result result = NoOutlines;
+    for (;;) {
+        try {
+            work = base;
+        } catch (...) {
+            return NoOutlines;
+        }
+        if (area > 1) {
+            if (PictureCleaner::speckle(work.data(), width, height,
+                                        static_cast<int>(std::min<long long>(area, INT_MAX))) < 0)
+                return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.restitute) {
+            if (!PictureCleaner::restitute(work.data(), pixels, width, height)) return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.spots > 0) {
+            if (PictureCleaner::regions(work.data(), width, height) > 0) {
+                std::vector<RGBQUAD> palette;
+                // The repaint keeps at most 256 colours.
+                if (!SpotRestitution::run(work.data(), width, height, options, options.spots) &&
+                    ColorQuantizer::quantize(work.data(), width, height, 256, palette))
+                    SpotRestitution::run(work.data(), width, height, options, options.spots);
+            }
+            rep.stagesRan = true;
+        }
+        // At tolerance 0 every region of the picture is a node: count them
+        // before tracing.
+        if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
+            const long long regions = PictureCleaner::regions(work.data(), width, height);
+            if (regions > options.maxPaths) {
+                area = std::max(4LL, area * 2);
+                continue;
+            }
+        }
+        if (out) kvctr_deleteKvCtree(out);
+        out = nullptr;
+        ++rep.traces;
+        result = traceOnce(work.data(), width, height, options, out);
+        rep.paths = result == Done ? paths(out) : 0;
+        rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
+        if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)
+            break;
+        area = std::max(4LL, area * 2);
+    }
+    if (rep.stagesRan) rep.prepared.swap(work);
+    return result;
 }
 
 }  // namespace om1

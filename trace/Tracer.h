@@ -13,6 +13,7 @@
 #include "companion/KvCtree.h"
 #include "platform/WinTypes.h"
 #include "trace/TraceOptions.h"
+#include "trace/TraceReport.h"
 
 namespace om1 {
 
@@ -24,14 +25,32 @@ public:
     // new tree the caller releases with om1_delKvCTree (or
     // kvctr_deleteKvCtree); otherwise `out` is null. The pixels are not
     // changed.
+    //
+    // The stages of `options` (see TraceOptions) run on a copy first; the
+    // tree then describes that prepared picture, which `report` (when not
+    // null) receives for rendering back.
     static Result trace(const RGBQUAD* pixels, int width, int height, const TraceOptions& options,
-                        KvCtree*& out);
+                        KvCtree*& out, TraceReport* report = nullptr);
+
+    // The stages before the trace (threshold, filter, colours, anti-alias),
+    // in place; the speckle filter and the path budget belong to trace.
+    // False when memory runs out.
+    static bool prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
+                        TraceReport& report);
+
+    // Coloured (non-frame) nodes of a tree: the paths a writer draws.
+    static int paths(const KvCtree* tree);
 
     // The seed positions tried, in order, for the given choice (at least one
     // for a picture of 3 x 3 pixels or more, none for smaller ones).
     static void seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::Seed choice,
                       int* xs, int* ys, int& count);
     static const int kMaxSeeds = 19;
+
+private:
+    // One run of the tracer and the conversion on exactly these pixels.
+    static Result traceOnce(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
+                            KvCtree*& out);
 };
 
 }  // namespace om1

@@ -1,0 +1,157 @@
+"""Whole traces through the Python package: exact geometry of worked
+pictures, every kind of input giving the same result, the writers and the
+region tree against the JSON the library writes."""
+
+import io
+import json
+
+import numpy as np
+import pytest
+from PIL import Image
+
+import om1
+from conftest import EXAMPLE, disc, red_block
+
+
+def by_colour(t: om1.Trace, rgb):
+    return [r for r in t if r.color == rgb]
+
+
+@pytest.mark.parametrize("cutout", [False, True])
+def test_red_block_exact(block, cutout):
+    t = om1.trace(block, preset="pixel", cutout=cutout)
+    (red,) = by_colour(t, (255, 0, 0))
+    (white,) = by_colour(t, (255, 255, 255))
+    assert red.pixels == 70 and red.hex == "#ff0000" and red.holes == []
+    (loop,) = red.boundary
+    assert loop.dtype == np.int32 and loop.shape == (4, 2)
+    assert loop.min(axis=0).tolist() == [2, 3] and loop.max(axis=0).tolist() == [12, 10]
+    x, y = loop[:, 0].astype(np.int64), loop[:, 1].astype(np.int64)
+    assert (x * np.roll(y, -1) - np.roll(x, -1) * y).sum() == 140  # clockwise on the picture
+    assert red.curves[0].shape == (0, 2)  # polygons only
+    if cutout:
+        assert white.pixels == 20 * 16 - 70 and len(white.boundary) == 2
+    else:
+        assert red.is_hole and red.parent is white and white.holes == [red]
+        assert white.pixels == 20 * 16 and t.regions == [white]
+    assert len(t) == 2 and t.paths == 2
+    assert t.segments == 4 + (8 if cutout else 4)
+    assert t.stats.curved_loops == 0 and (t.width, t.height) == (20, 16)
+
+
+def test_disc_keeps_a_closed_curve():
+    t = om1.trace(disc())
+    (blue,) = by_colour(t, (0, 0, 255))
+    (curve,) = blue.curves
+    assert curve.dtype == np.float64 and len(curve) >= 4 and (len(curve) - 1) % 3 == 0
+    assert (curve[0] == curve[-1]).all()
+    assert curve.min() >= 7 and curve.max() <= 57
+    assert t.stats.curved_loops >= 1 and t.segments == t.stats.segments > 4
+
+
+def test_every_input_kind_gives_the_same_trace(tmp_path):
+    rgb = red_block()
+    want = om1.trace(rgb).svg()
+    rgba = np.concatenate([rgb, np.full(rgb.shape[:2] + (1,), 255, np.uint8)], axis=2)
+    path = tmp_path / "block.png"
+    Image.fromarray(rgb).save(path)
+    data = path.read_bytes()
+    padded = np.zeros((16, 24, 4), np.uint8)[:, 2:22]  # rows with a stride of 96 bytes
+    padded[...] = rgba
+    for image in (rgba, padded, rgb[:, ::-1][:, ::-1], Image.fromarray(rgb),
+                  Image.fromarray(rgba), str(path), path, data, bytearray(data),
+                  Image.fromarray(rgb).convert("P")):
+        assert om1.trace(image).svg() == want, type(image)
+
+
+def test_grey_and_alpha():
+    grey = np.full((12, 12), 200, np.uint8)
+    grey[4:8, 4:8] = 10
+    t = om1.trace(grey, preset="pixel")
+    assert sorted(r.color for r in t) == [(10, 10, 10), (200, 200, 200)]
+    # Fully transparent pixels become the background colour; `transparent`
+    # hides their region from the writers.
+    rgba = np.zeros((12, 12, 4), np.uint8)
+    rgba[4:8, 4:8] = (0, 255, 0, 255)
+    kept = om1.trace(rgba, preset="pixel", background="#102030")
+    assert "#102030" in kept.svg()
+    hidden = om1.trace(rgba, preset="pixel", background=(16, 32, 48), transparent=True)
+    assert "#102030" not in hidden.svg() and "#00ff00" in hidden.svg()
+    assert [r.hidden for r in hidden if r.hex == "#102030"] == [True]
+
+
+def test_every_format_by_name_and_extension(tmp_path, block):
+    t = om1.trace(block, preset="pixel")
+    assert om1.FORMAT_NAMES[:2] == ["svg", "json"] and "pdf" in om1.FORMAT_NAMES
+    for name, ext in zip(om1.FORMAT_NAMES, om1._native.FORMAT_EXTENSIONS):
+        data = t.export(name)
+        assert isinstance(data, bytes) and len(data) > 20
+        t.save(tmp_path / ("out." + ext))
+        assert (tmp_path / ("out." + ext)).read_bytes() == data
+    assert t.export("pdf").startswith(b"%PDF")
+    assert json.loads(t.export("geojson"))["type"] == "FeatureCollection"
+
+
+@pytest.mark.parametrize("preset", om1.PRESET_NAMES)
+def test_presets_and_stages(preset):
+    picture = np.asarray(Image.open(EXAMPLE).convert("RGB"))
+    t = om1.trace(picture, preset=preset)
+    assert len(t) >= 2 and t.svg().startswith("<?xml")
+    if preset == "pixel":
+        assert t.stats.curved_loops == 0
+    if preset == "bw":
+        assert {r.color for r in t} <= {(0, 0, 0), (255, 255, 255)}
+
+
+def test_stage_options():
+    picture = np.asarray(Image.open(EXAMPLE).convert("RGB"))
+    assert len({r.color for r in om1.trace(picture, colors=4)}) <= 4
+    two = om1.trace(picture, palette=[(255, 0, 0), "#0000ff"], antialias=False, filter="none")
+    assert {r.color for r in two} <= {(255, 0, 0), (0, 0, 255)}
+    assert om1.trace(picture, max_paths=10).stats.paths <= 10
+
+
+def test_save_by_extension(tmp_path, block):
+    t = om1.trace(block, preset="pixel")
+    t.save(tmp_path / "a.svg")
+    t.save(str(tmp_path / "a.JSON"))
+    t.save(tmp_path / "b.out", format="svg")
+    assert (tmp_path / "a.svg").read_text() == t.svg() == (tmp_path / "b.out").read_text()
+    assert json.loads((tmp_path / "a.JSON").read_text())["width"] == 20
+    with pytest.raises(ValueError, match="extension"):
+        t.save(tmp_path / "a.bmp")
+    with pytest.raises(ValueError, match="format"):
+        t.export("bmp")
+    with pytest.raises(OSError):
+        t.save(tmp_path / "missing" / "a.svg")
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["a.JSON", "a.svg", "b.out"]
+
+
+def test_region_tree_matches_the_json_on_the_example():
+    t = om1.trace(EXAMPLE, cutout=True)
+    tree = json.loads(t.json())["tree"]
+    # Walk both trees together: roles, colours, pixels and boundaries agree.
+    pairs = [(tree, t.regions[0])]
+    seen = 0
+    while pairs:
+        node, region = pairs.pop()
+        seen += 1
+        assert node["role"] == region.role and node["pixels"] == region.pixels
+        if not region.is_frame:
+            assert node["color"] == region.hex
+        assert [np.asarray(b).tolist() for b in node["boundary"]] == \
+               [b.tolist() for b in region.boundary]
+        assert len(node["holes"]) == len(region.holes)
+        pairs.extend(zip(node["holes"], region.holes))
+    assert seen == len(list(t.walk())) and len(t) > 10
+    assert t.stats.regions == sum(1 for r in t.walk() if not r.is_frame)
+
+
+def test_closed_trace(block):
+    with om1.trace(block) as t:
+        region = list(t)[0]
+    with pytest.raises(ValueError, match="closed"):
+        t.svg()
+    with pytest.raises(ValueError, match="closed"):
+        region.boundary
+    assert "closed" in repr(t)

@@ -1,0 +1,198 @@
+#include "trace/ColorQuantizer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <unordered_map>
+
+#include "tracer/Ombrel.h"
+
+namespace om1 {
+
+namespace {
+
+uint32_t pack(const RGBQUAD& q) {
+    return q.rgbRed | q.rgbGreen << 8 | q.rgbBlue << 16;
+}
+
+int channel(uint32_t c, int ch) {
+    return (c >> (8 * ch)) & 0xFF;
+}
+
+struct Entry {
+    uint32_t color;
+    long long count;
+};
+
+struct Box {
+    size_t begin, end;  // range of the entry array
+    long long pixels;
+    int widest;  // channel 0 red, 1 green, 2 blue
+    int range;
+};
+
+void measure(const std::vector<Entry>& e, Box& b) {
+    int lo[3] = {255, 255, 255}, hi[3] = {0, 0, 0};
+    b.pixels = 0;
+    for (size_t i = b.begin; i < b.end; ++i) {
+        b.pixels += e[i].count;
+        for (int c = 0; c < 3; ++c) {
+            lo[c] = std::min(lo[c], channel(e[i].color, c));
+            hi[c] = std::max(hi[c], channel(e[i].color, c));
+        }
+    }
+    b.widest = 0;
+    for (int c = 1; c < 3; ++c)
+        if (hi[c] - lo[c] > hi[b.widest] - lo[b.widest]) b.widest = c;
+    b.range = hi[b.widest] - lo[b.widest];
+}
+
+long long dist2(uint32_t a, const double* m) {
+    double d = 0;
+    for (int c = 0; c < 3; ++c) {
+        double v = channel(a, c) - m[c];
+        d += v * v;
+    }
+    return static_cast<long long>(d * 16);
+}
+
+}  // namespace
+
+bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
+                              std::vector<RGBQUAD>& palette) {
+    palette.clear();
+    if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        std::vector<Entry> entries;
+        {
+            std::vector<uint32_t> all(n);
+            for (size_t i = 0; i < n; ++i) all[i] = pack(pixels[i]);
+            std::sort(all.begin(), all.end());
+            for (size_t i = 0; i < n;) {
+                size_t j = i;
+                while (j < n && all[j] == all[i]) ++j;
+                entries.push_back({all[i], static_cast<long long>(j - i)});
+                i = j;
+            }
+        }
+        std::vector<Box> boxes(1);
+        boxes[0].begin = 0;
+        boxes[0].end = entries.size();
+        measure(entries, boxes[0]);
+        while (static_cast<int>(boxes.size()) < count) {
+            int pick = -1;
+            double best = 0;
+            for (size_t b = 0; b < boxes.size(); ++b) {
+                if (boxes[b].end - boxes[b].begin < 2 || boxes[b].range == 0) continue;
+                double score = static_cast<double>(boxes[b].pixels) * boxes[b].range;
+                if (score > best) {
+                    best = score;
+                    pick = static_cast<int>(b);
+                }
+            }
+            if (pick < 0) break;
+            Box& b = boxes[pick];
+            const int ch = b.widest;
+            std::sort(entries.begin() + b.begin, entries.begin() + b.end,
+                      [ch](const Entry& x, const Entry& y) {
+                          return channel(x.color, ch) < channel(y.color, ch);
+                      });
+            long long half = b.pixels / 2, seen = 0;
+            size_t cut = b.begin;
+            while (cut < b.end - 1 && seen + entries[cut].count <= half)
+                seen += entries[cut++].count;
+            if (cut == b.begin) cut = b.begin + 1;
+            Box second{cut, b.end, 0, 0, 0};
+            b.end = cut;
+            measure(entries, b);
+            measure(entries, second);
+            boxes.push_back(second);
+        }
+        // Means of the boxes, then k-means rounds over the distinct colours.
+        const size_t k = boxes.size();
+        std::vector<double> mean(3 * k, 0.0);
+        for (size_t b = 0; b < k; ++b) {
+            double s[3] = {0, 0, 0};
+            for (size_t i = boxes[b].begin; i < boxes[b].end; ++i)
+                for (int c = 0; c < 3; ++c) s[c] += channel(entries[i].color, c) * entries[i].count;
+            for (int c = 0; c < 3; ++c) mean[3 * b + c] = s[c] / boxes[b].pixels;
+        }
+        std::vector<uint32_t> nearest(entries.size(), 0);
+        for (int round = 0; round < 4; ++round) {
+            for (size_t i = 0; i < entries.size(); ++i) {
+                long long bestD = -1;
+                for (size_t b = 0; b < k; ++b) {
+                    long long d = dist2(entries[i].color, &mean[3 * b]);
+                    if (bestD < 0 || d < bestD) {
+                        bestD = d;
+                        nearest[i] = static_cast<uint32_t>(b);
+                    }
+                }
+            }
+            if (round == 3) break;
+            std::vector<double> sum(3 * k, 0.0);
+            std::vector<long long> weight(k, 0);
+            for (size_t i = 0; i < entries.size(); ++i) {
+                const uint32_t b = nearest[i];
+                weight[b] += entries[i].count;
+                for (int c = 0; c < 3; ++c)
+                    sum[3 * b + c] += channel(entries[i].color, c) * entries[i].count;
+            }
+            for (size_t b = 0; b < k; ++b)
+                if (weight[b])
+                    for (int c = 0; c < 3; ++c) mean[3 * b + c] = sum[3 * b + c] / weight[b];
+        }
+        std::vector<RGBQUAD> colours(k);
+        for (size_t b = 0; b < k; ++b) {
+            auto byte = [&](int c) { return static_cast<BYTE>(std::lround(mean[3 * b + c])); };
+            colours[b] = RGBQUAD{byte(2), byte(1), byte(0), 0};
+        }
+        std::unordered_map<uint32_t, uint32_t> lookup;
+        lookup.reserve(entries.size() * 2);
+        for (size_t i = 0; i < entries.size(); ++i) lookup[entries[i].color] = nearest[i];
+        std::vector<bool> used(k, false);
+        for (size_t i = 0; i < n; ++i) {
+            const uint32_t b = lookup[pack(pixels[i])];
+            used[b] = true;
+            const BYTE reserved = pixels[i].rgbReserved;
+            pixels[i] = colours[b];
+            pixels[i].rgbReserved = reserved;
+        }
+        for (size_t b = 0; b < k; ++b)
+            if (used[b]) palette.push_back(colours[b]);
+    } catch (...) {
+        palette.clear();
+        return false;
+    }
+    return true;
+}
+
+bool ColorQuantizer::snap(RGBQUAD* pixels, int width, int height, const RGBQUAD* palette,
+                          int count) {
+    if (!pixels || width <= 0 || height <= 0 || !palette || count < 1) return false;
+    const size_t n = static_cast<size_t>(width) * height;
+    std::vector<RGBQUAD> table(palette, palette + std::min(count, 256));
+    try {
+        std::unordered_map<uint32_t, BYTE> cache;
+        for (size_t i = 0; i < n; ++i) {
+            const uint32_t c = pack(pixels[i]);
+            auto it = cache.find(c);
+            BYTE idx;
+            if (it != cache.end()) {
+                idx = it->second;
+            } else {
+                idx = Ombrel::GetNearestColor(c, table.data(), static_cast<DWORD>(table.size()));
+                cache.emplace(c, idx);
+            }
+            const BYTE reserved = pixels[i].rgbReserved;
+            pixels[i] = table[idx];
+            pixels[i].rgbReserved = reserved;
+        }
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace om1

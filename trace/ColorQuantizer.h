@@ -1,0 +1,32 @@
+// ColorQuantizer: reduces a picture to a few colours.
+//
+// `quantize` builds a palette of at most `count` colours by median cut (the
+// box of distinct colours with the largest pixel count times channel range
+// is split at the pixel median of its widest channel, until there are
+// `count` boxes; each box gives its pixel-weighted mean), refines it with
+// three rounds of k-means (every distinct colour to its nearest entry by
+// squared RGB distance, entries moved to the weighted means), and paints
+// every pixel with its nearest entry. Deterministic: no random start.
+//
+// `snap` paints every pixel with the nearest entry of a given palette by the
+// library's own colour measure (Ombrel::GetNearestColor: the largest channel
+// difference, the lowest index among equals), as palettes are merged into a
+// contour tree.
+#pragma once
+
+#include <vector>
+
+#include "platform/WinTypes.h"
+
+namespace om1 {
+
+class ColorQuantizer {
+public:
+    // False when memory runs out (pixels unchanged). `palette` receives the
+    // colours used (at most count, fewer when the picture has fewer).
+    static bool quantize(RGBQUAD* pixels, int width, int height, int count,
+                         std::vector<RGBQUAD>& palette);
+    static bool snap(RGBQUAD* pixels, int width, int height, const RGBQUAD* palette, int count);
+};
+
+}  // namespace om1

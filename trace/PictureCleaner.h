@@ -1,0 +1,53 @@
+// PictureCleaner: raster stages that prepare a picture for the tracer, on
+// 32-bit pixels (blue, green, red, reserved; the reserved byte is kept).
+//
+// Regions here are the 4-connected groups of pixels of exactly one colour,
+// the regions the tracer finds at tolerance 0.
+#pragma once
+
+#include "platform/WinTypes.h"
+
+namespace om1 {
+
+class PictureCleaner {
+public:
+    // Black where the luminance (0.299 red + 0.587 green + 0.114 blue) is
+    // below `threshold`, white elsewhere. A threshold of 256 or more is
+    // chosen from the picture (otsuThreshold).
+    static void threshold(RGBQUAD* pixels, int width, int height, int threshold);
+    // The luminance threshold that best splits the picture into two classes
+    // (Otsu: the largest variance between the classes' mean luminances; the
+    // lowest such threshold among equals), 1..255.
+    static int otsuThreshold(const RGBQUAD* pixels, int width, int height);
+
+    // Anti-alias cleanup. A pixel is flat when its eight neighbours (those in
+    // the raster) have exactly its colour. Every other pixel looks at the
+    // flat pixels within `radius` (a square window) and at their colours A and
+    // B, two at a time: when its colour lies within `tolerance` (the largest
+    // channel difference) of the straight line from A to B, it takes the
+    // nearer of the two, the pair nearest to it winning. Thin bands of
+    // in-between colours along an edge thus join the regions beside them and
+    // the edge becomes one clean step; a thin line of its own colour (not
+    // between its neighbours) is kept. Decisions read the picture as it was,
+    // so the result does not depend on the order of the pixels. Returns the
+    // number of pixels changed, -1 when memory runs out (pixels unchanged).
+    static long long antialias(RGBQUAD* pixels, int width, int height, int radius, int tolerance);
+
+    // Speckle filter: every region of fewer than `area` pixels takes the
+    // colour of the neighbouring region it shares the longest boundary with
+    // (the region that surrounds it, for an enclosed spot), smallest regions
+    // first; repeated until no region is below the area or nothing changes.
+    // Returns the number of regions left, -1 when memory runs out.
+    static long long speckle(RGBQUAD* pixels, int width, int height, int area);
+
+    // Colour restitution from the picture: every region of `pixels` takes the
+    // mean colour (rounded per channel) of the same pixels in `original`, so
+    // that quantised or merged regions get back the colour they cover.
+    // False when memory runs out (pixels unchanged).
+    static bool restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height);
+
+    // The number of regions, -1 when memory runs out.
+    static long long regions(const RGBQUAD* pixels, int width, int height);
+};
+
+}  // namespace om1

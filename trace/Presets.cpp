@@ -1,0 +1,223 @@
+#include "trace/Presets.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace om1 {
+
+namespace {
+
+bool number(const std::string& s, long long lo, long long hi, long long& out) {
+    if (s.empty()) return false;
+    char* end = nullptr;
+    errno = 0;
+    const long long v = strtoll(s.c_str(), &end, 10);
+    if (errno || *end || v < lo || v > hi) return false;
+    out = v;
+    return true;
+}
+
+bool colour(std::string s, RGBQUAD& q) {
+    if (!s.empty() && s[0] == '#') s = s.substr(1);
+    if (s.size() != 6) return false;
+    for (char c : s)
+        if (!isxdigit(static_cast<unsigned char>(c))) return false;
+    const unsigned long v = strtoul(s.c_str(), nullptr, 16);
+    q = RGBQUAD{static_cast<BYTE>(v), static_cast<BYTE>(v >> 8), static_cast<BYTE>(v >> 16), 0};
+    return true;
+}
+
+}  // namespace
+
+bool Presets::parse(const std::string& n, Preset& out) {
+    static const Preset all[] = {Plain, Graphic, Photo, Bw, Pixel};
+    for (Preset p : all)
+        if (n == name(p)) {
+            out = p;
+            return true;
+        }
+    return false;
+}
+
+const char* Presets::name(Preset p) {
+    switch (p) {
+        case Plain:
+            return "plain";
+        case Graphic:
+            return "graphic";
+        case Photo:
+            return "photo";
+        case Bw:
+            return "bw";
+        case Pixel:
+            return "pixel";
+    }
+    return "plain";
+}
+
+TraceOptions Presets::options(Preset p) {
+    TraceOptions o;
+    switch (p) {
+        case Plain:
+            o.seed = TraceOptions::Seed::Fixed;
+            break;
+        case Graphic:
+            o.colors = 64;
+            o.antialias = true;
+            o.speckle = 4;
+            o.speckleShare = 0.0005;
+            o.tolerancePercent = 0;
+            break;
+        case Photo:
+            o.colors = 64;
+            o.antialias = true;
+            o.speckle = 16;
+            o.speckleShare = 0.0008;
+            o.restitute = true;
+            o.tolerancePercent = 0;
+            break;
+        case Bw:
+            o.threshold = TraceOptions::kAutoThreshold;
+            o.speckle = 8;
+            o.tolerancePercent = 0;
+            break;
+        case Pixel:
+            o.tolerancePercent = 0;
+            o.minOutlineLen = 0;
+            break;
+    }
+    return o;
+}
+
+bool Presets::polygonOutput(Preset p) {
+    return p == Pixel;
+}
+
+bool Presets::parsePalette(const std::string& text, TraceOptions& o, std::string& error) {
+    std::string s = text;
+    for (char& c : s)
+        if (c == ',' || c == ';') c = ' ';
+    std::istringstream in(s);
+    std::string item;
+    int count = 0;
+    while (in >> item) {
+        if (count == 256) {
+            error = "palette has more than 256 colours";
+            return false;
+        }
+        if (!colour(item, o.palette[count])) {
+            error = "palette entry '" + item + "' is not a colour #rrggbb";
+            return false;
+        }
+        ++count;
+    }
+    if (count == 0) {
+        error = "palette has no colours";
+        return false;
+    }
+    o.paletteCount = count;
+    return true;
+}
+
+bool Presets::set(TraceOptions& o, const std::string& key, const std::string& value,
+                  std::string& error) {
+    long long n = 0;
+    auto range = [&](long long lo, long long hi) {
+        if (number(value, lo, hi, n)) return true;
+        error = "--" + key + " takes a whole number from " + std::to_string(lo) + " to " +
+                std::to_string(hi) + ", not '" + value + "'";
+        return false;
+    };
+    if (key == "filter") {
+        if (value == "none")
+            o.filter = TraceOptions::Filter::None;
+        else if (value == "quadrant")
+            o.filter = TraceOptions::Filter::Quadrant;
+        else if (value == "adaptive")
+            o.filter = TraceOptions::Filter::Adaptive;
+        else {
+            error = "--filter takes none, quadrant or adaptive, not '" + value + "'";
+            return false;
+        }
+        return true;
+    }
+    if (key == "restitute") {
+        if (value != "on" && value != "off") {
+            error = "--restitute takes on or off, not '" + value + "'";
+            return false;
+        }
+        o.restitute = value == "on";
+        return true;
+    }
+    if (key == "antialias") {
+        if (value != "on" && value != "off") {
+            error = "--antialias takes on or off, not '" + value + "'";
+            return false;
+        }
+        o.antialias = value == "on";
+        return true;
+    }
+    if (key == "palette") {
+        std::string text = value;
+        if (value.empty() || value[0] != '#') {
+            std::ifstream f(value);
+            if (!f) {
+                error = "--palette: cannot read '" + value + "' (give a file or #rrggbb,...)";
+                return false;
+            }
+            std::stringstream all;
+            all << f.rdbuf();
+            text = all.str();
+        }
+        if (!parsePalette(text, o, error)) {
+            error = "--palette: " + error;
+            return false;
+        }
+        return true;
+    }
+    if (key == "colors") {
+        if (!range(0, 256)) return false;
+        if (n == 1) {
+            error = "--colors takes 0 (off) or 2 to 256, not '1'";
+            return false;
+        }
+        o.colors = static_cast<int>(n);
+        return true;
+    }
+    if (key == "filter-radius") {
+        if (!range(1, 8)) return false;
+        o.filterRadius = static_cast<int>(n);
+        return true;
+    }
+    if (key == "speckle") {
+        if (!range(0, 100000000)) return false;
+        o.speckle = static_cast<int>(n);
+        o.speckleShare = 0;
+        return true;
+    }
+    if (key == "max-paths") {
+        if (!range(0, 2000000000)) return false;
+        o.maxPaths = static_cast<int>(n);
+        return true;
+    }
+    if (key == "spots") {
+        if (!range(0, 100000000)) return false;
+        o.spots = static_cast<int>(n);
+        return true;
+    }
+    if (key == "threshold") {
+        if (value == "auto") {
+            o.threshold = TraceOptions::kAutoThreshold;
+            return true;
+        }
+        if (!range(0, 255)) return false;
+        o.threshold = static_cast<int>(n);
+        return true;
+    }
+    error = "unknown option --" + key;
+    return false;
+}
+
+}  // namespace om1

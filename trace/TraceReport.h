@@ -1,0 +1,23 @@
+// TraceReport: what Tracer::trace did besides the tree, for front ends that
+// render the result back or print statistics.
+#pragma once
+
+#include <vector>
+
+#include "platform/WinTypes.h"
+
+namespace om1 {
+
+struct TraceReport {
+    // The picture the tracer was given after the stages (same size as the
+    // input); empty when no stage changed anything beyond the copy.
+    std::vector<RGBQUAD> prepared;
+    bool stagesRan = false;
+    long long antialiasPixels = 0;  // pixels the anti-alias cleanup moved
+    int colors = 0;                 // colours after quantising or snapping; 0 when not run
+    int speckle = 0;                // speckle area finally used (raised for maxPaths)
+    int paths = 0;                  // coloured (non-frame) nodes of the tree
+    int traces = 0;                 // runs of the tracer
+};
+
+}  // namespace om1

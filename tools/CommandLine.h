@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/ImageLoader.h"
+#include "input/ImageLoader.h"
 
 struct CommandLine {
     // Defaults: 10 % colour tolerance, outlines of fewer than 4 steps

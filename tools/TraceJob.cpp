@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "interface/om1.h"
-#include "tools/ImageLoader.h"
+#include "input/ImageLoader.h"
 #include "tools/JsonWriter.h"
 #include "tools/SvgWriter.h"
 

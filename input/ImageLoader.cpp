@@ -1,4 +1,4 @@
-#include "tools/ImageLoader.h"
+#include "input/ImageLoader.h"
 
 #include <jpeglib.h>
 #include <png.h>

@@ -1,6 +1,9 @@
-// Writing small test pictures in several formats.
+// Writing small test pictures in several formats, in a temporary folder.
 #pragma once
 
+#include <stdlib.h>
+
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -34,4 +37,15 @@ struct TestPicture {
     bool jpeg(const std::string& path) const {
         return stbi_write_jpg(path.c_str(), w, h, 4, rgba.data(), 95) != 0;
     }
+};
+
+// A folder under /tmp, removed with everything in it at the end of a test.
+struct TempDir {
+    std::string path;
+    TempDir() {
+        char tmpl[] = "/tmp/om1trace-test-XXXXXX";
+        path = mkdtemp(tmpl);
+    }
+    ~TempDir() { std::system(("rm -rf " + path).c_str()); }
+    std::string file(const std::string& name) const { return path + "/" + name; }
 };

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/RasterImage.h"
+#include "input/RasterImage.h"
 
 class ImageLoader {
 public:

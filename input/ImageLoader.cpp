@@ -4,8 +4,12 @@
 #include <png.h>
 #include <setjmp.h>
 
+#include <sys/stat.h>
+
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -57,6 +61,79 @@ void jpegError(j_common_ptr cinfo) {
     JpegError* e = reinterpret_cast<JpegError*>(cinfo->err);
     (*cinfo->err->format_message)(cinfo, e->message);
     longjmp(e->jump, 1);
+}
+
+// libjpeg reports damaged or missing data as a warning (level -1) and goes on
+// with made-up pixels; here a warning ends the decoding like an error.
+// Trace messages (levels 0 and up) are dropped: nothing reaches the terminal.
+void jpegMessage(j_common_ptr cinfo, int level) {
+    if (level < 0) jpegError(cinfo);
+}
+void jpegOutput(j_common_ptr) {}
+
+// stb_image reads through these callbacks. A read that finds no byte left
+// means the decoder wanted more data than the file has: stb_image would go on
+// with zero bytes, so the file is refused as cut short.
+struct StbFile {
+    FILE* f;
+    bool ranOut = false;
+};
+
+int stbRead(void* user, char* data, int size) {
+    StbFile* s = static_cast<StbFile*>(user);
+    size_t n = fread(data, 1, static_cast<size_t>(size), s->f);
+    if (n == 0 && size > 0) s->ranOut = true;
+    return static_cast<int>(n);
+}
+void stbSkip(void* user, int n) {
+    fseek(static_cast<StbFile*>(user)->f, n, SEEK_CUR);
+}
+int stbEof(void* user) {
+    return feof(static_cast<StbFile*>(user)->f);
+}
+
+uint32_t le(const unsigned char* p, int n) {
+    uint32_t v = 0;
+    for (int i = n - 1; i >= 0; --i) v = v << 8 | p[i];
+    return v;
+}
+
+// Reads the BMP headers stb_image accepts and checks that the file holds
+// every row the header promises (the last row's padding may be missing).
+bool checkBmp(FILE* f, long long fileSize, std::string& error) {
+    unsigned char h[34] = {};
+    const size_t got = fread(h, 1, sizeof(h), f);
+    rewind(f);
+    const uint32_t offset = le(h + 10, 4), headerSize = le(h + 14, 4);
+    if (got < 26 || (headerSize != 12 && got < 34)) {
+        error = "the headers are cut short";
+        return false;
+    }
+    long long w, height, bits, compression = 0;
+    if (headerSize == 12) {
+        w = le(h + 18, 2);
+        height = le(h + 20, 2);
+        bits = le(h + 24, 2);
+    } else {
+        w = static_cast<int32_t>(le(h + 18, 4));
+        height = static_cast<int32_t>(le(h + 22, 4));
+        bits = le(h + 28, 2);
+        compression = le(h + 30, 4);
+    }
+    if (height == INT_MIN || w <= 0 || height == 0) {
+        error = "the image has no pixels";
+        return false;
+    }
+    if (compression != 0 && compression != 3) return true;  // stb_image refuses or checks
+    const long long rows = std::llabs(height);
+    const long long stride = (w * bits + 31) / 32 * 4, last = (w * bits + 7) / 8;
+    const long long need = static_cast<long long>(offset) + stride * (rows - 1) + last;
+    if (fileSize < need) {
+        error = "the file is cut short (" + std::to_string(fileSize) + " of " +
+                std::to_string(need) + " bytes)";
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -124,6 +201,8 @@ bool ImageLoader::loadJpeg(FILE* f, long long maxPixels, RasterImage& out,
     JpegError err;
     cinfo.err = jpeg_std_error(&err.mgr);
     err.mgr.error_exit = jpegError;
+    err.mgr.emit_message = jpegMessage;
+    err.mgr.output_message = jpegOutput;
     err.message[0] = 0;
     std::vector<uint8_t> rgb;
     if (setjmp(err.jump)) {
@@ -161,19 +240,32 @@ bool ImageLoader::loadJpeg(FILE* f, long long maxPixels, RasterImage& out,
     return true;
 }
 
-bool ImageLoader::loadWithStb(FILE* f, long long maxPixels, RasterImage& out,
-                              std::vector<uint8_t>& rgba, std::string& error) {
-    int w = 0, h = 0, comp = 0;
-    long pos = ftell(f);
-    if (!stbi_info_from_file(f, &w, &h, &comp)) {
-        error = std::string("not a readable image: ") + stbi_failure_reason();
+bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, long long maxPixels,
+                              RasterImage& out, std::vector<uint8_t>& rgba, std::string& error) {
+    const std::string prefix = std::string("not a readable ") + format + " file: ";
+    if (strcmp(format, "BMP") == 0 && !checkBmp(f, fileSize, error)) {
+        error = prefix + error;
         return false;
     }
-    fseek(f, pos, SEEK_SET);
+    const stbi_io_callbacks io = {stbRead, stbSkip, stbEof};
+    StbFile src{f};
+    int w = 0, h = 0, comp = 0;
+    if (!stbi_info_from_callbacks(&io, &src, &w, &h, &comp)) {
+        error = prefix + stbi_failure_reason();
+        return false;
+    }
+    rewind(f);
+    h = h == INT_MIN ? 0 : std::abs(h);  // a BMP stored top-down has a negative height
     if (!sizeAllowed(w, h, maxPixels, error)) return false;
-    unsigned char* data = stbi_load_from_file(f, &w, &h, &comp, 4);
+    src.ranOut = false;
+    unsigned char* data = stbi_load_from_callbacks(&io, &src, &w, &h, &comp, 4);
     if (!data) {
-        error = std::string("not a readable image: ") + stbi_failure_reason();
+        error = prefix + stbi_failure_reason();
+        return false;
+    }
+    if (src.ranOut) {
+        stbi_image_free(data);
+        error = prefix + "the file is cut short";
         return false;
     }
     out.width = w;
@@ -190,10 +282,17 @@ bool ImageLoader::load(const std::string& path, long long maxPixels, Background 
         error = std::string("cannot open: ") + strerror(errno);
         return false;
     }
+    struct stat st;
+    if (fstat(fileno(f.get()), &st) == 0 && S_ISDIR(st.st_mode)) {
+        error = "is a directory";
+        return false;
+    }
+    const long long fileSize = S_ISREG(st.st_mode) ? st.st_size : LLONG_MAX;
     unsigned char magic[8] = {};
     size_t got = fread(magic, 1, sizeof(magic), f.get());
     if (got == 0) {
-        error = "the file is empty";
+        error = ferror(f.get()) ? std::string("cannot read: ") + strerror(errno)
+                                : std::string("the file is empty");
         return false;
     }
     rewind(f.get());
@@ -203,9 +302,10 @@ bool ImageLoader::load(const std::string& path, long long maxPixels, Background 
         ok = loadPng(f.get(), maxPixels, out, rgba, error);
     } else if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) {
         ok = loadJpeg(f.get(), maxPixels, out, rgba, error);
-    } else if ((got >= 2 && magic[0] == 'B' && magic[1] == 'M') ||
-               (got >= 6 && memcmp(magic, "GIF8", 4) == 0)) {
-        ok = loadWithStb(f.get(), maxPixels, out, rgba, error);
+    } else if (got >= 2 && magic[0] == 'B' && magic[1] == 'M') {
+        ok = loadWithStb(f.get(), fileSize, "BMP", maxPixels, out, rgba, error);
+    } else if (got >= 6 && memcmp(magic, "GIF8", 4) == 0) {
+        ok = loadWithStb(f.get(), fileSize, "GIF", maxPixels, out, rgba, error);
     } else {
         error = "unsupported format (PNG, JPEG, BMP and GIF are read)";
         return false;

@@ -2,6 +2,13 @@
 // file's first bytes, not its name) with libpng, libjpeg and stb_image. The
 // size is checked against a pixel limit from the header, before the pixels
 // are decoded. Transparent pixels are composited over a background colour.
+//
+// Files cut short or with damaged data are refused, never decoded with
+// made-up pixels: libpng's errors, every libjpeg warning (the library would
+// otherwise fill missing data with grey), a BMP shorter than the rows its
+// header promises, and any read past the end of a BMP or GIF. No decoder
+// writes to the terminal; every message comes back in `error`, starting with
+// the format ("not a readable JPEG file: Premature end of JPEG file").
 #pragma once
 
 #include <cstdint>
@@ -29,7 +36,9 @@ protected:
                         std::string& error);
     static bool loadJpeg(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,
                          std::string& error);
-    static bool loadWithStb(FILE* f, long long maxPixels, RasterImage& out,
-                            std::vector<uint8_t>& rgba, std::string& error);
+    // BMP and GIF ("BMP" or "GIF" in `format`); `fileSize` is the file's
+    // length in bytes (LLONG_MAX when unknown).
+    static bool loadWithStb(FILE* f, long long fileSize, const char* format, long long maxPixels,
+                            RasterImage& out, std::vector<uint8_t>& rgba, std::string& error);
     static void composite(RasterImage& img, const std::vector<uint8_t>& rgba, Background bg);
 };

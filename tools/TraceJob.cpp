@@ -1,5 +1,6 @@
 #include "tools/TraceJob.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -39,39 +40,65 @@ void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
     }
 }
 
+// The output's temporary file, created beside it before the trace so that an
+// output that cannot be written is found before the work; renamed over the
+// output when the text is complete, removed otherwise.
+class PendingOutput {
+public:
+    ~PendingOutput() {
+        if (f_) {
+            fclose(f_);
+            remove(tmp_.c_str());
+        }
+    }
+    bool open(const std::string& path, std::string& error) {
+        struct stat st;
+        if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            error = strerror(EISDIR);
+            return false;
+        }
+        path_ = path;
+        tmp_ = path + ".tmp" + std::to_string(getpid()) + "." +
+               std::to_string(reinterpret_cast<uintptr_t>(this) & 0xFFFFFF);
+        f_ = fopen(tmp_.c_str(), "wb");
+        if (!f_) error = strerror(errno);
+        return f_ != nullptr;
+    }
+    bool commit(const std::string& text, std::string& error) {
+        bool ok = fwrite(text.data(), 1, text.size(), f_) == text.size();
+        ok = (fflush(f_) == 0) && ok;
+        int e = errno;
+        ok = (fclose(f_) == 0) && ok;
+        f_ = nullptr;
+        if (ok && rename(tmp_.c_str(), path_.c_str()) == 0) return true;
+        error = strerror(ok ? errno : (e ? e : EIO));
+        remove(tmp_.c_str());
+        return false;
+    }
+
+private:
+    std::string path_, tmp_;
+    FILE* f_ = nullptr;
+};
+
 }  // namespace
 
 bool TraceJob::writeAtomically(const std::string& path, const std::string& text,
                                std::string& error) {
-    std::string tmp = path + ".tmp" + std::to_string(getpid()) + "." +
-                      std::to_string(reinterpret_cast<uintptr_t>(&text) & 0xFFFFFF);
-    FILE* f = fopen(tmp.c_str(), "wb");
-    if (!f) {
-        error = strerror(errno);
-        return false;
-    }
-    bool ok = fwrite(text.data(), 1, text.size(), f) == text.size();
-    ok = (fflush(f) == 0) && ok;
-    int e = errno;
-    ok = (fclose(f) == 0) && ok;
-    if (!ok) {
-        remove(tmp.c_str());
-        error = strerror(e ? e : EIO);
-        return false;
-    }
-    if (rename(tmp.c_str(), path.c_str()) != 0) {
-        error = strerror(errno);
-        remove(tmp.c_str());
-        return false;
-    }
-    return true;
+    PendingOutput out;
+    return out.open(path, error) && out.commit(text, error);
 }
 
 int TraceJob::run(const CommandLine& cl, const std::string& input, const std::string& output,
                   Stats& stats, std::string& message) {
+    std::string error;
+    PendingOutput pending;
+    if (!pending.open(output, error)) {
+        message = output + ": cannot write: " + error;
+        return CannotWrite;
+    }
     auto t0 = std::chrono::steady_clock::now();
     RasterImage img;
-    std::string error;
     if (!ImageLoader::load(input, cl.maxPixels, cl.background, img, error)) {
         message = input + ": " + error;
         return BadInput;
@@ -124,7 +151,7 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
         text = SvgWriter::write(tree, img.width, img.height, transparentRegion);
     }
     om1_delKvCTree(tree);
-    if (!writeAtomically(output, text, error)) {
+    if (!pending.commit(text, error)) {
         message = output + ": cannot write: " + error;
         return CannotWrite;
     }

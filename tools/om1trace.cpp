@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tools/CommandLine.h"
+#include "tools/OutputPaths.h"
 #include "tools/TraceJob.h"
 
 int main(int argc, char** argv) {
@@ -25,6 +26,11 @@ int main(int argc, char** argv) {
     if (cl.version) {
         puts("om1trace 0.1.0");
         return 0;
+    }
+
+    if (!OutputPaths::check(cl, error)) {
+        fprintf(stderr, "om1trace: %s\n", error.c_str());
+        return TraceJob::BadUsage;
     }
 
     const size_t n = cl.inputs.size();

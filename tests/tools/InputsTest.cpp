@@ -6,7 +6,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <fstream>
 #include <string>
 
@@ -24,10 +26,24 @@ bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
     return cl.parse(static_cast<int>(argv.size()), argv.data(), error);
 }
 
-int runTool(const std::string& args) {
+// Runs the tool; its standard error goes to `err` when given.
+int runTool(const std::string& args, std::string* err = nullptr) {
+    char tmpl[] = "/tmp/om1trace-stderr-XXXXXX";
+    int fd = mkstemp(tmpl);
+    close(fd);
     int status =
-        std::system((std::string(OM1TRACE_PATH) + " " + args + " >/dev/null 2>&1").c_str());
+        std::system((std::string(OM1TRACE_PATH) + " " + args + " >/dev/null 2>" + tmpl).c_str());
+    if (err) {
+        std::ifstream in(tmpl);
+        *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    }
+    remove(tmpl);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string readText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
 TestPicture shapes() {
@@ -61,7 +77,11 @@ TEST(CommandLine, OptionsAndUsageErrors) {
                                                           {"a.png", "b.png", "-o", "x.svg"},
                                                           {"a.png", "-o", "x.svg", "-d", "d"},
                                                           {"a.png", "--bogus"},
-                                                          {"a.png", "--background", "12345"}}) {
+                                                          {"a.png", "--background", "12345"},
+                                                          {"a.png", "--background", "-00001"},
+                                                          {"a.png", "--background", " fffff"},
+                                                          {"a.png", "--background", "+fffff"},
+                                                          {"a.png", "--background", "0x1234"}}) {
         CommandLine c;
         EXPECT_FALSE(parse(bad, c, e)) << (bad.empty() ? "" : bad.back());
         EXPECT_FALSE(e.empty());
@@ -125,4 +145,84 @@ TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
     EXPECT_NE(all.find("#0000ff"), std::string::npos);
     EXPECT_EQ(opaque.find("#0000ff"), std::string::npos);
     EXPECT_NE(opaque.find("#0ac80a"), std::string::npos);
+}
+
+// Runs that would lose a result or destroy an input are refused before
+// anything is traced or written, and every file stays as it was.
+TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
+    TempDir d;
+    TestPicture p = shapes();
+    mkdir(d.file("d1").c_str(), 0755);
+    mkdir(d.file("d2").c_str(), 0755);
+    mkdir(d.file("out").c_str(), 0755);
+    ASSERT_TRUE(p.png(d.file("d1/x.png")));
+    ASSERT_TRUE(p.jpeg(d.file("d2/x.jpg")));
+    ASSERT_TRUE(p.png(d.file("same.png")));
+    ASSERT_TRUE(p.png(d.file("pic.svg")));  // a PNG whose name ends in .svg
+    ASSERT_TRUE(p.png(d.file("x.png")));
+    const std::string same = readText(d.file("same.png")), pic = readText(d.file("pic.svg"));
+    struct Case {
+        std::string args, says;
+    };
+    for (const Case& c : std::vector<Case>{
+             {d.file("d1/x.png") + " " + d.file("d2/x.jpg") + " -d " + d.file("out"),
+              "are both written to"},
+             {d.file("x.png") + " " + d.path + "/./x.png -d " + d.file("out"),
+              "are both written to"},
+             {d.file("same.png") + " -o " + d.file("same.png"), "would overwrite the input"},
+             {d.file("same.png") + " -o " + d.path + "/../" + d.path.substr(5) + "/same.png",
+              "would overwrite the input"},
+             {d.file("pic.svg"), "would overwrite the input"},
+             {d.file("x.png") + " " + d.file("pic.svg") + " -d " + d.path,
+              "would overwrite the input"}}) {
+        std::string err;
+        EXPECT_EQ(runTool(c.args, &err), 64) << c.args;
+        EXPECT_EQ(err.rfind("om1trace: ", 0), 0u) << err;
+        EXPECT_NE(err.find(c.says), std::string::npos) << c.args << ": " << err;
+    }
+    EXPECT_EQ(readText(d.file("same.png")), same);
+    EXPECT_EQ(readText(d.file("pic.svg")), pic);
+    struct stat st;
+    EXPECT_NE(stat(d.file("out/x.svg").c_str(), &st), 0);  // nothing written
+}
+
+// Unreadable inputs of every kind: exit 65, one prefixed message naming the
+// file, nothing else on the terminal (libjpeg's own warnings included).
+TEST(Om1trace, RefusesCutShortInputsWithPrefixedMessages) {
+    TempDir d;
+    TestPicture p = shapes();
+    ASSERT_TRUE(p.jpeg(d.file("a.jpg")));
+    ASSERT_TRUE(p.gif(d.file("a.gif")));
+    ASSERT_TRUE(p.bmp24(d.file("a.bmp"), false));
+    for (const char* name : {"a.jpg", "a.gif", "a.bmp"}) {
+        std::vector<unsigned char> bytes = readBytes(d.file(name));
+        bytes.resize(bytes.size() * 2 / 3);
+        const std::string cut = d.file(std::string("cut-") + name);
+        ASSERT_TRUE(TestPicture::save(cut, bytes));
+        std::string err;
+        EXPECT_EQ(runTool(cut + " -o " + d.file("o.svg"), &err), 65) << name;
+        EXPECT_EQ(err.rfind("om1trace: " + cut + ": not a readable ", 0), 0u) << err;
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    }
+    std::string err;
+    EXPECT_EQ(runTool(d.path + " -o " + d.file("o.svg"), &err), 65);
+    EXPECT_EQ(err, "om1trace: " + d.path + ": is a directory\n");
+}
+
+// The destination is checked before the input is decoded and traced.
+TEST(TraceJob, ChecksTheDestinationFirst) {
+    TempDir d;
+    TestPicture p = shapes();
+    ASSERT_TRUE(p.png(d.file("s.png")));
+    CommandLine cl;
+    TraceJob::Stats st;
+    std::string msg;
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("no/dir/s.svg"), st, msg), 74);
+    EXPECT_EQ(st.width, 0);                                              // not decoded
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.path, st, msg), 74);  // a directory
+    EXPECT_EQ(st.width, 0);
+    EXPECT_NE(msg.find("cannot write"), std::string::npos) << msg;
+    // A failed job leaves no temporary file behind.
+    EXPECT_EQ(TraceJob::run(cl, d.file("missing.png"), d.file("m.svg"), st, msg), 65);
+    EXPECT_EQ(std::system(("test $(ls -A " + d.path + " | wc -l) -eq 1").c_str()), 0);
 }

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <initializer_list>
 #include <cstdlib>
+#include <cstring>
 
 #include "curves/CurveConverter.h"
 
@@ -127,16 +128,25 @@ void CurveConverter::emit() {
             s = i;
             break;
         }
-    free(c.segments);
-    c.segmentCount = 0;
-    c.segments = static_cast<BezierSegment*>(calloc(static_cast<size_t>(n), sizeof(BezierSegment)));
-    if (!c.segments) return;
+    // Segments are appended to those of an earlier call. A second call finds
+    // every node visited, so its first emitSegment appends nothing and the
+    // list stays as it was: a curve is edited once.
     BezierSegment seg;
-    while (c.segmentCount < n && c.emitSegment(seg, s)) {
+    const int first = c.segmentCount;
+    if (n < 1 || !c.emitSegment(seg, s)) return;
+    BezierSegment* grown = static_cast<BezierSegment*>(
+        calloc(static_cast<size_t>(first) + static_cast<size_t>(n), sizeof(BezierSegment)));
+    if (!grown) return;
+    if (first > 0) memcpy(grown, c.segments, sizeof(BezierSegment) * static_cast<size_t>(first));
+    free(c.segments);
+    c.segments = grown;
+    bool more = true;
+    while (more && c.segmentCount < first + n) {
         for (CurvePoint* p : {&seg.p0, &seg.p1, &seg.p2, &seg.p3}) {
             p->x += 1.0;
             p->y += 1.0;
         }
         c.segments[c.segmentCount++] = seg;
+        more = c.segmentCount < first + n && c.emitSegment(seg, s);
     }
 }

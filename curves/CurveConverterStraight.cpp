@@ -173,8 +173,17 @@ void CurveConverter::mergePass() {
     int prev = c.nodeCount - 1;
     bool first = true;
     int i = 0;
-    // Every round moves on by at least one node; the guard only protects
-    // against a list that keeps moving its boundaries backwards.
+    // The loop always ends by its own conditions, in at most nodeCount + 1
+    // rounds: merging only lengthens node i's chord, and moving the boundary
+    // between prev and i keeps the end of i's chord where it was (i moves by
+    // d, its span by -d), so each round the next i, the end of that chord, is
+    // at least one node further on, until it passes the end of the list or
+    // wraps (then i < prev). The inner loops end too: a merge lengthens a
+    // span that may not cover the cycle, and a boundary moves only to a
+    // strictly smaller error of the same two-chord stretch. The guard below
+    // is a safety net against a defect elsewhere and is never reached on any
+    // list; a test compares the result with the unguarded loop on long
+    // noisy chains.
     long guard = 8L * c.nodeCount + 64;
     while (i < c.nodeCount && guard-- > 0) {
         while (c.mergeNext(i)) {

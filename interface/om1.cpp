@@ -27,6 +27,18 @@ bool sizeUsable(int width, int height) {
     return static_cast<long long>(width) * height <= INT_MAX;
 }
 
+// The colour tolerance from percent: (int)(percent x 2.55), of which the
+// tracer uses only the low byte, so values above 100 wrap (105 gives 267,
+// low byte 11). The product is truncated in 64 bits, where every int's
+// product fits; a value outside the int range is handed on as its low byte,
+// which is all that is read of it. So every int, INT_MAX and INT_MIN
+// included, gives a defined tolerance (INT_MAX gives 99, INT_MIN 154).
+int toleranceFromPercent(int percent) {
+    long long t = static_cast<long long>(percent * 2.55);
+    if (t > INT_MAX || t < INT_MIN) return static_cast<int>(t & 0xFF);
+    return static_cast<int>(t);
+}
+
 void releaseOutlines(AllOutLines& all) {
     delete all.outLines;
     all.outLines = nullptr;
@@ -36,7 +48,7 @@ int traceBmp(KvCtree*& outTree, RGBQUAD* pixels, int width, int height, int tole
              int minOutlineLen, int maxOutlines, int curveTolerance) {
     outTree = nullptr;
     AllOutLines all;
-    int tol = static_cast<int>(tolerancePercent * 2.55);
+    int tol = toleranceFromPercent(tolerancePercent);
     if (!pixels || !sizeUsable(width, height)) return OM1_NO_OUTLINES;
 
     int result = 1;
@@ -144,7 +156,8 @@ int om1_kvTrace1H(KvCtree*& outTree, HBITMAP hBitmap, int tolerancePercent, int 
         r = om1_kvTrace1Bmp(outTree, static_cast<RGBQUAD*>(bm.bmBits), bm.bmWidth, height,
                             tolerancePercent, minOutlineLen, maxOutlines, curveTolerance, reserved);
         if (r == 0) break;
-        tolerancePercent += 5;
+        // Modular, so that a caller's INT_MAX wraps instead of overflowing.
+        tolerancePercent = static_cast<int>(static_cast<unsigned>(tolerancePercent) + 5u);
         if (r == 2) maxOutlines = maxOutlines > INT_MAX / 2 ? INT_MAX : maxOutlines * 2;
     }
     return r;

@@ -239,16 +239,24 @@ void OutLineManipulator::MessageCannotAllocate() {
 bool OutLineManipulator::WriteIndexRaster(HDC dc, HBITMAP bitmap, BITMAPINFO* info,
                                           const unsigned char* raster, int w, int h) {
     if (!info || !raster || w <= 0 || h <= 0) return false;
-    BITMAPINFOHEADER& hdr = info->bmiHeader;
-    if (hdr.biBitCount != 8) return false;  // only 8-bit descriptions carry indices
+    // A description left at 32 bits by a colour filter is written through an
+    // 8-bit copy of it: same size, same colour table, no compression.
+    BITMAPINFO* eight = info;
+    unsigned char copy[kBitmapInfoBytes];
+    if (info->bmiHeader.biBitCount != 8 || info->bmiHeader.biCompression != BI_RGB) {
+        memcpy(copy, info, sizeof(copy));
+        eight = reinterpret_cast<BITMAPINFO*>(copy);
+        eight->bmiHeader.biBitCount = 8;
+        eight->bmiHeader.biCompression = BI_RGB;
+    }
     size_t stride = (static_cast<size_t>(w) + 3) & ~static_cast<size_t>(3);
     if (stride == static_cast<size_t>(w))
-        return SetDIBits(dc, bitmap, 0, static_cast<UINT>(h), raster, info, DIB_RGB_COLORS) > 0;
+        return SetDIBits(dc, bitmap, 0, static_cast<UINT>(h), raster, eight, DIB_RGB_COLORS) > 0;
     unsigned char* padded = static_cast<unsigned char*>(calloc(stride * h, 1));
     if (!padded) return false;
     for (int y = 0; y < h; ++y)
         memcpy(padded + y * stride, raster + static_cast<size_t>(y) * w, static_cast<size_t>(w));
-    bool ok = SetDIBits(dc, bitmap, 0, static_cast<UINT>(h), padded, info, DIB_RGB_COLORS) > 0;
+    bool ok = SetDIBits(dc, bitmap, 0, static_cast<UINT>(h), padded, eight, DIB_RGB_COLORS) > 0;
     free(padded);
     return ok;
 }

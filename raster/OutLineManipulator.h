@@ -82,7 +82,11 @@ public:
     void MessageCannotAllocate();
     // Writes an index raster of width x height packed bytes into the bitmap
     // through the device context, padding every row to 4 bytes as the 8-bit
-    // lines require. False when the bitmap cannot be written.
+    // lines require. The description (1064 bytes: header and 256 colours)
+    // may have been left at 32 bits by Filter or FilterAdaptSmooth; the
+    // raster is then written through an 8-bit copy of it, so that painting
+    // and restitution after a filter reach the bitmap. False when the bitmap
+    // cannot be written.
     static bool WriteIndexRaster(HDC hdc, HBITMAP bitmap, BITMAPINFO* info,
                                  const unsigned char* raster, int width, int height);
 
@@ -170,6 +174,9 @@ protected:
     void changeColorAdaptSmooth(RGBQUAD* pixels, RGB4* cells, int i, int k, RGBQUAD* source);
     // The quadrant (0 up, 1 leftUp, 2 left, 3 own) that changeColor takes.
     int chooseQuadrant(const RGB4* cells, int i);
+    // Fills the colour table of the 32-bit description with the bitmap's
+    // 8-bit table (see the source).
+    void readColourTable(HDC dc, HBITMAP bitmap);
     // Re-reads the bitmap's header through dc and allocates a new index
     // raster and `buffers` pixel buffers (32-bit) holding its lines. False,
     // nothing kept, on failure (the message for allocation failures).

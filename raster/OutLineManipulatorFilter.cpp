@@ -142,6 +142,24 @@ void OutLineManipulator::changeColor(RGBQUAD* pixels, RGB4* cells, int i) {
     pixels[i] = quadrant(cells[i], chooseQuadrant(cells, i));
 }
 
+void OutLineManipulator::readColourTable(HDC dc, HBITMAP bitmap) {
+    // The description stays at 32 bits; its colour table becomes the one the
+    // bitmap's 8-bit lines use, read through an 8-bit copy and one line, so
+    // that indices painted or restituted later (written through an 8-bit copy
+    // of this description) mean the bitmap's colours.
+    unsigned char copy[kBitmapInfoBytes];
+    memcpy(copy, bitmapInfo, sizeof(copy));
+    BITMAPINFO* eight = reinterpret_cast<BITMAPINFO*>(copy);
+    eight->bmiHeader.biBitCount = 8;
+    eight->bmiHeader.biCompression = BI_RGB;
+    size_t stride = (static_cast<size_t>(width) + 3) & ~static_cast<size_t>(3);
+    unsigned char* line = static_cast<unsigned char*>(calloc(stride, 1));
+    if (!line) return;
+    if (GetDIBits(dc, bitmap, 0, 1, line, eight, DIB_RGB_COLORS) == 1)
+        memcpy(palette, copy + bitmapInfo->bmiHeader.biSize, 256 * sizeof(RGBQUAD));
+    free(line);
+}
+
 bool OutLineManipulator::readFilterPixels(HDC dc, HBITMAP bitmap, RGBQUAD** buffers,
                                           int bufferCount) {
     for (int b = 0; b < bufferCount; ++b) buffers[b] = nullptr;
@@ -179,6 +197,7 @@ bool OutLineManipulator::readFilterPixels(HDC dc, HBITMAP bitmap, RGBQUAD** buff
     h.biBitCount = 32;
     GetDIBits(dc, bitmap, 0, static_cast<UINT>(height), buffers[0], bitmapInfo, DIB_RGB_COLORS);
     palette = reinterpret_cast<RGBQUAD*>(reinterpret_cast<unsigned char*>(bitmapInfo) + h.biSize);
+    readColourTable(dc, bitmap);
     return true;
 }
 

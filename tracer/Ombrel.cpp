@@ -69,11 +69,15 @@ Ombrel::Ombrel(OutLineManipulator* olm) {
     colorRaster = olm->colorRaster;
     palette = olm->palette;
     if (size > 0) visited = static_cast<unsigned char*>(calloc(static_cast<size_t>(size), 1));
-    if (indexRaster && visited && colorRaster && height >= 3 && width >= 3 && chain &&
-        chain->codes && arc && arc->codes && hierarchyWorker && hierarchyWorker->map &&
-        hierarchyWorker->working) {
+    // Valid without a colour raster (a manipulator read from a bitmap handle
+    // with parameters keeps none): GetColor then fails and every pixel's
+    // average colour is 0.
+    if (indexRaster && visited && height >= 3 && width >= 3 && chain && chain->codes && arc &&
+        arc->codes && hierarchyWorker && hierarchyWorker->map && hierarchyWorker->working) {
         valid = true;
-        minOutlineLen = olm->minOutlineLen;
+        // A negative minimum length acts as 0: every loop long enough to be
+        // an outline (see DoOneOutline) is stored.
+        minOutlineLen = olm->minOutlineLen < 0 ? 0 : olm->minOutlineLen;
         failurePoint = POINT{-1, -1};
     }
 }
@@ -191,6 +195,12 @@ int Ombrel::GetVisited(int offset) {
     return visited[offset];
 }
 
+// A non-zero value increments the pixel's count, saturating at 255 instead
+// of wrapping: a count that wrapped to 0 would drop a claimed pixel from the
+// region. Tracing never counts a pixel past 1 (each pixel is claimed once;
+// the far-side probe's claim is cleared with 0), so the two readings agree
+// on every trace; only a host calling this 256 times on one pixel sees the
+// difference.
 void Ombrel::SetVisited(int offset, int value) {
     if (!visited || offset < 0 || offset >= size) return;
     if (value) {

@@ -6,6 +6,27 @@
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
 
+namespace {
+
+// Whether a finished loop is stored as an outline. Besides being longer than
+// the minimum length (a negative minimum acts as 0), a loop of 4 codes or
+// fewer is stored only when it is the outline of a 2 x 2 block (each code
+// turns toward the region, 0 3 2 1 rotated). The other short loops, a spur
+// walked out and back (0 2, 0 0 2 2, 0 2 0 2) or a hole loop of 4 codes
+// (0 1 2 3 rotated: a hole that the growth has filled completely), enclose
+// no pixel; with a minimum length below 4 they were stored, and the part
+// walk of the hierarchy cut them into parts that do not close.
+bool storesLoop(const BoundChain& c, int minOutlineLen) {
+    if (c.count <= minOutlineLen || c.count <= 0) return false;
+    if (c.count > 4) return true;
+    if (c.count < 4) return false;
+    for (int i = 0; i < 4; ++i)
+        if (c.codeAt((i + 1) % 4) != (c.codeAt(i) + 3) % 4) return false;
+    return true;
+}
+
+}  // namespace
+
 POINT Ombrel::GetNextPoint(int code, POINT p) {
     return arc->step(code, p);
 }
@@ -152,7 +173,7 @@ bool Ombrel::DoOneOutline() {
     BoundChain& c = *chain;
     while (addArcToOutline() != 0) {
     }
-    if (c.count > minOutlineLen) {
+    if (storesLoop(c, minOutlineLen)) {
         ++outlineCount;
         ListOfOutLines* node;
         if (!resultHead) {

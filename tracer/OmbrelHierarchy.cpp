@@ -68,10 +68,15 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     if (r == 1) return true;
 
     // Fallback: try each valid far-side neighbour's own colour. When the
-    // first step found no unclaimed outward pixel at all, no colour can make
-    // one succeed and nothing else changes, so the steps are not repeated
-    // (the region colour still ends as the last neighbour's colour).
-    const bool canGrow = firstStepHadCandidate;
+    // first step returned 0 without meeting an unclaimed outward pixel, every
+    // position was skipped for reasons no colour changes (inner corner,
+    // outside the raster, claimed off the chain), so every repeat would
+    // return 0 as well and change nothing: the steps are not repeated (the
+    // region colour still ends as the last neighbour's colour). After a cut
+    // (2) they are, as after a first step that met a candidate. (A traced
+    // outline never cuts here: its growth ended with a first step that found
+    // no cut on the same chain. An outline a host builds may.)
+    const bool canGrow = r != 0 || firstStepHadCandidate;
     bool searching = true;
     const int count = c.count;
     for (int i = 0; i < count; ++i) {

@@ -170,6 +170,17 @@ TEST(StraightLines, RectangleGivesFourCornerNodes) {
     EXPECT_DOUBLE_EQ(s[0].p1.y, 3.0);
     EXPECT_DOUBLE_EQ(s[3].p3.x, s[0].p0.x);
     EXPECT_DOUBLE_EQ(s[3].p3.y, s[0].p0.y);
+
+    // A second edit finds every node visited and appends nothing: the four
+    // segments stay, with their values.
+    const std::vector<BezierSegment> before(s, s + 4);
+    cv.editStraightLines();
+    ASSERT_EQ(cv.getSegmentCount(), 4);
+    ASSERT_NE(cv.getSegments(), nullptr);
+    for (int j = 0; j < 4; ++j) {
+        EXPECT_DOUBLE_EQ(cv.getSegments()[j].p0.x, before[j].p0.x) << j;
+        EXPECT_DOUBLE_EQ(cv.getSegments()[j].p2.y, before[j].p2.y) << j;
+    }
 }
 
 TEST(StraightLines, TailJoinsRunZero) {
@@ -314,4 +325,88 @@ TEST(BezierFit, NodeAtTheOriginComesOutAtOneOne) {
     ASSERT_GE(cv.getSegmentCount(), 1);
     EXPECT_DOUBLE_EQ(cv.getSegments()[0].p0.x, 1.0);
     EXPECT_DOUBLE_EQ(cv.getSegments()[0].p0.y, 1.0);
+}
+
+namespace {
+
+struct MergingConverter : CurveConverter {
+    using CurveConverter::CurveConverter;
+    using CurveConverter::mergePass;
+};
+
+// The merge pass as written, with no guard; returns the number of rounds.
+int unguardedMergePass(BmCurve& c) {
+    int prev = c.nodeCount - 1, i = 0, rounds = 0;
+    bool first = true;
+    while (i < c.nodeCount) {
+        ++rounds;
+        while (c.mergeNext(i)) {
+        }
+        while (c.adjustBoundary(prev, i)) {
+        }
+        if (!first && i < prev) {
+            prev = i;
+            i += c.nodes[i].span;
+            break;
+        }
+        prev = i;
+        first = false;
+        i += c.nodes[i].span;
+    }
+    i = BmCurve::wrapIndex(i, c.nodeCount);
+    while (c.adjustBoundary(prev, i)) {
+    }
+    return rounds;
+}
+
+// A long closed chain round a rectangle whose sides carry random dents.
+std::vector<unsigned char> noisyRectangle(unsigned seed, int side) {
+    std::vector<unsigned char> c;
+    for (int d = 0; d < 4; ++d) {
+        const unsigned char along = static_cast<unsigned char>(d == 0   ? 0
+                                                               : d == 1 ? 3
+                                                               : d == 2 ? 2
+                                                                        : 1);
+        for (int k = 0; k < side; ++k) {
+            seed = seed * 1664525u + 1013904223u;
+            c.push_back(along);
+            if ((seed >> 24) % 5 == 0) {  // a dent one or two pixels deep
+                unsigned char out = static_cast<unsigned char>((along + 1) % 4);
+                int depth = 1 + static_cast<int>((seed >> 16) % 2);
+                for (int t = 0; t < depth; ++t) c.push_back(out);
+                c.push_back(along);
+                for (int t = 0; t < depth; ++t)
+                    c.push_back(static_cast<unsigned char>((out + 2) % 4));
+            }
+        }
+    }
+    return c;
+}
+
+}  // namespace
+
+TEST(StraightLines, MergePassEndsWellBeforeItsGuard) {
+    for (unsigned seed : {1u, 2u})
+        for (double tolerance : {0.0, 1.0, 3.0}) {
+            std::vector<unsigned char> chain = noisyRectangle(seed, 800);
+            MergingConverter cv(tolerance);
+            ASSERT_TRUE(cv.getCurveData(chain.data(), static_cast<int>(chain.size()), POINT{0, 0}));
+            ASSERT_TRUE(cv.dropSmartMedian());
+            BmCurve& c = *cv.curve;
+            const int n = c.nodeCount;
+            ASSERT_GT(n, 500);
+            BmCurve ref;
+            ref.nodeCount = n;
+            ref.tolerance = c.tolerance;
+            ref.nodes = static_cast<CurveNode*>(calloc(static_cast<size_t>(n), sizeof(CurveNode)));
+            ASSERT_NE(ref.nodes, nullptr);
+            for (int k = 0; k < n; ++k) ref.nodes[k] = c.nodes[k];
+            const int rounds = unguardedMergePass(ref);
+            EXPECT_LE(rounds, n + 1);
+            cv.mergePass();
+            for (int k = 0; k < n; ++k) {
+                ASSERT_EQ(c.nodes[k].span, ref.nodes[k].span) << k;
+                ASSERT_EQ(c.nodes[k].absorbed, ref.nodes[k].absorbed) << k;
+            }
+        }
 }

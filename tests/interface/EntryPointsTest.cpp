@@ -2,6 +2,7 @@
 // traces checked for structure.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <vector>
 
@@ -115,6 +116,28 @@ TEST(EntryPoints, ToleranceUsesTheLowByte) {
     om1_delKvCTree(split);
 }
 
+TEST(EntryPoints, ExtremeTolerancesAreDefined) {
+    // (int)(percent x 2.55) in 64 bits, low byte: INT_MAX gives 5476083299
+    // (low byte 99), INT_MIN -5476083302 (low byte 154). Two greys 100 apart
+    // are split by 99 and joined by 154, just as by 37 (94) and 61 (155).
+    Picture p(20, 20, RGBQUAD{50, 50, 50, 0});
+    p.fill(5, 0, 15, 20, RGBQUAD{150, 150, 150, 0});
+    struct Case {
+        int percent, samePercent;
+    } cases[] = {{INT_MAX, 37}, {INT_MIN, 61}, {INT_MAX - 1, 37}, {INT_MIN + 1, 61}};
+    for (const Case& c : cases) {
+        KvCtree* a = nullptr;
+        KvCtree* b = nullptr;
+        ASSERT_EQ(om1_kvTrace1Bmp(a, p.px.data(), 20, 20, c.percent, 0, 1000, 1, 0.0), 0);
+        ASSERT_EQ(om1_kvTrace1Bmp(b, p.px.data(), 20, 20, c.samePercent, 0, 1000, 1, 0.0), 0);
+        ASSERT_NE(a, nullptr);
+        ASSERT_NE(b, nullptr);
+        EXPECT_EQ(countNodes(a), countNodes(b)) << c.percent;
+        om1_delKvCTree(a);
+        om1_delKvCTree(b);
+    }
+}
+
 TEST(EntryPoints, LeftTopVariantsFlipAndMerge) {
     Picture p(30, 20, kWhite);
     p.fill(8, 5, 10, 8, kRed);
@@ -153,6 +176,10 @@ TEST(EntryPoints, HandleVariants) {
     ASSERT_NE(t, nullptr);
     checkNode(t, 24, 16);
     om1_delKvCTree(t);
+    // Every retry exceeds a limit of 0; the tolerance, raised by 5 each time
+    // from INT_MAX, wraps instead of overflowing.
+    EXPECT_EQ(om1_kvTrace1H(t, b, INT_MAX, 4, 0, 1, 0.0), 2);
+    EXPECT_EQ(t, nullptr);
     DeleteObject(b);
 
     // An 8-bit section is refused.

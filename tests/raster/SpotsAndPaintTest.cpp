@@ -130,6 +130,31 @@ TEST(Restitution, RepaintsTracedRegionsWithTheirPaletteEntries) {
     delete all.outLines;
 }
 
+TEST(Restitution, IsWrittenAfterAFilterOnTheSameObject) {
+    // The filters read the bitmap as 32-bit and leave the description so;
+    // restitution and painting afterwards still write the 8-bit indices.
+    for (int filter = 0; filter < 2; ++filter) {
+        Host host(14, 12, 2);  // rows padded from 14 to 16 bytes
+        for (int y = 0; y < 12; ++y)
+            for (int x = 0; x < 14; ++x) host.bits[y * 16 + x] = 1;
+        HBITMAP b = host.bitmap;
+        if (filter == 0)
+            ASSERT_TRUE(host.m->Filter(b, 0));
+        else
+            host.m->FilterAdaptSmooth(b, 0);
+        ASSERT_EQ(host.m->bitmapInfo->bmiHeader.biBitCount, 32);
+        ListOfOutLines root(0x0000FF);  // red
+        std::vector<unsigned char> cw;  // a part runs the other way round
+        for (int d : {0, 1, 2, 3}) cw.insert(cw.end(), 5, static_cast<unsigned char>(d));
+        root.parts = loop(POINT{2, 2}, cw);
+        host.m->restituteColors(&root, 0);
+        EXPECT_EQ(host.at(4, 4), 2) << filter;
+        EXPECT_EQ(host.bits[4 * 16 + 4], 2) << filter;  // written into the bitmap
+        EXPECT_EQ(host.bits[4 * 16 + 13], 1) << filter;
+        EXPECT_EQ(host.bits[4 * 16 + 14], 0) << filter;  // padding untouched
+    }
+}
+
 TEST(Restitution, PartsEnclosingNothingLeaveWhite) {
     Host host(10, 10, 2);
     ListOfOutLines root(0x0000FF);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 #include "TracerFixtures.h"
 #include "platform/Gdi.h"
@@ -70,6 +71,62 @@ TEST(OmbrelConstruction, SmallRasterIsInvalid) {
     AllOutLines all;
     EXPECT_EQ(t.DoOmbrel_(all, CPoint(1, 1), 10), Ombrel::NotTraced);
     EXPECT_EQ(all.outLines, nullptr);
+}
+
+TEST(OmbrelConstruction, ValidWithoutAColourRaster) {
+    // A manipulator read from a bitmap handle with parameters keeps the
+    // 8-bit index raster only. The tracer is valid; GetColor fails cleanly,
+    // so every pixel's average colour is 0 and the trace is one region.
+    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
+    BITMAPINFO* bi = reinterpret_cast<BITMAPINFO*>(info.data());
+    bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    bi->bmiHeader.biWidth = 6;
+    bi->bmiHeader.biHeight = 5;
+    bi->bmiHeader.biBitCount = 8;
+    bi->bmiHeader.biClrUsed = 2;
+    reinterpret_cast<RGBQUAD*>(info.data() + sizeof(BITMAPINFOHEADER))[1] = {255, 255, 255, 0};
+    void* bits = nullptr;
+    HBITMAP b = CreateDIBSection(nullptr, bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+    ASSERT_NE(b, nullptr);
+    static_cast<unsigned char*>(bits)[8 * 2 + 3] = 1;  // one white pixel
+    HDC dc = CreateCompatibleDC(nullptr);
+    {
+        OutLineManipulator m(dc, b, 10, 0, 3, 0);
+        ASSERT_NE(m.indexRaster, nullptr);
+        ASSERT_EQ(m.colorRaster, nullptr);
+        TestOmbrel t(&m);
+        EXPECT_TRUE(t.isValid());
+        DWORD c = 7;
+        EXPECT_FALSE(t.GetColor(c, 1, 1));
+        EXPECT_EQ(c, 7u);
+        AllOutLines all;
+        ASSERT_EQ(t.DoOmbrel_(all, CPoint(3, 2), 100), Ombrel::Traced);
+        ASSERT_NE(all.outLines, nullptr);
+        EXPECT_EQ(all.outLines->color, 0u);
+        ASSERT_NE(all.outLines->child, nullptr);
+        EXPECT_EQ(all.outLines->child->next, nullptr);  // no hole: one colour
+        EXPECT_TRUE(t.testloop(all.outLines->child));
+        delete all.outLines;
+    }
+    DeleteDC(dc);
+    DeleteObject(b);
+}
+
+TEST(OmbrelVisitedMap, CountsSaturateAndZeroClears) {
+    Image img(4, 4, 0);
+    Traced tr(img, 0, 0, 3);
+    ASSERT_TRUE(tr.t->isValid());
+    for (int i = 0; i < 300; ++i) tr.t->SetVisited(5, 1);
+    EXPECT_EQ(tr.t->GetVisited(5), 255);  // not 300 mod 256 = 44: stays claimed
+    tr.t->SetVisited(5, 7);
+    EXPECT_EQ(tr.t->GetVisited(5), 255);
+    tr.t->SetVisited(5, 0);
+    EXPECT_EQ(tr.t->GetVisited(5), 0);
+    tr.t->SetVisited(POINT{1, 1});
+    EXPECT_EQ(tr.t->VisitedReached(1, 1), 1);
+    tr.t->SetVisited(-1, 1);  // outside the map: nothing
+    tr.t->SetVisited(16, 1);
+    EXPECT_EQ(tr.t->generalCheckVisitedOnlyOnce(), 1);
 }
 
 TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {
@@ -243,4 +300,28 @@ TEST(OmbrelConstruction, FromABitmapHandleTracesAndRepaints) {
     DeleteObject(b);
     TestOmbrel none(nullptr, 256, nullptr, 0);
     EXPECT_FALSE(none.isValid());
+}
+
+TEST(OmbrelHierarchy, FallbackFirstStepsFollowACutInTheProbe) {
+    // A host's outline round a 4 x 2 block (rows 1 and 2, columns 1 to 4)
+    // that also runs into the block along a slit between its rows, starting
+    // in the slit at (4, 2). There the outward pixel (4, 1) is on the loop,
+    // so the probe cuts (2) before it meets any unclaimed pixel: the slit
+    // becomes the split-off loop and the block's outer loop stays. The
+    // fallback then tries the far-side neighbours' colours; the first,
+    // (4, 0), starts the region.
+    Image img(7, 5, kWhite);
+    img.set(4, 0, kBlue);
+    img.set(3, 0, kBlue);
+    Traced tr(img, 10, 0, 3);
+    ASSERT_TRUE(tr.t->isValid());
+    for (int y = 1; y <= 2; ++y)
+        for (int x = 1; x <= 4; ++x) tr.t->SetVisited(POINT{x, y});
+    ListOfOutLines o(kRed);
+    unsigned char codes[] = {2, 2, 3, 0, 0, 2, 2, 2, 1, 0, 0, 0};
+    ASSERT_TRUE(o.FreeAllocAndPutData(codes, 12, POINT{4, 2}));
+    EXPECT_TRUE(tr.t->GenerateInitBoundChain(&o));
+    EXPECT_EQ(tr.t->regionColor, kBlue);
+    EXPECT_EQ(tr.t->sampleCount, 1);
+    EXPECT_EQ(tr.t->sumBlue, 255);
 }

@@ -18,6 +18,8 @@ struct TestOmbrel : Ombrel {
     using Ombrel::DoOneOutline;
     using Ombrel::generalCheckVisitedOnlyOnce;
     using Ombrel::GenerateInitBoundChain;
+    using Ombrel::GetColor;
+    using Ombrel::GetVisited;
     using Ombrel::Initialization;
     using Ombrel::IsPointOK;
     using Ombrel::Ombrel;

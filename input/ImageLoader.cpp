@@ -125,9 +125,15 @@ bool checkBmp(FILE* f, long long fileSize, std::string& error) {
         return false;
     }
     if (compression != 0 && compression != 3) return true;  // stb_image refuses or checks
-    const long long rows = std::llabs(height);
-    const long long stride = (w * bits + 31) / 32 * 4, last = (w * bits + 7) / 8;
-    const long long need = static_cast<long long>(offset) + stride * (rows - 1) + last;
+    // Widths and heights below 2^31 and at most 32 bits a pixel: 128 bits
+    // hold the product.
+    using Big = unsigned __int128;
+    const Big rows = static_cast<Big>(std::llabs(height));
+    const Big stride = (static_cast<Big>(w) * bits + 31) / 32 * 4,
+              last = (static_cast<Big>(w) * bits + 7) / 8;
+    const Big total = offset + stride * (rows - 1) + last;
+    const long long need =
+        total > static_cast<Big>(LLONG_MAX) ? LLONG_MAX : static_cast<long long>(total);
     if (fileSize < need) {
         error = "the file is cut short (" + std::to_string(fileSize) + " of " +
                 std::to_string(need) + " bytes)";
@@ -282,30 +288,36 @@ bool ImageLoader::load(const std::string& path, long long maxPixels, Background 
         error = std::string("cannot open: ") + strerror(errno);
         return false;
     }
-    struct stat st;
-    if (fstat(fileno(f.get()), &st) == 0 && S_ISDIR(st.st_mode)) {
+    return loadStream(f.get(), maxPixels, background, out, error);
+}
+
+bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background, RasterImage& out,
+                             std::string& error) {
+    struct stat st = {};
+    const bool known = fileno(f) >= 0 && fstat(fileno(f), &st) == 0;
+    if (known && S_ISDIR(st.st_mode)) {
         error = "is a directory";
         return false;
     }
-    const long long fileSize = S_ISREG(st.st_mode) ? st.st_size : LLONG_MAX;
+    const long long fileSize = known && S_ISREG(st.st_mode) ? st.st_size : LLONG_MAX;
     unsigned char magic[8] = {};
-    size_t got = fread(magic, 1, sizeof(magic), f.get());
+    size_t got = fread(magic, 1, sizeof(magic), f);
     if (got == 0) {
-        error = ferror(f.get()) ? std::string("cannot read: ") + strerror(errno)
-                                : std::string("the file is empty");
+        error = ferror(f) ? std::string("cannot read: ") + strerror(errno)
+                          : std::string("the file is empty");
         return false;
     }
-    rewind(f.get());
+    rewind(f);
     bool ok;
     std::vector<uint8_t> rgba;  // straight colours and alpha, row 0 at the top
     if (got >= 8 && png_sig_cmp(magic, 0, 8) == 0) {
-        ok = loadPng(f.get(), maxPixels, out, rgba, error);
+        ok = loadPng(f, maxPixels, out, rgba, error);
     } else if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) {
-        ok = loadJpeg(f.get(), maxPixels, out, rgba, error);
+        ok = loadJpeg(f, maxPixels, out, rgba, error);
     } else if (got >= 2 && magic[0] == 'B' && magic[1] == 'M') {
-        ok = loadWithStb(f.get(), fileSize, "BMP", maxPixels, out, rgba, error);
+        ok = loadWithStb(f, fileSize, "BMP", maxPixels, out, rgba, error);
     } else if (got >= 6 && memcmp(magic, "GIF8", 4) == 0) {
-        ok = loadWithStb(f.get(), fileSize, "GIF", maxPixels, out, rgba, error);
+        ok = loadWithStb(f, fileSize, "GIF", maxPixels, out, rgba, error);
     } else {
         error = "unsupported format (PNG, JPEG, BMP and GIF are read)";
         return false;

@@ -28,6 +28,11 @@ public:
     // file name; the caller names the file).
     static bool load(const std::string& path, long long maxPixels, Background background,
                      RasterImage& out, std::string& error);
+    // The same from an open stream positioned at its start (a file, or memory
+    // opened with fmemopen); the stream stays open. Without a file size (not
+    // a regular file) a BMP's rows are checked while they are read.
+    static bool loadStream(FILE* f, long long maxPixels, Background background, RasterImage& out,
+                           std::string& error);
 
 protected:
     // Each decoder sets out.width and out.height and fills rgba (4 bytes a

@@ -1,7 +1,7 @@
 #include "input/ImageLoader.h"
 
 #include <jpeglib.h>
-#include <png.h>
+#include <spng.h>
 #include <setjmp.h>
 
 #include <sys/stat.h>
@@ -39,17 +39,6 @@ bool sizeAllowed(long long w, long long h, long long maxPixels, std::string& err
     }
     return true;
 }
-
-struct PngError {
-    char message[200];
-};
-
-void pngError(png_structp png, png_const_charp msg) {
-    PngError* e = static_cast<PngError*>(png_get_error_ptr(png));
-    snprintf(e->message, sizeof(e->message), "%s", msg);
-    png_longjmp(png, 1);
-}
-void pngWarning(png_structp, png_const_charp) {}
 
 struct JpegError {
     jpeg_error_mgr mgr;
@@ -163,41 +152,32 @@ void ImageLoader::composite(RasterImage& img, const std::vector<uint8_t>& rgba, 
 
 bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out,
                           std::vector<uint8_t>& rgba, std::string& error) {
-    PngError err = {};
-    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &err, pngError, pngWarning);
-    if (!png) {
+    std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> ctx(spng_ctx_new(0), spng_ctx_free);
+    if (!ctx) {
         error = "cannot allocate memory";
         return false;
     }
-    png_infop info = png_create_info_struct(png);
-    std::vector<png_bytep> rows;
-    if (!info || setjmp(png_jmpbuf(png))) {
-        png_destroy_read_struct(&png, info ? &info : nullptr, nullptr);
-        error = std::string("not a readable PNG file: ") +
-                (err.message[0] ? err.message : "damaged data");
+    auto failed = [&error](int r) {
+        error = std::string("not a readable PNG file: ") + spng_strerror(r);
         return false;
-    }
-    png_init_io(png, f);
-    png_read_info(png, info);
-    png_uint_32 w = png_get_image_width(png, info), h = png_get_image_height(png, info);
-    if (!sizeAllowed(w, h, maxPixels, error)) {
-        png_destroy_read_struct(&png, &info, nullptr);
-        return false;
-    }
-    png_set_expand(png);
-    png_set_strip_16(png);
-    png_set_gray_to_rgb(png);
-    png_set_add_alpha(png, 0xFF, PNG_FILLER_AFTER);
-    png_set_interlace_handling(png);
-    png_read_update_info(png, info);
-    out.width = static_cast<int>(w);
-    out.height = static_cast<int>(h);
-    rgba.resize(static_cast<size_t>(w) * h * 4);
-    rows.resize(h);
-    for (png_uint_32 y = 0; y < h; ++y) rows[y] = rgba.data() + static_cast<size_t>(y) * w * 4;
-    png_read_image(png, rows.data());
-    png_read_end(png, nullptr);
-    png_destroy_read_struct(&png, &info, nullptr);
+    };
+    spng_ihdr ihdr = {};
+    int r = spng_set_png_file(ctx.get(), f);
+    if (r == 0) r = spng_get_ihdr(ctx.get(), &ihdr);
+    if (r != 0) return failed(r);
+    if (!sizeAllowed(ihdr.width, ihdr.height, maxPixels, error)) return false;
+    // 8-bit RGBA from every colour type and depth; a tRNS chunk gives alpha.
+    size_t size = 0;
+    r = spng_decoded_image_size(ctx.get(), SPNG_FMT_RGBA8, &size);
+    if (r != 0) return failed(r);
+    rgba.resize(size);
+    r = spng_decode_image(ctx.get(), rgba.data(), size, SPNG_FMT_RGBA8, SPNG_DECODE_TRNS);
+    // The chunks after the pixels up to IEND, so that a file cut there is
+    // refused too.
+    if (r == 0) r = spng_decode_chunks(ctx.get());
+    if (r != 0) return failed(r);
+    out.width = static_cast<int>(ihdr.width);
+    out.height = static_cast<int>(ihdr.height);
     return true;
 }
 
@@ -310,7 +290,7 @@ bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background
     rewind(f);
     bool ok;
     std::vector<uint8_t> rgba;  // straight colours and alpha, row 0 at the top
-    if (got >= 8 && png_sig_cmp(magic, 0, 8) == 0) {
+    if (got >= 8 && memcmp(magic, "\x89PNG\r\n\x1a\n", 8) == 0) {
         ok = loadPng(f, maxPixels, out, rgba, error);
     } else if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) {
         ok = loadJpeg(f, maxPixels, out, rgba, error);

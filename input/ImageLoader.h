@@ -1,14 +1,15 @@
 // ImageLoader: reads PNG, JPEG, BMP and GIF files (the format is told by the
-// file's first bytes, not its name) with libpng, libjpeg and stb_image. The
+// file's first bytes, not its name) with libspng, libjpeg and stb_image. The
 // size is checked against a pixel limit from the header, before the pixels
 // are decoded. Transparent pixels are composited over a background colour.
 //
 // Files cut short or with damaged data are refused, never decoded with
-// made-up pixels: libpng's errors, every libjpeg warning (the library would
-// otherwise fill missing data with grey), a BMP shorter than the rows its
-// header promises, and any read past the end of a BMP or GIF. No decoder
-// writes to the terminal; every message comes back in `error`, starting with
-// the format ("not a readable JPEG file: Premature end of JPEG file").
+// made-up pixels: libspng's errors (checksums included; a PNG whose pixel data is whole is read
+// even when its final IEND chunk is cut), every libjpeg warning (the
+// library would otherwise fill missing data with grey), a BMP shorter than the rows its header
+// promises, and any read past the end of a BMP or GIF. No decoder writes to the terminal; every
+// message comes back in `error`, starting with the format ("not a readable JPEG file: Premature end
+// of JPEG file").
 #pragma once
 
 #include <cstdint>

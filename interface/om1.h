@@ -9,6 +9,20 @@
 // Coordinates are those of the buffer's own row order (row 0 first in
 // memory). The LeftTop variants flip them to an origin at the top left of a
 // picture stored bottom-up, and merge a palette into the colours.
+//
+// Parameters: tolerancePercent is taken as (int)(percent x 2.55), of which
+// the low byte is used, so every int is accepted (above 100 it wraps).
+// minOutlineLen is the minimum outline length in chain steps; a negative
+// value acts as 0, and a loop of 4 steps or fewer that encloses no pixel (a
+// spur walked out and back, a hole filled completely) is never an outline.
+//
+// Every result: chains closed and inside the raster, start offsets pixels of
+// the raster, Bezier anchors and curves within 2 pixels of the picture
+// (straight-line editing may put a corner where two edges' lines meet),
+// control points within that plus 0.34 of their segment's chord.
+// Tracing keeps no state between calls: different pictures may be traced on
+// several threads at once. Recursion follows only the nesting depth of the
+// picture, at most 256 bytes of stack a level.
 #pragma once
 
 #include "companion/KvCtree.h"

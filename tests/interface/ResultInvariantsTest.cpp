@@ -94,13 +94,14 @@ TEST(ResultInvariants, HoldAtEveryMinimumLengthAndTolerance) {
         {"noise4 29x40", golden::fourColourNoise(29, 40, 11)},
         {"noise4 32x20", golden::fourColourNoise(32, 20, 3)},
         {"lines", golden::thinLines(41, 30)},
-        {"photo", golden::photoLike(40, 30, 2)},
-        {"antialiased", golden::antiAliased(45, 32)},
+        {"photo", golden::photoLike(32, 24, 2)},
+        {"antialiased", golden::antiAliased(36, 26)},
     };
     for (Named& pic : pictures)
-        for (int tolerance : {0, 10, 30, 60})
+        for (int tolerance : {0, 10, 30})
             for (int minLen = -5; minLen <= 5; ++minLen)
                 for (bool leftTop : {false, true}) {
+                    if (leftTop && minLen % 2 == 0) continue;  // one form is enough there
                     Checker c{pic.p.w, pic.p.h,
                               std::string(pic.name) + " tolerance " + std::to_string(tolerance) +
                                   " min length " + std::to_string(minLen) +

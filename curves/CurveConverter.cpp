@@ -72,15 +72,22 @@ void CurveConverter::windowSums(int k) {
     BmCurve& c = *curve;
     const int n = c.count;
     c.window = k;
+    if (n <= 0 || k <= 0) return;
     double* copy = static_cast<double*>(calloc(static_cast<size_t>(n), sizeof(double)));
     if (!copy) return;
+    // A window longer than the cycle covers it k / n whole times plus k % n
+    // values: the work stays linear in n and no index passes INT_MAX.
+    const int rounds = k / n, rest = k % n;
     for (double* d : {c.diffX, c.diffY}) {
         memcpy(copy, d, sizeof(double) * static_cast<size_t>(n));
-        double s = 0;
-        for (int i = 0; i < k; ++i) s += copy[BmCurve::wrapIndex(i, n)];
+        double total = 0, s = 0;
+        if (rounds > 0)
+            for (int i = 0; i < n; ++i) total += copy[i];
+        for (int i = 0; i < rest; ++i) s += copy[i];
+        s += rounds * total;
         for (int i = 0; i < n; ++i) {
             d[i] = s;
-            s += copy[BmCurve::wrapIndex(i + k, n)] - copy[i];
+            s += copy[BmCurve::wrapIndex(i + rest, n)] - copy[i];
         }
     }
     free(copy);

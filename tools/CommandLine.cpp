@@ -13,7 +13,7 @@
 namespace {
 
 bool parseInt(const std::string& s, long long lo, long long hi, long long& out) {
-    if (s.empty()) return false;
+    if (s.empty() || !(isdigit(static_cast<unsigned char>(s[0])) || s[0] == '-')) return false;
     char* end = nullptr;
     errno = 0;
     long long v = strtoll(s.c_str(), &end, 10);
@@ -22,12 +22,13 @@ bool parseInt(const std::string& s, long long lo, long long hi, long long& out) 
     return true;
 }
 
+// Exactly six hexadecimal digits, after an optional '#'.
 bool parseColour(std::string s, ImageLoader::Background& bg) {
     if (!s.empty() && s[0] == '#') s = s.substr(1);
     if (s.size() != 6) return false;
-    char* end = nullptr;
-    unsigned long v = strtoul(s.c_str(), &end, 16);
-    if (*end) return false;
+    for (char c : s)
+        if (!isxdigit(static_cast<unsigned char>(c))) return false;
+    unsigned long v = strtoul(s.c_str(), nullptr, 16);
     bg.red = static_cast<uint8_t>(v >> 16);
     bg.green = static_cast<uint8_t>(v >> 8);
     bg.blue = static_cast<uint8_t>(v);

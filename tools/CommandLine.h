@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "input/ImageLoader.h"
 #include "output/OutputFormat.h"
-#include "tools/ImageLoader.h"
 #include "trace/Presets.h"
 
 struct CommandLine {

@@ -14,10 +14,10 @@
 #include <iostream>
 
 #include "interface/om1.h"
+#include "input/ImageLoader.h"
 #include "output/JsonWriter.h"
 #include "output/OutputFormat.h"
 #include "output/ShapeBuilder.h"
-#include "tools/ImageLoader.h"
 #include "trace/Tracer.h"
 
 namespace {
@@ -83,71 +83,81 @@ bool stdinToFile(std::string& path, std::string& error) {
     return ok;
 }
 
+// The output's temporary file, created beside it before the trace so that an
+// output that cannot be written is found before the work; renamed over the
+// output when the whole text is written, removed otherwise.
+class PendingOutput {
+public:
+    ~PendingOutput() {
+        if (open_) {
+            f_.close();
+            remove(tmp_.c_str());
+        }
+    }
+    bool open(const std::string& path, const void* tag, std::string& error) {
+        struct stat st;
+        if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            error = strerror(EISDIR);
+            return false;
+        }
+        path_ = path;
+        tmp_ = path + ".tmp" + std::to_string(getpid()) + "." +
+               std::to_string(reinterpret_cast<uintptr_t>(tag) & 0xFFFFFF);
+        f_.open(tmp_, std::ios::binary | std::ios::trunc);
+        if (!f_) {
+            error = strerror(errno);
+            return false;
+        }
+        open_ = true;
+        return true;
+    }
+    bool commit(const std::function<bool(std::ostream&)>& body, std::string& error) {
+        errno = 0;
+        bool ok = body(f_);
+        f_.flush();
+        ok = ok && static_cast<bool>(f_);
+        const int e = errno;
+        f_.close();
+        ok = ok && !f_.fail();
+        open_ = false;
+        if (ok && rename(tmp_.c_str(), path_.c_str()) == 0) return true;
+        error = strerror(ok ? errno : (e ? e : EIO));
+        remove(tmp_.c_str());
+        return false;
+    }
+
+private:
+    std::string path_, tmp_;
+    std::ofstream f_;
+    bool open_ = false;
+};
+
 }  // namespace
 
 bool TraceJob::writeAtomically(const std::string& path,
                                const std::function<bool(std::ostream&)>& body, std::string& error) {
-    std::string tmp = path + ".tmp" + std::to_string(getpid()) + "." +
-                      std::to_string(reinterpret_cast<uintptr_t>(&body) & 0xFFFFFF);
-    bool ok = false;
-    int e = 0;
-    {
-        std::ofstream f(tmp, std::ios::binary | std::ios::trunc);
-        if (!f) {
-            error = strerror(errno);
-            return false;
-        }
-        ok = body(f);
-        f.flush();
-        ok = ok && static_cast<bool>(f);
-        e = errno;
-        f.close();
-        ok = ok && !f.fail();
-    }
-    if (!ok) {
-        remove(tmp.c_str());
-        error = strerror(e ? e : EIO);
-        return false;
-    }
-    if (rename(tmp.c_str(), path.c_str()) != 0) {
-        error = strerror(errno);
-        remove(tmp.c_str());
-        return false;
-    }
-    return true;
+    PendingOutput out;
+    return out.open(path, &body, error) && out.commit(body, error);
 }
 
 bool TraceJob::writeAtomically(const std::string& path, const std::string& text,
                                std::string& error) {
-    std::string tmp = path + ".tmp" + std::to_string(getpid()) + "." +
-                      std::to_string(reinterpret_cast<uintptr_t>(&text) & 0xFFFFFF);
-    FILE* f = fopen(tmp.c_str(), "wb");
-    if (!f) {
-        error = strerror(errno);
-        return false;
-    }
-    bool ok = fwrite(text.data(), 1, text.size(), f) == text.size();
-    ok = (fflush(f) == 0) && ok;
-    int e = errno;
-    ok = (fclose(f) == 0) && ok;
-    if (!ok) {
-        remove(tmp.c_str());
-        error = strerror(e ? e : EIO);
-        return false;
-    }
-    if (rename(tmp.c_str(), path.c_str()) != 0) {
-        error = strerror(errno);
-        remove(tmp.c_str());
-        return false;
-    }
-    return true;
+    return writeAtomically(
+        path, [&](std::ostream& o) { return static_cast<bool>(o.write(text.data(), text.size())); },
+        error);
 }
 
 int TraceJob::run(const CommandLine& cl, const std::string& input, const std::string& output,
                   Stats& stats, std::string& message) {
+    std::string error;
+    const bool toStdout = output == "-";
+    PendingOutput pending;
+    if (!toStdout && !pending.open(output, &stats, error)) {
+        message = output + ": cannot write: " + error;
+        return CannotWrite;
+    }
     auto t0 = std::chrono::steady_clock::now();
     RasterImage img;
-    std::string error;
     const bool fromStdin = input == "-";
     std::string source = input;
     if (fromStdin && !stdinToFile(source, error)) {
@@ -221,10 +231,9 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
                                   : static_cast<long long>(sh.loops[k].vertices().size());
     stats.curved = shapes.curvedLoops;
     const om1::OutputFormat::Kind format = cl.formatFor(output);
-    const bool toStdout = output == "-";
     // The whole file or nothing at a path; standard output as it comes.
     auto emit = [&](const std::function<bool(std::ostream&)>& body) {
-        if (!toStdout) return writeAtomically(output, body, error);
+        if (!toStdout) return pending.commit(body, error);
         const bool ok = body(std::cout) && static_cast<bool>(std::cout.flush());
         if (!ok) error = strerror(errno ? errno : EIO);
         return ok;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tools/CommandLine.h"
+#include "tools/OutputPaths.h"
 #include "tools/TraceJob.h"
 
 int main(int argc, char** argv) {
@@ -45,6 +46,10 @@ int main(int argc, char** argv) {
     if (!cl.dir.empty()) makeDirs(cl.dir);
     for (size_t i = 0; i < cl.inputs.size(); ++i)
         if (!cl.subdirs[i].empty() && !cl.dir.empty()) makeDirs(cl.dir + "/" + cl.subdirs[i]);
+    if (!OutputPaths::check(cl, error)) {
+        fprintf(stderr, "om1trace: %s\n", error.c_str());
+        return TraceJob::BadUsage;
+    }
 
     const size_t n = cl.inputs.size();
     std::vector<int> codes(n, 0);

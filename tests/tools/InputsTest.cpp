@@ -6,26 +6,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <fstream>
 #include <string>
 
-#include "ToolTestImages.h"
+#include "input/TestPictures.h"
 #include "tools/CommandLine.h"
-#include "tools/ImageLoader.h"
 #include "tools/TraceJob.h"
 
 namespace {
-
-struct TempDir {
-    std::string path;
-    TempDir() {
-        char tmpl[] = "/tmp/om1trace-test-XXXXXX";
-        path = mkdtemp(tmpl);
-    }
-    ~TempDir() { std::system(("rm -rf " + path).c_str()); }
-    std::string file(const std::string& name) const { return path + "/" + name; }
-};
 
 bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
     std::vector<char*> argv;
@@ -35,10 +26,24 @@ bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
     return cl.parse(static_cast<int>(argv.size()), argv.data(), error);
 }
 
-int runTool(const std::string& args) {
+// Runs the tool; its standard error goes to `err` when given.
+int runTool(const std::string& args, std::string* err = nullptr) {
+    char tmpl[] = "/tmp/om1trace-stderr-XXXXXX";
+    int fd = mkstemp(tmpl);
+    close(fd);
     int status =
-        std::system((std::string(OM1TRACE_PATH) + " " + args + " >/dev/null 2>&1").c_str());
+        std::system((std::string(OM1TRACE_PATH) + " " + args + " >/dev/null 2>" + tmpl).c_str());
+    if (err) {
+        std::ifstream in(tmpl);
+        *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    }
+    remove(tmpl);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string readText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
 TestPicture shapes() {
@@ -72,85 +77,15 @@ TEST(CommandLine, OptionsAndUsageErrors) {
                                                           {"a.png", "b.png", "-o", "x.svg"},
                                                           {"a.png", "-o", "x.svg", "-d", "d"},
                                                           {"a.png", "--bogus"},
-                                                          {"a.png", "--background", "12345"}}) {
+                                                          {"a.png", "--background", "12345"},
+                                                          {"a.png", "--background", "-00001"},
+                                                          {"a.png", "--background", " fffff"},
+                                                          {"a.png", "--background", "+fffff"},
+                                                          {"a.png", "--background", "0x1234"}}) {
         CommandLine c;
         EXPECT_FALSE(parse(bad, c, e)) << (bad.empty() ? "" : bad.back());
         EXPECT_FALSE(e.empty());
     }
-}
-
-TEST(ImageLoader, ReadsEveryFormat) {
-    TempDir d;
-    TestPicture p = shapes();
-    ASSERT_TRUE(p.png(d.file("a.png")));
-    ASSERT_TRUE(p.bmp(d.file("a.bmp")));
-    ASSERT_TRUE(p.jpeg(d.file("a.jpg")));
-    for (const char* name : {"a.png", "a.bmp", "a.jpg"}) {
-        RasterImage img;
-        std::string e;
-        ASSERT_TRUE(ImageLoader::load(d.file(name), 1000000, {}, img, e)) << name << ": " << e;
-        EXPECT_EQ(img.width, 40);
-        EXPECT_EQ(img.height, 30);
-        const RGBQUAD& q = img.pixels[7 * 40 + 7];  // inside the red square
-        EXPECT_NEAR(q.rgbRed, 200, 8) << name;
-        EXPECT_NEAR(q.rgbBlue, 30, 8) << name;
-    }
-    // A GIF of one pixel: decoded, then refused as too small.
-    const unsigned char gif[] = {0x47, 0x49, 0x46, 0x38, 0x39, 0x61, 0x01, 0x00, 0x01, 0x00, 0x80,
-                                 0x00, 0x00, 0xff, 0xff, 0xff, 0x00, 0x00, 0x00, 0x21, 0xf9, 0x04,
-                                 0x01, 0x00, 0x00, 0x00, 0x00, 0x2c, 0x00, 0x00, 0x00, 0x00, 0x01,
-                                 0x00, 0x01, 0x00, 0x00, 0x02, 0x02, 0x44, 0x01, 0x00, 0x3b};
-    std::ofstream(d.file("a.gif"), std::ios::binary)
-        .write(reinterpret_cast<const char*>(gif), sizeof(gif));
-    RasterImage img;
-    std::string e;
-    EXPECT_FALSE(ImageLoader::load(d.file("a.gif"), 1000000, {}, img, e));
-    EXPECT_NE(e.find("smaller than 3 x 3"), std::string::npos) << e;
-}
-
-TEST(ImageLoader, CompositesAlphaOverTheBackground) {
-    TempDir d;
-    TestPicture p(4, 4, 0, 0, 0);
-    p.fill(0, 0, 4, 4, 0, 0, 0, 0);      // fully transparent
-    p.fill(0, 0, 2, 4, 255, 0, 0, 128);  // half red
-    ASSERT_TRUE(p.png(d.file("t.png")));
-    RasterImage img;
-    std::string e;
-    ImageLoader::Background bg;
-    bg.red = 0;
-    bg.green = 0;
-    bg.blue = 255;
-    ASSERT_TRUE(ImageLoader::load(d.file("t.png"), 100, bg, img, e)) << e;
-    EXPECT_EQ(img.pixels[3].rgbBlue, 255);  // transparent: the background
-    EXPECT_EQ(img.alpha[3], 0);
-    EXPECT_NEAR(img.pixels[0].rgbRed, 128, 1);
-    EXPECT_NEAR(img.pixels[0].rgbBlue, 127, 1);
-}
-
-TEST(ImageLoader, ClearErrors) {
-    TempDir d;
-    RasterImage img;
-    std::string e;
-    EXPECT_FALSE(ImageLoader::load(d.file("missing.png"), 100, {}, img, e));
-    EXPECT_NE(e.find("cannot open"), std::string::npos);
-    std::ofstream(d.file("empty.png")).close();
-    EXPECT_FALSE(ImageLoader::load(d.file("empty.png"), 100, {}, img, e));
-    EXPECT_NE(e.find("empty"), std::string::npos);
-    std::ofstream(d.file("text.png")) << "hello, this is not a picture";
-    EXPECT_FALSE(ImageLoader::load(d.file("text.png"), 100, {}, img, e));
-    EXPECT_NE(e.find("unsupported format"), std::string::npos);
-    // A PNG cut in the middle of its data.
-    TestPicture p = shapes();
-    ASSERT_TRUE(p.png(d.file("full.png")));
-    std::ifstream in(d.file("full.png"), std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    std::ofstream(d.file("cut.png"), std::ios::binary)
-        .write(bytes.data(), static_cast<long>(bytes.size() / 2));
-    EXPECT_FALSE(ImageLoader::load(d.file("cut.png"), 1000000, {}, img, e));
-    EXPECT_NE(e.find("PNG"), std::string::npos) << e;
-    // Over the pixel limit: refused from the header.
-    EXPECT_FALSE(ImageLoader::load(d.file("full.png"), 1000, {}, img, e));
-    EXPECT_NE(e.find("more than the limit"), std::string::npos) << e;
 }
 
 TEST(TraceJob, WritesWholeOutputsOrNone) {
@@ -210,4 +145,88 @@ TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
     EXPECT_NE(all.find("#0000ff"), std::string::npos);
     EXPECT_EQ(opaque.find("#0000ff"), std::string::npos);
     EXPECT_NE(opaque.find("#0ac80a"), std::string::npos);
+}
+
+// Runs that would lose a result or destroy an input are refused before
+// anything is traced or written, and every file stays as it was.
+TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
+    TempDir d;
+    TestPicture p = shapes();
+    mkdir(d.file("d1").c_str(), 0755);
+    mkdir(d.file("d2").c_str(), 0755);
+    mkdir(d.file("out").c_str(), 0755);
+    ASSERT_TRUE(p.png(d.file("d1/x.png")));
+    ASSERT_TRUE(p.jpeg(d.file("d2/x.jpg")));
+    ASSERT_TRUE(p.png(d.file("same.png")));
+    ASSERT_TRUE(p.png(d.file("pic.svg")));  // a PNG whose name ends in .svg
+    ASSERT_TRUE(p.png(d.file("x.png")));
+    const std::string same = readText(d.file("same.png")), pic = readText(d.file("pic.svg"));
+    struct Case {
+        std::string args, says;
+    };
+    for (const Case& c : std::vector<Case>{
+             {d.file("d1/x.png") + " " + d.file("d2/x.jpg") + " -d " + d.file("out"),
+              "are both written to"},
+             {d.file("x.png") + " " + d.path + "/./x.png -d " + d.file("out"),
+              "are both written to"},
+             {d.file("same.png") + " -o " + d.file("same.png"), "would overwrite the input"},
+             {d.file("same.png") + " -o " + d.path + "/../" + d.path.substr(5) + "/same.png",
+              "would overwrite the input"},
+             {d.file("pic.svg"), "would overwrite the input"},
+             {d.file("x.png") + " " + d.file("pic.svg") + " -d " + d.path,
+              "would overwrite the input"}}) {
+        std::string err;
+        EXPECT_EQ(runTool(c.args, &err), 64) << c.args;
+        EXPECT_EQ(err.rfind("om1trace: ", 0), 0u) << err;
+        EXPECT_NE(err.find(c.says), std::string::npos) << c.args << ": " << err;
+    }
+    EXPECT_EQ(readText(d.file("same.png")), same);
+    EXPECT_EQ(readText(d.file("pic.svg")), pic);
+    struct stat st;
+    EXPECT_NE(stat(d.file("out/x.svg").c_str(), &st), 0);  // nothing written
+}
+
+// Unreadable inputs of every kind: exit 65, one prefixed message naming the
+// file, nothing else on the terminal (libjpeg's own warnings included).
+TEST(Om1trace, RefusesCutShortInputsWithPrefixedMessages) {
+    TempDir d;
+    TestPicture p = shapes();
+    ASSERT_TRUE(p.jpeg(d.file("a.jpg")));
+    ASSERT_TRUE(p.gif(d.file("a.gif")));
+    ASSERT_TRUE(p.bmp24(d.file("a.bmp"), false));
+    for (const char* name : {"a.jpg", "a.gif", "a.bmp"}) {
+        std::vector<unsigned char> bytes = readBytes(d.file(name));
+        bytes.resize(bytes.size() * 2 / 3);
+        const std::string cut = d.file(std::string("cut-") + name);
+        ASSERT_TRUE(TestPicture::save(cut, bytes));
+        std::string err;
+        EXPECT_EQ(runTool(cut + " -o " + d.file("o.svg"), &err), 65) << name;
+        EXPECT_EQ(err.rfind("om1trace: " + cut + ": not a readable ", 0), 0u) << err;
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    }
+    // A directory is traced picture by picture; one without pictures is
+    // refused by name.
+    std::string err;
+    const std::string empty = d.file("empty");
+    ASSERT_EQ(mkdir(empty.c_str(), 0700), 0);
+    EXPECT_EQ(runTool(empty + " -o " + d.file("o.svg"), &err), 65);
+    EXPECT_EQ(err.rfind("om1trace: " + empty + ": no pictures in this directory", 0), 0u) << err;
+}
+
+// The destination is checked before the input is decoded and traced.
+TEST(TraceJob, ChecksTheDestinationFirst) {
+    TempDir d;
+    TestPicture p = shapes();
+    ASSERT_TRUE(p.png(d.file("s.png")));
+    CommandLine cl;
+    TraceJob::Stats st;
+    std::string msg;
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("no/dir/s.svg"), st, msg), 74);
+    EXPECT_EQ(st.width, 0);                                              // not decoded
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.path, st, msg), 74);  // a directory
+    EXPECT_EQ(st.width, 0);
+    EXPECT_NE(msg.find("cannot write"), std::string::npos) << msg;
+    // A failed job leaves no temporary file behind.
+    EXPECT_EQ(TraceJob::run(cl, d.file("missing.png"), d.file("m.svg"), st, msg), 65);
+    EXPECT_EQ(std::system(("test $(ls -A " + d.path + " | wc -l) -eq 1").c_str()), 0);
 }

@@ -9,9 +9,9 @@
 #include <iterator>
 #include <string>
 
-#include "ToolTestImages.h"
+#include "input/TestPictures.h"
 #include "tools/CommandLine.h"
-#include "tools/ImageLoader.h"
+#include "input/ImageLoader.h"
 #include "tools/TraceJob.h"
 
 namespace {

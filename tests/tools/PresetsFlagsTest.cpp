@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "ToolTestImages.h"
+#include "input/TestPictures.h"
 #include "tools/CommandLine.h"
 #include "tools/TraceJob.h"
 

@@ -28,7 +28,7 @@ const OptionTable::Row kRows[] = {
     OM1C_ROW(background, K::Colour, 0, 0xFFFFFF, nullptr),
     OM1C_ROW(transparent, K::Bool, 0, 1, nullptr),
     OM1C_ROW(fixed_seeds, K::Bool, 0, 1, nullptr),
-    OM1C_ROW(threshold, K::Int, -1, 255, nullptr),
+    OM1C_ROW(threshold, K::Int, -1, om1::TraceOptions::kAutoThreshold, nullptr),
     OM1C_ROW(filter, K::Filter, 0, 2, "filter"),
     OM1C_ROW(filter_radius, K::Int, 0, 0, "filter-radius"),
     OM1C_ROW(filter_tolerance, K::Int, 0, 255, nullptr),
@@ -37,6 +37,7 @@ const OptionTable::Row kRows[] = {
     OM1C_ROW(antialias_radius, K::Int, 1, 64, nullptr),
     OM1C_ROW(antialias_tolerance, K::Int, 0, 765, nullptr),
     OM1C_ROW(speckle, K::Int, 0, 0, "speckle"),
+    OM1C_ROW(speckle_share, K::Double, 0, 1, nullptr),
     OM1C_ROW(restitute, K::Bool, 0, 1, nullptr),
     OM1C_ROW(spots, K::Int, 0, 0, "spots"),
     OM1C_ROW(max_paths, K::Int, 0, 0, "max-paths"),
@@ -131,6 +132,7 @@ om1::TraceOptions OptionTable::toTrace(const om1_options& o) {
     t.antialiasRadius = o.antialias_radius;
     t.antialiasTolerance = o.antialias_tolerance;
     t.speckle = o.speckle;
+    t.speckleShare = o.speckle_share;
     t.restitute = o.restitute != 0;
     t.spots = o.spots;
     t.maxPaths = o.max_paths;
@@ -157,6 +159,7 @@ void OptionTable::fromTrace(const om1::TraceOptions& t, om1_options& o) {
     o.antialias_radius = t.antialiasRadius;
     o.antialias_tolerance = t.antialiasTolerance;
     o.speckle = t.speckle;
+    o.speckle_share = t.speckleShare;
     o.restitute = t.restitute;
     o.spots = t.spots;
     o.max_paths = t.maxPaths;
@@ -199,6 +202,9 @@ int OptionTable::set(om1_options& o, const Row& r, const char* text) {
         fromTrace(t, o);
         return OM1_OK;
     }
+    if (r.kind == Kind::Int && std::strcmp(r.name, "threshold") == 0 &&
+        std::strcmp(text, "auto") == 0)
+        text = "256";
     double v = 0;
     switch (r.kind) {
         case Kind::Bool:

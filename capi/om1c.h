@@ -83,7 +83,8 @@ typedef struct om1_options {
     int background;          /* 0xRRGGBB under transparent pixels (0xFFFFFF) */
     int transparent;         /* 1: writers leave out regions that were fully transparent (0) */
     int fixed_seeds;         /* 1: the entry points' nine fixed seeds (0: a seed in one colour) */
-    int threshold;           /* 0..255: luminance below it black, else white; -1 off (-1) */
+    int threshold;           /* 0..255: luminance below it black, else white; 256: chosen
+                                from the picture (Otsu; "auto" by name); -1 off (-1) */
     int filter;              /* OM1_FILTER_... (none) */
     int filter_radius;       /* filter quadrant side - 1, 1..8 (1) */
     int filter_tolerance;    /* per-channel run tolerance of the adaptive filter, 0..255 (24) */
@@ -91,11 +92,12 @@ typedef struct om1_options {
     int antialias;           /* 1: thin bands of in-between colours join a side (0; graphic 1) */
     int antialias_radius;    /* how far a band pixel looks for flat regions, 1..64 (2) */
     int antialias_tolerance; /* largest distance from the line between two colours, 0..765 (40) */
-    int speckle;       /* regions below this many pixels join their surroundings (0; graphic 8) */
-    int restitute;     /* 1: regions take the mean colour of the input pixels they cover (0) */
-    int spots;         /* the two-pass spot clean-up absorbs spots up to this area; 0 off (0) */
-    int max_paths;     /* raise the speckle area until at most this many paths; 0 off (0) */
-    int palette_count; /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
+    int speckle; /* regions below this many pixels join their surroundings (0; graphic 8) */
+    double speckle_share; /* the speckle area is at least this share of the picture\'s area, 0..1 */
+    int restitute;        /* 1: regions take the mean colour of the input pixels they cover (0) */
+    int spots;            /* the two-pass spot clean-up absorbs spots up to this area; 0 off (0) */
+    int max_paths;        /* raise the speckle area until at most this many paths; 0 off (0) */
+    int palette_count;    /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
     uint32_t palette[256]; /* 0xRRGGBB */
 } om1_options;
 

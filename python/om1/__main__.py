@@ -62,7 +62,8 @@ def _parser() -> argparse.ArgumentParser:
                         help="absorb thin bands of in-between colours")
     stages.add_argument("--speckle", type=int, help="regions below PX pixels join their surroundings")
     stages.add_argument("--max-paths", type=int, help="raise the speckle area until at most N paths")
-    stages.add_argument("--threshold", type=int, help="luminance below L is black, else white")
+    stages.add_argument("--threshold", help="luminance below L (0..255) is black, else white; auto: "
+                                            "chosen from the picture")
     stages.add_argument("--restitute", choices=["on", "off"],
                         help="regions take the mean colour of the pixels they cover")
     stages.add_argument("--spots", type=int,

@@ -173,6 +173,7 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                         arc.push_back(len);
                     }
                 const size_t m = pts.size();
+                if (m == 0) continue;  // no curve: the pieces keep their polygons
                 auto d2 = [&](size_t i, const Corner& c) {
                     return (pts[i].x - c.x) * (pts[i].x - c.x) +
                            (pts[i].y - c.y) * (pts[i].y - c.y);

@@ -11,7 +11,49 @@ const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
 }  // namespace
 
-bool LabelRaster::build(const KvCtree* root, int w, int h) {
+namespace {
+
+int distance(const RGBQUAD& a, const RGBQUAD& b) {
+    return std::max({std::abs(a.rgbRed - b.rgbRed), std::abs(a.rgbGreen - b.rgbGreen),
+                     std::abs(a.rgbBlue - b.rgbBlue)});
+}
+
+bool same(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+// True when the node's chain runs through its own pixels rather than those
+// of the region around it: more of its pixels are nearer the node's colour
+// than the colour of what was painted there before (unpainted pixels count
+// for the node); `tie` when as many are nearer the one as the other.
+bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD* pixels,
+                      const std::vector<int32_t>& labels,
+                      const std::vector<LabelRaster::Node>& nodes, int w, int h, bool tie) {
+    long long x = t->startOffset % w, y = t->startOffset / w;
+    int mine = 0, theirs = 0;
+    for (int k = 0; k < t->dirNum; ++k) {
+        if (x >= 0 && y >= 0 && x < w && y < h) {
+            const size_t i = static_cast<size_t>(y) * w + x;
+            const int32_t before = labels[i];
+            if (before < 0) {
+                ++mine;
+            } else {
+                const int a = distance(pixels[i], own);
+                const int b = distance(pixels[i], nodes[before].color);
+                mine += a < b;
+                theirs += b < a;
+            }
+        }
+        const int c = t->chain[k] & 3;
+        x += kDx[c];
+        y += kDy[c];
+    }
+    return mine == theirs ? tie : mine > theirs;
+}
+
+}  // namespace
+
+bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels) {
     width = w;
     height = h;
     nodes.clear();
@@ -21,7 +63,7 @@ bool LabelRaster::build(const KvCtree* root, int w, int h) {
         labels.assign(static_cast<size_t>(w) * h, -1);
         // Depth first without recursion: holes pushed in reverse list order.
         std::vector<Node> stack;
-        if (root) stack.push_back({root, -1, 0, RGBQUAD{}, false});
+        if (root) stack.push_back({root, -1, 0, RGBQUAD{}, false, false});
         std::vector<const KvCtree*> holes;
         while (!stack.empty()) {
             Node n = stack.back();
@@ -29,21 +71,40 @@ bool LabelRaster::build(const KvCtree* root, int w, int h) {
             const int index = static_cast<int>(nodes.size());
             n.color = n.tree->color;
             n.frame = n.tree->isFrame != 0;
+            // Without the picture: the root and the parts of a frame run
+            // through their own pixels, other holes through the region around.
+            n.ownChain = n.parent < 0 || nodes[n.parent].frame;
             nodes.push_back(n);
             holes.clear();
             for (const KvCtree::Holes* e = n.tree->holes; e; e = e->next)
                 if (e->ctree) holes.push_back(e->ctree);
             for (auto it = holes.rbegin(); it != holes.rend(); ++it)
-                stack.push_back({*it, index, n.depth + 1, RGBQUAD{}, false});
+                stack.push_back({*it, index, n.depth + 1, RGBQUAD{}, false, false});
         }
         std::vector<uint8_t> mask;
         for (size_t i = 0; i < nodes.size(); ++i) {
+            Node& n = nodes[i];
+            if (n.parent >= 0 && pixels && !n.frame && n.tree->chain)
+                n.ownChain =
+                    chainOnOwnPixels(n.tree, n.color, pixels, labels, nodes, w, h, n.ownChain);
+            // With the picture, the chain pixels of a hole go to it only
+            // where they are nearer its colour than what lies there already.
+            const bool pick = n.parent >= 0 && pixels && !n.frame && n.ownChain;
+            const bool tieToNode = n.ownChain;
             int x0, y0, mw, mh;
             if (!paintMask(static_cast<int>(i), mask, x0, y0, mw, mh)) return false;
             for (int y = 0; y < mh; ++y)
-                for (int x = 0; x < mw; ++x)
-                    if (mask[static_cast<size_t>(y) * mw + x])
-                        labels[static_cast<size_t>(y + y0) * w + x + x0] = static_cast<int32_t>(i);
+                for (int x = 0; x < mw; ++x) {
+                    const uint8_t m = mask[static_cast<size_t>(y) * mw + x];
+                    if (!m) continue;
+                    const size_t p = static_cast<size_t>(y + y0) * w + x + x0;
+                    if (m == 2 && pick && labels[p] >= 0) {
+                        const int a = distance(pixels[p], n.color);
+                        const int b = distance(pixels[p], nodes[labels[p]].color);
+                        if (a > b || (a == b && !tieToNode)) continue;
+                    }
+                    labels[p] = static_cast<int32_t>(i);
+                }
         }
         computeEnds();
     } catch (...) {
@@ -67,19 +128,6 @@ void LabelRaster::computeEnds() {
 int LabelRaster::subtreeEnd(int i) const {
     return i >= 0 && i < static_cast<int>(ends_.size()) ? ends_[i] : i + 1;
 }
-
-namespace {
-
-int distance(const RGBQUAD& a, const RGBQUAD& b) {
-    return std::max({std::abs(a.rgbRed - b.rgbRed), std::abs(a.rgbGreen - b.rgbGreen),
-                     std::abs(a.rgbBlue - b.rgbBlue)});
-}
-
-bool same(const RGBQUAD& a, const RGBQUAD& b) {
-    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
-}
-
-}  // namespace
 
 long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance) {
     if (!pixels || labels.empty() || nodes.empty()) return 0;
@@ -164,7 +212,7 @@ long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance) {
                     bl += pixels[p].rgbBlue;
                 }
                 const long long c = static_cast<long long>(group.size());
-                Node added{nullptr, parent, nodes[parent].depth + 1, RGBQUAD{}, false};
+                Node added{nullptr, parent, nodes[parent].depth + 1, RGBQUAD{}, false, true};
                 added.color.rgbRed = static_cast<BYTE>((r + c / 2) / c);
                 added.color.rgbGreen = static_cast<BYTE>((g + c / 2) / c);
                 added.color.rgbBlue = static_cast<BYTE>((bl + c / 2) / c);
@@ -226,8 +274,7 @@ bool LabelRaster::paintMask(int i, std::vector<uint8_t>& mask, int& x0, int& y0,
     if (i < 0 || i >= static_cast<int>(nodes.size())) return true;
     const KvCtree* t = nodes[i].tree;
     if (t->isFrame || t->dirNum < 1 || !t->chain || width <= 0) return true;
-    const int parent = nodes[i].parent;
-    const bool ownPixels = parent < 0 || nodes[parent].tree->isFrame;
+    const bool ownPixels = nodes[i].ownChain;
 
     // Bounding box of the chain's pixel centres.
     long long x = t->startOffset % width, y = t->startOffset / width;
@@ -278,7 +325,7 @@ bool LabelRaster::paintMask(int i, std::vector<uint8_t>& mask, int& x0, int& y0,
                 const long long px = col + bx0;
                 const bool inside = on[k] ? ownPixels : winding != 0;
                 if (inside && px >= cx0 && px < cx1 && py >= cy0 && py < cy1)
-                    mask[static_cast<size_t>((py - cy0) * mw + (px - cx0))] = 1;
+                    mask[static_cast<size_t>((py - cy0) * mw + (px - cx0))] = on[k] ? 2 : 1;
                 winding += delta[k];
             }
         }

@@ -5,12 +5,23 @@
 // What a node paints (the mapping from chains to pixels). A chain runs
 // through pixel centres with its region on side (d + 1) mod 4 of every step
 // in the contour tree's orientation:
-// - the root outline runs through its own boundary pixels: it paints the
-//   pixels on its chain and those inside it;
-// - every other outline is a hole whose chain runs through the pixels of the
-//   region around it: it paints only the pixels strictly inside its chain;
-// - frames (containers without colour of their own) paint nothing; their
-//   holes paint as holes.
+// - the root outline, and every outline in the hole list of a frame (the
+//   parts of a region the tracer cut where it touches itself, its parent or
+//   the raster border), run through their own boundary pixels: they paint
+//   the pixels on their chain and those inside it;
+// - every other outline is a hole. Its chain is either the hole loop of the
+//   region around it (through that region's pixels: the hole paints only the
+//   pixels strictly inside it) or the hole region's own outer boundary
+//   (through its own pixels: it paints them and those inside). Which one the
+//   tracer kept depends on where it started (parts of frames come either
+//   way too), so when the picture is given the chain's pixels decide: the
+//   chain is the node's own boundary when more of its pixels are nearer the
+//   node's colour than the colour of the node painted there before it.
+//   A hole taken as its own boundary then claims each pixel of its chain
+//   only where that pixel is nearer its colour than what lies there already
+//   (chains of parts can run on both sides). Without the picture the parts
+//   of frames are taken as own boundaries and other holes as hole loops;
+// - frames (containers without colour of their own) paint nothing.
 // "Inside" is the winding number of the chain polygon round the pixel centre.
 // A pixel no node paints keeps label -1.
 //
@@ -37,6 +48,7 @@ public:
         int depth;            // 0 for the root
         RGBQUAD color;        // the region's colour (a frame's is unused)
         bool frame;           // a container without colour of its own
+        bool ownChain;        // the chain runs through the node's own pixels
     };
 
     int width = 0;
@@ -45,7 +57,9 @@ public:
     std::vector<int32_t> labels;  // width * height, row 0 first
 
     // Paints the tree; false when memory runs out or the size is unusable.
-    bool build(const KvCtree* root, int width, int height);
+    // `pixels` (width x height, the picture the tree was traced from) may be
+    // null.
+    bool build(const KvCtree* root, int width, int height, const RGBQUAD* pixels = nullptr);
 
     // Moves every pixel whose colour differs from its label's colour by more
     // than `tolerance` (the largest difference of red, green or blue), or that
@@ -63,8 +77,9 @@ public:
     int subtreeEnd(int i) const;
 
     // The pixels node i paints, as a mask over its chain's bounding box
-    // (clipped to the raster): mask[(y - y0) * w + (x - x0)]. Empty (w = 0)
-    // when it paints nothing. False when memory runs out.
+    // (clipped to the raster): mask[(y - y0) * w + (x - x0)] is 2 for a pixel
+    // on its chain, 1 for one inside, 0 for others. Empty (w = 0) when it
+    // paints nothing. False when memory runs out.
     bool paintMask(int i, std::vector<uint8_t>& mask, int& x0, int& y0, int& w, int& h) const;
 
 private:

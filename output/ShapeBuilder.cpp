@@ -83,7 +83,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
     out.options = options;
     try {
         LabelRaster lr;
-        if (!lr.build(tree, width, height)) return false;
+        if (!lr.build(tree, width, height, pixels)) return false;
         if (pixels && options.reconcileTolerance >= 0) {
             const long long moved = lr.reconcile(pixels, options.reconcileTolerance);
             if (moved < 0) return false;

@@ -38,7 +38,6 @@ void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
         else
             ++s.regions;
         if (hole) ++s.holes;
-        if (node->bezierCount > 1) s.segments += (node->bezierCount - 1) / 3;
         for (const KvCtree::Holes* h = node->holes; h; h = h->next)
             if (h->ctree) stack.push_back({h->ctree, true});
     }
@@ -129,6 +128,7 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
             message = error;
             return BadUsage;
         }
+    options.treeCurves = false;  // the output layer fits its own
     KvCtree* tree = nullptr;
     om1::TraceReport report;
     const om1::Tracer::Result r =
@@ -165,6 +165,11 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     }
     stats.corrected = shapes.reconciledPixels;
     stats.loops = shapes.loops;
+    for (const om1::Shape& sh : shapes.shapes)
+        for (size_t k = 0; k < sh.loops.size(); ++k)
+            stats.segments += k < sh.curves.size() && sh.curves[k].size() >= 4
+                                  ? static_cast<long long>(sh.curves[k].size() - 1) / 3
+                                  : static_cast<long long>(sh.loops[k].vertices().size());
     stats.curved = shapes.curvedLoops;
     if (endsWith(output, ".json")) {
         if (!writeAtomically(

@@ -21,7 +21,8 @@ public:
 
     struct Stats {
         int width = 0, height = 0;
-        int regions = 0, frames = 0, holes = 0, segments = 0;
+        int regions = 0, frames = 0, holes = 0;
+        long long segments = 0;           // curve segments or polygon sides written
         int paths = 0;                    // shapes written
         long long corrected = 0;          // pixels moved to match the picture
         long long loops = 0, curved = 0;  // boundary loops, those kept as fitted curves

@@ -62,12 +62,13 @@ int main(int argc, char** argv) {
             const TraceJob::Stats& s = stats[i];
             if (cl.stats)
                 printf(
-                    "%s -> %s: %dx%d, %d regions, %d frames, %d holes, %d paths, %lld bytes, "
+                    "%s -> %s: %dx%d, %d regions, %d frames, %d holes, %d paths, %lld segments, "
+                    "%lld bytes, "
                     "%lld of %lld loops curved, %lld pixels corrected; decode %.1f ms, trace %.1f "
                     "ms, write %.1f ms\n",
                     cl.inputs[i].c_str(), cl.outputFor(cl.inputs[i]).c_str(), s.width, s.height,
-                    s.regions, s.frames, s.holes, s.paths, s.bytes, s.curved, s.loops, s.corrected,
-                    s.decodeMs, s.traceMs, s.writeMs);
+                    s.regions, s.frames, s.holes, s.paths, s.segments, s.bytes, s.curved, s.loops,
+                    s.corrected, s.decodeMs, s.traceMs, s.writeMs);
             else
                 printf("%s -> %s\n", cl.inputs[i].c_str(), cl.outputFor(cl.inputs[i]).c_str());
         }

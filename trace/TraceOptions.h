@@ -72,6 +72,10 @@ struct TraceOptions {
     bool restitute = false;  // regions take their mean input colour
     int spots = 0;           // two-pass spot restitution up to this area; 0 off
     int maxPaths = 0;        // at most this many coloured nodes; 0 no limit
+
+    // Fill every node's Bezier points, as the entry points do. A host that
+    // fits its own curves (the output layer) can leave them out.
+    bool treeCurves = true;
 };
 
 }  // namespace om1

@@ -131,7 +131,8 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
     kvMngr manager(width, height);
     manager.delSmallOutLn(options.minOutlineLen, exported->exportTree);
     bool ok = manager.createKvCTree(out, exported->exportTree, width) &&
-              manager.convBmToBezierRecurs(out, std::max(options.curveTolerance, 0), width);
+              (!options.treeCurves ||
+               manager.convBmToBezierRecurs(out, std::max(options.curveTolerance, 0), width));
     delete creator;
     delete exported;
     if (!ok) {

@@ -16,12 +16,10 @@
 
 namespace {
 
+// A scratch folder of this process, created when missing.
 std::string dir() {
-    static const std::string d = [] {
-        std::string p = "/tmp/om1-modes-" + std::to_string(getpid());
-        std::system(("mkdir -p " + p).c_str());
-        return p;
-    }();
+    const std::string d = "/tmp/om1-modes-" + std::to_string(getpid());
+    std::system(("mkdir -p " + d).c_str());
     return d;
 }
 

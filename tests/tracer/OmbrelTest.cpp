@@ -82,6 +82,7 @@ TEST(OmbrelConstruction, ValidWithoutAColourRaster) {
     bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     bi->bmiHeader.biWidth = 6;
     bi->bmiHeader.biHeight = 5;
+    bi->bmiHeader.biPlanes = 1;  // the system's GDI refuses anything else
     bi->bmiHeader.biBitCount = 8;
     bi->bmiHeader.biClrUsed = 2;
     reinterpret_cast<RGBQUAD*>(info.data() + sizeof(BITMAPINFOHEADER))[1] = {255, 255, 255, 0};

@@ -8,9 +8,9 @@ import struct
 import sys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-spec = importlib.util.spec_from_file_location("make_example", os.path.join(HERE, "make-example.py"))
-example = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(example)
+loader_info = importlib.util.spec_from_file_location("make_example", os.path.join(HERE, "make-example.py"))
+example = importlib.util.module_from_spec(loader_info)
+loader_info.loader.exec_module(example)
 
 W, H, STEP = 133, 100, 3
 

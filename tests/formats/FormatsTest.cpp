@@ -32,22 +32,6 @@ using om1::ShapeSet;
 
 namespace {
 
-bool shapesOf(const Picture& p, int tolerance, int minLen, OutputOptions::Layout layout,
-              bool polygon, ShapeSet& set) {
-    om1::TraceOptions t;
-    t.tolerancePercent = tolerance;
-    t.minOutlineLen = minLen;
-    KvCtree* tree = nullptr;
-    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree) != om1::Tracer::Done) return false;
-    OutputOptions o;
-    o.layout = layout;
-    o.polygon = polygon;
-    o.reconcileTolerance = static_cast<int>(tolerance * 2.55);
-    const bool ok = om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, set);
-    om1_delKvCTree(tree);
-    return ok;
-}
-
 // The nested example: white, a blue block with a yellow square inside.
 Picture nest() {
     Picture p("nest", 20, 16);

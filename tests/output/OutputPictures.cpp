@@ -6,7 +6,27 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "interface/om1.h"
+#include "output/ShapeBuilder.h"
 #include "stb_image.h"
+#include "trace/Tracer.h"
+
+bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,
+              bool polygon, om1::ShapeSet& set, double curveLimit) {
+    om1::TraceOptions t;
+    t.tolerancePercent = tolerance;
+    t.minOutlineLen = minLen;
+    KvCtree* tree = nullptr;
+    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree) != om1::Tracer::Done) return false;
+    om1::OutputOptions o;
+    o.layout = layout;
+    o.polygon = polygon;
+    o.reconcileTolerance = static_cast<int>(tolerance * 2.55);
+    o.maxCurveAreaError = curveLimit;
+    const bool ok = om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, set);
+    om1_delKvCTree(tree);
+    return ok;
+}
 
 namespace {
 const unsigned kColours[6] = {0xffffff, 0xd02020, 0x2040c0, 0x20a040, 0xf0c000, 0x101010};

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "output/OutputOptions.h"
 #include "output/Shape.h"
 #include "platform/WinTypes.h"
 
@@ -37,6 +38,12 @@ struct Picture {
 // multiplies the sizes of the pictures and their shapes (lines stay one pixel
 // wide, checker squares and noise one pixel).
 std::vector<Picture> hardEdgedPictures(int scale = 1);
+
+// Traces a picture (tolerance in percent, minimum outline length) and builds
+// its shapes with the given layout, polygon or curve mode and curve limit.
+bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,
+              bool polygon, om1::ShapeSet& set,
+              double curveLimit = om1::OutputOptions().maxCurveAreaError);
 
 // How many shapes cover each pixel centre (even-odd rule on the shapes'
 // polygons, or on their curves flattened, when `curves`); frames skipped.

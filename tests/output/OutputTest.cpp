@@ -45,24 +45,6 @@ std::string verts(const CrackLoop& l) {
     return s;
 }
 
-// Traces a picture and builds its shapes.
-bool shapesOf(const Picture& p, int tolerance, int minLen, OutputOptions::Layout layout,
-              bool polygon, ShapeSet& set, double curveLimit = OutputOptions().maxCurveAreaError) {
-    om1::TraceOptions t;
-    t.tolerancePercent = tolerance;
-    t.minOutlineLen = minLen;
-    KvCtree* tree = nullptr;
-    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree) != om1::Tracer::Done) return false;
-    OutputOptions o;
-    o.layout = layout;
-    o.polygon = polygon;
-    o.reconcileTolerance = static_cast<int>(tolerance * 2.55);
-    o.maxCurveAreaError = curveLimit;
-    const bool ok = om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, set);
-    om1_delKvCTree(tree);
-    return ok;
-}
-
 std::string writeSvg(const ShapeSet& set, const std::string& name) {
     const std::string path =
         "/tmp/om1-output-test-" + std::to_string(getpid()) + "-" + name + ".svg";

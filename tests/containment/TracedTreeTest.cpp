@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "golden/GoldenPictures.h"
 #include "containment/CntmTreeCreator.h"
 #include "containment/GeneralFuncs.h"
 #include "raster/OutLineManipulator.h"
@@ -12,15 +13,7 @@
 
 namespace {
 
-struct Picture {
-    int w, h;
-    std::vector<RGBQUAD> px;
-    Picture(int w_, int h_, RGBQUAD c) : w(w_), h(h_), px(static_cast<size_t>(w_) * h_, c) {}
-    void fill(int x0, int y0, int ww, int hh, RGBQUAD c) {
-        for (int y = y0; y < y0 + hh; ++y)
-            for (int x = x0; x < x0 + ww; ++x) px[static_cast<size_t>(y) * w + x] = c;
-    }
-};
+using golden::Picture;
 
 ExportOutLineTree* build(Picture& p, ExportOutLinesStruct& out) {
     AllOutLines all;

@@ -13,7 +13,12 @@ struct Picture {
     int w = 0, h = 0;
     std::vector<RGBQUAD> px;
     Picture() = default;
-    Picture(int w_, int h_) : w(w_), h(h_), px(static_cast<size_t>(w_) * h_) {}
+    Picture(int w_, int h_, RGBQUAD c = RGBQUAD{0, 0, 0, 0})
+        : w(w_), h(h_), px(static_cast<size_t>(w_) * h_, c) {}
+    void fill(int x0, int y0, int ww, int hh, RGBQUAD c) {
+        for (int y = y0; y < y0 + hh; ++y)
+            for (int x = x0; x < x0 + ww; ++x) px[static_cast<size_t>(y) * w + x] = c;
+    }
     void set(int x, int y, int r, int g, int b) {
         px[static_cast<size_t>(y) * w + x] =
             RGBQUAD{static_cast<BYTE>(b), static_cast<BYTE>(g), static_cast<BYTE>(r), 0};

@@ -6,21 +6,14 @@
 #include <cmath>
 #include <vector>
 
+#include "golden/GoldenPictures.h"
 #include "interface/kvMngr.h"
 #include "interface/om1.h"
 #include "platform/Gdi.h"
 
 namespace {
 
-struct Picture {
-    int w, h;
-    std::vector<RGBQUAD> px;
-    Picture(int w_, int h_, RGBQUAD c) : w(w_), h(h_), px(static_cast<size_t>(w_) * h_, c) {}
-    void fill(int x0, int y0, int ww, int hh, RGBQUAD c) {
-        for (int y = y0; y < y0 + hh; ++y)
-            for (int x = x0; x < x0 + ww; ++x) px[static_cast<size_t>(y) * w + x] = c;
-    }
-};
+using golden::Picture;
 
 const RGBQUAD kWhite = {255, 255, 255, 0};
 const RGBQUAD kRed = {0, 0, 255, 0};

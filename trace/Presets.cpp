@@ -71,10 +71,15 @@ TraceOptions Presets::options(Preset p) {
             o.tolerancePercent = 0;
             break;
         case Photo:
-            o.colors = 64;
+            // Few colours and small speckles: the regions of 8 colours are
+            // large, restitution gives each its mean, and small spots keep
+            // the detail (on the photographs of the corpus 8 colours with
+            // speckles of 6 pixels measured 4 dB better than 64 colours with
+            // 0.08 % of the area, at about as many paths as VTracer).
+            o.colors = 8;
             o.antialias = true;
-            o.speckle = 16;
-            o.speckleShare = 0.0008;
+            o.speckle = 6;
+            o.speckleShare = 0.00003;
             o.restitute = true;
             o.tolerancePercent = 0;
             break;

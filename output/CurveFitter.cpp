@@ -46,9 +46,21 @@ const int kSub = 4;  // samples per pixel and axis when comparing areas
 
 // Crossings of the horizontal sample lines (y + (j + 0.5) / kSub) with a
 // closed polyline, per sample row from row y0 on.
-void crossings(const std::vector<PointD>& poly, int y0, int rows,
-               std::vector<std::vector<double>>& out) {
-    out.assign(static_cast<size_t>(rows) * kSub, {});
+// A crossing of an outline with a sample row: the row, where, and which
+// outline (0 the exact one, 1 the fitted one).
+struct Crossing {
+    int row;
+    double x;
+    int which;
+    bool operator<(const Crossing& o) const {
+        return row != o.row ? row < o.row : x != o.x ? x < o.x : which < o.which;
+    }
+};
+
+// Appends where the polygon's edges cross the sample rows (kSub per pixel
+// row from y0, `rows` pixel rows).
+void crossings(const std::vector<PointD>& poly, int y0, int rows, int which,
+               std::vector<Crossing>& out) {
     for (size_t i = 0; i < poly.size(); ++i) {
         const PointD a = poly[i], b = poly[(i + 1) % poly.size()];
         const double lo = std::min(a.y, b.y), hi = std::max(a.y, b.y);
@@ -57,10 +69,9 @@ void crossings(const std::vector<PointD>& poly, int y0, int rows,
             const double cy = y0 + (r + 0.5) / kSub;
             if (cy >= hi) break;
             if (cy < lo) continue;
-            out[static_cast<size_t>(r)].push_back(a.x + (b.x - a.x) * (cy - a.y) / (b.y - a.y));
+            out.push_back({r, a.x + (b.x - a.x) * (cy - a.y) / (b.y - a.y), which});
         }
     }
-    for (auto& row : out) std::sort(row.begin(), row.end());
 }
 
 }  // namespace
@@ -85,26 +96,27 @@ double CurveFitter::areaError(const CrackLoop& loop, const std::vector<PointD>& 
     for (const PointD& p : fitted) minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
     const int y0 = static_cast<int>(std::floor(minY)) - 1;
     const int rows = static_cast<int>(std::ceil(maxY)) + 1 - y0;
-    std::vector<std::vector<double>> a, b;
-    crossings(exact, y0, rows, a);
-    crossings(fitted, y0, rows, b);
+    // Both outlines' crossings, row by row in order along the row (one sort
+    // instead of a list per row).
+    std::vector<Crossing> ev;
+    crossings(exact, y0, rows, 0, ev);
+    crossings(fitted, y0, rows, 1, ev);
+    std::sort(ev.begin(), ev.end());
     // Samples inside one outline and not the other (even-odd rule on both).
     long long wrong = 0;
-    std::vector<std::pair<double, int>> ev;
-    for (size_t r = 0; r < a.size(); ++r) {
-        ev.clear();
-        for (double x : a[r]) ev.push_back({x, 0});
-        for (double x : b[r]) ev.push_back({x, 1});
-        std::sort(ev.begin(), ev.end());
+    for (size_t start = 0; start < ev.size();) {
+        size_t end = start;
+        while (end < ev.size() && ev[end].row == ev[start].row) ++end;
         bool in[2] = {false, false};
-        for (size_t i = 0; i + 1 < ev.size(); ++i) {
-            in[ev[i].second] = !in[ev[i].second];
+        for (size_t i = start; i + 1 < end; ++i) {
+            in[ev[i].which] = !in[ev[i].which];
             if (in[0] != in[1]) {
-                const double lo = std::ceil(ev[i].first * kSub - 0.5);
-                const double hi = std::ceil(ev[i + 1].first * kSub - 0.5);
+                const double lo = std::ceil(ev[i].x * kSub - 0.5);
+                const double hi = std::ceil(ev[i + 1].x * kSub - 0.5);
                 if (hi > lo) wrong += static_cast<long long>(hi - lo);
             }
         }
+        start = end;
     }
     return static_cast<double>(wrong) / (kSub * kSub);
 }

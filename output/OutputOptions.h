@@ -27,6 +27,12 @@ struct OutputOptions {
     // its region's colour before the label raster is corrected against the
     // picture (LabelRaster::reconcile); -1 leaves the painted raster as it is.
     int reconcileTolerance = -1;
+    // Stacked layout: nodes of one colour whose pixels touch (side by side or
+    // corner to corner), such as the parts of a region the tracer cut where it
+    // touches the raster border, are written as one shape, in the slot of the
+    // first of them drawn, when that leaves the drawing exact (every other
+    // one's parent is drawn before that slot); the others get no loops.
+    bool joinParts = false;
 };
 
 }  // namespace om1

@@ -26,7 +26,63 @@ struct Box {
     }
 };
 
-bool stackedLoops(const LabelRaster& lr, ShapeSet& out) {
+bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+// Groups of nodes written as one shape (OutputOptions::joinParts): join[i]
+// is the first node of i's group. Two nodes join when they have one colour,
+// their own pixels touch, and every member's parent stays a proper ancestor
+// of the group's first node, so that drawing the union in that slot leaves
+// the picture as it was (stacked masks of nodes that are not nested never
+// overlap, and each member's descendants are still drawn after it).
+std::vector<int> joinGroups(const LabelRaster& lr) {
+    const int n = static_cast<int>(lr.nodes.size());
+    std::vector<int> join(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) join[i] = i;
+    std::vector<std::pair<int32_t, int32_t>> pairs;
+    auto consider = [&](int32_t a, int32_t b) {
+        if (a < 0 || b < 0 || a == b) return;
+        const LabelRaster::Node &na = lr.nodes[a], &nb = lr.nodes[b];
+        if (na.frame || nb.frame || !sameColour(na.color, nb.color)) return;
+        pairs.emplace_back(std::min(a, b), std::max(a, b));
+    };
+    const int w = lr.width, h = lr.height;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const int32_t* p = &lr.labels[static_cast<size_t>(y) * w + x];
+            if (x + 1 < w) consider(p[0], p[1]);
+            if (y + 1 < h) {
+                consider(p[0], p[w]);
+                if (x + 1 < w) consider(p[0], p[w + 1]);
+                if (x > 0) consider(p[0], p[w - 1]);
+            }
+        }
+    std::sort(pairs.begin(), pairs.end());
+    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+    // deep[r]: the deepest parent of the members of group r (all of them lie
+    // on the path from the root to r); -1 when that is the root's "parent".
+    std::vector<int> deep(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) deep[i] = lr.nodes[i].parent;
+    auto find = [&](int i) {
+        while (join[i] != i) i = join[i] = join[join[i]];
+        return i;
+    };
+    auto properAncestor = [&](int a, int of) { return a < 0 || (a < of && of < lr.subtreeEnd(a)); };
+    for (const auto& pr : pairs) {
+        int ra = find(pr.first), rb = find(pr.second);
+        if (ra == rb) continue;
+        if (rb < ra) std::swap(ra, rb);
+        if (!properAncestor(deep[rb], ra)) continue;
+        join[rb] = ra;
+        if (deep[rb] >= 0 && (deep[ra] < 0 || lr.nodes[deep[rb]].depth > lr.nodes[deep[ra]].depth))
+            deep[ra] = deep[rb];
+    }
+    for (int i = 0; i < n; ++i) join[i] = find(i);
+    return join;
+}
+
+bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
     const int n = static_cast<int>(lr.nodes.size());
     std::vector<Box> boxes(static_cast<size_t>(n));
     std::vector<long long> counts(static_cast<size_t>(n), 0);
@@ -45,19 +101,34 @@ bool stackedLoops(const LabelRaster& lr, ShapeSet& out) {
             counts[p] += counts[i];
         }
     }
+    std::vector<int> join;
+    if (joinParts) join = joinGroups(lr);
+    // members[first .. ] of each group, in node order.
+    std::vector<std::vector<int>> members(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) members[join.empty() ? i : join[i]].push_back(i);
     std::vector<uint8_t> mask;
     for (int i = 0; i < n; ++i) {
         Shape& s = out.shapes[i];
-        s.pixels = counts[i];
-        if (s.role == Shape::Role::Frame || boxes[i].x1 < 0) continue;
-        const Box& b = boxes[i];
+        s.pixels = 0;
+        if (members[i].empty()) continue;  // drawn with the first of its group
+        Box b;
+        for (int m : members[i]) {
+            s.pixels += counts[m];
+            b.add(boxes[m]);
+        }
+        if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
         const int w = b.x1 - b.x0 + 1, h = b.y1 - b.y0 + 1;
-        const int lo = i, hi = lr.subtreeEnd(i);
         mask.assign(static_cast<size_t>(w) * h, 0);
-        for (int y = 0; y < h; ++y) {
-            const int32_t* row = &lr.labels[static_cast<size_t>(y + b.y0) * lr.width + b.x0];
-            for (int x = 0; x < w; ++x)
-                mask[static_cast<size_t>(y) * w + x] = row[x] >= lo && row[x] < hi;
+        for (int m : members[i]) {
+            const Box& mb = boxes[m];
+            if (mb.x1 < 0) continue;
+            const int lo = m, hi = lr.subtreeEnd(m);
+            for (int y = mb.y0; y <= mb.y1; ++y) {
+                const int32_t* row = &lr.labels[static_cast<size_t>(y) * lr.width];
+                uint8_t* mrow = &mask[static_cast<size_t>(y - b.y0) * w];
+                for (int x = mb.x0; x <= mb.x1; ++x)
+                    if (row[x] >= lo && row[x] < hi) mrow[x - b.x0] = 1;
+            }
         }
         if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops)) return false;
     }
@@ -102,7 +173,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
             s.node = n.tree;
         }
         const bool cutout = options.layout == OutputOptions::Layout::Cutout;
-        if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, out))) {
+        if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, out))) {
             out.shapes.clear();
             return false;
         }

@@ -6,8 +6,33 @@
 namespace om1 {
 
 std::string SvgWriter::number(double v) {
+    const double scaled = std::round(v * 100.0);
+    if (std::fabs(scaled) < 1e15) {
+        // Hundredths as an integer: the digits "%.2f" prints for the rounded
+        // value, written without the formatter (it dominated the writer's time).
+        long long k = static_cast<long long>(scaled);
+        if (k == 0) return "0";  // no "-0"
+        char buf[32];
+        char* e = buf + sizeof(buf);
+        char* p = e;
+        const bool negative = k < 0;
+        if (negative) k = -k;
+        const int frac = static_cast<int>(k % 100);
+        k /= 100;
+        if (frac != 0) {
+            if (frac % 10 != 0) *--p = static_cast<char>('0' + frac % 10);
+            *--p = static_cast<char>('0' + frac / 10);
+            *--p = '.';
+        }
+        do {
+            *--p = static_cast<char>('0' + k % 10);
+            k /= 10;
+        } while (k);
+        if (negative) *--p = '-';
+        return std::string(p, e);
+    }
     char buf[64];
-    double r = std::round(v * 100.0) / 100.0;
+    double r = scaled / 100.0;
     if (r == 0) r = 0;  // no "-0"
     snprintf(buf, sizeof(buf), "%.2f", r);
     std::string s(buf);

@@ -215,6 +215,10 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     out.polygon = cl.polygon || om1::Presets::polygonOutput(cl.preset);
     out.curveTolerance = cl.curveTolerance;
     out.reconcileTolerance = static_cast<int>(options.tolerancePercent * 2.55);
+    // The JSON tree keeps one node per traced outline; the drawing formats
+    // write touching parts of one colour as one shape.
+    const om1::OutputFormat::Kind format = cl.formatFor(output);
+    out.joinParts = format != om1::OutputFormat::Kind::Json;
     om1::ShapeSet shapes;
     const bool built = om1::ShapeBuilder::build(tree, traced, img.width, img.height, out, shapes);
     om1_delKvCTree(tree);
@@ -230,7 +234,6 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
                                   ? static_cast<long long>(sh.curves[k].size() - 1) / 3
                                   : static_cast<long long>(sh.loops[k].vertices().size());
     stats.curved = shapes.curvedLoops;
-    const om1::OutputFormat::Kind format = cl.formatFor(output);
     // The whole file or nothing at a path; standard output as it comes.
     auto emit = [&](const std::function<bool(std::ostream&)>& body) {
         if (!toStdout) return pending.commit(body, error);

@@ -22,6 +22,7 @@ int channel(uint32_t c, int ch) {
 struct Entry {
     uint32_t color;
     long long count;
+    uint32_t id;  // position in colour order, before the boxes reorder
 };
 
 struct Box {
@@ -64,16 +65,37 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
     const size_t n = static_cast<size_t>(width) * height;
     try {
+        // Distinct colours and their counts: pixel numbers sorted by colour
+        // (two 12-bit counting passes), runs of one colour become entries.
         std::vector<Entry> entries;
+        std::vector<uint32_t> entryOf(n);
         {
-            std::vector<uint32_t> all(n);
-            for (size_t i = 0; i < n; ++i) all[i] = pack(pixels[i]);
-            std::sort(all.begin(), all.end());
-            for (size_t i = 0; i < n;) {
-                size_t j = i;
-                while (j < n && all[j] == all[i]) ++j;
-                entries.push_back({all[i], static_cast<long long>(j - i)});
-                i = j;
+            std::vector<uint32_t> key(n), order(n), tmp(n);
+            for (size_t i = 0; i < n; ++i) key[i] = pack(pixels[i]);
+            std::vector<size_t> start(4097);
+            for (int pass = 0; pass < 2; ++pass) {
+                const int shift = 12 * pass;
+                std::fill(start.begin(), start.end(), 0);
+                for (size_t i = 0; i < n; ++i) ++start[((key[i] >> shift) & 4095) + 1];
+                for (int b = 0; b < 4096; ++b) start[b + 1] += start[b];
+                if (pass == 0) {
+                    for (size_t i = 0; i < n; ++i)
+                        order[start[key[i] & 4095]++] = static_cast<uint32_t>(i);
+                } else {
+                    for (size_t k = 0; k < n; ++k) {
+                        const uint32_t i = order[k];
+                        tmp[start[(key[i] >> 12) & 4095]++] = i;
+                    }
+                    order.swap(tmp);
+                }
+            }
+            for (size_t k = 0; k < n;) {
+                const uint32_t c = key[order[k]];
+                const uint32_t id = static_cast<uint32_t>(entries.size());
+                size_t j = k;
+                while (j < n && key[order[j]] == c) entryOf[order[j++]] = id;
+                entries.push_back({c, static_cast<long long>(j - k), id});
+                k = j;
             }
         }
         std::vector<Box> boxes(1);
@@ -148,12 +170,11 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             auto byte = [&](int c) { return static_cast<BYTE>(std::lround(mean[3 * b + c])); };
             colours[b] = RGBQUAD{byte(2), byte(1), byte(0), 0};
         }
-        std::unordered_map<uint32_t, uint32_t> lookup;
-        lookup.reserve(entries.size() * 2);
-        for (size_t i = 0; i < entries.size(); ++i) lookup[entries[i].color] = nearest[i];
+        std::vector<uint32_t> nearestOf(entries.size());
+        for (size_t i = 0; i < entries.size(); ++i) nearestOf[entries[i].id] = nearest[i];
         std::vector<bool> used(k, false);
         for (size_t i = 0; i < n; ++i) {
-            const uint32_t b = lookup[pack(pixels[i])];
+            const uint32_t b = nearestOf[entryOf[i]];
             used[b] = true;
             const BYTE reserved = pixels[i].rgbReserved;
             pixels[i] = colours[b];

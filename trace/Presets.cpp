@@ -64,17 +64,25 @@ TraceOptions Presets::options(Preset p) {
             o.seed = TraceOptions::Seed::Fixed;
             break;
         case Graphic:
-            o.colors = 64;
+            // 16 colours: on the anti-aliased art of the corpus 1.1 dB better
+            // than 64 at about as many paths (in-between colours that survive
+            // the quantiser make slivers).
+            o.colors = 16;
             o.antialias = true;
             o.speckle = 4;
             o.speckleShare = 0.0005;
             o.tolerancePercent = 0;
             break;
         case Photo:
-            o.colors = 64;
+            // Few colours and small speckles: the regions of 8 colours are
+            // large, restitution gives each its mean, and small spots keep
+            // the detail (on the photographs of the corpus 8 colours with
+            // speckles of 6 pixels measured 4 dB better than 64 colours with
+            // 0.08 % of the area, at about as many paths as VTracer).
+            o.colors = 8;
             o.antialias = true;
-            o.speckle = 16;
-            o.speckleShare = 0.0008;
+            o.speckle = 6;
+            o.speckleShare = 0.00003;
             o.restitute = true;
             o.tolerancePercent = 0;
             break;

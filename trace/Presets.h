@@ -4,14 +4,15 @@
 //
 //   plain    the entry points' behaviour: the nine fixed seeds, no stages
 //   graphic  flat colours with anti-aliased edges (logos, icons, clip art):
-//            64 colours, anti-alias cleanup, speckle filter of 1/2000 of the
-//            picture's area (at least 4 pixels),
-//            tracer tolerance 0. The default: on anti-aliased art it writes
-//            about as many paths as the source has shapes, and on
-//            photographs it still gives a usable picture.
-//   photo    natural pictures: 64 colours, anti-alias cleanup, speckle
-//            filter of 0.08 % of the area (at least 16 pixels), regions in the mean colour of the
-//            pixels they cover (the filters measured no better here)
+//            16 colours, anti-alias cleanup, speckle filter of 1/2000 of the
+//            picture's area (at least 4 pixels), tracer tolerance 0. The
+//            default: on anti-aliased art it writes about as many paths as
+//            the source has shapes, and on photographs it still gives a
+//            usable picture.
+//   photo    natural pictures: 8 colours, anti-alias cleanup, speckle
+//            filter of 6 pixels (0.003 % of the area on larger pictures),
+//            regions in the mean colour of the pixels they cover (the
+//            filters measured no better here)
 //   bw       black and white by a luminance threshold (chosen from the
 //            picture, Otsu), speckle 8
 //   pixel    hard-edged pixel art: exact colours, every region kept, drawn

@@ -18,6 +18,7 @@
 #include "output/ShapeBuilder.h"
 #include "output/SvgWriter.h"
 #include "stb_image.h"
+#include "trace/Presets.h"
 #include "trace/Tracer.h"
 
 using om1::Corner;
@@ -126,6 +127,99 @@ TEST(ShapeBuilder, RedBlockIsExactInEveryMode) {
                     EXPECT_EQ(owner[y * 40 + x] == 1, x >= 2 && x < 12 && y >= 3 && y < 10)
                         << x << "," << y << (polygon ? " polygon" : " curves");
         }
+}
+
+// Joined parts: touching nodes of one colour become one shape and the
+// drawing stays exact (every pixel centre shows its prepared colour). The
+// arch is a silhouette on white touching the top border with smooth edges:
+// the tracer cuts the white into parts at the border, written as one shape.
+TEST(ShapeBuilder, JoinedPartsStayExact) {
+    Picture diagonal("diagonal", 12, 12);
+    diagonal.fill(0, 0, 12, 12, 0xffffff);
+    diagonal.fill(2, 2, 3, 3, 0x000000);
+    diagonal.fill(5, 5, 3, 3, 0x000000);
+    Picture stripes("stripes", 40, 30);
+    stripes.fill(0, 0, 40, 30, 0xffffff);
+    stripes.fill(10, 0, 5, 30, 0x000000);
+    stripes.fill(25, 0, 5, 30, 0x000000);
+    Picture arch("arch", 96, 96);
+    for (int y = 0; y < 96; ++y)
+        for (int x = 0; x < 96; ++x) {
+            int in = 0;
+            for (int s = 0; s < 16; ++s) {
+                const double px = x + (s % 4 + 0.5) / 4, py = y + (s / 4 + 0.5) / 4;
+                const double r = std::hypot(px - 48, py - 45);
+                in += (r >= 36 && r <= 45.6 && py < 45) ||
+                      ((std::fabs(px - 8) < 7 || std::fabs(px - 88) < 7) && py >= 40 && py <= 70);
+            }
+            const unsigned v = (46 * in + 255 * (16 - in)) / 16;
+            arch.set(x, y, v << 16 | std::min(v + 5, 255u) << 8 | std::min(v + 8, 255u));
+        }
+    struct Case {
+        const Picture& picture;
+        om1::Presets::Preset preset;
+        int nodes, joined;  // coloured nodes; shapes written with joinParts
+    };
+    const Case cases[] = {{diagonal, om1::Presets::Pixel, 3, 2},
+                          {stripes, om1::Presets::Pixel, 5, 5},
+                          {arch, om1::Presets::Graphic, 6, 2}};
+    for (const Case& c : cases) {
+        const Picture& p = c.picture;
+        KvCtree* tree = nullptr;
+        om1::TraceReport report;
+        ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, om1::Presets::options(c.preset), tree,
+                                     &report),
+                  om1::Tracer::Done)
+            << p.name;
+        const std::vector<RGBQUAD>& seen = report.prepared.empty() ? p.px : report.prepared;
+        for (bool join : {false, true}) {
+            OutputOptions o;
+            o.polygon = true;
+            o.joinParts = join;
+            ShapeSet set;
+            ASSERT_TRUE(om1::ShapeBuilder::build(tree, seen.data(), p.w, p.h, o, set)) << p.name;
+            int drawn = 0;
+            for (const om1::Shape& s : set.shapes) drawn += !s.loops.empty();
+            EXPECT_EQ(drawn, join ? c.joined : c.nodes) << p.name;
+            std::vector<int> owner;
+            centreCoverage(set, false, owner);
+            int wrong = 0;
+            for (size_t i = 0; i < owner.size(); ++i) {
+                const RGBQUAD& a = set.shapes[owner[i]].color;
+                const RGBQUAD& b = seen[i];
+                wrong += owner[i] < 0 || a.rgbRed != b.rgbRed || a.rgbGreen != b.rgbGreen ||
+                         a.rgbBlue != b.rgbBlue;
+            }
+            EXPECT_EQ(wrong, 0) << p.name << (join ? " joined" : "");
+        }
+        om1_delKvCTree(tree);
+    }
+    // Noise and checkerboards: many corner contacts, still exact.
+    for (const Picture& p : hardEdgedPictures()) {
+        ShapeSet plain, joined;
+        ASSERT_TRUE(shapesOf(p, 0, 0, kStacked, true, plain));
+        KvCtree* tree = nullptr;
+        om1::TraceOptions t;
+        t.tolerancePercent = 0;
+        t.minOutlineLen = 0;
+        ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree), om1::Tracer::Done);
+        OutputOptions o;
+        o.polygon = true;
+        o.joinParts = true;
+        o.reconcileTolerance = 0;
+        ASSERT_TRUE(om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, joined));
+        om1_delKvCTree(tree);
+        std::vector<int> a, b;
+        centreCoverage(plain, false, a);
+        centreCoverage(joined, false, b);
+        int wrong = 0;
+        for (size_t i = 0; i < a.size(); ++i) {
+            const RGBQUAD &ca = plain.shapes[a[i]].color, &cb = joined.shapes[b[i]].color;
+            wrong += a[i] < 0 || b[i] < 0 || ca.rgbRed != cb.rgbRed || ca.rgbGreen != cb.rgbGreen ||
+                     ca.rgbBlue != cb.rgbBlue;
+        }
+        EXPECT_EQ(wrong, 0) << p.name;
+    }
 }
 
 // Painting a tree: the root paints its own boundary pixels, a hole only what

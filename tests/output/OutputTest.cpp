@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -64,8 +65,9 @@ bool shapesOf(const Picture& p, int tolerance, int minLen, OutputOptions::Layout
 }
 
 std::string writeSvg(const ShapeSet& set, const std::string& name) {
-    const std::string path =
-        "/tmp/om1-output-test-" + std::to_string(getpid()) + "-" + name + ".svg";
+    const std::string path = (std::filesystem::temp_directory_path() /
+                              ("om1-output-test-" + std::to_string(getpid()) + "-" + name + ".svg"))
+                                 .string();
     std::ofstream f(path);
     EXPECT_TRUE(om1::SvgWriter::write(f, set));
     return path;

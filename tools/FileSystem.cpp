@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -51,6 +52,17 @@ bool FileSystem::realFolder(const std::string& folder, std::string& real) {
     real = buf;
 #endif
     return true;
+}
+
+std::string FileSystem::comparable(const std::string& path) {
+#ifdef _WIN32
+    std::string key = path;
+    for (char& c : key)
+        c = c == '\\' ? '/' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return key;
+#else
+    return path;
+#endif
 }
 
 bool FileSystem::identity(const std::string& path, std::pair<uint64_t, uint64_t>& id) {

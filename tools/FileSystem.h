@@ -22,6 +22,10 @@ public:
     // The folder's absolute path with "." and ".." (and on Linux links)
     // resolved; false when it does not exist.
     static bool realFolder(const std::string& folder, std::string& real);
+    // The path as the file system compares names: on Windows without case
+    // and with one kind of separator ("C:\Out\A.svg" and "c:/out/a.SVG" name
+    // one file), unchanged on Linux.
+    static std::string comparable(const std::string& path);
     // Two paths of the same existing file give the same identity (device and
     // inode; on Windows volume and file index). False when the file is not
     // there.

@@ -27,7 +27,7 @@ bool OutputPaths::check(const CommandLine& cl, std::string& error) {
     for (size_t i = 0; i < cl.inputs.size(); ++i) {
         const std::string out = cl.outputAt(i);
         if (out == "-") continue;  // standard output
-        auto [at, added] = outputs.emplace(canonical(out), i);
+        auto [at, added] = outputs.emplace(FileSystem::comparable(canonical(out)), i);
         if (!added) {
             error = cl.inputs[at->second] + " and " + cl.inputs[i] + " are both written to " + out +
                     " (one result would be lost; use -d DIR or rename one)";

@@ -11,6 +11,7 @@
 
 #include "input/TestPictures.h"
 #include "tools/CommandLine.h"
+#include "tools/OutputPaths.h"
 #include "tools/TraceJob.h"
 #include "tools/ToolProcess.h"
 
@@ -81,6 +82,45 @@ TEST(CommandLine, OptionsAndUsageErrors) {
         EXPECT_FALSE(parse(bad, c, e)) << (bad.empty() ? "" : bad.back());
         EXPECT_FALSE(e.empty());
     }
+}
+
+// Outputs beside the input or under -d: '\\' and a drive's ':' separate
+// folders on Windows only; elsewhere they are part of a name.
+TEST(CommandLine, OutputPathsOfEachSystem) {
+    struct Row {
+        std::string input, dir, onLinux, onWindows;
+    };
+    const Row rows[] = {
+        {"C:\\pics\\a.png", "", "C:\\pics\\a.svg", "C:\\pics\\a.svg"},
+        {"C:\\pics\\a.png", "D:\\out", "D:\\out/C:\\pics\\a.svg", "D:\\out/a.svg"},
+        {"C:a.png", "out", "out/C:a.svg", "out/a.svg"},
+        {"pics/b.v1.jpg", "out", "out/b.v1.svg", "out/b.v1.svg"},
+    };
+    for (const Row& r : rows) {
+        CommandLine cl;
+        std::string e;
+        ASSERT_TRUE(parse(r.dir.empty() ? std::vector<std::string>{r.input}
+                                        : std::vector<std::string>{r.input, "-d", r.dir},
+                          cl, e))
+            << e;
+#ifdef _WIN32
+        EXPECT_EQ(cl.outputFor(r.input), r.onWindows);
+#else
+        EXPECT_EQ(cl.outputFor(r.input), r.onLinux);
+#endif
+    }
+    // Names that differ only in case are one file on Windows.
+    TempDir d;
+    CommandLine cl;
+    std::string e;
+    ASSERT_TRUE(parse({d.file("a/x.png"), d.file("b/X.png"), "-d", d.path}, cl, e)) << e;
+    ASSERT_TRUE(cl.expandInputs(e)) << e;
+#ifdef _WIN32
+    EXPECT_FALSE(OutputPaths::check(cl, e));
+    EXPECT_NE(e.find("are both written to"), std::string::npos) << e;
+#else
+    EXPECT_TRUE(OutputPaths::check(cl, e)) << e;
+#endif
 }
 
 TEST(TraceJob, WritesWholeOutputsOrNone) {

@@ -67,23 +67,15 @@ void jpegOutput(j_common_ptr) {}
 
 // stb_image reads through these callbacks. A read that finds no byte left
 // means the decoder wanted more data than the file has: stb_image would go on
-// with zero bytes, so the file is refused as cut short. `tail` is read after
-// the file's own bytes (a PNG's missing end chunk).
+// with zero bytes, so the file is refused as cut short.
 struct StbFile {
     FILE* f;
     bool ranOut = false;
-    std::string tail;
 };
 
 int stbRead(void* user, char* data, int size) {
     StbFile* s = static_cast<StbFile*>(user);
     size_t n = fread(data, 1, static_cast<size_t>(size), s->f);
-    if (n < static_cast<size_t>(size) && !s->tail.empty()) {
-        const size_t more = std::min(s->tail.size(), static_cast<size_t>(size) - n);
-        memcpy(data + n, s->tail.data(), more);
-        s->tail.erase(0, more);
-        n += more;
-    }
     if (n == 0 && size > 0) s->ranOut = true;
     return static_cast<int>(n);
 }
@@ -91,8 +83,7 @@ void stbSkip(void* user, int n) {
     fseek(static_cast<StbFile*>(user)->f, n, SEEK_CUR);
 }
 int stbEof(void* user) {
-    const StbFile* s = static_cast<StbFile*>(user);
-    return feof(s->f) && s->tail.empty();
+    return feof(static_cast<StbFile*>(user)->f);
 }
 
 uint32_t le(const unsigned char* p, int n) {
@@ -151,26 +142,22 @@ uint32_t be(const unsigned char* p) {
 }
 
 // Walks a PNG's chunks and checks every checksum, as stb_image checks none.
-// A file that ends cleanly after its pixel data, without the end chunk, is
-// read as it is by the Linux decoder: `tail` then receives that chunk.
-bool checkPng(FILE* f, std::string& tail, std::string& error) {
+// As on Linux, a file may end inside the checksum of its end chunk (IEND),
+// not before; `endCut` tells that it does (stb_image then reads past the end
+// for that checksum alone, after every pixel).
+bool checkPng(FILE* f, bool& endCut, std::string& error) {
+    endCut = false;
     uint32_t table[256];
     for (uint32_t n = 0; n < 256; ++n) {
         uint32_t c = n;
         for (int k = 0; k < 8; ++k) c = c & 1 ? 0xEDB88320u ^ (c >> 1) : c >> 1;
         table[n] = c;
     }
-    bool sawData = false;
     std::vector<unsigned char> buf(1 << 16);
     fseek(f, 8, SEEK_SET);
     for (;;) {
         unsigned char head[8];
-        const size_t got = fread(head, 1, sizeof(head), f);
-        if (got == 0 && sawData) {
-            tail.assign("\0\0\0\0IEND\xAE\x42\x60\x82", 12);
-            break;
-        }
-        if (got < sizeof(head)) {
+        if (fread(head, 1, sizeof(head), f) < sizeof(head)) {
             error = "the file is cut short";
             return false;
         }
@@ -192,6 +179,8 @@ bool checkPng(FILE* f, std::string& tail, std::string& error) {
         }
         unsigned char stored[4];
         if (fread(stored, 1, 4, f) != 4) {
+            endCut = type == "IEND";
+            if (endCut) break;
             error = "the file is cut short";
             return false;
         }
@@ -199,7 +188,6 @@ bool checkPng(FILE* f, std::string& tail, std::string& error) {
             error = "the chunk " + type + " has a wrong checksum";
             return false;
         }
-        if (type == "IDAT") sawData = true;
         if (type == "IEND") break;
     }
     rewind(f);
@@ -312,14 +300,14 @@ bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, l
         error = prefix + error;
         return false;
     }
-    StbFile src{f, false, {}};
+    bool endCut = false;  // a PNG ending inside its end chunk's checksum
 #ifdef _WIN32
-    if (strcmp(format, "PNG") == 0 && !checkPng(f, src.tail, error)) {
+    if (strcmp(format, "PNG") == 0 && !checkPng(f, endCut, error)) {
         error = prefix + error;
         return false;
     }
-    const std::string tail = src.tail;
 #endif
+    StbFile src{f};
     const stbi_io_callbacks io = {stbRead, stbSkip, stbEof};
     int w = 0, h = 0, comp = 0;
     if (!stbi_info_from_callbacks(&io, &src, &w, &h, &comp)) {
@@ -327,9 +315,6 @@ bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, l
         return false;
     }
     rewind(f);
-#ifdef _WIN32
-    src.tail = tail;
-#endif
     h = h == INT_MIN ? 0 : std::abs(h);  // a BMP stored top-down has a negative height
     if (!sizeAllowed(w, h, maxPixels, error)) return false;
     src.ranOut = false;
@@ -338,7 +323,7 @@ bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, l
         error = prefix + stbi_failure_reason();
         return false;
     }
-    if (src.ranOut) {
+    if (src.ranOut && !endCut) {
         stbi_image_free(data);
         error = prefix + "the file is cut short";
         return false;

@@ -4,8 +4,8 @@
 // are decoded. Transparent pixels are composited over a background colour.
 //
 // Files cut short or with damaged data are refused, never decoded with
-// made-up pixels: libspng's errors (checksums included; a PNG whose pixel data is whole is read
-// even when its final IEND chunk is cut), every libjpeg warning (the
+// made-up pixels: libspng's errors (checksums included; a PNG is read when it ends inside the
+// checksum of its final IEND chunk, not before), every libjpeg warning (the
 // library would otherwise fill missing data with grey), a BMP shorter than the rows its header
 // promises, and any read past the end of a BMP or GIF. No decoder writes to the terminal; every
 // message comes back in `error`, starting with the format ("not a readable JPEG file: Premature end
@@ -13,8 +13,9 @@
 //
 // On Windows (no MinGW builds of libspng and libjpeg in Debian) stb_image
 // decodes PNG and JPEG too. Its refusals there: a PNG chunk with a wrong
-// checksum (checked before decoding, as stb_image checks none), any read past
-// the end of the file, and the JPEG markers stb_image does not know (such as
+// checksum and a PNG that ends before its end chunk's checksum (both checked
+// before decoding, as stb_image checks neither), any read past the end of the
+// file, and the JPEG markers stb_image does not know (such as
 // one inside the entropy-coded data). Damage that keeps a JPEG's structure
 // intact is decoded as the data says, where libjpeg would warn.
 #pragma once

@@ -156,4 +156,13 @@ TEST(ImageLoader, RefusesTruncatedAndCorruptFiles) {
         std::string e;
         EXPECT_FALSE(ImageLoader::load(d.file("bad"), 1000000, {}, img, e)) << dm.name;
     }
+    // A PNG is read when it ends inside its end chunk's checksum, not before.
+    const std::vector<unsigned char> png = readBytes(d.file("a.png"));
+    for (size_t cut : {12, 8, 4, 1}) {
+        ASSERT_TRUE(TestPicture::save(d.file("end.png"), {png.begin(), png.end() - cut}));
+        RasterImage img;
+        std::string e;
+        EXPECT_EQ(ImageLoader::load(d.file("end.png"), 1000000, {}, img, e), cut <= 4)
+            << cut << " bytes cut: " << e;
+    }
 }

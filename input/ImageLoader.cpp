@@ -1,11 +1,14 @@
 #include "input/ImageLoader.h"
 
+#ifndef _WIN32
 #include <jpeglib.h>
-#include <spng.h>
 #include <setjmp.h>
+#include <spng.h>
+#endif
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -13,7 +16,7 @@
 #include <cstring>
 #include <memory>
 
-#include "stb/stb_image.h"
+#include "stb_image.h"
 
 namespace {
 
@@ -40,6 +43,7 @@ bool sizeAllowed(long long w, long long h, long long maxPixels, std::string& err
     return true;
 }
 
+#ifndef _WIN32
 struct JpegError {
     jpeg_error_mgr mgr;
     jmp_buf jump;
@@ -59,6 +63,7 @@ void jpegMessage(j_common_ptr cinfo, int level) {
     if (level < 0) jpegError(cinfo);
 }
 void jpegOutput(j_common_ptr) {}
+#endif
 
 // stb_image reads through these callbacks. A read that finds no byte left
 // means the decoder wanted more data than the file has: stb_image would go on
@@ -131,6 +136,65 @@ bool checkBmp(FILE* f, long long fileSize, std::string& error) {
     return true;
 }
 
+#ifdef _WIN32
+uint32_t be(const unsigned char* p) {
+    return static_cast<uint32_t>(p[0]) << 24 | p[1] << 16 | p[2] << 8 | p[3];
+}
+
+// Walks a PNG's chunks and checks every checksum, as stb_image checks none.
+// As on Linux, a file may end inside the checksum of its end chunk (IEND),
+// not before; `endCut` tells that it does (stb_image then reads past the end
+// for that checksum alone, after every pixel).
+bool checkPng(FILE* f, bool& endCut, std::string& error) {
+    endCut = false;
+    uint32_t table[256];
+    for (uint32_t n = 0; n < 256; ++n) {
+        uint32_t c = n;
+        for (int k = 0; k < 8; ++k) c = c & 1 ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+        table[n] = c;
+    }
+    std::vector<unsigned char> buf(1 << 16);
+    fseek(f, 8, SEEK_SET);
+    for (;;) {
+        unsigned char head[8];
+        if (fread(head, 1, sizeof(head), f) < sizeof(head)) {
+            error = "the file is cut short";
+            return false;
+        }
+        const std::string type(reinterpret_cast<const char*>(head + 4), 4);
+        uint32_t left = be(head), crc = 0xFFFFFFFFu;
+        if (left > 0x7FFFFFFFu) {
+            error = "the chunk " + type + " is too long";
+            return false;
+        }
+        for (int k = 4; k < 8; ++k) crc = table[(crc ^ head[k]) & 0xFF] ^ (crc >> 8);
+        while (left > 0) {
+            const size_t n = fread(buf.data(), 1, std::min<size_t>(left, buf.size()), f);
+            if (n == 0) {
+                error = "the file is cut short";
+                return false;
+            }
+            for (size_t k = 0; k < n; ++k) crc = table[(crc ^ buf[k]) & 0xFF] ^ (crc >> 8);
+            left -= static_cast<uint32_t>(n);
+        }
+        unsigned char stored[4];
+        if (fread(stored, 1, 4, f) != 4) {
+            endCut = type == "IEND";
+            if (endCut) break;
+            error = "the file is cut short";
+            return false;
+        }
+        if ((crc ^ 0xFFFFFFFFu) != be(stored)) {
+            error = "the chunk " + type + " has a wrong checksum";
+            return false;
+        }
+        if (type == "IEND") break;
+    }
+    rewind(f);
+    return true;
+}
+#endif
+
 }  // namespace
 
 void ImageLoader::composite(RasterImage& img, const std::vector<uint8_t>& rgba, Background bg) {
@@ -150,6 +214,7 @@ void ImageLoader::composite(RasterImage& img, const std::vector<uint8_t>& rgba, 
     }
 }
 
+#ifndef _WIN32
 bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out,
                           std::vector<uint8_t>& rgba, std::string& error) {
     std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> ctx(spng_ctx_new(0), spng_ctx_free);
@@ -226,6 +291,8 @@ bool ImageLoader::loadJpeg(FILE* f, long long maxPixels, RasterImage& out,
     return true;
 }
 
+#endif
+
 bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, long long maxPixels,
                               RasterImage& out, std::vector<uint8_t>& rgba, std::string& error) {
     const std::string prefix = std::string("not a readable ") + format + " file: ";
@@ -233,8 +300,15 @@ bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, l
         error = prefix + error;
         return false;
     }
-    const stbi_io_callbacks io = {stbRead, stbSkip, stbEof};
+    bool endCut = false;  // a PNG ending inside its end chunk's checksum
+#ifdef _WIN32
+    if (strcmp(format, "PNG") == 0 && !checkPng(f, endCut, error)) {
+        error = prefix + error;
+        return false;
+    }
+#endif
     StbFile src{f};
+    const stbi_io_callbacks io = {stbRead, stbSkip, stbEof};
     int w = 0, h = 0, comp = 0;
     if (!stbi_info_from_callbacks(&io, &src, &w, &h, &comp)) {
         error = prefix + stbi_failure_reason();
@@ -249,7 +323,7 @@ bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, l
         error = prefix + stbi_failure_reason();
         return false;
     }
-    if (src.ranOut) {
+    if (src.ranOut && !endCut) {
         stbi_image_free(data);
         error = prefix + "the file is cut short";
         return false;
@@ -265,7 +339,12 @@ bool ImageLoader::load(const std::string& path, long long maxPixels, Background 
                        RasterImage& out, std::string& error) {
     std::unique_ptr<FILE, FileCloser> f(fopen(path.c_str(), "rb"));
     if (!f) {
-        error = std::string("cannot open: ") + strerror(errno);
+        const int e = errno;
+        struct stat st = {};
+        // Windows does not open folders at all.
+        error = stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)
+                    ? std::string("is a directory")
+                    : std::string("cannot open: ") + strerror(e);
         return false;
     }
     return loadStream(f.get(), maxPixels, background, out, error);
@@ -291,9 +370,17 @@ bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background
     bool ok;
     std::vector<uint8_t> rgba;  // straight colours and alpha, row 0 at the top
     if (got >= 8 && memcmp(magic, "\x89PNG\r\n\x1a\n", 8) == 0) {
+#ifdef _WIN32
+        ok = loadWithStb(f, fileSize, "PNG", maxPixels, out, rgba, error);
+#else
         ok = loadPng(f, maxPixels, out, rgba, error);
+#endif
     } else if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) {
+#ifdef _WIN32
+        ok = loadWithStb(f, fileSize, "JPEG", maxPixels, out, rgba, error);
+#else
         ok = loadJpeg(f, maxPixels, out, rgba, error);
+#endif
     } else if (got >= 2 && magic[0] == 'B' && magic[1] == 'M') {
         ok = loadWithStb(f, fileSize, "BMP", maxPixels, out, rgba, error);
     } else if (got >= 6 && memcmp(magic, "GIF8", 4) == 0) {

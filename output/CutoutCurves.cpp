@@ -216,9 +216,9 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                     }
                     Curve piece;
                     const int steps = static_cast<int>(pc.size()) - 1;
-                    const bool near = dist[j] <= 4.0 && dist[j2] <= 4.0;
+                    const bool closeBy = dist[j] <= 4.0 && dist[j2] <= 4.0;
                     const bool ordered = js.size() == 1 || at[j2] != at[j];
-                    if (steps < 3 || !near || !ordered) {
+                    if (steps < 3 || !closeBy || !ordered) {
                         straightPiece(pc, piece);
                     } else {
                         piece.push_back({static_cast<double>(ca.x), static_cast<double>(ca.y)});

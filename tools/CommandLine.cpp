@@ -1,14 +1,13 @@
 #include "tools/CommandLine.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include "tools/FileSystem.h"
 
 namespace {
 
@@ -36,7 +35,7 @@ bool parseColour(std::string s, ImageLoader::Background& bg) {
 }
 
 std::string baseName(const std::string& path) {
-    size_t slash = path.find_last_of('/');
+    size_t slash = FileSystem::lastSeparator(path);
     std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
     size_t dot = name.find_last_of('.');
     return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
@@ -225,7 +224,7 @@ std::string CommandLine::outputFor(const std::string& input) const {
     std::string name = (input == "-" ? std::string("stdin") : baseName(input)) + "." +
                        om1::OutputFormat::extension(format);
     if (!dir.empty()) return dir + "/" + name;
-    size_t slash = input.find_last_of('/');
+    size_t slash = FileSystem::lastSeparator(input);
     return slash == std::string::npos ? name : input.substr(0, slash + 1) + name;
 }
 
@@ -246,17 +245,12 @@ bool isPicture(const std::string& name) {
     return ext == "png" || ext == "jpg" || ext == "jpeg" || ext == "bmp" || ext == "gif";
 }
 
-bool isDirectory(const std::string& path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
 }  // namespace
 
 bool CommandLine::expandInputs(std::string& error) {
     std::vector<std::string> files, subs;
     for (const std::string& in : inputs) {
-        if (in == "-" || !isDirectory(in)) {
+        if (in == "-" || !FileSystem::isDirectory(in)) {
             files.push_back(in);
             subs.emplace_back();
             continue;
@@ -268,22 +262,19 @@ bool CommandLine::expandInputs(std::string& error) {
             const std::string rel = todo.back();
             todo.pop_back();
             const std::string path = rel.empty() ? in : in + "/" + rel;
-            DIR* d = opendir(path.c_str());
-            if (!d) {
-                error = path + ": " + strerror(errno);
+            std::vector<std::string> names;
+            if (!FileSystem::list(path, names, error)) {
+                error = path + ": " + error;
                 return false;
             }
-            while (const dirent* e = readdir(d)) {
-                const std::string name = e->d_name;
-                if (name == "." || name == "..") continue;
+            for (const std::string& name : names) {
                 const std::string full = path + "/" + name;
-                if (isDirectory(full)) {
+                if (FileSystem::isDirectory(full)) {
                     if (recursive) todo.push_back(rel.empty() ? name : rel + "/" + name);
                 } else if (isPicture(name)) {
                     found.emplace_back(rel, name);
                 }
             }
-            closedir(d);
         }
         if (found.empty()) {
             error = in + ": no pictures in this directory" +
@@ -291,8 +282,9 @@ bool CommandLine::expandInputs(std::string& error) {
             return false;
         }
         std::sort(found.begin(), found.end());
-        const std::string base =
-            in.size() > 1 && in.back() == '/' ? in.substr(0, in.size() - 1) : in;
+        const bool endsInSeparator =
+            in.size() > 1 && FileSystem::lastSeparator(in) == in.size() - 1;
+        const std::string base = endsInSeparator ? in.substr(0, in.size() - 1) : in;
         for (const auto& [rel, name] : found) {
             files.push_back(base + "/" + (rel.empty() ? name : rel + "/" + name));
             subs.push_back(rel);

@@ -2,8 +2,9 @@
 // is traced. A run is refused when two inputs would be written to the same
 // file (one result would be lost) or when an output is one of the inputs
 // (the picture would be replaced by its own trace), however the paths are
-// spelled: outputs are compared by their folder's real path and name, inputs
-// by device and inode, so links and "dir/./x" are caught too.
+// spelled: outputs are compared by their folder's real path and name (on
+// Windows without case), inputs by device and inode (volume and file index),
+// so links and "dir/./x" are caught too.
 #pragma once
 
 #include <string>

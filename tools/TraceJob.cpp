@@ -18,6 +18,7 @@
 #include "output/JsonWriter.h"
 #include "output/OutputFormat.h"
 #include "output/ShapeBuilder.h"
+#include "tools/FileSystem.h"
 #include "trace/Tracer.h"
 
 namespace {
@@ -45,9 +46,8 @@ void count(const KvCtree* n, TraceJob::Stats& s, bool isHole) {
 // the picture's first bytes and then start again, which a pipe cannot do);
 // the format is then told by its signature as for any file.
 bool stdinToFile(std::string& path, std::string& error) {
-    const char* tmp = getenv("TMPDIR");
-    std::string name = std::string(tmp && *tmp ? tmp : "/tmp") + "/om1trace-stdin-XXXXXX";
-    const int fd = mkstemp(&name[0]);
+    std::string name;
+    const int fd = FileSystem::temporaryFile("om1trace-stdin-", name);
     if (fd < 0) {
         error = std::string("cannot make a temporary file: ") + strerror(errno);
         return false;
@@ -101,7 +101,7 @@ public:
             return false;
         }
         path_ = path;
-        tmp_ = path + ".tmp" + std::to_string(getpid()) + "." +
+        tmp_ = path + ".tmp" + std::to_string(FileSystem::processId()) + "." +
                std::to_string(reinterpret_cast<uintptr_t>(tag) & 0xFFFFFF);
         f_.open(tmp_, std::ios::binary | std::ios::trunc);
         if (!f_) {
@@ -120,7 +120,7 @@ public:
         f_.close();
         ok = ok && !f_.fail();
         open_ = false;
-        if (ok && rename(tmp_.c_str(), path_.c_str()) == 0) return true;
+        if (ok && FileSystem::replace(tmp_, path_)) return true;
         error = strerror(ok ? errno : (e ? e : EIO));
         remove(tmp_.c_str());
         return false;

@@ -1,9 +1,6 @@
 // om1trace: vectorises picture files into SVG, JSON, PDF, EPS, DXF or GeoJSON
 // with the om1 library. Only the output itself goes to standard output (with
 // -o -); every message goes to standard error.
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -13,10 +10,12 @@
 #include <vector>
 
 #include "tools/CommandLine.h"
+#include "tools/FileSystem.h"
 #include "tools/OutputPaths.h"
 #include "tools/TraceJob.h"
 
 int main(int argc, char** argv) {
+    FileSystem::binaryStandardStreams();
     CommandLine cl;
     std::string error;
     if (!cl.parse(argc, argv, error)) {
@@ -38,14 +37,10 @@ int main(int argc, char** argv) {
     }
     // -d DIR and the folders under it for inputs found in subdirectories
     // are made when missing.
-    auto makeDirs = [](const std::string& path) {
-        for (size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1))
-            mkdir(path.substr(0, at).c_str(), 0777);
-        mkdir(path.c_str(), 0777);
-    };
-    if (!cl.dir.empty()) makeDirs(cl.dir);
+    if (!cl.dir.empty()) FileSystem::makeDirectories(cl.dir);
     for (size_t i = 0; i < cl.inputs.size(); ++i)
-        if (!cl.subdirs[i].empty() && !cl.dir.empty()) makeDirs(cl.dir + "/" + cl.subdirs[i]);
+        if (!cl.subdirs[i].empty() && !cl.dir.empty())
+            FileSystem::makeDirectories(cl.dir + "/" + cl.subdirs[i]);
     if (!OutputPaths::check(cl, error)) {
         fprintf(stderr, "om1trace: %s\n", error.c_str());
         return TraceJob::BadUsage;
@@ -57,7 +52,7 @@ int main(int argc, char** argv) {
     std::vector<TraceJob::Stats> stats(n);
     std::atomic<size_t> next{0}, done{0};
     std::mutex printLock;
-    const bool progress = n > 1 && !cl.quiet && isatty(STDERR_FILENO);
+    const bool progress = n > 1 && !cl.quiet && FileSystem::isTerminal(stderr);
 
     const auto start = std::chrono::steady_clock::now();
     auto worker = [&]() {

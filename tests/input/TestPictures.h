@@ -1,14 +1,13 @@
 // Writing small test pictures in several formats, in a temporary folder.
 #pragma once
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -128,13 +127,23 @@ inline std::vector<unsigned char> readBytes(const std::string& path) {
                                       std::istreambuf_iterator<char>());
 }
 
-// A folder under /tmp, removed with everything in it at the end of a test.
+// A new folder in the temporary folder (/tmp, or TMPDIR; on Windows the
+// user's), removed with everything in it at the end of a test.
 struct TempDir {
     std::string path;
     TempDir() {
-        char tmpl[] = "/tmp/om1trace-test-XXXXXX";
-        path = mkdtemp(tmpl);
+        namespace fs = std::filesystem;
+        std::random_device random;
+        std::error_code ec;
+        const fs::path base = fs::temp_directory_path(ec);
+        for (int attempt = 0; attempt < 100 && path.empty(); ++attempt) {
+            const fs::path p = base / ("om1trace-test-" + std::to_string(random()));
+            if (fs::create_directory(p, ec)) path = p.string();
+        }
     }
-    ~TempDir() { std::system(("rm -rf " + path).c_str()); }
+    ~TempDir() {
+        std::error_code ec;
+        if (!path.empty()) std::filesystem::remove_all(path, ec);
+    }
     std::string file(const std::string& name) const { return path + "/" + name; }
 };

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -47,8 +48,9 @@ std::string verts(const CrackLoop& l) {
 }
 
 std::string writeSvg(const ShapeSet& set, const std::string& name) {
-    const std::string path =
-        "/tmp/om1-output-test-" + std::to_string(getpid()) + "-" + name + ".svg";
+    const std::string path = (std::filesystem::temp_directory_path() /
+                              ("om1-output-test-" + std::to_string(getpid()) + "-" + name + ".svg"))
+                                 .string();
     std::ofstream f(path);
     EXPECT_TRUE(om1::SvgWriter::write(f, set));
     return path;

@@ -2,26 +2,26 @@
 // -d), --jobs, the progress bar under a pseudo-terminal (script), and the
 // worst exit code when some pictures are bad.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "input/TestPictures.h"
 #include "stb_image_write.h"
 #include "tools/CommandLine.h"
+#include "tools/ToolProcess.h"
 
 namespace {
 
-struct Folder {
-    std::string path = "/tmp/om1-batch-" + std::to_string(getpid());
-    Folder() { mkdir(path.c_str(), 0700); }
-    ~Folder() { std::system(("rm -rf " + path).c_str()); }
-};
+using Folder = TempDir;
+
+void makeDir(const std::string& path) {
+    std::filesystem::create_directory(path);
+}
 
 // A 12 x 10 picture: a block of colour `k` on white.
 bool smallPng(const std::string& file, int k) {
@@ -37,16 +37,15 @@ bool smallPng(const std::string& file, int k) {
 }
 
 bool exists(const std::string& path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0;
+    return std::filesystem::exists(path);
 }
 
 }  // namespace
 
 TEST(Batch, DirectoriesExpandWithRelativePaths) {
     Folder f;
-    mkdir((f.path + "/in").c_str(), 0700);
-    mkdir((f.path + "/in/sub").c_str(), 0700);
+    makeDir(f.path + "/in");
+    makeDir(f.path + "/in/sub");
     ASSERT_TRUE(smallPng(f.path + "/in/b.png", 1));
     ASSERT_TRUE(smallPng(f.path + "/in/a.PNG", 2));
     ASSERT_TRUE(smallPng(f.path + "/in/sub/c.png", 3));
@@ -69,7 +68,7 @@ TEST(Batch, DirectoriesExpandWithRelativePaths) {
     }
     CommandLine cl;
     std::string empty = f.path + "/in/sub/", error;
-    mkdir((f.path + "/none").c_str(), 0700);
+    makeDir(f.path + "/none");
     std::string none = f.path + "/none";
     std::vector<char*> argv{const_cast<char*>("om1trace"), none.data()};
     ASSERT_TRUE(cl.parse(2, argv.data(), error));
@@ -81,22 +80,23 @@ TEST(Batch, DirectoriesExpandWithRelativePaths) {
 // under a pseudo-terminal: the bar reaches 203/203, the outputs keep their
 // folders, and the batch exits 65 (unreadable input) as its worst picture.
 TEST(Batch, ProgressBarUnderATerminal) {
-    if (std::system("command -v script >/dev/null 2>&1") != 0)
+#ifdef _WIN32
+    GTEST_SKIP() << "needs a pseudo-terminal made by script (util-linux), which Windows has not";
+#endif
+    if (runShell("command -v script >/dev/null 2>&1") != 0)
         GTEST_SKIP() << "script (bsdutils) is missing";
     Folder f;
-    mkdir((f.path + "/in").c_str(), 0700);
-    mkdir((f.path + "/in/deep").c_str(), 0700);
+    makeDir(f.path + "/in");
+    makeDir(f.path + "/in/deep");
     for (int i = 0; i < 200; ++i)
         ASSERT_TRUE(smallPng(f.path + (i % 2 ? "/in/deep/p" : "/in/p") + std::to_string(i) + ".png",
                              i % 6));
     for (int i = 0; i < 3; ++i)
         std::ofstream(f.path + "/in/bad" + std::to_string(i) + ".png") << "x";
     const std::string log = f.path + "/tty.log";
-    const std::string cmd = "script -qec '" + std::string(OM1TRACE_PATH) + " " + f.path +
+    const std::string cmd = "script -qec '" + toolPath() + " " + f.path +
                             "/in --recursive --jobs 2 -d " + f.path + "/out' /dev/null > " + log;
-    const int status = std::system(cmd.c_str());
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 65);
+    EXPECT_EQ(runShell(cmd), 65);
     std::ifstream l(log);
     const std::string text((std::istreambuf_iterator<char>(l)), std::istreambuf_iterator<char>());
     EXPECT_NE(text.find("] 203/203"), std::string::npos) << text.substr(0, 2000);
@@ -105,9 +105,7 @@ TEST(Batch, ProgressBarUnderATerminal) {
     EXPECT_TRUE(exists(f.path + "/out/deep/p199.svg"));
     // Without a terminal there is no bar.
     const std::string piped = f.path + "/pipe.log";
-    std::system((std::string(OM1TRACE_PATH) + " " + f.path + "/in/deep --jobs 2 -d " + f.path +
-                 "/out2 2> " + piped)
-                    .c_str());
+    runTrace(f.path + "/in/deep --jobs 2 -d " + f.path + "/out2 2> " + piped);
     std::ifstream p(piped);
     const std::string quiet((std::istreambuf_iterator<char>(p)), std::istreambuf_iterator<char>());
     EXPECT_EQ(quiet.find("100/100"), std::string::npos);

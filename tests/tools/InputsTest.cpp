@@ -2,19 +2,18 @@
 // codes of whole runs.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "input/TestPictures.h"
 #include "tools/CommandLine.h"
+#include "tools/OutputPaths.h"
 #include "tools/TraceJob.h"
+#include "tools/ToolProcess.h"
 
 namespace {
 
@@ -28,17 +27,14 @@ bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
 
 // Runs the tool; its standard error goes to `err` when given.
 int runTool(const std::string& args, std::string* err = nullptr) {
-    char tmpl[] = "/tmp/om1trace-stderr-XXXXXX";
-    int fd = mkstemp(tmpl);
-    close(fd);
-    int status =
-        std::system((std::string(OM1TRACE_PATH) + " " + args + " >/dev/null 2>" + tmpl).c_str());
+    TempDir d;
+    const std::string errFile = d.file("stderr");
+    const int code = runTrace(args + " >" + nullDevice() + " 2>" + errFile);
     if (err) {
-        std::ifstream in(tmpl);
+        std::ifstream in(errFile);
         *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     }
-    remove(tmpl);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return code;
 }
 
 std::string readText(const std::string& path) {
@@ -88,6 +84,45 @@ TEST(CommandLine, OptionsAndUsageErrors) {
     }
 }
 
+// Outputs beside the input or under -d: '\\' and a drive's ':' separate
+// folders on Windows only; elsewhere they are part of a name.
+TEST(CommandLine, OutputPathsOfEachSystem) {
+    struct Row {
+        std::string input, dir, onLinux, onWindows;
+    };
+    const Row rows[] = {
+        {"C:\\pics\\a.png", "", "C:\\pics\\a.svg", "C:\\pics\\a.svg"},
+        {"C:\\pics\\a.png", "D:\\out", "D:\\out/C:\\pics\\a.svg", "D:\\out/a.svg"},
+        {"C:a.png", "out", "out/C:a.svg", "out/a.svg"},
+        {"pics/b.v1.jpg", "out", "out/b.v1.svg", "out/b.v1.svg"},
+    };
+    for (const Row& r : rows) {
+        CommandLine cl;
+        std::string e;
+        ASSERT_TRUE(parse(r.dir.empty() ? std::vector<std::string>{r.input}
+                                        : std::vector<std::string>{r.input, "-d", r.dir},
+                          cl, e))
+            << e;
+#ifdef _WIN32
+        EXPECT_EQ(cl.outputFor(r.input), r.onWindows);
+#else
+        EXPECT_EQ(cl.outputFor(r.input), r.onLinux);
+#endif
+    }
+    // Names that differ only in case are one file on Windows.
+    TempDir d;
+    CommandLine cl;
+    std::string e;
+    ASSERT_TRUE(parse({d.file("a/x.png"), d.file("b/X.png"), "-d", d.path}, cl, e)) << e;
+    ASSERT_TRUE(cl.expandInputs(e)) << e;
+#ifdef _WIN32
+    EXPECT_FALSE(OutputPaths::check(cl, e));
+    EXPECT_NE(e.find("are both written to"), std::string::npos) << e;
+#else
+    EXPECT_TRUE(OutputPaths::check(cl, e)) << e;
+#endif
+}
+
 TEST(TraceJob, WritesWholeOutputsOrNone) {
     TempDir d;
     TestPicture p = shapes();
@@ -116,7 +151,11 @@ TEST(Om1trace, ExitCodes) {
     EXPECT_EQ(runTool(""), 64);
     EXPECT_EQ(runTool(d.file("s.png") + " --tolerance 200"), 64);
     EXPECT_EQ(runTool(d.file("missing.png") + " -o " + d.file("m.svg")), 65);
+#ifdef _WIN32
+    EXPECT_EQ(runTool(d.file("s.png") + " -o " + d.file("no-such-folder/s.svg")), 74);
+#else
     EXPECT_EQ(runTool(d.file("s.png") + " -o /proc/om1-cannot-write.svg"), 74);
+#endif
     EXPECT_EQ(runTool(d.file("s.png") + " -o " + d.file("few.svg") + " --max-outlines 1"), 2);
     // A batch into a folder exits with its worst code.
     EXPECT_EQ(runTool(d.file("s.png") + " " + d.file("missing.png") + " -d " + d.path), 65);
@@ -152,9 +191,8 @@ TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
 TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
     TempDir d;
     TestPicture p = shapes();
-    mkdir(d.file("d1").c_str(), 0755);
-    mkdir(d.file("d2").c_str(), 0755);
-    mkdir(d.file("out").c_str(), 0755);
+    for (const char* folder : {"d1", "d2", "out"})
+        std::filesystem::create_directory(d.file(folder));
     ASSERT_TRUE(p.png(d.file("d1/x.png")));
     ASSERT_TRUE(p.jpeg(d.file("d2/x.jpg")));
     ASSERT_TRUE(p.png(d.file("same.png")));
@@ -170,7 +208,8 @@ TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
              {d.file("x.png") + " " + d.path + "/./x.png -d " + d.file("out"),
               "are both written to"},
              {d.file("same.png") + " -o " + d.file("same.png"), "would overwrite the input"},
-             {d.file("same.png") + " -o " + d.path + "/../" + d.path.substr(5) + "/same.png",
+             {d.file("same.png") + " -o " + d.path + "/../" +
+                  std::filesystem::path(d.path).filename().string() + "/same.png",
               "would overwrite the input"},
              {d.file("pic.svg"), "would overwrite the input"},
              {d.file("x.png") + " " + d.file("pic.svg") + " -d " + d.path,
@@ -182,8 +221,7 @@ TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
     }
     EXPECT_EQ(readText(d.file("same.png")), same);
     EXPECT_EQ(readText(d.file("pic.svg")), pic);
-    struct stat st;
-    EXPECT_NE(stat(d.file("out/x.svg").c_str(), &st), 0);  // nothing written
+    EXPECT_FALSE(std::filesystem::exists(d.file("out/x.svg")));  // nothing written
 }
 
 // Unreadable inputs of every kind: exit 65, one prefixed message naming the
@@ -208,7 +246,7 @@ TEST(Om1trace, RefusesCutShortInputsWithPrefixedMessages) {
     // refused by name.
     std::string err;
     const std::string empty = d.file("empty");
-    ASSERT_EQ(mkdir(empty.c_str(), 0700), 0);
+    ASSERT_TRUE(std::filesystem::create_directory(empty));
     EXPECT_EQ(runTool(empty + " -o " + d.file("o.svg"), &err), 65);
     EXPECT_EQ(err.rfind("om1trace: " + empty + ": no pictures in this directory", 0), 0u) << err;
 }
@@ -228,5 +266,6 @@ TEST(TraceJob, ChecksTheDestinationFirst) {
     EXPECT_NE(msg.find("cannot write"), std::string::npos) << msg;
     // A failed job leaves no temporary file behind.
     EXPECT_EQ(TraceJob::run(cl, d.file("missing.png"), d.file("m.svg"), st, msg), 65);
-    EXPECT_EQ(std::system(("test $(ls -A " + d.path + " | wc -l) -eq 1").c_str()), 0);
+    const auto files = std::filesystem::directory_iterator(d.path);
+    EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }

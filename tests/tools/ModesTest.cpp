@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -18,8 +19,10 @@ namespace {
 
 // A scratch folder of this process, created when missing.
 std::string dir() {
-    const std::string d = "/tmp/om1-modes-" + std::to_string(getpid());
-    std::system(("mkdir -p " + d).c_str());
+    const std::string d =
+        (std::filesystem::temp_directory_path() / ("om1-modes-" + std::to_string(getpid())))
+            .string();
+    std::filesystem::create_directories(d);
     return d;
 }
 
@@ -118,7 +121,7 @@ TEST(Modes, WorkedShapesRenderBackExactly) {
         }
         EXPECT_EQ(wrong, 0) << "lines, " << modeName(mode);
     }
-    std::system(("rm -rf " + dir()).c_str());
+    std::filesystem::remove_all(dir());
 }
 
 TEST(Modes, JsonCarriesExactBoundaries) {
@@ -143,5 +146,6 @@ TEST(Modes, JsonCarriesExactBoundaries) {
               std::string::npos)
         << text;
     EXPECT_EQ(st.paths, 2);
-    std::system(("rm -rf " + dir()).c_str());
+    f.close();  // Windows removes no open file
+    std::filesystem::remove_all(dir());
 }

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -41,8 +42,10 @@ TestPicture discs(int count) {
 }
 
 int paths(const TestPicture& p, std::vector<std::string> flags, const std::string& name) {
-    const std::string dir = "/tmp/om1-presets-" + std::to_string(getpid());
-    std::system(("mkdir -p " + dir).c_str());
+    const std::string dir =
+        (std::filesystem::temp_directory_path() / ("om1-presets-" + std::to_string(getpid())))
+            .string();
+    std::filesystem::create_directories(dir);
     const std::string png = dir + "/" + name + ".png", svg = dir + "/" + name + ".svg";
     EXPECT_TRUE(p.png(png));
     flags.push_back(png);
@@ -51,7 +54,7 @@ int paths(const TestPicture& p, std::vector<std::string> flags, const std::strin
     EXPECT_TRUE(parse(flags, cl, e)) << e;
     TraceJob::Stats st;
     EXPECT_EQ(TraceJob::run(cl, png, svg, st, e), 0) << e;
-    std::system(("rm -rf " + dir).c_str());
+    std::filesystem::remove_all(dir);
     return st.paths;
 }
 

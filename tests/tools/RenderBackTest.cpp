@@ -2,9 +2,12 @@
 // renderer at the input size and compares it with the input.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "input/TestPictures.h"
@@ -24,8 +27,10 @@ bool haveRenderer() {
 }
 
 Compare traceAndCompare(const TestPicture& p, const std::string& name) {
-    std::string dir = "/tmp/om1-renderback-" + std::to_string(getpid());
-    std::system(("mkdir -p " + dir).c_str());
+    std::string dir =
+        (std::filesystem::temp_directory_path() / ("om1-renderback-" + std::to_string(getpid())))
+            .string();
+    std::filesystem::create_directories(dir);
     std::string png = dir + "/" + name + ".png", svg = dir + "/" + name + ".svg",
                 back = dir + "/" + name + "-back.png";
     EXPECT_TRUE(p.png(png));
@@ -59,7 +64,7 @@ Compare traceAndCompare(const TestPicture& p, const std::string& name) {
     c.badShare = static_cast<double>(bad) / a.pixels.size();
     c.psnr = mse > 0 ? 10 * std::log10(255.0 * 255.0 / mse) : 99.0;
     printf("%-14s bad %.4f  PSNR %.1f dB\n", name.c_str(), c.badShare, c.psnr);
-    std::system(("rm -rf " + dir).c_str());
+    std::filesystem::remove_all(dir);
     return c;
 }
 

@@ -3,19 +3,18 @@
 // ThreadSanitizer (tsan preset) this is the tool's data-race check.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "input/TestPictures.h"
+#include "tools/ToolProcess.h"
 
 namespace {
 
 int runTool(const std::string& args) {
-    int status = std::system((std::string(OM1TRACE_PATH) + " " + args + " --quiet 2>&1").c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return runTrace(args + " --quiet 2>&1");
 }
 
 std::string readText(const std::string& path) {
@@ -38,7 +37,8 @@ TEST(Om1trace, BatchOnThreadsMatchesSingleRuns) {
         names.push_back(name);
         inputs += " " + d.file(name + (k % 2 ? ".png" : ".gif"));
     }
-    ASSERT_EQ(std::system(("mkdir " + d.file("batch") + " " + d.file("alone")).c_str()), 0);
+    ASSERT_TRUE(std::filesystem::create_directory(d.file("batch")));
+    ASSERT_TRUE(std::filesystem::create_directory(d.file("alone")));
     ASSERT_EQ(runTool(inputs + " -d " + d.file("batch")), 0);
     for (int k = 0; k < 8; ++k) {
         const std::string in = d.file(names[k] + (k % 2 ? ".png" : ".gif"));

@@ -6,18 +6,11 @@
 #include <unordered_map>
 
 #include "tracer/Ombrel.h"
+#include "trace/PackedColour.h"
 
 namespace om1 {
 
 namespace {
-
-uint32_t pack(const RGBQUAD& q) {
-    return q.rgbRed | q.rgbGreen << 8 | q.rgbBlue << 16;
-}
-
-int channel(uint32_t c, int ch) {
-    return (c >> (8 * ch)) & 0xFF;
-}
 
 struct Entry {
     uint32_t color;
@@ -38,8 +31,8 @@ void measure(const std::vector<Entry>& e, Box& b) {
     for (size_t i = b.begin; i < b.end; ++i) {
         b.pixels += e[i].count;
         for (int c = 0; c < 3; ++c) {
-            lo[c] = std::min(lo[c], channel(e[i].color, c));
-            hi[c] = std::max(hi[c], channel(e[i].color, c));
+            lo[c] = std::min(lo[c], colourChannel(e[i].color, c));
+            hi[c] = std::max(hi[c], colourChannel(e[i].color, c));
         }
     }
     b.widest = 0;
@@ -51,7 +44,7 @@ void measure(const std::vector<Entry>& e, Box& b) {
 long long dist2(uint32_t a, const double* m) {
     double d = 0;
     for (int c = 0; c < 3; ++c) {
-        double v = channel(a, c) - m[c];
+        double v = colourChannel(a, c) - m[c];
         d += v * v;
     }
     return static_cast<long long>(d * 16);
@@ -71,7 +64,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         std::vector<uint32_t> entryOf(n);
         {
             std::vector<uint32_t> key(n), order(n), tmp(n);
-            for (size_t i = 0; i < n; ++i) key[i] = pack(pixels[i]);
+            for (size_t i = 0; i < n; ++i) key[i] = packColour(pixels[i]);
             std::vector<size_t> start(4097);
             for (int pass = 0; pass < 2; ++pass) {
                 const int shift = 12 * pass;
@@ -118,7 +111,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             const int ch = b.widest;
             std::sort(entries.begin() + b.begin, entries.begin() + b.end,
                       [ch](const Entry& x, const Entry& y) {
-                          return channel(x.color, ch) < channel(y.color, ch);
+                          return colourChannel(x.color, ch) < colourChannel(y.color, ch);
                       });
             long long half = b.pixels / 2, seen = 0;
             size_t cut = b.begin;
@@ -137,7 +130,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         for (size_t b = 0; b < k; ++b) {
             double s[3] = {0, 0, 0};
             for (size_t i = boxes[b].begin; i < boxes[b].end; ++i)
-                for (int c = 0; c < 3; ++c) s[c] += channel(entries[i].color, c) * entries[i].count;
+                for (int c = 0; c < 3; ++c)
+                    s[c] += colourChannel(entries[i].color, c) * entries[i].count;
             for (int c = 0; c < 3; ++c) mean[3 * b + c] = s[c] / boxes[b].pixels;
         }
         std::vector<uint32_t> nearest(entries.size(), 0);
@@ -159,7 +153,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 const uint32_t b = nearest[i];
                 weight[b] += entries[i].count;
                 for (int c = 0; c < 3; ++c)
-                    sum[3 * b + c] += channel(entries[i].color, c) * entries[i].count;
+                    sum[3 * b + c] += colourChannel(entries[i].color, c) * entries[i].count;
             }
             for (size_t b = 0; b < k; ++b)
                 if (weight[b])
@@ -197,7 +191,7 @@ bool ColorQuantizer::snap(RGBQUAD* pixels, int width, int height, const RGBQUAD*
     try {
         std::unordered_map<uint32_t, BYTE> cache;
         for (size_t i = 0; i < n; ++i) {
-            const uint32_t c = pack(pixels[i]);
+            const uint32_t c = packColour(pixels[i]);
             auto it = cache.find(c);
             BYTE idx;
             if (it != cache.end()) {

@@ -1,4 +1,5 @@
 #include "trace/PictureCleaner.h"
+#include "trace/PackedColour.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,17 +10,10 @@ namespace om1 {
 
 namespace {
 
-uint32_t pack(const RGBQUAD& q) {
-    return q.rgbRed | q.rgbGreen << 8 | q.rgbBlue << 16;
-}
-
-int ch(uint32_t c, int i) {
-    return (c >> (8 * i)) & 0xFF;
-}
-
 int maxDiff(uint32_t a, uint32_t b) {
     int d = 0;
-    for (int i = 0; i < 3; ++i) d = std::max(d, std::abs(ch(a, i) - ch(b, i)));
+    for (int i = 0; i < 3; ++i)
+        d = std::max(d, std::abs(colourChannel(a, i) - colourChannel(b, i)));
     return d;
 }
 
@@ -28,8 +22,8 @@ int maxDiff(uint32_t a, uint32_t b) {
 double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t) {
     double d[3], v[3], dd = 0, dv = 0;
     for (int i = 0; i < 3; ++i) {
-        d[i] = ch(b, i) - ch(a, i);
-        v[i] = ch(p, i) - ch(a, i);
+        d[i] = colourChannel(b, i) - colourChannel(a, i);
+        v[i] = colourChannel(p, i) - colourChannel(a, i);
         dd += d[i] * d[i];
         dv += d[i] * v[i];
     }
@@ -37,12 +31,6 @@ double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t) {
     double worst = 0;
     for (int i = 0; i < 3; ++i) worst = std::max(worst, std::abs(v[i] - t * d[i]));
     return worst;
-}
-
-void setColour(RGBQUAD& q, uint32_t c) {
-    q.rgbRed = static_cast<BYTE>(ch(c, 0));
-    q.rgbGreen = static_cast<BYTE>(ch(c, 1));
-    q.rgbBlue = static_cast<BYTE>(ch(c, 2));
 }
 
 // 4-connected regions of one colour: labels and the count. Breadth first
@@ -134,7 +122,7 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     } catch (...) {
         return -1;
     }
-    for (size_t i = 0; i < n; ++i) c[i] = pack(pixels[i]);
+    for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const size_t i = static_cast<size_t>(y) * width + x;
@@ -179,7 +167,7 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                     }
                 }
             if (to != p) {
-                setColour(pixels[i], to);
+                unpackColour(pixels[i], to);
                 ++changed;
             }
         }
@@ -191,7 +179,7 @@ long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height) 
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<uint32_t> c(n);
-        for (size_t i = 0; i < n; ++i) c[i] = pack(pixels[i]);
+        for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
         std::vector<int32_t> labels, queue;
         return label(c, width, height, labels, queue);
     } catch (...) {
@@ -204,7 +192,7 @@ bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int wid
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<uint32_t> c(n);
-        for (size_t i = 0; i < n; ++i) c[i] = pack(pixels[i]);
+        for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
         std::vector<int32_t> labels, queue;
         const long long m = label(c, width, height, labels, queue);
         std::vector<long long> sum(3 * m, 0), count(m, 0);
@@ -233,7 +221,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<uint32_t> c(n);
-        for (size_t i = 0; i < n; ++i) c[i] = pack(pixels[i]);
+        for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
         std::vector<int32_t> labels, queue;
         long long count = label(c, width, height, labels, queue);
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
@@ -299,7 +287,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 const uint32_t nc = colour[find(labels[i])];
                 if (nc != c[i]) {
                     c[i] = nc;
-                    setColour(pixels[i], nc);
+                    unpackColour(pixels[i], nc);
                 }
             }
             count = label(c, width, height, labels, queue);

@@ -12,16 +12,9 @@
 #include "tracer/AllOutLines.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
+#include "trace/PackedColour.h"
 
 namespace om1 {
-
-namespace {
-
-uint32_t pack(const RGBQUAD& q) {
-    return q.rgbRed | q.rgbGreen << 8 | q.rgbBlue << 16;
-}
-
-}  // namespace
 
 bool SpotRestitution::run(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                           int area) {
@@ -34,11 +27,11 @@ bool SpotRestitution::run(RGBQUAD* pixels, int width, int height, const TraceOpt
         std::unordered_map<uint32_t, unsigned char> lookup;
         index.resize(n);
         for (size_t i = 0; i < n; ++i) {
-            auto it = lookup.find(pack(pixels[i]));
+            auto it = lookup.find(packColour(pixels[i]));
             if (it == lookup.end()) {
                 if (table.size() == 256) return false;
-                it =
-                    lookup.emplace(pack(pixels[i]), static_cast<unsigned char>(table.size())).first;
+                it = lookup.emplace(packColour(pixels[i]), static_cast<unsigned char>(table.size()))
+                         .first;
                 RGBQUAD q = pixels[i];
                 q.rgbReserved = 0;
                 table.push_back(q);

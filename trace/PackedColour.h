@@ -2,7 +2,9 @@
 // left out), as the trace layer's stages count and compare colours.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "platform/WinTypes.h"
 
@@ -10,6 +12,13 @@ namespace om1 {
 
 inline uint32_t packColour(const RGBQUAD& q) {
     return q.rgbRed | q.rgbGreen << 8 | q.rgbBlue << 16;
+}
+
+// The colours of `n` pixels packed; throws std::bad_alloc like any vector.
+inline std::vector<uint32_t> packColours(const RGBQUAD* pixels, size_t n) {
+    std::vector<uint32_t> c(n);
+    for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
+    return c;
 }
 
 // Channel 0 is red, 1 green, 2 blue.

@@ -117,12 +117,11 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     std::vector<uint32_t> c;
     std::vector<uint8_t> flat;
     try {
-        c.resize(n);
+        c = packColours(pixels, n);
         flat.assign(n, 1);
     } catch (...) {
         return -1;
     }
-    for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const size_t i = static_cast<size_t>(y) * width + x;
@@ -178,8 +177,7 @@ long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height) 
     if (!pixels || width <= 0 || height <= 0) return 0;
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        std::vector<uint32_t> c(n);
-        for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
+        const std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
         return label(c, width, height, labels, queue);
     } catch (...) {
@@ -191,8 +189,7 @@ bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int wid
     if (!pixels || !original || width <= 0 || height <= 0) return false;
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        std::vector<uint32_t> c(n);
-        for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
+        const std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
         const long long m = label(c, width, height, labels, queue);
         std::vector<long long> sum(3 * m, 0), count(m, 0);
@@ -220,8 +217,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     if (!pixels || width <= 0 || height <= 0) return 0;
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        std::vector<uint32_t> c(n);
-        for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
+        std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
         long long count = label(c, width, height, labels, queue);
         for (int pass = 0; pass < 16 && area > 1; ++pass) {

@@ -9,20 +9,9 @@
 #include "input/ImageLoader.h"
 #include "input/TestPictures.h"
 
-namespace {
-
-TestPicture shapes() {
-    TestPicture p(40, 30, 255, 255, 255);
-    p.fill(5, 5, 12, 10, 200, 30, 30);
-    p.fill(22, 8, 10, 15, 30, 30, 200);
-    return p;
-}
-
-}  // namespace
-
 TEST(ImageLoader, ReadsEveryFormat) {
     TempDir d;
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     ASSERT_TRUE(p.png(d.file("a.png")));
     ASSERT_TRUE(p.bmp(d.file("a.bmp")));
     ASSERT_TRUE(p.jpeg(d.file("a.jpg")));
@@ -89,7 +78,7 @@ TEST(ImageLoader, ClearErrors) {
     EXPECT_FALSE(ImageLoader::load(d.file("text.png"), 100, {}, img, e));
     EXPECT_NE(e.find("unsupported format"), std::string::npos);
     // A PNG cut in the middle of its data.
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     ASSERT_TRUE(p.png(d.file("full.png")));
     std::ifstream in(d.file("full.png"), std::ios::binary);
     std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -106,7 +95,7 @@ TEST(ImageLoader, ClearErrors) {
 // refused instead of traced with made-up pixels.
 TEST(ImageLoader, RefusesTruncatedAndCorruptFiles) {
     TempDir d;
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     for (int y = 0; y < p.h; ++y)  // detail everywhere, so that no cut lands in flat data
         for (int x = (y * 7) % 5; x < p.w; x += 5) p.fill(x, y, 1, 1, 20, 160, 20);
     ASSERT_TRUE(p.png(d.file("a.png")));

@@ -121,6 +121,15 @@ struct TestPicture {
     }
 };
 
+// White, 40 x 30, with a red and a blue block: the pictures the loader and
+// tool tests write in every format.
+inline TestPicture shapesPicture() {
+    TestPicture p(40, 30, 255, 255, 255);
+    p.fill(5, 5, 12, 10, 200, 30, 30);
+    p.fill(22, 8, 10, 15, 30, 30, 200);
+    return p;
+}
+
 inline std::vector<unsigned char> readBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::vector<unsigned char>((std::istreambuf_iterator<char>(in)),

@@ -42,13 +42,6 @@ std::string readText(const std::string& path) {
     return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
-TestPicture shapes() {
-    TestPicture p(40, 30, 255, 255, 255);
-    p.fill(5, 5, 12, 10, 200, 30, 30);
-    p.fill(22, 8, 10, 15, 30, 30, 200);
-    return p;
-}
-
 }  // namespace
 
 TEST(CommandLine, OptionsAndUsageErrors) {
@@ -125,7 +118,7 @@ TEST(CommandLine, OutputPathsOfEachSystem) {
 
 TEST(TraceJob, WritesWholeOutputsOrNone) {
     TempDir d;
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     ASSERT_TRUE(p.png(d.file("s.png")));
     CommandLine cl;
     TraceJob::Stats st;
@@ -144,7 +137,7 @@ TEST(TraceJob, WritesWholeOutputsOrNone) {
 
 TEST(Om1trace, ExitCodes) {
     TempDir d;
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     ASSERT_TRUE(p.png(d.file("s.png")));
     EXPECT_EQ(runTool(d.file("s.png") + " -o " + d.file("s.svg")), 0);
     EXPECT_EQ(runTool("--help"), 0);
@@ -190,7 +183,7 @@ TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
 // anything is traced or written, and every file stays as it was.
 TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
     TempDir d;
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     for (const char* folder : {"d1", "d2", "out"})
         std::filesystem::create_directory(d.file(folder));
     ASSERT_TRUE(p.png(d.file("d1/x.png")));
@@ -228,7 +221,7 @@ TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
 // file, nothing else on the terminal (libjpeg's own warnings included).
 TEST(Om1trace, RefusesCutShortInputsWithPrefixedMessages) {
     TempDir d;
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     ASSERT_TRUE(p.jpeg(d.file("a.jpg")));
     ASSERT_TRUE(p.gif(d.file("a.gif")));
     ASSERT_TRUE(p.bmp24(d.file("a.bmp"), false));
@@ -254,7 +247,7 @@ TEST(Om1trace, RefusesCutShortInputsWithPrefixedMessages) {
 // The destination is checked before the input is decoded and traced.
 TEST(TraceJob, ChecksTheDestinationFirst) {
     TempDir d;
-    TestPicture p = shapes();
+    TestPicture p = shapesPicture();
     ASSERT_TRUE(p.png(d.file("s.png")));
     CommandLine cl;
     TraceJob::Stats st;

@@ -39,6 +39,9 @@ const OptionTable::Row kRows[] = {
     OM1C_ROW(speckle, K::Int, 0, 0, "speckle"),
     OM1C_ROW(speckle_share, K::Double, 0, 1, nullptr),
     OM1C_ROW(restitute, K::Bool, 0, 1, nullptr),
+    OM1C_ROW(merge, K::Double, 0, 1e6, nullptr),
+    OM1C_ROW(merge_psnr, K::Double, 0, 100, nullptr),
+    OM1C_ROW(merge_means, K::Bool, 0, 1, nullptr),
     OM1C_ROW(spots, K::Int, 0, 0, "spots"),
     OM1C_ROW(max_paths, K::Int, 0, 0, "max-paths"),
     // Set as a list of colours; checked as palette_count and the entries.
@@ -134,6 +137,9 @@ om1::TraceOptions OptionTable::toTrace(const om1_options& o) {
     t.speckle = o.speckle;
     t.speckleShare = o.speckle_share;
     t.restitute = o.restitute != 0;
+    t.merge = o.merge;
+    t.mergePsnr = o.merge_psnr;
+    t.mergeMeans = o.merge_means != 0;
     t.spots = o.spots;
     t.maxPaths = o.max_paths;
     t.paletteCount = o.palette_count;
@@ -161,6 +167,9 @@ void OptionTable::fromTrace(const om1::TraceOptions& t, om1_options& o) {
     o.speckle = t.speckle;
     o.speckle_share = t.speckleShare;
     o.restitute = t.restitute;
+    o.merge = t.merge;
+    o.merge_psnr = t.mergePsnr;
+    o.merge_means = t.mergeMeans;
     o.spots = t.spots;
     o.max_paths = t.maxPaths;
     o.palette_count = t.paletteCount;

@@ -95,6 +95,13 @@ typedef struct om1_options {
     int speckle; /* regions below this many pixels join their surroundings (0; graphic 8) */
     double speckle_share; /* the speckle area is at least this share of the picture\'s area, 0..1 */
     int restitute;        /* 1: regions take the mean colour of the input pixels they cover (0) */
+    double merge;         /* neighbouring regions merge while a union adds at most this times
+                             128 x the picture's side to the squared error; 0 off (graphic 12) */
+    double merge_psnr;    /* ... or while the regions' means stay this many dB from the input,
+                             0..100; 0 off (photo 30) */
+    int merge_means;      /* 1: merged regions take their mean input colour; 0: the colour of
+                             their larger part, keeping the palette (1; setting colors or
+                             palette by name sets 0) */
     int spots;            /* the two-pass spot clean-up absorbs spots up to this area; 0 off (0) */
     int max_paths;        /* raise the speckle area until at most this many paths; 0 off (0) */
     int palette_count;    /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */

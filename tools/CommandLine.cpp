@@ -82,6 +82,11 @@ std::string CommandLine::usage() {
            "  --speckle PX            regions below PX pixels join their surroundings\n"
            "  --max-paths N           raise the speckle area until at most N paths\n"
            "  --restitute on|off      regions take the mean colour of the pixels they cover\n"
+           "  --merge C               merge neighbouring regions, cheapest first, while a\n"
+           "                          union adds at most C x 128 x the picture's side to\n"
+           "                          the squared colour error; regions take their mean\n"
+           "  --merge-psnr DB         ... and further while the regions' means stay DB\n"
+           "                          (PSNR) from the input\n"
            "  --spots PX              trace twice: the library weighs the spots, absorbs\n"
            "                          those of at most PX pixels and repaints the regions\n"
            "  --threshold L|auto      black below luminance L, else white (bw: auto,\n"
@@ -167,7 +172,7 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
         } else if (a == "--filter" || a == "--filter-radius" || a == "--colors" ||
                    a == "--palette" || a == "--antialias" || a == "--speckle" ||
                    a == "--max-paths" || a == "--threshold" || a == "--restitute" ||
-                   a == "--spots") {
+                   a == "--merge" || a == "--merge-psnr" || a == "--spots") {
             std::string v;
             if (!value(v)) return false;
             om1::TraceOptions scratch;

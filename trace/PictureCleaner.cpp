@@ -1,5 +1,6 @@
 #include "trace/PictureCleaner.h"
 #include "trace/PackedColour.h"
+#include "trace/RegionLabels.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -32,39 +33,6 @@ double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t) {
     for (int i = 0; i < 3; ++i) worst = std::max(worst, std::abs(v[i] - t * d[i]));
     return worst;
 }
-
-// 4-connected regions of one colour: labels and the count. Breadth first
-// with an explicit queue.
-long long label(const std::vector<uint32_t>& c, int w, int h, std::vector<int32_t>& labels,
-                std::vector<int32_t>& queue) {
-    const size_t n = c.size();
-    labels.assign(n, -1);
-    queue.resize(n);
-    int32_t next = 0;
-    for (size_t s = 0; s < n; ++s) {
-        if (labels[s] >= 0) continue;
-        size_t head = 0, tail = 0;
-        queue[tail++] = static_cast<int32_t>(s);
-        labels[s] = next;
-        while (head < tail) {
-            const int32_t p = queue[head++];
-            const int x = p % w, y = p / w;
-            const int32_t nb[4] = {x > 0 ? p - 1 : -1, x + 1 < w ? p + 1 : -1, y > 0 ? p - w : -1,
-                                   y + 1 < h ? p + w : -1};
-            for (int32_t q : nb)
-                if (q >= 0 && labels[q] < 0 && c[q] == c[s]) {
-                    labels[q] = next;
-                    queue[tail++] = q;
-                }
-        }
-        ++next;
-    }
-    return next;
-}
-
-}  // namespace
-
-namespace {
 
 int luminance(const RGBQUAD& q) {
     return (299 * q.rgbRed + 587 * q.rgbGreen + 114 * q.rgbBlue) / 1000;
@@ -179,7 +147,7 @@ long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height) 
     try {
         const std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
-        return label(c, width, height, labels, queue);
+        return labelRegions(c, width, height, labels, queue);
     } catch (...) {
         return -1;
     }
@@ -191,7 +159,7 @@ bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int wid
     try {
         const std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
-        const long long m = label(c, width, height, labels, queue);
+        const long long m = labelRegions(c, width, height, labels, queue);
         std::vector<long long> sum(3 * m, 0), count(m, 0);
         for (size_t i = 0; i < n; ++i) {
             const int32_t r = labels[i];
@@ -219,7 +187,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     try {
         std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
-        long long count = label(c, width, height, labels, queue);
+        long long count = labelRegions(c, width, height, labels, queue);
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             const int32_t m = static_cast<int32_t>(count);
             // Pixels grouped by region (counting sort).
@@ -286,7 +254,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                     unpackColour(pixels[i], nc);
                 }
             }
-            count = label(c, width, height, labels, queue);
+            count = labelRegions(c, width, height, labels, queue);
         }
         return count;
     } catch (...) {

@@ -73,8 +73,20 @@ struct TraceOptions {
     double speckleShare = 0;
     int speckle = 0;         // regions below this many pixels are absorbed; 0 off
     bool restitute = false;  // regions take their mean input colour
-    int spots = 0;           // two-pass spot restitution up to this area; 0 off
-    int maxPaths = 0;        // at most this many coloured nodes; 0 no limit
+    // Region merging (RegionMerger): neighbouring regions join, the cheapest
+    // first, while a union adds at most `merge` times the picture's pixel
+    // count to the squared colour error; regions then take their mean input
+    // colour. 0 off.
+    double merge = 0;
+    // ... and while the picture painted in region means stays at least this
+    // many dB (PSNR over red, green and blue) from the input. 0: no floor.
+    double mergePsnr = 0;
+    // Merged regions take their mean input colour (true) or the colour of
+    // their larger part (false: the picture keeps the colours of `colors`
+    // or `palette`; Presets::set turns this off when either is given).
+    bool mergeMeans = true;
+    int spots = 0;     // two-pass spot restitution up to this area; 0 off
+    int maxPaths = 0;  // at most this many coloured nodes; 0 no limit
 };
 
 }  // namespace om1

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <new>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "trace/ColorQuantizer.h"
 #include "trace/PictureCleaner.h"
 #include "trace/PreFilter.h"
+#include "trace/RegionMerger.h"
 #include "trace/SpotRestitution.h"
 
 namespace om1 {
@@ -227,6 +229,18 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
                                         static_cast<int>(std::min<long long>(area, INT_MAX))) < 0)
+                return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.merge > 0) {
+            const double budget =
+                options.mergePsnr > 0
+                    ? 3.0 * size * 255.0 * 255.0 / std::pow(10.0, options.mergePsnr / 10.0)
+                    : 0.0;
+            // The largest union cost grows with the picture's side.
+            const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
+            if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget,
+                                    options.mergeMeans) < 0)
                 return NoOutlines;
             rep.stagesRan = true;
         }

@@ -453,7 +453,8 @@ def trace(image: ImageLike, preset: Optional[str] = None, **options: Any) -> Tra
     ``transparent``, and the stages ``threshold``, ``filter`` ("none",
     "quadrant", "adaptive"), ``filter_radius``, ``colors``, ``palette`` (a
     list of (r, g, b) or "#rrggbb"), ``antialias``, ``speckle``,
-    ``restitute``, ``spots``, ``max_paths`` and a few more.
+    ``restitute``, ``merge``, ``merge_psnr``, ``spots``, ``max_paths`` and a
+    few more.
 
     Raises ValueError for bad options or arrays (wrong dtype or shape,
     smaller than 3 x 3, more pixels than ``max_pixels``), TypeError for

@@ -66,6 +66,10 @@ def _parser() -> argparse.ArgumentParser:
                                             "chosen from the picture")
     stages.add_argument("--restitute", choices=["on", "off"],
                         help="regions take the mean colour of the pixels they cover")
+    stages.add_argument("--merge", type=float,
+                        help="merge neighbouring regions while a union costs at most C")
+    stages.add_argument("--merge-psnr", type=float,
+                        help="... or while the regions' means stay DB from the input")
     stages.add_argument("--spots", type=int,
                         help="trace twice: spots up to PX pixels absorbed, regions repainted")
     p.add_argument("--stats", action="store_true", help="print counts and times per input")
@@ -134,7 +138,8 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     options: Dict[str, Any] = {}
     for name in ("tolerance", "min_length", "max_outlines", "curve_tolerance", "max_pixels",
                  "background", "filter", "filter_radius", "colors", "palette", "antialias",
-                 "speckle", "max_paths", "threshold", "restitute", "spots"):
+                 "speckle", "max_paths", "threshold", "restitute", "merge", "merge_psnr",
+                 "spots"):
         value = getattr(args, name)
         if value is not None:
             options[name] = value

@@ -1,0 +1,34 @@
+// RegionMerger: merges neighbouring regions whose union costs the picture
+// little, the cheapest first (Ward's criterion on the region adjacency
+// graph), and paints every region the mean colour of the input pixels it
+// covers.
+//
+// Regions are the 4-connected groups of pixels of exactly one colour. The
+// cost of joining regions A and B (nA and nB pixels, mean input colours mA
+// and mB) is what their union adds to the squared error of the picture
+// painted in region means: nA nB / (nA + nB) |mA - mB|^2, summed over red,
+// green and blue. A small region of a colour close to its neighbour's (a
+// band of a quantised gradient, a speckle of noise) is cheap; a small dark
+// pupil in a light eye or a thin black outline is dear and stays. Merging
+// stops when the cheapest union costs more than `cost`, or when it would take
+// the squared error of the painted picture (all regions, against the input)
+// above `budget`.
+#pragma once
+
+#include "platform/WinTypes.h"
+
+namespace om1 {
+
+class RegionMerger {
+public:
+    // `pixels` holds the regions (changed in place), `original` the input
+    // colours the means are taken from (same size). With `means` false a
+    // union keeps the colour its larger part has in `pixels` instead of the
+    // mean, so the picture keeps its palette (the costs are the same).
+    // Returns the number of regions left, -1 when memory runs out (pixels
+    // unchanged).
+    static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
+                           double cost, double budget, bool means = true);
+};
+
+}  // namespace om1

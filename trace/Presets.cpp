@@ -72,8 +72,8 @@ TraceOptions Presets::options(Preset p) {
             o.colors = 16;
             o.antialias = true;
             o.antialiasRadius = 3;
-            o.speckle = 8;
-            o.merge = 12;
+            o.speckle = 4;
+            o.merge = 16;
             o.tolerancePercent = 0;
             break;
         case Photo:

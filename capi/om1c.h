@@ -92,11 +92,11 @@ typedef struct om1_options {
     int antialias;           /* 1: thin bands of in-between colours join a side (0; graphic 1) */
     int antialias_radius;    /* how far a band pixel looks for flat regions, 1..64 (2) */
     int antialias_tolerance; /* largest distance from the line between two colours, 0..765 (40) */
-    int speckle; /* regions below this many pixels join their surroundings (0; graphic 8) */
+    int speckle; /* regions below this many pixels join their surroundings (0; graphic 4) */
     double speckle_share; /* the speckle area is at least this share of the picture\'s area, 0..1 */
     int restitute;        /* 1: regions take the mean colour of the input pixels they cover (0) */
     double merge;         /* neighbouring regions merge while a union adds at most this times
-                             128 x the picture's side to the squared error; 0 off (graphic 12) */
+                             128 x the picture's side to the squared error; 0 off (graphic 16) */
     double merge_psnr;    /* ... or while the regions' means stay this many dB from the input,
                              0..100; 0 off (photo 30) */
     int merge_means;      /* 1: merged regions take their mean input colour; 0: the colour of

@@ -16,13 +16,15 @@
 //                     the two flat regions beside them
 //   5. speckle        regions of fewer than `speckle` pixels join the region
 //                     that surrounds them
-//   6. restitute      every region takes the mean colour of the input pixels
+//   6. merge          neighbouring regions join while their union costs
+//                     little (RegionMerger); regions take their mean colour
+//   7. restitute      every region takes the mean colour of the input pixels
 //                     it covers
-//   7. spots          the library's two-pass clean-up (SpotRestitution):
+//   8. spots          the library's two-pass clean-up (SpotRestitution):
 //                     trace, weigh the spots, absorb those of at most `spots`
 //                     pixels, repaint the regions from the outlines
-//   8. trace          the tracer with `tolerancePercent`, seeded as `seed` says
-// and then, when `maxPaths` > 0, stages 5 to 8 are repeated with a larger
+//   9. trace          the tracer with `tolerancePercent`, seeded as `seed` says
+// and then, when `maxPaths` > 0, stages 5 to 9 are repeated with a larger
 // speckle area until the tree has at most `maxPaths` coloured nodes.
 #pragma once
 

@@ -36,9 +36,17 @@ bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
 // of the group's first node, so that drawing the union in that slot leaves
 // the picture as it was (stacked masks of nodes that are not nested never
 // overlap, and each member's descendants are still drawn after it).
-std::vector<int> joinGroups(const LabelRaster& lr) {
+//
+// A leaf node (no holes) drawn after a group of its colour that it touches
+// joins it too, as a lifted member (lifted[i] = 1): its pixels are drawn with
+// the group and left out of every other shape's mask, so that the ancestors
+// drawn after the group no longer cover them (a stray piece of a region that
+// the tracer cut off inside a neighbour costs no path of its own).
+std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted) {
     const int n = static_cast<int>(lr.nodes.size());
     std::vector<int> join(static_cast<size_t>(n));
+    std::vector<int> size(static_cast<size_t>(n), 1);
+    lifted.assign(static_cast<size_t>(n), 0);
     for (int i = 0; i < n; ++i) join[i] = i;
     std::vector<std::pair<int32_t, int32_t>> pairs;
     auto consider = [&](int32_t a, int32_t b) {
@@ -73,8 +81,15 @@ std::vector<int> joinGroups(const LabelRaster& lr) {
         int ra = find(pr.first), rb = find(pr.second);
         if (ra == rb) continue;
         if (rb < ra) std::swap(ra, rb);
-        if (!properAncestor(deep[rb], ra)) continue;
+        if (!properAncestor(deep[rb], ra)) {
+            if (size[rb] != 1 || lr.subtreeEnd(rb) != rb + 1) continue;
+            lifted[rb] = 1;
+            join[rb] = ra;
+            ++size[ra];
+            continue;
+        }
         join[rb] = ra;
+        size[ra] += size[rb];
         if (deep[rb] >= 0 && (deep[ra] < 0 || lr.nodes[deep[rb]].depth > lr.nodes[deep[ra]].depth))
             deep[ra] = deep[rb];
     }
@@ -102,7 +117,8 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
         }
     }
     std::vector<int> join;
-    if (joinParts) join = joinGroups(lr);
+    std::vector<uint8_t> lifted;
+    if (joinParts) join = joinGroups(lr, lifted);
     // members[first .. ] of each group, in node order.
     std::vector<std::vector<int>> members(static_cast<size_t>(n));
     for (int i = 0; i < n; ++i) members[join.empty() ? i : join[i]].push_back(i);
@@ -127,7 +143,9 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
                 const int32_t* row = &lr.labels[static_cast<size_t>(y) * lr.width];
                 uint8_t* mrow = &mask[static_cast<size_t>(y - b.y0) * w];
                 for (int x = mb.x0; x <= mb.x1; ++x)
-                    if (row[x] >= lo && row[x] < hi) mrow[x - b.x0] = 1;
+                    if (row[x] >= lo && row[x] < hi &&
+                        (lifted.empty() || !lifted[row[x]] || join[row[x]] == i))
+                        mrow[x - b.x0] = 1;
             }
         }
         if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops)) return false;

@@ -135,7 +135,15 @@ TEST(ShapeBuilder, RedBlockIsExactInEveryMode) {
 // drawing stays exact (every pixel centre shows its prepared colour). The
 // arch is a silhouette on white touching the top border with smooth edges:
 // the tracer cuts the white into parts at the border, written as one shape.
+// The island is white inside a blue ring whose corner is cut: it touches the
+// outer white only corner to corner, so it is a hole of the ring; drawn with
+// the outer white, it is left out of the ring's mask.
 TEST(ShapeBuilder, JoinedPartsStayExact) {
+    Picture island("island", 12, 12);
+    island.fill(0, 0, 12, 12, 0xffffff);
+    island.fill(3, 3, 6, 6, 0x2040c0);
+    island.fill(4, 4, 4, 4, 0xffffff);
+    island.fill(3, 3, 1, 1, 0xffffff);
     Picture diagonal("diagonal", 12, 12);
     diagonal.fill(0, 0, 12, 12, 0xffffff);
     diagonal.fill(2, 2, 3, 3, 0x000000);
@@ -163,6 +171,7 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
         int nodes, joined;  // coloured nodes; shapes written with joinParts
     };
     const Case cases[] = {{diagonal, om1::Presets::Pixel, 3, 2},
+                          {island, om1::Presets::Pixel, 3, 2},
                           {stripes, om1::Presets::Pixel, 5, 5},
                           {arch, om1::Presets::Graphic, 6, 2}};
     for (const Case& c : cases) {

@@ -16,6 +16,9 @@
 #include "platform/WinTypes.h"  // windows.h without min and max macros
 #else
 #include <dirent.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <limits.h>
 #include <unistd.h>
 #endif
@@ -139,6 +142,13 @@ void FileSystem::binaryStandardStreams() {
 #ifdef _WIN32
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
+#endif
+}
+
+void FileSystem::keepFreedMemory() {
+#ifdef __GLIBC__
+    mallopt(M_MMAP_THRESHOLD, 64 << 20);
+    mallopt(M_TRIM_THRESHOLD, 256 << 20);
 #endif
 }
 

@@ -16,6 +16,7 @@
 
 int main(int argc, char** argv) {
     FileSystem::binaryStandardStreams();
+    FileSystem::keepFreedMemory();
     CommandLine cl;
     std::string error;
     if (!cl.parse(argc, argv, error)) {

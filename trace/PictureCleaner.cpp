@@ -103,21 +103,33 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                     }
                 }
         }
+    // The colours of flat pixels, kNone elsewhere (colours have 24 bits).
+    const uint32_t kNone = 0xFFFFFFFFu;
+    std::vector<uint32_t> flatColour;
+    try {
+        flatColour.resize(n);
+    } catch (...) {
+        return -1;
+    }
+    for (size_t i = 0; i < n; ++i) flatColour[i] = flat[i] ? c[i] : kNone;
     long long changed = 0;
     uint32_t cand[16];
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             const size_t i = static_cast<size_t>(y) * width + x;
             if (flat[i]) continue;
+            // The distinct flat colours of the window, in row order.
             int k = 0;
-            for (int dy = -radius; dy <= radius && k < 16; ++dy)
-                for (int dx = -radius; dx <= radius && k < 16; ++dx) {
-                    const int nx = x + dx, ny = y + dy;
-                    if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
-                    const size_t j = static_cast<size_t>(ny) * width + nx;
-                    if (!flat[j]) continue;
-                    if (std::find(cand, cand + k, c[j]) == cand + k) cand[k++] = c[j];
+            const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
+            const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
+            for (int ny = y0; ny <= y1 && k < 16; ++ny) {
+                const uint32_t* row = &flatColour[static_cast<size_t>(ny) * width];
+                for (int nx = x0; nx <= x1 && k < 16; ++nx) {
+                    const uint32_t v = row[nx];
+                    if (v == kNone || (k > 0 && v == cand[k - 1])) continue;
+                    if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
                 }
+            }
             if (k < 2) continue;
             const uint32_t p = c[i];
             double best = tolerance + 0.5;
@@ -188,12 +200,18 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
         long long count = labelRegions(c, width, height, labels, queue);
+        // Reused by every pass (a pass has no more regions than the last).
+        std::vector<int32_t> start, order(n), parent, shared, fillAt;
+        std::vector<long long> size;
+        std::vector<uint32_t> colour;
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             const int32_t m = static_cast<int32_t>(count);
             // Pixels grouped by region (counting sort).
-            std::vector<int32_t> start(m + 1, 0), order(n), parent(m), shared(m, 0);
-            std::vector<long long> size(m, 0);
-            std::vector<uint32_t> colour(m);
+            start.assign(m + 1, 0);
+            parent.resize(m);
+            shared.assign(m, 0);
+            size.assign(m, 0);
+            colour.resize(m);
             for (size_t i = 0; i < n; ++i) {
                 ++start[labels[i] + 1];
                 colour[labels[i]] = c[i];
@@ -203,10 +221,8 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 start[r + 1] += start[r];
                 parent[r] = r;
             }
-            {
-                std::vector<int32_t> fillAt(start.begin(), start.end() - 1);
-                for (size_t i = 0; i < n; ++i) order[fillAt[labels[i]]++] = static_cast<int32_t>(i);
-            }
+            fillAt.assign(start.begin(), start.end() - 1);
+            for (size_t i = 0; i < n; ++i) order[fillAt[labels[i]]++] = static_cast<int32_t>(i);
             auto find = [&](int32_t r) {
                 while (parent[r] != r) r = parent[r] = parent[parent[r]];
                 return r;

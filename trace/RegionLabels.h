@@ -8,31 +8,41 @@
 
 namespace om1 {
 
-// 4-connected regions of one colour: labels and the count. Breadth first
-// with an explicit queue.
+// 4-connected regions of one colour: labels and the count. A region's label
+// is its rank by its first pixel in row order. Two passes over the rows with
+// a union-find whose root is always the set's first pixel (`queue` holds the
+// parents).
 inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
                               std::vector<int32_t>& labels, std::vector<int32_t>& queue) {
     const size_t n = c.size();
-    labels.assign(n, -1);
+    labels.resize(n);
     queue.resize(n);
-    int32_t next = 0;
-    for (size_t s = 0; s < n; ++s) {
-        if (labels[s] >= 0) continue;
-        size_t head = 0, tail = 0;
-        queue[tail++] = static_cast<int32_t>(s);
-        labels[s] = next;
-        while (head < tail) {
-            const int32_t p = queue[head++];
-            const int x = p % w, y = p / w;
-            const int32_t nb[4] = {x > 0 ? p - 1 : -1, x + 1 < w ? p + 1 : -1, y > 0 ? p - w : -1,
-                                   y + 1 < h ? p + w : -1};
-            for (int32_t q : nb)
-                if (q >= 0 && labels[q] < 0 && c[q] == c[s]) {
-                    labels[q] = next;
-                    queue[tail++] = q;
-                }
+    int32_t* parent = queue.data();
+    auto find = [parent](int32_t i) {
+        while (parent[i] != i) i = parent[i] = parent[parent[i]];
+        return i;
+    };
+    auto join = [&](int32_t a, int32_t b) {
+        a = find(a);
+        b = find(b);
+        if (a < b)
+            parent[b] = a;
+        else if (b < a)
+            parent[a] = b;
+    };
+    for (int y = 0; y < h; ++y) {
+        const int32_t row = y * w;
+        for (int x = 0; x < w; ++x) {
+            const int32_t i = row + x;
+            parent[i] = i;
+            if (x > 0 && c[i] == c[i - 1]) join(i, i - 1);
+            if (y > 0 && c[i] == c[i - w]) join(i, i - w);
         }
-        ++next;
+    }
+    int32_t next = 0;
+    for (size_t i = 0; i < n; ++i) {
+        const int32_t r = find(static_cast<int32_t>(i));
+        labels[i] = r == static_cast<int32_t>(i) ? next++ : labels[r];
     }
     return next;
 }

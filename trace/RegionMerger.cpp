@@ -90,6 +90,21 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             return size[a] * size[b] / (size[a] + size[b]) * d2;
         };
         std::priority_queue<Candidate, std::vector<Candidate>, std::greater<Candidate>> heap;
+        auto push = [&](int32_t a, int32_t b) {
+            if (a > b) std::swap(a, b);
+            heap.push({unionCost(a, b), a, b, stamp[a], stamp[b]});
+        };
+        // The neighbour list of `self` as roots, each once.
+        auto normalise = [&](std::vector<int32_t>& list, int32_t self) {
+            for (int32_t& r : list) r = find(r);
+            std::sort(list.begin(), list.end());
+            list.erase(std::unique(list.begin(), list.end()), list.end());
+            list.erase(std::remove(list.begin(), list.end(), self), list.end());
+        };
+        // Size and list length of each region when its pairs were last priced.
+        std::vector<double> pricedSize(size);
+        std::vector<size_t> pricedList(m);
+        for (int32_t r = 0; r < m; ++r) pricedList[r] = adjacent[r].size();
         for (int32_t a = 0; a < m; ++a)
             for (int32_t b : adjacent[a])
                 if (a < b) {
@@ -108,24 +123,37 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             // The region with more neighbours keeps its list.
             int32_t keep = top.a, gone = top.b;
             if (adjacent[keep].size() < adjacent[gone].size()) std::swap(keep, gone);
+            const bool small = size[gone] * 16 <= size[keep];
             parent[gone] = keep;
             if (size[gone] > size[keep]) paint[keep] = paint[gone];
             size[keep] += size[gone];
             for (int k = 0; k < 3; ++k) sum[3 * keep + k] += sum[3 * gone + k];
-            ++stamp[keep];
             --left;
             std::vector<int32_t>& list = adjacent[keep];
-            list.insert(list.end(), adjacent[gone].begin(), adjacent[gone].end());
-            std::vector<int32_t>().swap(adjacent[gone]);
-            for (int32_t& r : list) r = find(r);
-            std::sort(list.begin(), list.end());
-            list.erase(std::unique(list.begin(), list.end()), list.end());
-            list.erase(std::remove(list.begin(), list.end(), keep), list.end());
-            for (int32_t r : list) {
-                const double k = unionCost(keep, r);
-                heap.push({k, std::min(keep, r), std::max(keep, r), stamp[std::min(keep, r)],
-                           stamp[std::max(keep, r)]});
+            std::vector<int32_t>& added = adjacent[gone];
+            for (int32_t& r : added) r = find(r);
+            if (small && size[keep] <= 1.25 * pricedSize[keep]) {
+                // A small region joined a large one whose mean barely moved:
+                // the large one's pairs keep their prices; only the small
+                // one's neighbours are priced anew. (Without this a large
+                // background that swallows speckles one by one would price
+                // all its neighbours again every time.)
+                for (int32_t r : added)
+                    if (r != keep) push(keep, r);
+                list.insert(list.end(), added.begin(), added.end());
+                if (list.size() > 2 * pricedList[keep] + 16) {
+                    normalise(list, keep);
+                    pricedList[keep] = list.size();
+                }
+            } else {
+                ++stamp[keep];
+                pricedSize[keep] = size[keep];
+                list.insert(list.end(), added.begin(), added.end());
+                normalise(list, keep);
+                pricedList[keep] = list.size();
+                for (int32_t r : list) push(keep, r);
             }
+            std::vector<int32_t>().swap(added);
         }
         if (means)
             for (int32_t r = 0; r < m; ++r) {

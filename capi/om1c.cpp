@@ -23,7 +23,10 @@
 #endif
 
 struct om1_result {
-    om1::ShapeSet shapes;
+    om1::ShapeSet shapes;  // every node with its own loops (regions, JSON)
+    // In the stacked layout, the same nodes with touching parts of one colour
+    // joined (OutputOptions::joinParts), as the drawing formats write them.
+    om1::ShapeSet drawn;
     std::vector<std::vector<int>> holes;                          // per region: its holes
     std::vector<std::vector<std::vector<om1::Corner>>> polygons;  // per region, per loop
     std::vector<char> hidden;                                     // per region
@@ -78,15 +81,17 @@ void composite(const uint8_t* pixels, int width, int height, int stride, int bac
     }
 }
 
+// Counts of what the drawing formats write.
 void fillStats(om1_result& r) {
     om1_stats& s = r.stats;
-    s.width = r.shapes.width;
-    s.height = r.shapes.height;
-    s.loops = r.shapes.loops;
-    s.curved_loops = r.shapes.curvedLoops;
-    s.corrected_pixels = r.shapes.reconciledPixels;
-    for (size_t i = 0; i < r.shapes.shapes.size(); ++i) {
-        const om1::Shape& sh = r.shapes.shapes[i];
+    const om1::ShapeSet& set = r.drawn.shapes.empty() ? r.shapes : r.drawn;
+    s.width = set.width;
+    s.height = set.height;
+    s.loops = set.loops;
+    s.curved_loops = set.curvedLoops;
+    s.corrected_pixels = set.reconciledPixels;
+    for (size_t i = 0; i < set.shapes.size(); ++i) {
+        const om1::Shape& sh = set.shapes[i];
         if (sh.role == om1::Shape::Role::Frame) {
             ++s.frames;
             continue;
@@ -99,7 +104,7 @@ void fillStats(om1_result& r) {
             if (k < sh.curves.size() && sh.curves[k].size() >= 4)
                 s.segments += static_cast<long long>(sh.curves[k].size() - 1) / 3;
             else
-                s.segments += static_cast<long long>(r.polygons[i][k].size());
+                s.segments += static_cast<long long>(sh.loops[k].vertices().size());
         }
     }
 }
@@ -148,6 +153,10 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
     bool built = false;
     try {
         built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->shapes);
+        if (built && !o.cutout) {
+            oo.joinParts = true;
+            built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->drawn);
+        }
     } catch (...) {
         built = false;
     }
@@ -165,6 +174,7 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
         for (size_t i = 0; i < n; ++i) {
             om1::Shape& sh = r->shapes.shapes[i];
             sh.node = nullptr;  // the tree is gone
+            if (i < r->drawn.shapes.size()) r->drawn.shapes[i].node = nullptr;
             if (sh.parent >= 0 && static_cast<size_t>(sh.parent) < n)
                 r->holes[sh.parent].push_back(static_cast<int>(i));
             for (const om1::CrackLoop& loop : sh.loops) r->polygons[i].push_back(loop.vertices());
@@ -320,7 +330,9 @@ int om1_result_write(const om1_result* result, const char* format, char** data, 
         if (!om1c::FormatTable::find(format, kind)) return static_cast<int>(OM1_UNKNOWN_FORMAT);
         std::ostringstream text;
         const std::vector<char>& hidden = result->hidden;
-        const om1::ShapeSet& set = result->shapes;
+        const om1::ShapeSet& set =
+            kind == om1::OutputFormat::Kind::Json || result->drawn.shapes.empty() ? result->shapes
+                                                                                  : result->drawn;
         auto skip = [&](const om1::Shape& sh) {
             return hidden[static_cast<size_t>(&sh - set.shapes.data())] != 0;
         };

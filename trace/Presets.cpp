@@ -209,28 +209,20 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
         o.speckleShare = 0;
         return true;
     }
-    if (key == "merge") {
+    // A decimal number in [lo, hi] (no NaN, nothing after it).
+    auto decimal = [&](double lo, double hi, const char* shown, double& out) {
         char* end = nullptr;
         errno = 0;
         const double v = strtod(value.c_str(), &end);
-        if (value.empty() || errno || *end || !(v >= 0 && v <= 1e6)) {
-            error = "--merge takes a number from 0 to 1000000, not '" + value + "'";
+        if (value.empty() || errno || *end || !(v >= lo && v <= hi)) {
+            error = "--" + key + " takes a number from " + shown + ", not '" + value + "'";
             return false;
         }
-        o.merge = v;
+        out = v;
         return true;
-    }
-    if (key == "merge-psnr") {
-        char* end = nullptr;
-        errno = 0;
-        const double v = strtod(value.c_str(), &end);
-        if (value.empty() || errno || *end || !(v >= 0 && v <= 100)) {
-            error = "--merge-psnr takes a number from 0 to 100, not '" + value + "'";
-            return false;
-        }
-        o.mergePsnr = v;
-        return true;
-    }
+    };
+    if (key == "merge") return decimal(0, 1e6, "0 to 1000000", o.merge);
+    if (key == "merge-psnr") return decimal(0, 100, "0 to 100", o.mergePsnr);
     if (key == "max-paths") {
         if (!range(0, 2000000000)) return false;
         o.maxPaths = static_cast<int>(n);

@@ -10,14 +10,14 @@ namespace om1 {
 
 // 4-connected regions of one colour: labels and the count. A region's label
 // is its rank by its first pixel in row order. Two passes over the rows with
-// a union-find whose root is always the set's first pixel (`queue` holds the
-// parents).
+// a union-find whose root is always the set's first pixel (`scratch` holds
+// the parents).
 inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
-                              std::vector<int32_t>& labels, std::vector<int32_t>& queue) {
+                              std::vector<int32_t>& labels, std::vector<int32_t>& scratch) {
     const size_t n = c.size();
     labels.resize(n);
-    queue.resize(n);
-    int32_t* parent = queue.data();
+    scratch.resize(n);
+    int32_t* parent = scratch.data();
     auto find = [parent](int32_t i) {
         while (parent[i] != i) i = parent[i] = parent[parent[i]];
         return i;

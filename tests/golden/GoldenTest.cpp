@@ -47,28 +47,22 @@ std::string hashOutlines(int result, const ListOfOutLines* root) {
 
 std::string hashExport(const ExportOutLineTree* root) {
     Hash hs;
-    std::vector<const ExportOutLineTree*> stack{root};
-    while (!stack.empty()) {
-        const ExportOutLineTree* n = stack.back();
-        stack.pop_back();
-        if (!n) {
-            hs.byte(0);
-            continue;
-        }
-        hs.byte(1);
-        hs.i64(n->type);
-        hs.i64(n->valid);
-        for (int b : n->bounds) hs.i64(b);
-        hs.bytes(n->data, n->len);
-        hs.i64(n->startPos);
-        hs.colour(n->color);
-        int holes = 0;
-        for (const HoleNode* h = n->holes; h; h = h->next) ++holes;
-        hs.i64(holes);
-        std::vector<const ExportOutLineTree*> list;
-        for (const HoleNode* h = n->holes; h; h = h->next) list.push_back(h->tree);
-        for (auto it = list.rbegin(); it != list.rend(); ++it) stack.push_back(*it);
-    }
+    golden::hashTree(hs, root,
+                     [&](const ExportOutLineTree* n, std::vector<const ExportOutLineTree*>& stack) {
+                         hs.i64(n->type);
+                         hs.i64(n->valid);
+                         for (int b : n->bounds) hs.i64(b);
+                         hs.bytes(n->data, n->len);
+                         hs.i64(n->startPos);
+                         hs.colour(n->color);
+                         int holes = 0;
+                         for (const HoleNode* h = n->holes; h; h = h->next) ++holes;
+                         hs.i64(holes);
+                         std::vector<const ExportOutLineTree*> list;
+                         for (const HoleNode* h = n->holes; h; h = h->next) list.push_back(h->tree);
+                         for (auto it = list.rbegin(); it != list.rend(); ++it)
+                             stack.push_back(*it);
+                     });
     return hs.hex();
 }
 

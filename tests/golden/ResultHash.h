@@ -46,18 +46,24 @@ struct Hash {
     }
 };
 
+// Walks a tree in pre-order: a 0 byte for every missing node, else a 1 byte
+// and `node(n, stack)`, which hashes n's fields and pushes its children (the
+// last pushed is walked first).
+template <class Node, class F>
+void hashTree(Hash& hs, const Node* root, F node) {
+    std::vector<const Node*> stack{root};
+    while (!stack.empty()) {
+        const Node* n = stack.back();
+        stack.pop_back();
+        hs.byte(n ? 1 : 0);
+        if (n) node(n, stack);
+    }
+}
+
 // The tracer's outline tree: child, next, parts and extraLink of every node.
 inline void hashOutlines(Hash& hs, int result, const ListOfOutLines* root) {
     hs.i64(result);
-    std::vector<const ListOfOutLines*> stack{root};
-    while (!stack.empty()) {
-        const ListOfOutLines* n = stack.back();
-        stack.pop_back();
-        if (!n) {
-            hs.byte(0);
-            continue;
-        }
-        hs.byte(1);
+    hashTree(hs, root, [&](const ListOfOutLines* n, std::vector<const ListOfOutLines*>& stack) {
         hs.i64(n->checkState);
         hs.i64(n->start.x);
         hs.i64(n->start.y);
@@ -74,21 +80,13 @@ inline void hashOutlines(Hash& hs, int result, const ListOfOutLines* root) {
         stack.push_back(n->parts);
         stack.push_back(n->next);
         stack.push_back(n->child);
-    }
+    });
 }
 
 // An entry point's contour tree with its holes, chains and Bezier points.
 inline void hashKvCtree(Hash& hs, int result, const KvCtree* root) {
     hs.i64(result);
-    std::vector<const KvCtree*> stack{root};
-    while (!stack.empty()) {
-        const KvCtree* n = stack.back();
-        stack.pop_back();
-        if (!n) {
-            hs.byte(0);
-            continue;
-        }
-        hs.byte(1);
+    hashTree(hs, root, [&](const KvCtree* n, std::vector<const KvCtree*>& stack) {
         hs.i64(n->isFrame);
         hs.bytes(n->chain, n->dirNum);
         hs.i64(n->startOffset);
@@ -102,7 +100,7 @@ inline void hashKvCtree(Hash& hs, int result, const KvCtree* root) {
         for (const KvCtree::Holes* h = n->holes; h; h = h->next) list.push_back(h->ctree);
         hs.i64(static_cast<long long>(list.size()));
         for (auto it = list.rbegin(); it != list.rend(); ++it) stack.push_back(*it);
-    }
+    });
 }
 
 }  // namespace golden

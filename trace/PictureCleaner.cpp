@@ -18,6 +18,20 @@ int maxDiff(uint32_t a, uint32_t b) {
     return d;
 }
 
+// Squared distance of two packed colours.
+int colourDistance(uint32_t a, uint32_t b) {
+    int d = 0;
+    for (int i = 0; i < 3; ++i) {
+        const int c = colourChannel(a, i) - colourChannel(b, i);
+        d += c * c;
+    }
+    return d;
+}
+
+// A speckle's edge to a region that was at least the area when the pass
+// began outweighs any number of edges to speckles merged before it.
+const long long kLargeEdge = 1LL << 32;
+
 // Distance (largest channel difference) of p from the segment a..b, and the
 // parameter t of its nearest point (0 at a, 1 at b).
 double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t) {
@@ -201,8 +215,9 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         std::vector<int32_t> labels, queue;
         long long count = labelRegions(c, width, height, labels, queue);
         // Reused by every pass (a pass has no more regions than the last).
-        std::vector<int32_t> start, order(n), parent, shared, fillAt;
-        std::vector<long long> size;
+        std::vector<int32_t> start, order(n), parent, fillAt;
+        std::vector<long long> size, shared;
+        std::vector<char> large;
         std::vector<uint32_t> colour;
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             const int32_t m = static_cast<int32_t>(count);
@@ -216,8 +231,10 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 ++start[labels[i] + 1];
                 colour[labels[i]] = c[i];
             }
+            large.assign(m, 0);
             for (int32_t r = 0; r < m; ++r) {
                 size[r] = start[r + 1];
+                large[r] = size[r] >= area;
                 start[r + 1] += start[r];
                 parent[r] = r;
             }
@@ -247,14 +264,19 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                         if (q < 0) continue;
                         const int32_t s = find(labels[q]);
                         if (s == r) continue;
-                        if (shared[s]++ == 0) touched.push_back(s);
+                        if (shared[s] == 0) touched.push_back(s);
+                        shared[s] += large[labels[q]] ? kLargeEdge : 1;
                     }
                 }
                 int32_t to = -1;
                 for (int32_t s : touched) {
-                    if (to < 0 || shared[s] > shared[to] ||
-                        (shared[s] == shared[to] && size[s] > size[to]))
+                    if (to < 0 || shared[s] > shared[to]) {
                         to = s;
+                    } else if (shared[s] == shared[to]) {
+                        const int ds = colourDistance(colour[s], colour[r]);
+                        const int dt = colourDistance(colour[to], colour[r]);
+                        if (ds < dt || (ds == dt && size[s] > size[to])) to = s;
+                    }
                 }
                 for (int32_t s : touched) shared[s] = 0;
                 if (to < 0) continue;

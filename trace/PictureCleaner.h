@@ -37,6 +37,10 @@ public:
     // colour of the neighbouring region it shares the longest boundary with
     // (the region that surrounds it, for an enclosed spot), smallest regions
     // first; repeated until no region is below the area or nothing changes.
+    // Within a pass, edges to regions that were at least the area when the
+    // pass began come first, so a colour never spreads from speckle to
+    // speckle across a noisy patch; ties go to the nearer colour, then to
+    // the larger region.
     // Returns the number of regions left, -1 when memory runs out.
     static long long speckle(RGBQUAD* pixels, int width, int height, int area);
 

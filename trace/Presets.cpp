@@ -72,8 +72,10 @@ TraceOptions Presets::options(Preset p) {
             o.colors = 16;
             o.antialias = true;
             o.antialiasRadius = 3;
-            o.speckle = 4;
-            o.merge = 16;
+            // Only single pixels and pairs go by area: the merging takes
+            // the rest by colour, which keeps thin lines the area would cut.
+            o.speckle = 2;
+            o.merge = 20;
             o.tolerancePercent = 0;
             break;
         case Photo:

@@ -165,6 +165,23 @@ TEST(Presets, SpeckleBelowTheAreaJoinsItsSurroundings) {
     }
 }
 
+TEST(Presets, SpecklesDoNotCarryAColourAcrossANoisyPatch) {
+    // White on the left (x < 20), dark grey elsewhere, and in the grey a
+    // patch (x 20..29, y 10..29) of one-pixel speckles in two near greys
+    // beside the white. Speckles merged into the white must not make their
+    // neighbours white in turn: only the column touching the white may go.
+    const RGBQUAD white = rgb(255, 255, 255), grey = rgb(50, 50, 50);
+    Picture p(40, 40, grey);
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 20; ++x) p.at(x, y) = white;
+    for (int y = 10; y < 30; ++y)
+        for (int x = 20; x < 30; ++x) p.at(x, y) = (x + y) % 2 ? rgb(40, 40, 40) : rgb(60, 60, 60);
+    ASSERT_GT(om1::PictureCleaner::speckle(p.px.data(), p.w, p.h, 4), 0);
+    for (int y = 10; y < 30; ++y)
+        for (int x = 21; x < 30; ++x)
+            EXPECT_EQ(key(p.at(x, y)), key(grey)) << x << "," << y;
+}
+
 TEST(Presets, RestitutionGivesRegionsTheirMeanColour) {
     // Two regions of the prepared picture (left and right half); the input
     // under the left one holds 10 and 21 in red, under the right one 200.

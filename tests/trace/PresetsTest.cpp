@@ -178,8 +178,7 @@ TEST(Presets, SpecklesDoNotCarryAColourAcrossANoisyPatch) {
         for (int x = 20; x < 30; ++x) p.at(x, y) = (x + y) % 2 ? rgb(40, 40, 40) : rgb(60, 60, 60);
     ASSERT_GT(om1::PictureCleaner::speckle(p.px.data(), p.w, p.h, 4), 0);
     for (int y = 10; y < 30; ++y)
-        for (int x = 21; x < 30; ++x)
-            EXPECT_EQ(key(p.at(x, y)), key(grey)) << x << "," << y;
+        for (int x = 21; x < 30; ++x) EXPECT_EQ(key(p.at(x, y)), key(grey)) << x << "," << y;
 }
 
 TEST(Presets, RestitutionGivesRegionsTheirMeanColour) {

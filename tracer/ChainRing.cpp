@@ -54,6 +54,7 @@ ChainRing::~ChainRing() {
     delete[] px_;
     delete[] py_;
     delete[] freeIds_;
+    delete[] mark_;
     delete[] hash_;
     delete[] histX_;
     delete[] histY_;
@@ -72,13 +73,15 @@ bool ChainRing::reserve(unsigned need) {
     int* px = new (std::nothrow) int[cap];
     int* py = new (std::nothrow) int[cap];
     int* freeIds = new (std::nothrow) int[cap];
-    if (!code || !idAt || !slotOf || !px || !py || !freeIds || !growHash(2 * cap)) {
+    unsigned* mark = new (std::nothrow) unsigned[cap]();
+    if (!code || !idAt || !slotOf || !px || !py || !freeIds || !mark || !growHash(2 * cap)) {
         delete[] code;
         delete[] idAt;
         delete[] slotOf;
         delete[] px;
         delete[] py;
         delete[] freeIds;
+        delete[] mark;
         return false;
     }
     // The ring is laid out again from slot 0; ids keep their numbers.
@@ -92,6 +95,7 @@ bool ChainRing::reserve(unsigned need) {
         memcpy(px, px_, cap_ * sizeof(int));
         memcpy(py, py_, cap_ * sizeof(int));
         memcpy(freeIds, freeIds_, static_cast<size_t>(nFree_) * sizeof(int));
+        memcpy(mark, mark_, cap_ * sizeof(unsigned));
     }
     for (unsigned id = cap; id > cap_; --id) freeIds[nFree_++] = static_cast<int>(id - 1);
     delete[] code_;
@@ -100,6 +104,8 @@ bool ChainRing::reserve(unsigned need) {
     delete[] px_;
     delete[] py_;
     delete[] freeIds_;
+    delete[] mark_;
+    mark_ = mark;
     code_ = code;
     idAt_ = idAt;
     slotOf_ = slotOf;
@@ -141,6 +147,23 @@ void ChainRing::clear() {
     n_ = 0;
     s_ = 0;
     loose_ = Box{INT_MIN, INT_MIN, INT_MAX, INT_MAX};
+    forgetMarks();
+}
+
+void ChainRing::forgetMarks() {
+    hasMarkColour_ = false;
+    if (++epoch_ == 0) {
+        // After 2^32 epochs the old numbers come round again: wipe them.
+        for (unsigned id = 0; id < cap_; ++id) mark_[id] = 0;
+        epoch_ = 1;
+    }
+}
+
+void ChainRing::markColour(DWORD colour) {
+    if (hasMarkColour_ && colour == markColour_) return;
+    forgetMarks();
+    markColour_ = colour;
+    hasMarkColour_ = true;
 }
 
 void ChainRing::hashInsert(int id) {
@@ -184,6 +207,7 @@ void ChainRing::addAt(unsigned slot, int x, int y, int code) {
     slotOf_[id] = static_cast<int>(slot);
     idAt_[slot] = id;
     code_[slot] = static_cast<unsigned char>(code);
+    mark_[id] = 0;
     hashInsert(id);
     ++histX_[x];
     ++histY_[y];
@@ -200,6 +224,7 @@ void ChainRing::removeAt(unsigned slot) {
 
 void ChainRing::moveTo(unsigned from, unsigned to, int code) {
     int id = idAt_[from];
+    if (code_[from] != code) mark_[id] = 0;
     idAt_[to] = id;
     code_[to] = static_cast<unsigned char>(code);
     slotOf_[id] = static_cast<int>(to);

@@ -46,6 +46,18 @@ public:
     bool store(BoundChain& c) const;
 
     int count() const { return n_; }
+
+    // Marks for the tracer's first steps. A position whose outward pixel is
+    // unclaimed and of a colour the growing region does not accept stays so
+    // while the region keeps its colour and the position keeps its code: a
+    // region claims only pixels it accepts. The tracer marks such positions
+    // and passes them by on later rounds without looking at the pixels.
+    // `markColour` forgets every mark when the colour differs from the last
+    // one given; loading or clearing the ring forgets them too, and a
+    // position whose code changes loses its mark.
+    void markColour(DWORD colour);
+    bool startMarked() const { return mark_[idAt_[s_]] == epoch_; }
+    void markStart() { mark_[idAt_[s_]] = epoch_; }
     POINT start() const { return start_; }
     int codeAt(int i) const { return code_[(s_ + static_cast<unsigned>(i)) & mask_]; }
     int currentCode() const { return code_[s_]; }
@@ -120,6 +132,13 @@ private:
     int* py_ = nullptr;
     int* freeIds_ = nullptr;
     int nFree_ = 0;
+    // Per position id: the epoch of its first-step mark (0: none). The
+    // epoch moves on whenever all marks are forgotten.
+    unsigned* mark_ = nullptr;
+    unsigned epoch_ = 1;
+    DWORD markColour_ = 0;
+    bool hasMarkColour_ = false;
+    void forgetMarks();
     // Open-addressing multimap pixel -> id, linear probing; an entry holds
     // the pixel's linear offset and the id (id -1: empty).
     struct Entry {

@@ -73,6 +73,21 @@ void normalizeOf(BoundChain& c) {
     c.normalize();
 }
 void normalizeOf(ChainRing&) {}
+// First-step marks (the ring keeps them; the plain chain does not).
+void markColourOf(BoundChain&, DWORD) {}
+void markColourOf(ChainRing& r, DWORD colour) {
+    r.markColour(colour);
+}
+bool markedOf(const BoundChain&) {
+    return false;
+}
+bool markedOf(const ChainRing& r) {
+    return r.startMarked();
+}
+void markOf(BoundChain&) {}
+void markOf(ChainRing& r) {
+    r.markStart();
+}
 }  // namespace
 
 template <class Chain>
@@ -83,12 +98,16 @@ int Ombrel::firstStepOn(Chain& v) {
     c.innerLen = 0;
     firstStepHadCandidate = false;
     const int n = countOf(v);
+    markColourOf(v, regionColor);
     for (int i = 0; i < n; ++i) {
-        POINT q = startOf(v);
         int back = v.lastCodeReversed();
         int d = v.currentCode();
         int d2 = (d + 1) % 4;
-        if (d2 != back) {
+        if (d2 != back && markedOf(v)) {
+            // Unclaimed outward pixel of a colour not accepted, as before.
+            firstStepHadCandidate = true;
+        } else if (d2 != back) {
+            POINT q = startOf(v);
             POINT p = GetNextPoint(d2, q);
             if (IsPointValid(p)) {
                 if (VisitedReached(p)) {
@@ -99,15 +118,25 @@ int Ombrel::firstStepOn(Chain& v) {
                         normalizeOf(v);
                         return cutFirstStepOn(v, d2, p, k) ? 2 : 0;
                     }
-                } else if (firstStepHadCandidate = true, TwoStepsOK(d2, d, q)) {
-                    arc->count = 0;
-                    arc->start = q;
-                    arc->end = q;
-                    if (!arc->append(d2, 0)) break;
-                    c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
-                    SetVisited(c.lastOffset, 1);
-                    normalizeOf(v);
-                    return 1;
+                } else {
+                    firstStepHadCandidate = true;
+                    // The outward pixel, then the one beside it along the
+                    // chain (the two steps of a first step).
+                    if (!IsColorAcceptable(GetPointAvarageColor(p, avgRadius))) {
+                        markOf(v);
+                    } else {
+                        AddColorOfPoint(p);
+                        if (IsPointOK(false, GetNextPoint(d, p))) {
+                            arc->count = 0;
+                            arc->start = q;
+                            arc->end = q;
+                            if (!arc->append(d2, 0)) break;
+                            c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
+                            SetVisited(c.lastOffset, 1);
+                            normalizeOf(v);
+                            return 1;
+                        }
+                    }
                 }
             }
         }

@@ -222,3 +222,50 @@ TEST(ChainRing, WorkedGrowthStepSplicesAtTheMetPixel) {
     EXPECT_EQ(f.ring.indexOf(POINT{5, 6}), -10);  // now inside
     EXPECT_EQ(f.ring.indexOf(POINT{6, 5}), 4);
 }
+
+TEST(ChainRing, FirstStepMarksStayWithTheirPositionsWhileColourAndCodeStay) {
+    Fixture f;
+    const Loop l = loops()[0];
+    const int n = static_cast<int>(l.codes.size());
+    auto marked = [&f, n]() {
+        std::vector<bool> m;
+        for (int i = 0; i < n; ++i, f.ring.advanceStart()) m.push_back(f.ring.startMarked());
+        return m;
+    };
+    lay(*f.t.chain, l, 0);
+    ASSERT_TRUE(f.ring.load(*f.t.chain));
+    f.ring.markColour(RGB(1, 2, 3));
+    for (int i = 0; i < n; ++i, f.ring.advanceStart())
+        if (i % 3 == 0) f.ring.markStart();
+    std::vector<bool> every3(n);
+    for (int i = 0; i < n; ++i) every3[i] = i % 3 == 0;
+    EXPECT_EQ(marked(), every3);  // a whole round later
+    f.ring.markColour(RGB(1, 2, 3));
+    EXPECT_EQ(marked(), every3);  // the same colour keeps them
+    f.ring.markColour(RGB(1, 2, 4));
+    EXPECT_EQ(marked(), std::vector<bool>(n, false));
+
+    // A splice at chain pixel 2: the arc's positions are new, chain pixels
+    // 2.. keep their marks, pixel 0 comes last with the arc's first code.
+    for (int i = 0; i < n; ++i, f.ring.advanceStart()) f.ring.markStart();
+    f.t.chain->normalize();
+    Arc_& a = *f.t.arc;
+    const int d2 = (l.codes[0] + 3) % 4;
+    a.count = 0;
+    a.start = a.end = l.start;
+    a.append(d2, 0);
+    for (int j = 0; j < 2; ++j) a.pushBack(l.codes[j]);
+    a.pushBack(Arc_::opposite(d2));
+    ASSERT_TRUE(f.ring.splice(a, 2));
+    std::vector<bool> want;
+    for (int j = 1; j < a.count; ++j) want.push_back(false);
+    for (int k = 2; k < n; ++k) want.push_back(true);
+    want.push_back(false);
+    std::vector<bool> got;
+    for (int i = 0; i < f.ring.count(); ++i, f.ring.advanceStart())
+        got.push_back(f.ring.startMarked());
+    EXPECT_EQ(got, want);
+
+    ASSERT_TRUE(f.ring.load(*f.t.chain));  // loading forgets them all
+    EXPECT_EQ(marked(), std::vector<bool>(n, false));
+}

@@ -104,15 +104,16 @@ double CurveFitter::areaError(const CrackLoop& loop, const std::vector<PointD>& 
     std::sort(ev.begin(), ev.end());
     // Samples inside one outline and not the other (even-odd rule on both).
     long long wrong = 0;
-    for (size_t start = 0; start < ev.size();) {
-        size_t end = start;
-        while (end < ev.size() && ev[end].row == ev[start].row) ++end;
+    const Crossing* const last = ev.data() + ev.size();
+    for (const Crossing* start = ev.data(); start != last;) {
+        const Crossing* end = start;
+        while (end != last && end->row == start->row) ++end;
         bool in[2] = {false, false};
-        for (size_t i = start; i + 1 < end; ++i) {
-            in[ev[i].which] = !in[ev[i].which];
+        for (const Crossing* a = start; a + 1 < end; ++a) {
+            in[a->which] = !in[a->which];
             if (in[0] != in[1]) {
-                const double lo = std::ceil(ev[i].x * kSub - 0.5);
-                const double hi = std::ceil(ev[i + 1].x * kSub - 0.5);
+                const double lo = std::ceil(a->x * kSub - 0.5);
+                const double hi = std::ceil(a[1].x * kSub - 0.5);
                 if (hi > lo) wrong += static_cast<long long>(hi - lo);
             }
         }

@@ -118,25 +118,17 @@ int Ombrel::firstStepOn(Chain& v) {
                         normalizeOf(v);
                         return cutFirstStepOn(v, d2, p, k) ? 2 : 0;
                     }
-                } else {
-                    firstStepHadCandidate = true;
-                    // The outward pixel, then the one beside it along the
-                    // chain (the two steps of a first step).
-                    if (!IsColorAcceptable(GetPointAvarageColor(p, avgRadius))) {
-                        markOf(v);
-                    } else {
-                        AddColorOfPoint(p);
-                        if (IsPointOK(false, GetNextPoint(d, p))) {
-                            arc->count = 0;
-                            arc->start = q;
-                            arc->end = q;
-                            if (!arc->append(d2, 0)) break;
-                            c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
-                            SetVisited(c.lastOffset, 1);
-                            normalizeOf(v);
-                            return 1;
-                        }
-                    }
+                } else if (firstStepHadCandidate = true, TwoStepsOK(d2, d, q)) {
+                    arc->count = 0;
+                    arc->start = q;
+                    arc->end = q;
+                    if (!arc->append(d2, 0)) break;
+                    c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
+                    SetVisited(c.lastOffset, 1);
+                    normalizeOf(v);
+                    return 1;
+                } else if (!IsColorAcceptable(GetPointAvarageColor(p, avgRadius))) {
+                    markOf(v);
                 }
             }
         }

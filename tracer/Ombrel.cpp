@@ -47,6 +47,7 @@ void Ombrel::clearState() {
     ownedColorRaster = nullptr;
     firstStepHadCandidate = false;
     ring = nullptr;
+    ringHoldsChain = false;
 }
 
 Ombrel::Ombrel(OutLineManipulator* olm) {

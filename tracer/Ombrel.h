@@ -228,4 +228,11 @@ private:
     bool cutArcOn(ChainRing& r, int k);
 
     ChainRing* ring;  // owned; null until the first loop grows
+    // The ring holds exactly the chain's loop (codes, start, end) as a load
+    // would give it: set when a new level's first step found its region on
+    // the ring, so that the loop grows without loading the ring again.
+    bool ringHoldsChain;
+    // Whether the ring can be used for the chain as it stands: it holds the
+    // chain already, or it is loaded from it now.
+    bool ringReadyFor(const BoundChain& c);
 };

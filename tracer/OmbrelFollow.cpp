@@ -257,8 +257,7 @@ bool Ombrel::DoOneOutline() {
     BoundChain& c = *chain;
     // The loop grows in the ring working copy when one can be had; the
     // chain fields hold the finished loop either way.
-    if (!ring) ring = new (std::nothrow) ChainRing(width, height);
-    if (ring && ring->isValid() && ring->load(c)) {
+    if (ringReadyFor(c)) {
         while (growthStepOn(*ring) != 0) {
         }
         if (!ring->store(c)) return false;

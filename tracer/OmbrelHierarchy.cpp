@@ -66,9 +66,27 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     sumGreen = static_cast<int>(s2);
     sumBlue = static_cast<int>(s3);
 
-    int r = DoFirstStep();
+    // The first steps run on the ring working copy, loaded once here; the
+    // loop then grows on it without a second load. Without a ring they run
+    // on the chain itself.
+    ringHoldsChain = false;
+    if (!ring) ring = new (std::nothrow) ChainRing(width, height);
+    const bool onRing = ring && ring->isValid() && ring->load(c);
+    int r = onRing ? firstStepOn(*ring) : DoFirstStep();
+    if (onRing) {
+        if (r == 0) {
+            // The walk went round once: the ring stands as loaded. The chain
+            // takes the rotation the walk on it would have left.
+            c.normalize();
+        } else if (!ring->store(c)) {
+            r = 0;
+        }
+    }
     if (c.lastOffset >= 0) SetVisited(c.lastOffset, 0);
-    if (r == 1) return true;
+    if (r == 1) {
+        ringHoldsChain = onRing;
+        return true;
+    }
 
     // Fallback: try each valid far-side neighbour's own colour. When the
     // first step returned 0 without meeting an unclaimed outward pixel, every
@@ -82,17 +100,18 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     const bool canGrow = r != 0 || firstStepHadCandidate;
     bool searching = true;
     const int count = c.count;
-    // The steps run on the ring working copy, which follows the chain's
-    // start; a step that succeeds hands the ring's chain back.
-    if (canGrow && !ring) ring = new (std::nothrow) ChainRing(width, height);
-    const bool onRing = canGrow && ring && ring->isValid() && ring->load(c);
+    // The steps run on the ring, which follows the chain's start; a step
+    // that succeeds hands the ring's chain back, and the ring keeps
+    // following the chain to the end of the walk.
+    const bool stepsOnRing = canGrow && onRing && (r == 0 || ring->load(c));
+    bool holds = false;
     for (int i = 0; i < count; ++i) {
         int d = (c.currentCode() + 1) % 4;
         POINT q = c.step(d, c.start);
         if (searching && IsPointValid(q)) {
             GetColor(regionColor, q.x, q.y);
-            r = !canGrow ? 0 : onRing ? firstStepOn(*ring) : DoFirstStep();
-            if (r != 0 && onRing && !ring->store(c)) r = 0;
+            r = !canGrow ? 0 : stepsOnRing ? firstStepOn(*ring) : DoFirstStep();
+            if (r != 0 && stepsOnRing && !ring->store(c)) r = 0;
             if (r != 0) {
                 sampleCount = 1;
                 sumRed = static_cast<int>(regionColor & 0xFF);
@@ -100,12 +119,27 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
                 sumBlue = static_cast<int>((regionColor >> 16) & 0xFF);
             }
             if (c.lastOffset >= 0) SetVisited(c.lastOffset, 0);
-            if (r != 0) searching = false;
+            if (r != 0) {
+                searching = false;
+                holds = stepsOnRing && r == 1;
+            }
         }
         c.advanceStart();
-        if (searching && onRing) ring->advanceStart();
+        if (stepsOnRing && (searching || holds)) ring->advanceStart();
     }
+    ringHoldsChain = holds && r == 1;
     return r == 1;
+}
+
+bool Ombrel::ringReadyFor(const BoundChain& c) {
+    const bool holds = ringHoldsChain;
+    ringHoldsChain = false;
+    if (!ring) ring = new (std::nothrow) ChainRing(width, height);
+    if (!ring || !ring->isValid()) return false;
+    if (holds && ring->count() == c.count && ring->start().x == c.start.x &&
+        ring->start().y == c.start.y)
+        return true;
+    return ring->load(c);
 }
 
 ListOfOutLines* Ombrel::delSmallOutlines(ListOfOutLines*& list) {

@@ -131,18 +131,23 @@ bool ChainRing::growHash(unsigned capacity) {
 }
 
 void ChainRing::clear() {
-    if (static_cast<unsigned>(n_) < cap_ / 8) {
-        for (int i = 0; i < n_; ++i) removeAt(slotAt(i));
-    } else if (cap_) {
-        // Cheaper to start afresh than to take the positions out one by one.
-        for (int i = 0; i < n_; ++i) {
-            int id = idAt_[slotAt(i)];
-            --histX_[px_[id]];
-            --histY_[py_[id]];
-        }
-        for (unsigned i = 0; i <= hashMask_; ++i) hash_[i].id = -1;
-        nFree_ = 0;
-        for (unsigned id = cap_; id > 0; --id) freeIds_[nFree_++] = static_cast<int>(id - 1);
+    // Every hash entry belongs to a live position. Each is found from its
+    // bucket and set apart first (an entry emptied at once would end the
+    // probe runs of those after it), then all are emptied: the work follows
+    // the positions, not the size of the table.
+    for (int i = 0; i < n_; ++i) {
+        const int id = idAt_[slotAt(i)];
+        --histX_[px_[id]];
+        --histY_[py_[id]];
+        unsigned b = bucket(keyOf(px_[id], py_[id]));
+        while (hash_[b].id != id) b = (b + 1) & hashMask_;
+        hash_[b].id = -2;
+        slotOf_[id] = static_cast<int>(b);
+    }
+    for (int i = 0; i < n_; ++i) {
+        const int id = idAt_[slotAt(i)];
+        hash_[slotOf_[id]].id = -1;
+        freeIds_[nFree_++] = id;
     }
     n_ = 0;
     s_ = 0;

@@ -41,11 +41,38 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
 
     // Sampling pass: up to four pixels deep into the far side at first, then
     // the first far-side neighbour of every further position.
+    //
+    // The same pass notes what the first step will meet at the positions it
+    // looks at (those that are no inner corner, whose outward pixel is in
+    // the raster): the distinct colours of the unclaimed outward pixels, and
+    // whether any outward pixel is claimed already.
     int n = 0;
     long long s1 = 0, s2 = 0, s3 = 0;
+    const int kMaxSeen = 32;
+    DWORD seen[kMaxSeen];
+    int seenCount = 0;
+    bool seenAll = avgRadius == 0;  // the first step reads single pixels then
+    bool metClaimed = false, metUnclaimed = false;
     for (int i = 0; i < c.count; ++i) {
         int d = (c.currentCode() + 1) % 4;
         POINT q = c.step(d, c.start);
+        if (seenAll && d != c.lastCodeReversed() && IsPointValid(q)) {
+            if (VisitedReached(q)) {
+                metClaimed = true;
+            } else {
+                metUnclaimed = true;
+                DWORD col = 0;
+                GetColor(col, q.x, q.y);
+                int k = seenCount;
+                while (k > 0 && seen[k - 1] != col) --k;
+                if (k == 0) {
+                    if (seenCount == kMaxSeen)
+                        seenAll = false;
+                    else
+                        seen[seenCount++] = col;
+                }
+            }
+        }
         do {
             if (!IsPointValid(q) || VisitedReached(q)) break;
             DWORD col = 0;
@@ -65,6 +92,12 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     sumRed = static_cast<int>(s1);
     sumGreen = static_cast<int>(s2);
     sumBlue = static_cast<int>(s3);
+    // When no outward pixel is claimed and none has a colour the mean
+    // accepts, the first step with the mean fails at every position: it
+    // need not walk the chain to say so.
+    bool meanFails = seenAll && !metClaimed;
+    for (int k = 0; k < seenCount && meanFails; ++k)
+        if (IsColorAcceptable(seen[k])) meanFails = false;
 
     // The first steps run on the ring working copy, loaded once here; the
     // loop then grows on it without a second load. Without a ring they run
@@ -72,15 +105,22 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     ringHoldsChain = false;
     if (!ring) ring = new (std::nothrow) ChainRing(width, height);
     const bool onRing = ring && ring->isValid() && ring->load(c);
-    int r = onRing ? firstStepOn(*ring) : DoFirstStep();
-    if (onRing) {
-        if (r == 0) {
-            // The walk went round once: the ring stands as loaded. The chain
-            // takes the rotation the walk on it would have left.
-            c.normalize();
-        } else if (!ring->store(c)) {
-            r = 0;
-        }
+    int r = 0;
+    if (meanFails) {
+        c.lastOffset = -1;
+        c.innerPending = false;
+        c.innerLen = 0;
+        firstStepHadCandidate = metUnclaimed;
+    } else {
+        r = onRing ? firstStepOn(*ring) : DoFirstStep();
+    }
+    if (r == 0 && (onRing || meanFails)) {
+        // The walk went round once on the ring, or was not needed: the ring
+        // stands as loaded. The chain takes the rotation a walk on it would
+        // have left.
+        c.normalize();
+    } else if (r != 0 && onRing && !ring->store(c)) {
+        r = 0;
     }
     if (c.lastOffset >= 0) SetVisited(c.lastOffset, 0);
     if (r == 1) {

@@ -37,11 +37,13 @@ struct TraceOptions {
     enum class Seed {
         // The nine fixed seed positions of the entry points, in their order.
         Fixed,
-        // A seed whose 3 x 3 start ring lies in one colour: the fixed positions
-        // whose ring is uniform first, then the first uniform 3 x 3 block in
-        // row order, then the fixed positions. The start ring belongs to the
+        // A seed whose 3 x 3 start ring lies in one colour: the first uniform
+        // 3 x 3 block in row order, then the fixed positions whose ring is
+        // uniform, then all fixed positions. The start ring belongs to the
         // first region whatever its colours, so a ring that straddles two
-        // colours would give that region their mixture.
+        // colours would give that region their mixture. A block near the
+        // top left usually lies in a region along the border, which is the
+        // cheaper start for the tracer.
         UniformRing
     };
     enum class Filter { None, Quadrant, Adaptive };

@@ -227,14 +227,6 @@ void ChainRing::removeAt(unsigned slot) {
     freeIds_[nFree_++] = id;
 }
 
-void ChainRing::moveTo(unsigned from, unsigned to, int code) {
-    int id = idAt_[from];
-    if (code_[from] != code) mark_[id] = 0;
-    idAt_[to] = id;
-    code_[to] = static_cast<unsigned char>(code);
-    slotOf_[id] = static_cast<int>(to);
-}
-
 ChainRing::Box ChainRing::wholeBox() {
     while (histX_[loose_.maxX] == 0) --loose_.maxX;
     while (histY_[loose_.maxY] == 0) --loose_.maxY;
@@ -288,14 +280,6 @@ bool ChainRing::store(BoundChain& c) const {
     c.start = start_;
     c.end = end_;
     return true;
-}
-
-void ChainRing::advanceStart() {
-    if (n_ <= 0) return;
-    int code = code_[s_];
-    start_ = stepOf(code, start_);
-    moveTo(s_, slotAt(n_), code);
-    s_ = (s_ + 1) & mask_;
 }
 
 int ChainRing::indexOf(POINT p) const {

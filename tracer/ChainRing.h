@@ -68,7 +68,17 @@ public:
         return d + 2 < 4 ? d + 2 : d - 2;
     }
     // Moves the start by the step of code 0; the code goes behind the last.
-    void advanceStart();
+    // Inline: the tracer's first steps call it for every position they pass.
+    void advanceStart() {
+        if (n_ <= 0) return;
+        const int code = code_[s_];
+        static const int kDx[4] = {1, 0, -1, 0};
+        static const int kDy[4] = {0, 1, 0, -1};
+        start_.x += kDx[code & 3];
+        start_.y += kDy[code & 3];
+        moveTo(s_, slotAt(n_), code);
+        s_ = (s_ + 1) & mask_;
+    }
     // 0 for the start; else the smallest logical index >= 1 at which the
     // chain stands on p; -10 when p is not on the chain.
     int indexOf(POINT p) const;
@@ -108,7 +118,13 @@ private:
     // A new position at `slot` standing on (x, y) with `code`.
     void addAt(unsigned slot, int x, int y, int code);
     void removeAt(unsigned slot);
-    void moveTo(unsigned from, unsigned to, int code);
+    void moveTo(unsigned from, unsigned to, int code) {
+        const int id = idAt_[from];
+        if (code_[from] != code) mark_[id] = 0;
+        idAt_[to] = id;
+        code_[to] = static_cast<unsigned char>(code);
+        slotOf_[id] = static_cast<int>(to);
+    }
     // The exact box of all positions.
     Box wholeBox();
     void widen(int x, int y);

@@ -34,9 +34,13 @@ TEST(Tracer, SeedWithAUniformRingKeepsExactColours) {
     p.fill(15, 0, 15, 20, 0xff0000);
     int xs[om1::Tracer::kMaxSeeds], ys[om1::Tracer::kMaxSeeds], n = 0;
     om1::Tracer::seeds(p.px.data(), p.w, p.h, om1::TraceOptions::Seed::UniformRing, xs, ys, n);
-    ASSERT_EQ(n, 9 + 6);  // six fixed positions have uniform rings, then all nine
-    EXPECT_EQ(xs[0], 8);  // w/2 - w/4, h/2 - h/4
-    EXPECT_EQ(ys[0], 5);
+    // The first uniform block in row order, the six fixed positions with
+    // uniform rings, then all nine.
+    ASSERT_EQ(n, 1 + 6 + 9);
+    EXPECT_EQ(xs[0], 1);
+    EXPECT_EQ(ys[0], 1);
+    EXPECT_EQ(xs[1], 8);  // w/2 - w/4, h/2 - h/4
+    EXPECT_EQ(ys[1], 5);
     om1::Tracer::seeds(p.px.data(), p.w, p.h, om1::TraceOptions::Seed::Fixed, xs, ys, n);
     ASSERT_EQ(n, 9);
     EXPECT_EQ(xs[0], 15);

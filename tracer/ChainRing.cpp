@@ -8,14 +8,7 @@
 #include "tracer/BoundChain.h"
 
 namespace {
-const int kDx[4] = {1, 0, -1, 0};
-const int kDy[4] = {0, 1, 0, -1};
 const unsigned kFirstCapacity = 1024;
-
-POINT stepOf(int code, POINT p) {
-    POINT q = {p.x + kDx[code & 3], p.y + kDy[code & 3]};
-    return q;
-}
 
 int opposite(int d) {
     return d + 2 < 4 ? d + 2 : d - 2;

@@ -72,10 +72,7 @@ public:
     void advanceStart() {
         if (n_ <= 0) return;
         const int code = code_[s_];
-        static const int kDx[4] = {1, 0, -1, 0};
-        static const int kDy[4] = {0, 1, 0, -1};
-        start_.x += kDx[code & 3];
-        start_.y += kDy[code & 3];
+        start_ = stepOf(code, start_);
         moveTo(s_, slotAt(n_), code);
         s_ = (s_ + 1) & mask_;
     }
@@ -103,6 +100,12 @@ private:
         int maxX, maxY, minX, minY;
     };
 
+    // The pixel one step of `code` from p.
+    static POINT stepOf(int code, POINT p) {
+        static const int kDx[4] = {1, 0, -1, 0};
+        static const int kDy[4] = {0, 1, 0, -1};
+        return POINT{p.x + kDx[code & 3], p.y + kDy[code & 3]};
+    }
     bool reserve(unsigned need);
     bool growHash(unsigned capacity);
     void clear();

@@ -1,6 +1,7 @@
 #include "trace/ColorQuantizer.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <unordered_map>
@@ -39,15 +40,6 @@ void measure(const std::vector<Entry>& e, Box& b) {
     for (int c = 1; c < 3; ++c)
         if (hi[c] - lo[c] > hi[b.widest] - lo[b.widest]) b.widest = c;
     b.range = hi[b.widest] - lo[b.widest];
-}
-
-long long dist2(uint32_t a, const double* m) {
-    double d = 0;
-    for (int c = 0; c < 3; ++c) {
-        double v = colourChannel(a, c) - m[c];
-        d += v * v;
-    }
-    return static_cast<long long>(d * 16);
 }
 
 }  // namespace
@@ -91,6 +83,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 k = j;
             }
         }
+        std::vector<Entry> sorted(entries.size());
         std::vector<Box> boxes(1);
         boxes[0].begin = 0;
         boxes[0].end = entries.size();
@@ -109,10 +102,14 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             if (pick < 0) break;
             Box& b = boxes[pick];
             const int ch = b.widest;
-            std::sort(entries.begin() + b.begin, entries.begin() + b.end,
-                      [ch](const Entry& x, const Entry& y) {
-                          return colourChannel(x.color, ch) < colourChannel(y.color, ch);
-                      });
+            // Counting sort by the channel, stable: colours of one channel
+            // value keep their order (the same split on every platform).
+            size_t at[257] = {0};
+            for (size_t i = b.begin; i < b.end; ++i) ++at[colourChannel(entries[i].color, ch) + 1];
+            for (int v = 0; v < 256; ++v) at[v + 1] += at[v];
+            for (size_t i = b.begin; i < b.end; ++i)
+                sorted[at[colourChannel(entries[i].color, ch)]++] = entries[i];
+            std::copy(sorted.begin(), sorted.begin() + (b.end - b.begin), entries.begin() + b.begin);
             long long half = b.pixels / 2, seen = 0;
             size_t cut = b.begin;
             while (cut < b.end - 1 && seen + entries[cut].count <= half)
@@ -134,19 +131,40 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     s[c] += colourChannel(entries[i].color, c) * entries[i].count;
             for (int c = 0; c < 3; ++c) mean[3 * b + c] = s[c] / boxes[b].pixels;
         }
+        // The distance is the squared RGB distance times 16, cut to an
+        // integer; the lowest entry wins among equals. Means are laid out by
+        // channel so that one colour is measured against all entries at once.
+        // A round that moves no colour leaves the means as they are, and
+        // every later round would repeat it: the rounds stop there.
         std::vector<uint32_t> nearest(entries.size(), 0);
+        std::vector<double> mr(k), mg(k), mb(k);
         for (int round = 0; round < 4; ++round) {
+            for (size_t b = 0; b < k; ++b) {
+                mr[b] = mean[3 * b];
+                mg[b] = mean[3 * b + 1];
+                mb[b] = mean[3 * b + 2];
+            }
+            bool moved = round == 0;
             for (size_t i = 0; i < entries.size(); ++i) {
-                long long bestD = -1;
+                const uint32_t col = entries[i].color;
+                const double r = colourChannel(col, 0), g = colourChannel(col, 1),
+                             bl = colourChannel(col, 2);
+                long long bestD = LLONG_MAX;
+                uint32_t best = 0;
                 for (size_t b = 0; b < k; ++b) {
-                    long long d = dist2(entries[i].color, &mean[3 * b]);
-                    if (bestD < 0 || d < bestD) {
+                    const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
+                    const long long d = static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
+                    if (d < bestD) {
                         bestD = d;
-                        nearest[i] = static_cast<uint32_t>(b);
+                        best = static_cast<uint32_t>(b);
                     }
                 }
+                if (nearest[i] != best) {
+                    nearest[i] = best;
+                    moved = true;
+                }
             }
-            if (round == 3) break;
+            if (round == 3 || !moved) break;
             std::vector<double> sum(3 * k, 0.0);
             std::vector<long long> weight(k, 0);
             for (size_t i = 0; i < entries.size(); ++i) {

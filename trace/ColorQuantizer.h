@@ -4,9 +4,11 @@
 // box of distinct colours with the largest pixel count times channel range
 // is split at the pixel median of its widest channel, until there are
 // `count` boxes; each box gives its pixel-weighted mean), refines it with
-// three rounds of k-means (every distinct colour to its nearest entry by
-// squared RGB distance, entries moved to the weighted means), and paints
-// every pixel with its nearest entry. Deterministic: no random start.
+// up to three rounds of k-means (every distinct colour to its nearest entry
+// by squared RGB distance, entries moved to the weighted means; a round that
+// moves no colour ends them), and paints every pixel with its nearest entry.
+// Deterministic, and the same on every platform: no random start, and the
+// split sorts a box stably (colours of one channel value keep their order).
 //
 // `snap` paints every pixel with the nearest entry of a given palette by the
 // library's own colour measure (Ombrel::GetNearestColor: the largest channel

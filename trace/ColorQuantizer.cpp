@@ -109,7 +109,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             for (int v = 0; v < 256; ++v) at[v + 1] += at[v];
             for (size_t i = b.begin; i < b.end; ++i)
                 sorted[at[colourChannel(entries[i].color, ch)]++] = entries[i];
-            std::copy(sorted.begin(), sorted.begin() + (b.end - b.begin), entries.begin() + b.begin);
+            std::copy(sorted.begin(), sorted.begin() + (b.end - b.begin),
+                      entries.begin() + b.begin);
             long long half = b.pixels / 2, seen = 0;
             size_t cut = b.begin;
             while (cut < b.end - 1 && seen + entries[cut].count <= half)

@@ -227,6 +227,22 @@ private:
     bool cutArcOn(BoundChain& c, int k);
     bool cutArcOn(ChainRing& r, int k);
 
+    // The colour IsPointOK measures at p (the pixel's own at radius 0,
+    // without a call), and adding a colour so measured to the region's sums
+    // (what AddColorOfPoint does).
+    DWORD colourAround(POINT p) {
+        if (avgRadius != 0) return GetPointAvarageColor(p, avgRadius);
+        DWORD c = 0;
+        GetColor(c, p.x, p.y);
+        return c;
+    }
+    void addColour(DWORD c) {
+        ++sampleCount;
+        sumRed += static_cast<int>(c & 0xFF);
+        sumGreen += static_cast<int>((c >> 8) & 0xFF);
+        sumBlue += static_cast<int>((c >> 16) & 0xFF);
+    }
+
     ChainRing* ring;  // owned; null until the first loop grows
     // The ring holds exactly the chain's loop (codes, start, end) as a load
     // would give it: set when a new level's first step found its region on

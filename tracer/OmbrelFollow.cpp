@@ -43,8 +43,9 @@ bool Ombrel::IsPointOK(bool addColor, POINT p, bool& met) {
         met = true;
         return true;
     }
-    if (!IsColorAcceptable(GetPointAvarageColor(p, avgRadius))) return false;
-    if (addColor) AddColorOfPoint(p);
+    const DWORD colour = colourAround(p);
+    if (!IsColorAcceptable(colour)) return false;
+    if (addColor) addColour(colour);
     return true;
 }
 
@@ -118,17 +119,27 @@ int Ombrel::firstStepOn(Chain& v) {
                         normalizeOf(v);
                         return cutFirstStepOn(v, d2, p, k) ? 2 : 0;
                     }
-                } else if (firstStepHadCandidate = true, TwoStepsOK(d2, d, q)) {
-                    arc->count = 0;
-                    arc->start = q;
-                    arc->end = q;
-                    if (!arc->append(d2, 0)) break;
-                    c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
-                    SetVisited(c.lastOffset, 1);
-                    normalizeOf(v);
-                    return 1;
-                } else if (!IsColorAcceptable(GetPointAvarageColor(p, avgRadius))) {
-                    markOf(v);
+                } else {
+                    // TwoStepsOK(d2, d, q), its outward pixel measured once:
+                    // an accepted one counts in the region's colour even when
+                    // the pixel beyond it fails.
+                    firstStepHadCandidate = true;
+                    const DWORD colour = colourAround(p);
+                    if (!IsColorAcceptable(colour)) {
+                        markOf(v);
+                    } else {
+                        addColour(colour);
+                        if (IsPointOK(false, GetNextPoint(d, p))) {
+                            arc->count = 0;
+                            arc->start = q;
+                            arc->end = q;
+                            if (!arc->append(d2, 0)) break;
+                            c.lastOffset = static_cast<int>(GetOffset(p.x, p.y, width));
+                            SetVisited(c.lastOffset, 1);
+                            normalizeOf(v);
+                            return 1;
+                        }
+                    }
                 }
             }
         }

@@ -237,6 +237,18 @@ void HierarchyWorker::buildJunctions() {
             Want{static_cast<long long>(s->end.y) * width + s->end.x, order, true, s};
     }
     std::sort(wants, wants + 2 * count, less);
+    // A filter of the wanted pixels: most positions of the walk are none,
+    // and pass without a search.
+    const unsigned kFilterBits = 1u << 12;
+    unsigned long long filter[kFilterBits / 64] = {0};
+    auto filterBit = [](long long pixel) {
+        return static_cast<unsigned>(
+            (static_cast<unsigned long long>(pixel) * 0x9E3779B97F4A7C15ull) >> 52);
+    };
+    for (int k = 0; k < 2 * count; ++k) {
+        const unsigned b = filterBit(wants[k].pixel);
+        filter[b >> 6] |= 1ull << (b & 63);
+    }
 
     // Segments leave the pending set once both indices are known; those
     // completing at the same position leave in list order (the entries of a
@@ -245,8 +257,14 @@ void HierarchyWorker::buildJunctions() {
     POINT p = working->start;
     for (int i = 0; i < n && completedCount < count; ++i) {
         long long px = static_cast<long long>(p.y) * width + p.x;
+        const unsigned bit = filterBit(px);
+        if (!(filter[bit >> 6] >> (bit & 63) & 1)) {
+            p = stepper.step(working->data[i], p);
+            continue;
+        }
         Want key{px, -1, false, nullptr};
-        Want* it = std::lower_bound(wants, wants + 2 * count, key, less);
+        Want* const first = std::lower_bound(wants, wants + 2 * count, key, less);
+        Want* it = first;
         for (; it != wants + 2 * count && it->pixel == px; ++it) {
             Segment* s = it->seg;
             if (s->startIndex >= 0 && s->endIndex >= 0) continue;
@@ -255,8 +273,7 @@ void HierarchyWorker::buildJunctions() {
             else
                 s->startIndex = i;
         }
-        it = std::lower_bound(wants, wants + 2 * count, key, less);
-        for (; it != wants + 2 * count && it->pixel == px; ++it) {
+        for (it = first; it != wants + 2 * count && it->pixel == px; ++it) {
             Segment* s = it->seg;
             if (s->startIndex >= 0 && s->endIndex >= 0 && s->len >= 0) {
                 completed[completedCount++] = s;

@@ -49,6 +49,7 @@ ChainRing::~ChainRing() {
     delete[] freeIds_;
     delete[] mark_;
     delete[] hash_;
+    delete[] hashAt_;
     delete[] histX_;
     delete[] histY_;
 }
@@ -67,7 +68,9 @@ bool ChainRing::reserve(unsigned need) {
     int* py = new (std::nothrow) int[cap];
     int* freeIds = new (std::nothrow) int[cap];
     unsigned* mark = new (std::nothrow) unsigned[cap]();
-    if (!code || !idAt || !slotOf || !px || !py || !freeIds || !mark || !growHash(2 * cap)) {
+    int* hashAt = new (std::nothrow) int[cap];
+    if (!code || !idAt || !slotOf || !px || !py || !freeIds || !mark || !hashAt ||
+        !growHash(2 * cap)) {
         delete[] code;
         delete[] idAt;
         delete[] slotOf;
@@ -75,6 +78,7 @@ bool ChainRing::reserve(unsigned need) {
         delete[] py;
         delete[] freeIds;
         delete[] mark;
+        delete[] hashAt;
         return false;
     }
     // The ring is laid out again from slot 0; ids keep their numbers.
@@ -98,7 +102,9 @@ bool ChainRing::reserve(unsigned need) {
     delete[] py_;
     delete[] freeIds_;
     delete[] mark_;
+    delete[] hashAt_;
     mark_ = mark;
+    hashAt_ = hashAt;
     code_ = code;
     idAt_ = idAt;
     slotOf_ = slotOf;
@@ -124,22 +130,13 @@ bool ChainRing::growHash(unsigned capacity) {
 }
 
 void ChainRing::clear() {
-    // Every hash entry belongs to a live position. Each is found from its
-    // bucket and set apart first (an entry emptied at once would end the
-    // probe runs of those after it), then all are emptied: the work follows
-    // the positions, not the size of the table.
+    // Every hash entry belongs to a live position, whose bucket is known:
+    // the work follows the positions, not the size of the table.
     for (int i = 0; i < n_; ++i) {
         const int id = idAt_[slotAt(i)];
         --histX_[px_[id]];
         --histY_[py_[id]];
-        unsigned b = bucket(keyOf(px_[id], py_[id]));
-        while (hash_[b].id != id) b = (b + 1) & hashMask_;
-        hash_[b].id = -2;
-        slotOf_[id] = static_cast<int>(b);
-    }
-    for (int i = 0; i < n_; ++i) {
-        const int id = idAt_[slotAt(i)];
-        hash_[slotOf_[id]].id = -1;
+        hash_[hashAt_[id]].id = -1;
         freeIds_[nFree_++] = id;
     }
     n_ = 0;
@@ -169,6 +166,7 @@ void ChainRing::hashInsert(int id) {
     unsigned b = bucket(key);
     while (hash_[b].id != -1) b = (b + 1) & hashMask_;
     hash_[b] = Entry{key, id};
+    hashAt_[id] = static_cast<int>(b);
 }
 
 void ChainRing::hashErase(int id) {
@@ -185,6 +183,7 @@ void ChainRing::hashErase(int id) {
         bool stays = i <= j ? (i < h && h <= j) : (i < h || h <= j);
         if (!stays) {
             hash_[i] = e;
+            hashAt_[e.id] = static_cast<int>(i);
             i = j;
         }
     }

@@ -165,6 +165,8 @@ private:
     };
     Entry* hash_ = nullptr;
     unsigned hashMask_ = 0;
+    // Per position id: the bucket of its hash entry.
+    int* hashAt_ = nullptr;
     // Positions per column and row; box bounds kept loose (every count
     // outside them is zero) and tightened on demand.
     int* histX_ = nullptr;

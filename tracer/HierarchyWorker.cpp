@@ -1,6 +1,7 @@
 // Construction and the outline copies of the hierarchy worker.
 #include "tracer/HierarchyWorker.h"
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -94,12 +95,6 @@ int HierarchyWorker::indexOnParent(POINT p) {
     return indexOnOutline(parent, p);
 }
 
-unsigned char HierarchyWorker::mapAt(POINT p) const {
-    if (!map || p.x < 0 || p.y < 0 || width <= 0 || p.x >= width) return 0;
-    long long off = static_cast<long long>(p.y) * width + p.x;
-    return off < size ? map[off] : 0;
-}
-
 void HierarchyWorker::setMap(POINT p, unsigned char v) {
     if (!map || p.x < 0 || p.y < 0 || width <= 0 || p.x >= width) return;
     long long off = static_cast<long long>(p.y) * width + p.x;
@@ -140,8 +135,34 @@ bool HierarchyWorker::mapIsClean() const {
 void HierarchyWorker::markPixels(ListOfOutLines* outline, unsigned char v) {
     if (!outline || !outline->data) return;
     POINT p = outline->start;
+    // With room for every position in the dirty list, the marks are written
+    // here (what setMap does, without its checks per pixel).
+    if (map && width > 0 && v != 0 && !dirtyOverflow && reserveDirty(outline->len)) {
+        for (int i = 0; i < outline->len; ++i) {
+            p = stepper.step(outline->data[i], p);
+            if (p.x < 0 || p.y < 0 || p.x >= width) continue;
+            const long long off = static_cast<long long>(p.y) * width + p.x;
+            if (off >= size) continue;
+            if (map[off] == 0) dirty[dirtyCount++] = static_cast<int>(off);
+            map[off] = v;
+        }
+        return;
+    }
     for (int i = 0; i < outline->len; ++i) {
         p = stepper.step(outline->data[i], p);
         setMap(p, v);
     }
+}
+
+bool HierarchyWorker::reserveDirty(int more) {
+    if (more < 0 || dirtyCount > INT_MAX - more) return false;
+    const int need = dirtyCount + more;
+    if (need <= dirtyCapacity) return true;
+    int cap = dirtyCapacity ? dirtyCapacity : 4096;
+    while (cap < need) cap = cap > INT_MAX / 2 ? INT_MAX : cap * 2;
+    int* grown = static_cast<int*>(realloc(dirty, sizeof(int) * static_cast<size_t>(cap)));
+    if (!grown) return false;
+    dirty = grown;
+    dirtyCapacity = cap;
+    return true;
 }

@@ -99,8 +99,16 @@ protected:
     ListOfOutLines* takeSimplePart(ListOfOutLines*& list);
 
     // The map and its undo list.
-    unsigned char mapAt(POINT p) const;
+    // Inline: the part walk reads the map at every position of every child.
+    unsigned char mapAt(POINT p) const {
+        if (!map || p.x < 0 || p.y < 0 || width <= 0 || p.x >= width) return 0;
+        long long off = static_cast<long long>(p.y) * width + p.x;
+        return off < size ? map[off] : 0;
+    }
     void setMap(POINT p, unsigned char v);
+    // Room for `more` further pixels in the dirty list; false when it cannot
+    // be had (setMap then records what it can).
+    bool reserveDirty(int more);
     void clearMap();
     bool mapIsClean() const;
     // Appends n codes to acc (growing its buffer); false when memory is short.

@@ -1,5 +1,6 @@
 #include "tracer/OutlineIndex.h"
 
+#include <climits>
 #include <new>
 
 #include "tracer/ListOfOutLines.h"
@@ -26,9 +27,13 @@ bool OutlineIndex::build(const ListOfOutLines* o) {
     // Positions 0 (the start) .. len-1; the first one on a pixel wins.
     long long x = o->start.x, y = o->start.y;
     for (int i = 0; i < len || i == 0; ++i) {
-        unsigned b = bucket(x, y);
-        while (table_[b].index != -1 && (table_[b].x != x || table_[b].y != y)) b = (b + 1) & mask_;
-        if (table_[b].index == -1) table_[b] = Entry{x, y, i};
+        if (x >= INT_MIN && x <= INT_MAX && y >= INT_MIN && y <= INT_MAX) {
+            const int ix = static_cast<int>(x), iy = static_cast<int>(y);
+            unsigned b = bucket(ix, iy);
+            while (table_[b].index != -1 && (table_[b].x != ix || table_[b].y != iy))
+                b = (b + 1) & mask_;
+            if (table_[b].index == -1) table_[b] = Entry{ix, iy, i};
+        }
         if (i >= len) break;
         int c = o->data[i] & 3;
         x += c == 0 ? 1 : c == 2 ? -1 : 0;

@@ -27,13 +27,16 @@ public:
     int indexOf(POINT p) const;
 
 private:
+    // Positions are kept as ints: a walk that leaves the int range (only an
+    // outline a host builds can) stands on no pixel indexOf is asked for.
     struct Entry {
-        long long x, y;
+        int x, y;
         int index;  // -1: empty
     };
-    unsigned bucket(long long x, long long y) const {
-        unsigned long long h = static_cast<unsigned long long>(x) * 0x9E3779B97F4A7C15ull ^
-                               static_cast<unsigned long long>(y) * 0xC2B2AE3D27D4EB4Full;
+    unsigned bucket(int x, int y) const {
+        unsigned long long h =
+            static_cast<unsigned long long>(static_cast<unsigned>(x)) * 0x9E3779B97F4A7C15ull ^
+            static_cast<unsigned long long>(static_cast<unsigned>(y)) * 0xC2B2AE3D27D4EB4Full;
         return static_cast<unsigned>(h >> 32) & mask_;
     }
 

@@ -48,6 +48,8 @@ void Ombrel::clearState() {
     firstStepHadCandidate = false;
     ring = nullptr;
     ringHoldsChain = false;
+    claimed = nullptr;
+    claimedCapacity = 0;
 }
 
 Ombrel::Ombrel(OutLineManipulator* olm) {
@@ -160,6 +162,7 @@ Ombrel::~Ombrel() {
     delete hierarchyWorker;
     free(ownedColorRaster);
     delete ring;
+    delete[] claimed;
 }
 
 CPoint Ombrel::generateInitPoint(int index, int w, int h) {

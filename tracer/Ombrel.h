@@ -243,6 +243,24 @@ private:
         sumBlue += static_cast<int>((c >> 16) & 0xFF);
     }
 
+    // The positions of a new level's chain whose outward pixel is claimed
+    // already, in walk order, as the sampling pass meets them: where the
+    // first step could cut. `afterCandidate`: an unclaimed outward pixel
+    // came before. Owned; grown as chains grow.
+    struct ClaimedStep {
+        int index;
+        POINT p;
+        int d2;
+        bool afterCandidate;
+    };
+    ClaimedStep* claimed;
+    int claimedCapacity;
+    // The first step with a colour that accepts no outward pixel of the
+    // chain, on the ring as loaded: only a claimed outward pixel on the
+    // chain can stop it (a cut). What firstStepOn(*ring) returns then,
+    // without walking the positions between.
+    int firstStepRejectingAll(int claimedCount, bool metUnclaimed);
+
     ChainRing* ring;  // owned; null until the first loop grows
     // The ring holds exactly the chain's loop (codes, start, end) as a load
     // would give it: set when a new level's first step found its region on

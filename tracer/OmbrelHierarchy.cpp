@@ -53,12 +53,22 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     int seenCount = 0;
     bool seenAll = avgRadius == 0;  // the first step reads single pixels then
     bool metClaimed = false, metUnclaimed = false;
+    // The claimed ones are listed (while the list can hold them).
+    if (claimedCapacity < c.count) {
+        delete[] claimed;
+        claimedCapacity = 0;
+        claimed = new (std::nothrow) ClaimedStep[static_cast<size_t>(c.count)];
+        if (claimed) claimedCapacity = c.count;
+    }
+    int claimedCount = 0;
+    bool listed = claimed != nullptr;
     for (int i = 0; i < c.count; ++i) {
         int d = (c.currentCode() + 1) % 4;
         POINT q = c.step(d, c.start);
         if (seenAll && d != c.lastCodeReversed() && IsPointValid(q)) {
             if (VisitedReached(q)) {
                 metClaimed = true;
+                if (listed) claimed[claimedCount++] = ClaimedStep{i, q, d, metUnclaimed};
             } else {
                 metUnclaimed = true;
                 DWORD col = 0;
@@ -92,12 +102,13 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     sumRed = static_cast<int>(s1);
     sumGreen = static_cast<int>(s2);
     sumBlue = static_cast<int>(s3);
-    // When no outward pixel is claimed and none has a colour the mean
-    // accepts, the first step with the mean fails at every position: it
-    // need not walk the chain to say so.
-    bool meanFails = seenAll && !metClaimed;
-    for (int k = 0; k < seenCount && meanFails; ++k)
-        if (IsColorAcceptable(seen[k])) meanFails = false;
+    // When no outward pixel has a colour the mean accepts, the first step
+    // with the mean grows nowhere: it fails at every position, or cuts at the
+    // first claimed one on the chain. It need not walk the chain to say so.
+    bool meanRejects = seenAll;
+    for (int k = 0; k < seenCount && meanRejects; ++k)
+        if (IsColorAcceptable(seen[k])) meanRejects = false;
+    const bool meanFails = meanRejects && !metClaimed;
 
     // The first steps run on the ring working copy, loaded once here; the
     // loop then grows on it without a second load. Without a ring they run
@@ -111,6 +122,8 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
         c.innerPending = false;
         c.innerLen = 0;
         firstStepHadCandidate = metUnclaimed;
+    } else if (meanRejects && onRing && listed) {
+        r = firstStepRejectingAll(claimedCount, metUnclaimed);
     } else {
         r = onRing ? firstStepOn(*ring) : DoFirstStep();
     }
@@ -169,6 +182,25 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     }
     ringHoldsChain = holds && r == 1;
     return r == 1;
+}
+
+int Ombrel::firstStepRejectingAll(int claimedCount, bool metUnclaimed) {
+    BoundChain& c = *chain;
+    c.lastOffset = -1;
+    c.innerPending = false;
+    c.innerLen = 0;
+    ring->markColour(regionColor);
+    // A claimed outward pixel is never the position's own pixel, so it is on
+    // the chain (a cut) exactly when the ring finds it from any start.
+    for (int j = 0; j < claimedCount; ++j) {
+        const ClaimedStep& s = claimed[j];
+        if (ring->indexOf(s.p) < 0) continue;
+        firstStepHadCandidate = s.afterCandidate;
+        for (int i = 0; i < s.index; ++i) ring->advanceStart();
+        return ring->cutAtFirstStep(s.d2, ring->indexOf(s.p), c) ? 2 : 0;
+    }
+    firstStepHadCandidate = metUnclaimed;
+    return 0;
 }
 
 bool Ombrel::ringReadyFor(const BoundChain& c) {

@@ -19,9 +19,13 @@
 #include "output/OutputFormat.h"
 #include "output/ShapeBuilder.h"
 #include "tools/FileSystem.h"
+#include "trace/PictureCleaner.h"
 #include "trace/Tracer.h"
 
 namespace {
+
+// Above this many regions an exact-colour trace takes seconds.
+const long long kManyExactRegions = 10000;
 
 double msSince(std::chrono::steady_clock::time_point t0) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
@@ -188,6 +192,21 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
             message = error;
             return BadUsage;
         }
+    // Exact colours and no stage that reduces them: every speck of its own
+    // colour is a region, and the tracer's work grows with the square of the
+    // region count. On a picture of many colours say so before the wait.
+    if (!cl.quiet && options.tolerancePercent == 0 && options.colors == 0 &&
+        options.paletteCount == 0 && options.threshold < 0 && options.merge <= 0 &&
+        options.speckle <= 1 && options.speckleShare <= 0 &&
+        options.filter == om1::TraceOptions::Filter::None) {
+        const long long regions =
+            om1::PictureCleaner::regions(img.pixels.data(), img.width, img.height);
+        if (regions > kManyExactRegions)
+            fprintf(stderr,
+                    "om1trace: %s: %lld regions of exact colours; tracing them all can take "
+                    "long (--preset photo or graphic reduce the colours first)\n",
+                    input.c_str(), regions);
+    }
     KvCtree* tree = nullptr;
     om1::TraceReport report;
     const om1::Tracer::Result r =

@@ -7,11 +7,14 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "input/TestPictures.h"
 #include "tools/CommandLine.h"
+#include "tools/ToolProcess.h"
 #include "tools/TraceJob.h"
 
 namespace {
@@ -93,4 +96,34 @@ TEST(PresetFlags, HalosGoAndThePathBudgetHolds) {
     EXPECT_EQ(paths(p, {"--preset", "bw"}, "bw"), 5);
     for (int budget : {4, 2, 1})
         EXPECT_LE(paths(p, {"--max-paths", std::to_string(budget)}, "budget"), budget) << budget;
+}
+
+// Exact colours on a picture of many colours: the tool warns before the long
+// trace (kept short here by the outline limit); a preset that reduces the
+// colours does not warn.
+TEST(PresetFlags, ManyExactRegionsAreAnnounced) {
+    TestPicture noise(110, 100, 0, 0, 0);
+    unsigned v = 12345;
+    for (int y = 0; y < noise.h; ++y)
+        for (int x = 0; x < noise.w; ++x) {
+            v = v * 1103515245u + 12345u;
+            noise.fill(x, y, 1, 1, v >> 24, (v >> 16) & 255, (v >> 8) & 255);
+        }
+    const std::string d =
+        (std::filesystem::temp_directory_path() / ("om1-many-" + std::to_string(getpid())))
+            .string();
+    std::filesystem::create_directories(d);
+    const std::string png = d + "/noise.png", err = d + "/err.txt";
+    ASSERT_TRUE(noise.png(png));
+    auto stderrOf = [&](const std::string& preset) {
+        EXPECT_GE(runTrace(png + " -o " + nullDevice() + " --preset " + preset +
+                           " --max-outlines 1 2>" + err),
+                  0);
+        std::ifstream f(err);
+        return std::string((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    };
+    EXPECT_NE(stderrOf("pixel").find("regions of exact colours; tracing them all can take long"),
+              std::string::npos);
+    EXPECT_EQ(stderrOf("graphic").find("exact colours"), std::string::npos);
+    std::filesystem::remove_all(d);
 }

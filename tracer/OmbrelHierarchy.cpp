@@ -1,4 +1,6 @@
 // Tracing every further region level by level below the seed region.
+#include <algorithm>
+#include <climits>
 #include <new>
 
 #include "tracer/BoundChain.h"
@@ -53,12 +55,13 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     int seenCount = 0;
     bool seenAll = avgRadius == 0;  // the first step reads single pixels then
     bool metClaimed = false, metUnclaimed = false;
-    // The claimed ones are listed (while the list can hold them).
+    // The claimed ones are listed (unless no list can be had).
     if (claimedCapacity < c.count) {
+        const int want = c.count > INT_MAX / 2 ? c.count : std::max(c.count, 2 * claimedCapacity);
         delete[] claimed;
         claimedCapacity = 0;
-        claimed = new (std::nothrow) ClaimedStep[static_cast<size_t>(c.count)];
-        if (claimed) claimedCapacity = c.count;
+        claimed = new (std::nothrow) ClaimedStep[static_cast<size_t>(want)];
+        if (claimed) claimedCapacity = want;
     }
     int claimedCount = 0;
     bool listed = claimed != nullptr;

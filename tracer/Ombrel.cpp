@@ -233,11 +233,7 @@ DWORD Ombrel::GetPointAvarageColor(POINT p, int radius) {
 }
 
 void Ombrel::AddColorOfPoint(POINT p) {
-    DWORD c = GetPointAvarageColor(p, avgRadius);
-    ++sampleCount;
-    sumRed += static_cast<int>(c & 0xFF);
-    sumGreen += static_cast<int>((c >> 8) & 0xFF);
-    sumBlue += static_cast<int>((c >> 16) & 0xFF);
+    addColour(colourAround(p));
 }
 
 void Ombrel::UpdateRegionColor() {

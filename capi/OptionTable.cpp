@@ -46,6 +46,7 @@ const OptionTable::Row kRows[] = {
     OM1C_ROW(max_paths, K::Int, 0, 0, "max-paths"),
     // Set as a list of colours; checked as palette_count and the entries.
     {"palette", K::Palette, offsetof(om1_options, palette_count), 0, 256, "palette"},
+    OM1C_ROW(max_colors, K::Int, 0, 0, "max-colors"),
 };
 const int kRowCount = static_cast<int>(sizeof(kRows) / sizeof(kRows[0]));
 
@@ -142,6 +143,7 @@ om1::TraceOptions OptionTable::toTrace(const om1_options& o) {
     t.mergeMeans = o.merge_means != 0;
     t.spots = o.spots;
     t.maxPaths = o.max_paths;
+    t.maxColors = o.max_colors;
     t.paletteCount = o.palette_count;
     for (int i = 0; i < o.palette_count && i < 256; ++i)
         t.palette[i] =
@@ -172,6 +174,7 @@ void OptionTable::fromTrace(const om1::TraceOptions& t, om1_options& o) {
     o.merge_means = t.mergeMeans;
     o.spots = t.spots;
     o.max_paths = t.maxPaths;
+    o.max_colors = t.maxColors;
     o.palette_count = t.paletteCount;
     for (int i = 0; i < 256; ++i)
         o.palette[i] = i < t.paletteCount

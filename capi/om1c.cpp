@@ -134,7 +134,9 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
         om1::Tracer::trace(picture.data(), width, height, t, tree, &report);
     if (traced != om1::Tracer::Done || !tree) {
         if (tree) kvctr_deleteKvCtree(tree);
-        return traced == om1::Tracer::LimitExceeded ? OM1_LIMIT_EXCEEDED : OM1_NO_OUTLINES;
+        if (traced == om1::Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
+        if (traced == om1::Tracer::TooManyColors) return OM1_TOO_MANY_COLORS;
+        return OM1_NO_OUTLINES;
     }
     // Shapes are checked against the picture the tracer saw.
     const RGBQUAD* seen = report.prepared.empty() ? picture.data() : report.prepared.data();
@@ -391,6 +393,9 @@ const char* om1_error_message(int code) {
             return "out of memory";
         case OM1_INTERNAL_ERROR:
             return "an unexpected failure inside the library";
+        case OM1_TOO_MANY_COLORS:
+            return "more colours than max_colors allows (reduce them with colors, or raise "
+                   "max_colors)";
         default:
             return "unknown error code";
     }

@@ -44,18 +44,19 @@ extern "C" {
 /* Error codes. 1 and 2 are the tracer's own results. */
 typedef enum om1_status {
     OM1_OK = 0,
-    OM1_NO_OUTLINES = 1,    /* nothing was traced */
-    OM1_LIMIT_EXCEEDED = 2, /* more outlines than max_outlines */
-    OM1_NULL_ARGUMENT = 3,  /* a required pointer was null */
-    OM1_BAD_SIZE = 4,       /* width or height below 1, or more pixels than max_pixels */
-    OM1_TOO_SMALL = 5,      /* a picture narrower or lower than 3 pixels */
-    OM1_BAD_STRIDE = 6,     /* stride below 4 * width */
-    OM1_BAD_OPTION = 7,     /* an option out of its range */
-    OM1_UNKNOWN_OPTION = 8, /* no option or preset of that name */
-    OM1_UNKNOWN_FORMAT = 9, /* no output format of that name */
-    OM1_BAD_INDEX = 10,     /* a region, loop or hole index out of range */
-    OM1_OUT_OF_MEMORY = 11, /* memory ran out */
-    OM1_INTERNAL_ERROR = 12 /* an unexpected failure inside the library */
+    OM1_NO_OUTLINES = 1,     /* nothing was traced */
+    OM1_LIMIT_EXCEEDED = 2,  /* more outlines than max_outlines */
+    OM1_NULL_ARGUMENT = 3,   /* a required pointer was null */
+    OM1_BAD_SIZE = 4,        /* width or height below 1, or more pixels than max_pixels */
+    OM1_TOO_SMALL = 5,       /* a picture narrower or lower than 3 pixels */
+    OM1_BAD_STRIDE = 6,      /* stride below 4 * width */
+    OM1_BAD_OPTION = 7,      /* an option out of its range */
+    OM1_UNKNOWN_OPTION = 8,  /* no option or preset of that name */
+    OM1_UNKNOWN_FORMAT = 9,  /* no output format of that name */
+    OM1_BAD_INDEX = 10,      /* a region, loop or hole index out of range */
+    OM1_OUT_OF_MEMORY = 11,  /* memory ran out */
+    OM1_INTERNAL_ERROR = 12, /* an unexpected failure inside the library */
+    OM1_TOO_MANY_COLORS = 13 /* more colours than max_colors (after the colour stages) */
 } om1_status;
 
 /* Region roles. A frame is a container without colour of its own; it is not
@@ -92,11 +93,11 @@ typedef struct om1_options {
     int antialias;           /* 1: thin bands of in-between colours join a side (0; graphic 1) */
     int antialias_radius;    /* how far a band pixel looks for flat regions, 1..64 (2) */
     int antialias_tolerance; /* largest distance from the line between two colours, 0..765 (40) */
-    int speckle; /* regions below this many pixels join their surroundings (0; graphic 4) */
+    int speckle; /* regions below this many pixels join their surroundings (0; graphic 2) */
     double speckle_share; /* the speckle area is at least this share of the picture\'s area, 0..1 */
     int restitute;        /* 1: regions take the mean colour of the input pixels they cover (0) */
     double merge;         /* neighbouring regions merge while a union adds at most this times
-                             128 x the picture's side to the squared error; 0 off (graphic 16) */
+                             128 x the picture's side to the squared error; 0 off (graphic 20) */
     double merge_psnr;    /* ... or while the regions' means stay this many dB from the input,
                              0..100; 0 off (photo 30) */
     int merge_means;      /* 1: merged regions take their mean input colour; 0: the colour of
@@ -106,6 +107,8 @@ typedef struct om1_options {
     int max_paths;        /* raise the speckle area until at most this many paths; 0 off (0) */
     int palette_count;    /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
     uint32_t palette[256]; /* 0xRRGGBB */
+    int max_colors;        /* more distinct colours after the stages up to antialias: nothing is
+                              traced, OM1_TOO_MANY_COLORS; 0 no limit (0; pixel 256) */
 } om1_options;
 
 /* Sets the defaults (the "graphic" preset). */
@@ -117,9 +120,10 @@ OM1C_API size_t om1_options_size(void);
 
 /* Sets a preset's values (all other fields to their defaults): "graphic"
  * (flat colours with anti-aliased edges; the default), "photo" (natural
- * pictures: smoothing, 48 colours), "bw" (black and white by luminance),
- * "pixel" (hard-edged pixel art: exact colours, every region kept, exact
- * polygons), "plain" (no stages, fixed seeds, as the entry points).
+ * pictures: 16 colours, regions merged while the picture stays at 30 dB),
+ * "bw" (black and white by luminance), "pixel" (hard-edged pixel art: exact
+ * colours, every region kept, exact polygons, at most 256 colours), "plain"
+ * (no stages, fixed seeds, as the entry points).
  * OM1_UNKNOWN_OPTION for other names. */
 OM1C_API int om1_options_preset(om1_options* options, const char* name);
 

@@ -72,7 +72,7 @@ std::string CommandLine::usage() {
            "  --preset NAME           graphic (default): flat colours with smooth edges;\n"
            "                          photo: natural pictures; bw: black and white by a\n"
            "                          luminance threshold; pixel: hard-edged pixel art,\n"
-           "                          exact polygons; plain: no stages, fixed seeds\n"
+           "                          exact polygons; plain: no stages\n"
            "Stages (each preset has its own defaults; these override them):\n"
            "  --filter none|quadrant|adaptive  edge-preserving pre-filter\n"
            "  --filter-radius K       filter quadrant side K + 1, 1..8 (default 1)\n"
@@ -81,6 +81,8 @@ std::string CommandLine::usage() {
            "  --antialias on|off      absorb thin bands of in-between colours\n"
            "  --speckle PX            regions below PX pixels join their surroundings\n"
            "  --max-paths N           raise the speckle area until at most N paths\n"
+           "  --max-colors N          refuse pictures of more colours after the stages\n"
+           "                          above (pixel: 256, other presets: 0, no limit)\n"
            "  --restitute on|off      regions take the mean colour of the pixels they cover\n"
            "  --merge C               merge neighbouring regions, cheapest first, while a\n"
            "                          union adds at most C x 128 x the picture's side to\n"
@@ -94,9 +96,9 @@ std::string CommandLine::usage() {
            "  --stats                 print counts and times per input\n"
            "  --quiet                 print nothing but errors\n"
            "  --help, --version\n"
-           "Exit codes: 0 done, 1 no outlines, 2 outline limit exceeded, 64 bad usage,\n"
-           "65 unreadable or unsupported input, 74 output cannot be written (a batch\n"
-           "exits with the largest code of its inputs).\n";
+           "Exit codes: 0 done, 1 no outlines, 2 outline limit exceeded, 3 more colours\n"
+           "than --max-colors, 64 bad usage, 65 unreadable or unsupported input, 74 output\n"
+           "cannot be written (a batch exits with the largest code of its inputs).\n";
 }
 
 bool CommandLine::parse(int argc, char** argv, std::string& error) {
@@ -171,8 +173,8 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
             }
         } else if (a == "--filter" || a == "--filter-radius" || a == "--colors" ||
                    a == "--palette" || a == "--antialias" || a == "--speckle" ||
-                   a == "--max-paths" || a == "--threshold" || a == "--restitute" ||
-                   a == "--merge" || a == "--merge-psnr" || a == "--spots") {
+                   a == "--max-paths" || a == "--max-colors" || a == "--threshold" ||
+                   a == "--restitute" || a == "--merge" || a == "--merge-psnr" || a == "--spots") {
             std::string v;
             if (!value(v)) return false;
             om1::TraceOptions scratch;

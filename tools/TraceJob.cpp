@@ -19,6 +19,7 @@
 #include "output/OutputFormat.h"
 #include "output/ShapeBuilder.h"
 #include "tools/FileSystem.h"
+#include "trace/ColorQuantizer.h"
 #include "trace/PictureCleaner.h"
 #include "trace/Tracer.h"
 
@@ -199,8 +200,12 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
         options.paletteCount == 0 && options.threshold < 0 && options.merge <= 0 &&
         options.speckle <= 1 && options.speckleShare <= 0 &&
         options.filter == om1::TraceOptions::Filter::None) {
+        // Not when the colour limit refuses the picture at once.
+        const bool refused = options.maxColors > 0 &&
+                             om1::ColorQuantizer::distinct(img.pixels.data(), img.width, img.height,
+                                                           options.maxColors) > options.maxColors;
         const long long regions =
-            om1::PictureCleaner::regions(img.pixels.data(), img.width, img.height);
+            refused ? 0 : om1::PictureCleaner::regions(img.pixels.data(), img.width, img.height);
         if (regions > kManyExactRegions)
             fprintf(stderr,
                     "om1trace: %s: %lld regions of exact colours; tracing them all can take "
@@ -219,6 +224,14 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
         message = input + ": more than " + std::to_string(cl.maxOutlines) +
                   " outlines (raise --max-outlines or --tolerance)";
         return LimitExceeded;
+    }
+    if (r == om1::Tracer::TooManyColors) {
+        message = input + ": more than " + std::to_string(options.maxColors) +
+                  " colours, too many for " +
+                  (cl.preset == om1::Presets::Pixel ? "pixel art" : "--max-colors") +
+                  " (try --preset graphic or photo, or reduce them with --colors N, or raise "
+                  "--max-colors)";
+        return TooManyColors;
     }
     if (r != om1::Tracer::Done || !tree) {
         om1_delKvCTree(tree);

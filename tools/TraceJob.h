@@ -14,6 +14,7 @@ public:
         Done = 0,
         NoOutlines = 1,
         LimitExceeded = 2,
+        TooManyColors = 3,
         BadUsage = 64,
         BadInput = 65,
         CannotWrite = 74

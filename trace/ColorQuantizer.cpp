@@ -229,4 +229,30 @@ bool ColorQuantizer::snap(RGBQUAD* pixels, int width, int height, const RGBQUAD*
     return true;
 }
 
+long long ColorQuantizer::distinct(const RGBQUAD* pixels, int width, int height,
+                                   long long stopAbove) {
+    if (!pixels || width <= 0 || height <= 0) return 0;
+    const size_t n = static_cast<size_t>(width) * height;
+    // One bit per colour of the 2^24 (2 MB), runs of one colour tested once.
+    std::vector<uint64_t> seen;
+    try {
+        seen.assign(size_t(1) << 18, 0);
+    } catch (...) {
+        return -1;
+    }
+    long long count = 0;
+    uint32_t last = 0xFFFFFFFFu;
+    for (size_t i = 0; i < n; ++i) {
+        const uint32_t c = packColour(pixels[i]);
+        if (c == last) continue;
+        last = c;
+        uint64_t& word = seen[c >> 6];
+        const uint64_t bit = uint64_t(1) << (c & 63);
+        if (word & bit) continue;
+        word |= bit;
+        if (++count > stopAbove) break;
+    }
+    return count;
+}
+
 }  // namespace om1

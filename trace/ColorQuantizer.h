@@ -29,6 +29,10 @@ public:
     static bool quantize(RGBQUAD* pixels, int width, int height, int count,
                          std::vector<RGBQUAD>& palette);
     static bool snap(RGBQUAD* pixels, int width, int height, const RGBQUAD* palette, int count);
+    // The number of distinct colours (red, green, blue), counted up to
+    // `stopAbove` + 1: a larger count is returned as stopAbove + 1. -1 when
+    // memory runs out.
+    static long long distinct(const RGBQUAD* pixels, int width, int height, long long stopAbove);
 };
 
 }  // namespace om1

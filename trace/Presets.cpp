@@ -98,6 +98,7 @@ TraceOptions Presets::options(Preset p) {
         case Pixel:
             o.tolerancePercent = 0;
             o.minOutlineLen = 0;
+            o.maxColors = 256;
             break;
     }
     return o;
@@ -228,6 +229,11 @@ bool Presets::set(TraceOptions& o, const std::string& key, const std::string& va
     if (key == "max-paths") {
         if (!range(0, 2000000000)) return false;
         o.maxPaths = static_cast<int>(n);
+        return true;
+    }
+    if (key == "max-colors") {
+        if (!range(0, 16777216)) return false;
+        o.maxColors = static_cast<int>(n);
         return true;
     }
     if (key == "spots") {

@@ -91,6 +91,12 @@ struct TraceOptions {
     bool mergeMeans = true;
     int spots = 0;     // two-pass spot restitution up to this area; 0 off
     int maxPaths = 0;  // at most this many coloured nodes; 0 no limit
+    // More distinct colours than this after stages 1 to 4: no trace, the
+    // result is TooManyColors; 0 no limit. The pixel preset sets 256: pixel
+    // art keeps to a small palette, and exact colours of a photograph or of
+    // anti-aliased edges give tens of thousands of regions, whose trace takes
+    // seconds and whose result nobody wants as pixel art.
+    int maxColors = 0;
 };
 
 }  // namespace om1

@@ -14,7 +14,8 @@ struct TraceReport {
     std::vector<RGBQUAD> prepared;
     bool stagesRan = false;
     long long antialiasPixels = 0;  // pixels the anti-alias cleanup moved
-    int colors = 0;                 // colours after quantising or snapping; 0 when not run
+    int colors = 0;                 // colours after quantising or snapping (0 when not run), or
+                                    // maxColors + 1 when the trace stopped at TooManyColors
     int speckle = 0;                // speckle area finally used (raised for maxPaths)
     int paths = 0;                  // coloured (non-frame) nodes of the tree
     int traces = 0;                 // runs of the tracer

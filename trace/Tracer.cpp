@@ -219,6 +219,15 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         return NoOutlines;
     }
     if (!prepare(base.data(), width, height, options, rep)) return NoOutlines;
+    if (options.maxColors > 0) {
+        const long long colours =
+            ColorQuantizer::distinct(base.data(), width, height, options.maxColors);
+        if (colours < 0) return NoOutlines;
+        if (colours > options.maxColors) {
+            rep.colors = static_cast<int>(colours);
+            return TooManyColors;
+        }
+    }
 
     // Speckle areas tried: the option's, then larger ones while the tree has
     // more coloured nodes than the budget allows.

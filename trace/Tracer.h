@@ -19,7 +19,9 @@ namespace om1 {
 
 class Tracer {
 public:
-    enum Result { Done = 0, NoOutlines = 1, LimitExceeded = 2 };
+    // TooManyColors: the prepared picture has more colours than
+    // options.maxColors (nothing is traced; report.colors is maxColors + 1).
+    enum Result { Done = 0, NoOutlines = 1, LimitExceeded = 2, TooManyColors = 3 };
 
     // Traces width x height pixels (rows in memory order). On Done `out` is a
     // new tree the caller releases with om1_delKvCTree (or

@@ -43,8 +43,9 @@ ImageLike = Union[np.ndarray, "os.PathLike[str]", str, bytes, bytearray, memoryv
 
 
 class TraceError(RuntimeError):
-    """The picture was read but the trace gave nothing: no outlines, or more
-    outlines than ``max_outlines`` allows. ``code`` is the C library's code."""
+    """The picture was read but the trace gave nothing: no outlines, more
+    outlines than ``max_outlines`` allows, or more colours than ``max_colors``
+    (the ``pixel`` preset's 256). ``code`` is the C library's code."""
 
     def __init__(self, code: int, text: str) -> None:
         super().__init__(text)
@@ -56,7 +57,7 @@ def _raise(code: int, context: str = "") -> None:
     if code == _native.OK:
         return
     text = "om1: " + (context + ": " if context else "") + _native.message(code)
-    if code in (_native.NO_OUTLINES, _native.LIMIT_EXCEEDED):
+    if code in (_native.NO_OUTLINES, _native.LIMIT_EXCEEDED, _native.TOO_MANY_COLORS):
         raise TraceError(code, text)
     if code == _native.OUT_OF_MEMORY:
         raise MemoryError(text)

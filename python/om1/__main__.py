@@ -2,7 +2,7 @@
 line of om1trace over the Python package (the same options and outputs;
 messages and --stats summaries on standard error, ``-o -`` writes to
 standard output). Several inputs are traced on a thread pool. Exit codes: 0 done, 1 no outlines, 2 outline limit exceeded,
-64 bad usage, 65 unreadable or unsupported input, 74 output cannot be
+3 more colours than --max-colors, 64 bad usage, 65 unreadable or unsupported input, 74 output cannot be
 written (a batch exits with the largest code of its inputs)."""
 
 from __future__ import annotations
@@ -17,7 +17,8 @@ from typing import Any, Dict, List, Optional, Sequence, Tuple
 from . import FORMAT_EXTENSIONS, FORMAT_NAMES, PRESET_NAMES, TraceError, __version__, _options, trace
 from . import _native
 
-DONE, NO_OUTLINES, LIMIT_EXCEEDED, BAD_USAGE, BAD_INPUT, CANNOT_WRITE = 0, 1, 2, 64, 65, 74
+DONE, NO_OUTLINES, LIMIT_EXCEEDED, TOO_MANY_COLORS = 0, 1, 2, 3
+BAD_USAGE, BAD_INPUT, CANNOT_WRITE = 64, 65, 74
 
 
 class _Parser(argparse.ArgumentParser):
@@ -62,6 +63,9 @@ def _parser() -> argparse.ArgumentParser:
                         help="absorb thin bands of in-between colours")
     stages.add_argument("--speckle", type=int, help="regions below PX pixels join their surroundings")
     stages.add_argument("--max-paths", type=int, help="raise the speckle area until at most N paths")
+    stages.add_argument("--max-colors", type=int,
+                        help="refuse pictures of more colours after the colour stages "
+                             "(pixel: 256; 0 no limit)")
     stages.add_argument("--threshold", help="luminance below L (0..255) is black, else white; auto: "
                                             "chosen from the picture")
     stages.add_argument("--restitute", choices=["on", "off"],
@@ -100,7 +104,8 @@ def _run(path: str, out: str, fmt: str, preset: Optional[str],
     try:
         result = trace(path, preset=preset, **options)
     except TraceError as e:
-        code = LIMIT_EXCEEDED if e.code == _native.LIMIT_EXCEEDED else NO_OUTLINES
+        code = {_native.LIMIT_EXCEEDED: LIMIT_EXCEEDED,
+                _native.TOO_MANY_COLORS: TOO_MANY_COLORS}.get(e.code, NO_OUTLINES)
         return code, "%s: %s" % (path, e)
     except (OSError, ValueError) as e:
         return BAD_INPUT, "%s: %s" % (path, e)
@@ -138,7 +143,7 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     options: Dict[str, Any] = {}
     for name in ("tolerance", "min_length", "max_outlines", "curve_tolerance", "max_pixels",
                  "background", "filter", "filter_radius", "colors", "palette", "antialias",
-                 "speckle", "max_paths", "threshold", "restitute", "merge", "merge_psnr",
+                 "speckle", "max_paths", "max_colors", "threshold", "restitute", "merge", "merge_psnr",
                  "spots"):
         value = getattr(args, name)
         if value is not None:

@@ -85,6 +85,7 @@ def test_exit_codes(tmp_path):
     assert r.returncode == 74 and "cannot write" in r.stderr
     assert run(src, "-o", tmp_path / "x.svg", "--max-outlines", "1").returncode == 2
     assert run(src, "-o", tmp_path / "x.svg", "--min-length", "1000").returncode == 1
+    assert run(src, "-o", tmp_path / "x.svg", "--preset", "pixel", "--max-colors", "1").returncode == 3
     # A batch exits with its largest code; the good input is still written.
     r = run(src, tmp_path / "missing.png", "-d", tmp_path)
     assert r.returncode == 65 and (tmp_path / "block.svg").exists()

@@ -404,6 +404,16 @@ static void testBadArguments(void) {
     o.max_outlines = 1;
     CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_LIMIT_EXCEEDED);
     CHECK(r == NULL);
+    /* Two colours: the pixel preset's limit of 256 lets them through, a
+     * limit of one refuses them before the trace. */
+    om1_options_preset(&o, "pixel");
+    CHECK(o.max_colors == 256);
+    CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_OK);
+    om1_result_free(r);
+    CHECK_CODE(om1_options_set(&o, "max_colors", "1"), OM1_OK);
+    CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_TOO_MANY_COLORS);
+    CHECK(r == NULL);
+    CHECK(strstr(om1_error_message(OM1_TOO_MANY_COLORS), "max_colors") != NULL);
     free(board);
 
     /* Accessors. */
@@ -432,7 +442,7 @@ static void testBadArguments(void) {
     free(p);
 
     /* Every code has its own sentence. */
-    for (int code = OM1_OK; code <= OM1_INTERNAL_ERROR; ++code) {
+    for (int code = OM1_OK; code <= OM1_TOO_MANY_COLORS; ++code) {
         CHECK(strcmp(om1_error_message(code), "unknown error code") != 0);
         for (int other = OM1_OK; other < code; ++other)
             CHECK(strcmp(om1_error_message(code), om1_error_message(other)) != 0);

@@ -5,6 +5,7 @@
 
 #include "OutputPictures.h"
 #include "interface/om1.h"
+#include "trace/ColorQuantizer.h"
 #include "trace/Tracer.h"
 
 namespace {
@@ -72,6 +73,25 @@ TEST(Tracer, OptionsAndRefusals) {
     ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
     EXPECT_EQ(tree->bezierCount, 0);
     EXPECT_EQ(tree->bezier, nullptr);
+    om1_delKvCTree(tree);
+    // Three colours: a limit of 2 refuses the picture, one of 3 traces it;
+    // quantising to 2 colours first brings it under the limit.
+    p.fill(12, 4, 3, 3, 0x10ff10);
+    EXPECT_EQ(om1::ColorQuantizer::distinct(p.px.data(), p.w, p.h, 100), 3);
+    EXPECT_EQ(om1::ColorQuantizer::distinct(p.px.data(), p.w, p.h, 1), 2);
+    om1::TraceReport report;
+    o.maxColors = 2;
+    EXPECT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree, &report),
+              om1::Tracer::TooManyColors);
+    EXPECT_EQ(tree, nullptr);
+    EXPECT_EQ(report.colors, 3);
+    EXPECT_EQ(report.traces, 0);
+    o.colors = 2;
+    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
+    om1_delKvCTree(tree);
+    o.colors = 0;
+    o.maxColors = 3;
+    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
     om1_delKvCTree(tree);
     o.maxOutlines = 0;
     EXPECT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::LimitExceeded);

@@ -98,10 +98,11 @@ TEST(PresetFlags, HalosGoAndThePathBudgetHolds) {
         EXPECT_LE(paths(p, {"--max-paths", std::to_string(budget)}, "budget"), budget) << budget;
 }
 
-// Exact colours on a picture of many colours: the tool warns before the long
-// trace (kept short here by the outline limit); a preset that reduces the
-// colours does not warn.
-TEST(PresetFlags, ManyExactRegionsAreAnnounced) {
+// Exact colours on a picture of many colours: the pixel preset refuses it
+// at once (exit 3); with the colour limit lifted the tool warns before the
+// long trace (kept short here by the outline limit); a preset that reduces
+// the colours does neither.
+TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
     TestPicture noise(110, 100, 0, 0, 0);
     unsigned v = 12345;
     for (int y = 0; y < noise.h; ++y)
@@ -115,15 +116,20 @@ TEST(PresetFlags, ManyExactRegionsAreAnnounced) {
     std::filesystem::create_directories(d);
     const std::string png = d + "/noise.png", err = d + "/err.txt";
     ASSERT_TRUE(noise.png(png));
-    auto stderrOf = [&](const std::string& preset) {
-        EXPECT_GE(runTrace(png + " -o " + nullDevice() + " --preset " + preset +
-                           " --max-outlines 1 2>" + err),
-                  0);
+    int code = 0;
+    auto stderrOf = [&](const std::string& flags) {
+        code = runTrace(png + " -o " + nullDevice() + " " + flags + " --max-outlines 1 2>" + err);
         std::ifstream f(err);
         return std::string((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
     };
-    EXPECT_NE(stderrOf("pixel").find("regions of exact colours; tracing them all can take long"),
+    const std::string refused = stderrOf("--preset pixel");
+    EXPECT_EQ(code, 3);
+    EXPECT_NE(refused.find("more than 256 colours, too many for pixel art"), std::string::npos);
+    EXPECT_EQ(refused.find("regions of exact colours"), std::string::npos);
+    EXPECT_NE(stderrOf("--preset pixel --max-colors 0")
+                  .find("regions of exact colours; tracing them all can take long"),
               std::string::npos);
-    EXPECT_EQ(stderrOf("graphic").find("exact colours"), std::string::npos);
+    EXPECT_EQ(stderrOf("--preset pixel --colors 8").find("colours"), std::string::npos);
+    EXPECT_EQ(stderrOf("--preset graphic").find("exact colours"), std::string::npos);
     std::filesystem::remove_all(d);
 }

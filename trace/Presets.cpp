@@ -98,7 +98,7 @@ TraceOptions Presets::options(Preset p) {
         case Pixel:
             o.tolerancePercent = 0;
             o.minOutlineLen = 0;
-            o.maxColors = 256;
+            o.maxColors = 128;
             break;
     }
     return o;

@@ -98,7 +98,7 @@ TOOL = os.path.join(PYTHON_DIR, os.pardir, "build", "default", "tools", "om1trac
 @pytest.mark.skipif(not os.path.exists(TOOL), reason="om1trace not built")
 @pytest.mark.parametrize("flags", [[], ["--polygon"], ["--cutout", "--tolerance", "5"],
                                    ["--preset", "photo"], ["--preset", "bw", "--speckle", "20"],
-                                   ["--preset", "pixel", "--cutout"]])
+                                   ["--preset", "pixel", "--cutout", "--max-colors", "0"]])
 def test_same_output_as_om1trace(tmp_path, flags):
     src = os.path.join(PYTHON_DIR, os.pardir, "examples", "shapes.png")
     for ext in ("svg", "json", "dxf"):

@@ -43,8 +43,10 @@ def test_lock_is_released_during_the_trace():
 
     def work():
         inside.set()
-        om1.trace(big, preset="pixel")
-        done.set()
+        try:
+            om1.trace(big, preset="pixel", max_colors=0)
+        finally:
+            done.set()
 
     worker = threading.Thread(target=work)
     worker.start()

@@ -124,7 +124,7 @@ TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
     };
     const std::string refused = stderrOf("--preset pixel");
     EXPECT_EQ(code, 3);
-    EXPECT_NE(refused.find("more than 256 colours, too many for pixel art"), std::string::npos);
+    EXPECT_NE(refused.find("more than 128 colours, too many for pixel art"), std::string::npos);
     EXPECT_EQ(refused.find("regions of exact colours"), std::string::npos);
     EXPECT_NE(stderrOf("--preset pixel --max-colors 0")
                   .find("regions of exact colours; tracing them all can take long"),

@@ -1,6 +1,7 @@
 // The region tracer: seeds, the start ring, growth, cuts and whole traces.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -31,21 +32,16 @@ std::vector<int> codesOf(const ListOfOutLines* n) {
 TEST(OmbrelSeeds, TableFor100x60) {
     Image img(4, 4, 0);
     Traced tr(img, 0, 0, 3);
-    CPoint p = tr.t->generateInitPoint(-1, 100, 60);
-    EXPECT_EQ(p.x, 50);
-    EXPECT_EQ(p.y, 30);
-    p = tr.t->generateInitPoint(9, 100, 60);
-    EXPECT_EQ(p.x, 50);
-    EXPECT_EQ(p.y, 30);
-    const int want[9][2] = {{50, 30}, {25, 15}, {25, 30}, {25, 45}, {50, 45},
-                            {75, 45}, {75, 30}, {75, 15}, {50, 15}};
-    for (int i = 0; i < 9; ++i) {
-        p = tr.t->generateInitPoint(i, 100, 60);
-        EXPECT_EQ(p.x, want[i][0]) << i;
-        EXPECT_EQ(p.y, want[i][1]) << i;
+    // Seeds -1 and 9 fall back to the centre; a 3 x 3 picture has only it.
+    const int want[11][2] = {{50, 30}, {50, 30}, {25, 15}, {25, 30}, {25, 45}, {50, 45},
+                             {75, 45}, {75, 30}, {75, 15}, {50, 15}, {50, 30}};
+    for (int i = -1; i <= 9; ++i) {
+        CPoint p = tr.t->generateInitPoint(i, 100, 60);
+        EXPECT_EQ(p.x, want[i + 1][0]) << i;
+        EXPECT_EQ(p.y, want[i + 1][1]) << i;
         p = tr.t->generateInitPoint(i, 3, 3);
-        EXPECT_EQ(p.x, 1);
-        EXPECT_EQ(p.y, 1);
+        EXPECT_EQ(p.x, 1) << i;
+        EXPECT_EQ(p.y, 1) << i;
     }
 }
 
@@ -217,22 +213,14 @@ TEST(OmbrelGrowth, RingRoundAHoleGivesOuterThenHole) {
     // the hole outline through the 20 pixels round the 4 x 4 hole.
     EXPECT_EQ(outer->len, 44);
     EXPECT_EQ(hole->len, 20);
-    int ob[4] = {-1, -1, -1, -1};
-    POINT p = outer->start;
-    ob[0] = ob[2] = p.x;
-    ob[1] = ob[3] = p.y;
-    for (int i = 0; i < outer->len; ++i) {
-        p.x += chaincode::stepX(outer->data[i]);
-        p.y += chaincode::stepY(outer->data[i]);
-        ob[0] = std::max<int>(ob[0], p.x);
-        ob[1] = std::max<int>(ob[1], p.y);
-        ob[2] = std::min<int>(ob[2], p.x);
-        ob[3] = std::min<int>(ob[3], p.y);
+    // Its bounds (max x, max y, min x, min y) are the square's.
+    std::vector<int> ob = {outer->start.x, outer->start.y, outer->start.x, outer->start.y};
+    for (int i = 0, x = outer->start.x, y = outer->start.y; i < outer->len; ++i) {
+        x += chaincode::stepX(outer->data[i]);
+        y += chaincode::stepY(outer->data[i]);
+        ob = {std::max(ob[0], x), std::max(ob[1], y), std::min(ob[2], x), std::min(ob[3], y)};
     }
-    EXPECT_EQ(ob[0], 15);
-    EXPECT_EQ(ob[1], 15);
-    EXPECT_EQ(ob[2], 4);
-    EXPECT_EQ(ob[3], 4);
+    EXPECT_EQ(ob, (std::vector<int>{15, 15, 4, 4}));
     EXPECT_EQ(tr.t->outlineCount, 2);
     delete all.outLines;
 }

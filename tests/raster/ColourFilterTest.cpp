@@ -8,6 +8,7 @@
 #include "platform/CView.h"
 #include "platform/Gdi.h"
 #include "raster/OutLineManipulator.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -15,17 +16,7 @@ struct Bitmap32 {
     HBITMAP h = nullptr;
     RGBQUAD* px = nullptr;
     int w, hgt;
-    Bitmap32(int w_, int h_) : w(w_), hgt(h_) {
-        BITMAPINFO bi = {};
-        bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-        bi.bmiHeader.biWidth = w;
-        bi.bmiHeader.biHeight = hgt;
-        bi.bmiHeader.biPlanes = 1;
-        bi.bmiHeader.biBitCount = 32;
-        void* bits = nullptr;
-        h = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-        px = static_cast<RGBQUAD*>(bits);
-    }
+    Bitmap32(int w_, int h_) : w(w_), hgt(h_) { h = testbitmaps::rgb32(w, hgt, {}, &px); }
     ~Bitmap32() { DeleteObject(h); }
     RGBQUAD& at(int x, int y) { return px[y * w + x]; }
     std::vector<RGBQUAD> copy() const { return std::vector<RGBQUAD>(px, px + w * hgt); }

@@ -14,6 +14,7 @@
 #include "raster/PixelQueue.h"
 #include "raster/RasterAlloc.h"
 #include "raster/RegionFill.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -44,40 +45,6 @@ struct FailAllocation {
     }
     ~FailAllocation() { rasteralloc::replaceForTesting(old); }
 };
-
-// An 8-bit bottom-up section with the given table and indices (row 0 first).
-HBITMAP makeIndexed(int w, int h, const std::vector<RGBQUAD>& table,
-                    const std::vector<unsigned char>& indices) {
-    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-    BITMAPINFO* bi = reinterpret_cast<BITMAPINFO*>(info.data());
-    bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi->bmiHeader.biWidth = w;
-    bi->bmiHeader.biHeight = h;
-    bi->bmiHeader.biPlanes = 1;
-    bi->bmiHeader.biBitCount = 8;
-    bi->bmiHeader.biClrUsed = static_cast<DWORD>(table.size());
-    memcpy(info.data() + sizeof(BITMAPINFOHEADER), table.data(), table.size() * sizeof(RGBQUAD));
-    void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    int stride = (w + 3) & ~3;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            static_cast<unsigned char*>(bits)[y * stride + x] = indices[y * w + x];
-    return b;
-}
-
-HBITMAP make32(int w, int h, RGBQUAD fill) {
-    BITMAPINFO bi = {};
-    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi.bmiHeader.biWidth = w;
-    bi.bmiHeader.biHeight = h;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
-    void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    for (int i = 0; i < w * h; ++i) static_cast<RGBQUAD*>(bits)[i] = fill;
-    return b;
-}
 
 }  // namespace
 
@@ -175,7 +142,7 @@ TEST(OutLineManipulator, DefaultConstructorLeavesNothingToFree) {
 
 TEST(SizeOnlyConstructor, ReadsTheSizeOnly) {
     HDC dc = CreateCompatibleDC(nullptr);
-    HBITMAP b = make32(9, 5, RGBQUAD{1, 2, 3, 0});
+    HBITMAP b = testbitmaps::rgb32(9, 5, RGBQUAD{1, 2, 3, 0});
     {
         OutLineManipulator m(dc, b);
         EXPECT_EQ(m.filterDC, dc);
@@ -202,7 +169,7 @@ TEST(DeviceContextConstructor, RepacksPaddedRowsOfAnyWidth) {
     std::vector<unsigned char> idx = {0, 1, 2, 1, 0,  //
                                       2, 2, 0, 0, 1,  //
                                       1, 0, 1, 0, 2};
-    HBITMAP b = makeIndexed(5, 3, table, idx);
+    HBITMAP b = testbitmaps::indexed(5, 3, table, idx);
     HDC dc = CreateCompatibleDC(nullptr);
     {
         OutLineManipulator m(dc, b, 0x1FF, 7, 1, 2);
@@ -223,7 +190,7 @@ TEST(DeviceContextConstructor, RepacksPaddedRowsOfAnyWidth) {
 }
 
 TEST(DeviceContextConstructor, ThirtyTwoBitBitmapsUseTheFixedTable) {
-    HBITMAP b = make32(4, 4, RGBQUAD{255, 255, 255, 0});
+    HBITMAP b = testbitmaps::rgb32(4, 4, RGBQUAD{255, 255, 255, 0});
     HDC dc = CreateCompatibleDC(nullptr);
     {
         OutLineManipulator m(dc, b, 10, 5, 3, 0);
@@ -238,7 +205,7 @@ TEST(DeviceContextConstructor, ThirtyTwoBitBitmapsUseTheFixedTable) {
 }
 
 TEST(DeviceContextConstructor, FailedRasterShowsTheMessage) {
-    HBITMAP b = make32(5, 5, RGBQUAD{0, 0, 0, 0});
+    HBITMAP b = testbitmaps::rgb32(5, 5, RGBQUAD{0, 0, 0, 0});
     HDC dc = CreateCompatibleDC(nullptr);
     MessageCapture mc;
     {
@@ -259,7 +226,7 @@ TEST(DeviceContextConstructor, FailedRasterShowsTheMessage) {
 TEST(ViewConstructor, BuildsColoursAndTheFillSet) {
     std::vector<RGBQUAD> table = {{10, 20, 30, 0}, {40, 50, 60, 0}};
     std::vector<unsigned char> idx = {0, 1, 1, 0, 1, 0, 0, 0, 1};
-    HBITMAP b = makeIndexed(3, 3, table, idx);
+    HBITMAP b = testbitmaps::indexed(3, 3, table, idx);
     CView view(b);
     {
         OutLineManipulator m(&view, b, 0x030201, 4, 2);
@@ -283,7 +250,7 @@ TEST(ViewConstructor, BuildsColoursAndTheFillSet) {
 
 TEST(ViewConstructor, SmallBitmapGetsNoColoursAndNoFillSet) {
     std::vector<RGBQUAD> table = {{10, 20, 30, 0}};
-    HBITMAP b = makeIndexed(2, 2, table, {0, 0, 0, 0});
+    HBITMAP b = testbitmaps::indexed(2, 2, table, {0, 0, 0, 0});
     CView view(b);
     {
         OutLineManipulator m(&view, b, 0, 4, 2);

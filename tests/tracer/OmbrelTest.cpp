@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "TestBitmaps.h"
 #include "TracerFixtures.h"
 #include "platform/Gdi.h"
 
@@ -73,17 +74,8 @@ TEST(OmbrelConstruction, ValidWithoutAColourRaster) {
     // A manipulator read from a bitmap handle with parameters keeps the
     // 8-bit index raster only. The tracer is valid; GetColor fails cleanly,
     // so every pixel's average colour is 0 and the trace is one region.
-    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-    BITMAPINFO* bi = reinterpret_cast<BITMAPINFO*>(info.data());
-    bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi->bmiHeader.biWidth = 6;
-    bi->bmiHeader.biHeight = 5;
-    bi->bmiHeader.biPlanes = 1;  // the system's GDI refuses anything else
-    bi->bmiHeader.biBitCount = 8;
-    bi->bmiHeader.biClrUsed = 2;
-    reinterpret_cast<RGBQUAD*>(info.data() + sizeof(BITMAPINFOHEADER))[1] = {255, 255, 255, 0};
     void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+    HBITMAP b = testbitmaps::section(6, 5, 8, {{0, 0, 0, 0}, {255, 255, 255, 0}}, &bits);
     ASSERT_NE(b, nullptr);
     static_cast<unsigned char*>(bits)[8 * 2 + 3] = 1;  // one white pixel
     HDC dc = CreateCompatibleDC(nullptr);
@@ -255,16 +247,8 @@ TEST(OmbrelDriver, BadSeedsAndLimits) {
 }
 
 TEST(OmbrelConstruction, FromABitmapHandleTracesAndRepaints) {
-    BITMAPINFO bi = {};
-    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi.bmiHeader.biWidth = 12;
-    bi.bmiHeader.biHeight = 10;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
-    void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    RGBQUAD* px = static_cast<RGBQUAD*>(bits);
-    for (int i = 0; i < 120; ++i) px[i] = RGBQUAD{255, 255, 255, 0};
+    RGBQUAD* px = nullptr;
+    HBITMAP b = testbitmaps::rgb32(12, 10, RGBQUAD{255, 255, 255, 0}, &px);
     for (int y = 3; y < 7; ++y)
         for (int x = 3; x < 9; ++x) px[y * 12 + x] = RGBQUAD{10, 10, 250, 0};
     HDC dc = CreateCompatibleDC(nullptr);

@@ -65,37 +65,22 @@ TEST(TracedTree, HolesStayInTheirParentsAndFramesTakeTheirColour) {
         int x, y, w, h;
         RGBQUAD colour;
     };
-    const struct {
-        const char* name;
-        int w, h, minNodes;
-        std::vector<Shape> shapes;
-    } cases[] = {
-        {"nested rings",
-         60,
-         60,
-         4,
-         {{5, 5, 50, 50, kRed},
-          {12, 12, 36, 36, kGreen},
-          {20, 20, 20, 20, kBlue},
-          {26, 26, 8, 8, kWhite}}},
-        {"touching shapes",
-         60,
-         40,
-         3,
-         {{5, 5, 20, 20, kRed}, {25, 5, 20, 20, kGreen}, {15, 25, 20, 10, kBlue}}},
-        {"shapes touching the border",
-         50,
-         40,
-         3,
-         {{0, 0, 15, 15, kRed}, {35, 25, 15, 15, kGreen}, {20, 10, 10, 10, kBlue}}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        Picture p(c.w, c.h, kWhite);
-        for (const Shape& s : c.shapes) p.fill(s.x, s.y, s.w, s.h, s.colour);
-        ExportOutLinesStruct out(nullptr, c.w);
+    auto check = [](const char* name, int w, int h, int minNodes, std::vector<Shape> shapes) {
+        SCOPED_TRACE(name);
+        Picture p(w, h, kWhite);
+        for (const Shape& s : shapes) p.fill(s.x, s.y, s.w, s.h, s.colour);
+        ExportOutLinesStruct out(nullptr, w);
         ExportOutLineTree* t = build(p, out);
         ASSERT_NE(t, nullptr);
-        EXPECT_GE(checkNode(t, c.w, nullptr, kWhite, false), c.minNodes);
-    }
+        EXPECT_GE(checkNode(t, w, nullptr, kWhite, false), minNodes);
+    };
+    check("nested rings", 60, 60, 4,
+          {{5, 5, 50, 50, kRed},
+           {12, 12, 36, 36, kGreen},
+           {20, 20, 20, 20, kBlue},
+           {26, 26, 8, 8, kWhite}});
+    check("touching shapes", 60, 40, 3,
+          {{5, 5, 20, 20, kRed}, {25, 5, 20, 20, kGreen}, {15, 25, 20, 10, kBlue}});
+    check("shapes touching the border", 50, 40, 3,
+          {{0, 0, 15, 15, kRed}, {35, 25, 15, 15, kGreen}, {20, 10, 10, 10, kBlue}});
 }

@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
+#include <string>
 #include <vector>
 
 #include "golden/GoldenPictures.h"
 #include "interface/kvMngr.h"
 #include "interface/om1.h"
 #include "platform/Gdi.h"
+#include "ResultChecker.h"
 #include "TestBitmaps.h"
 
 namespace {
@@ -20,39 +21,6 @@ const RGBQUAD kWhite = {255, 255, 255, 0};
 const RGBQUAD kRed = {0, 0, 255, 0};
 const RGBQUAD kBlue = {255, 0, 0, 0};
 
-int countNodes(const KvCtree* t) {
-    int n = 1;
-    for (KvCtree::Holes* h = t->holes; h; h = h->next) n += countNodes(h->ctree);
-    return n;
-}
-
-void checkNode(const KvCtree* t, int w, int h) {
-    if (t->dirNum > 0) {
-        ASSERT_NE(t->chain, nullptr);
-        long x = t->startOffset % w, y = t->startOffset / w;
-        long x0 = x, y0 = y;
-        for (int i = 0; i < t->dirNum; ++i) {
-            ASSERT_LE(t->chain[i], 3);
-            x += t->chain[i] == 0 ? 1 : t->chain[i] == 2 ? -1 : 0;
-            y += t->chain[i] == 1 ? 1 : t->chain[i] == 3 ? -1 : 0;
-            EXPECT_TRUE(x >= 0 && x < w && y >= 0 && y < h);
-        }
-        EXPECT_EQ(x, x0);
-        EXPECT_EQ(y, y0);
-    }
-    if (t->bezierCount > 0) {
-        ASSERT_NE(t->bezier, nullptr);
-        EXPECT_EQ((t->bezierCount - 1) % 3, 0);
-        const KvPoint& first = t->bezier[0];
-        const KvPoint& last = t->bezier[t->bezierCount - 1];
-        EXPECT_DOUBLE_EQ(first.x, last.x);
-        EXPECT_DOUBLE_EQ(first.y, last.y);
-        for (int i = 0; i < t->bezierCount; ++i)
-            EXPECT_TRUE(std::isfinite(t->bezier[i].x) && std::isfinite(t->bezier[i].y));
-    }
-    for (KvCtree::Holes* hl = t->holes; hl; hl = hl->next) checkNode(hl->ctree, w, h);
-}
-
 // Traces the bottom-up picture, checks every node and deletes the tree;
 // returns the number of nodes (-1 when the trace fails).
 int traceAndCount(const Picture& p, int tolerance, int minLen) {
@@ -60,11 +28,11 @@ int traceAndCount(const Picture& p, int tolerance, int minLen) {
     RGBQUAD* px = const_cast<RGBQUAD*>(p.px.data());
     EXPECT_EQ(om1_kvTrace1Bmp(t, px, p.w, p.h, tolerance, minLen, 1000, 1, 0.0), 0) << tolerance;
     if (!t) return -1;
-    checkNode(t, p.w, p.h);
-    const int n = countNodes(t);
+    ResultChecker c(p.w, p.h, false, "tolerance " + std::to_string(tolerance));
+    c.node(t);
     om1_delKvCTree(t);
     EXPECT_EQ(t, nullptr);
-    return n;
+    return c.nodes;
 }
 
 }  // namespace
@@ -121,7 +89,7 @@ TEST(EntryPoints, LeftTopVariantsFlipAndMerge) {
     KvCtree* t = nullptr;
     ASSERT_EQ(om1_kvTrace1BmpLeftTop(t, p.px.data(), 30, 20, 10, palette, 2, 4, 1000, 1, 0.0), 0);
     ASSERT_NE(t, nullptr);
-    checkNode(t, 30, 20);
+    ResultChecker(30, 20, true, "left-top").node(t);
     om1_delKvCTree(t);
     // A failed trace with a palette: no tree, no crash.
     EXPECT_EQ(om1_kvTrace1BmpLeftTop(t, nullptr, 30, 20, 10, palette, 2, 4, 1000, 1, 0.0), 1);
@@ -143,7 +111,7 @@ TEST(EntryPoints, HandleVariants) {
     t = nullptr;
     ASSERT_EQ(om1_kvTrace1HLeftTop(t, b, 10, nullptr, 0, 4, 1000, 1, 0.0), 0);
     ASSERT_NE(t, nullptr);
-    checkNode(t, 24, 16);
+    ResultChecker(24, 16, true, "handle").node(t);
     om1_delKvCTree(t);
     // Every retry exceeds a limit of 0; the tolerance, raised by 5 each time
     // from INT_MAX, wraps instead of overflowing.

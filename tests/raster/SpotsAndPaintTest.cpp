@@ -133,10 +133,8 @@ TEST(Restitution, IsWrittenAfterAFilterOnTheSameObject) {
         else
             host.m->FilterAdaptSmooth(b, 0);
         ASSERT_EQ(host.m->bitmapInfo->bmiHeader.biBitCount, 32);
-        ListOfOutLines root(0x0000FF);  // red
-        std::vector<unsigned char> cw;  // a part runs the other way round
-        for (int d : {0, 1, 2, 3}) cw.insert(cw.end(), 5, static_cast<unsigned char>(d));
-        root.parts = loop(POINT{2, 2}, cw);
+        ListOfOutLines root(0x0000FF);                          // red
+        root.parts = loop(POINT{2, 2}, testchains::box(5, 5));  // a part runs the other way round
         host.m->restituteColors(&root, 0);
         EXPECT_EQ(host.at(4, 4), 2) << filter;
         EXPECT_EQ(host.bits[4 * 16 + 4], 2) << filter;  // written into the bitmap

@@ -46,7 +46,7 @@ TEST(OmbrelSeeds, TableFor100x60) {
     }
 }
 
-TEST(OmbrelConstruction, TakesOverTheIndexRaster) {
+TEST(OmbrelConstruction, TakesOverTheIndexRasterOrIsInvalidBelowThreePixels) {
     Image img(5, 4, 0);
     OutLineManipulator olm(img.px.data(), 5, 4, 300, 6, 3, 2);
     unsigned char* raster = olm.indexRaster;
@@ -58,15 +58,12 @@ TEST(OmbrelConstruction, TakesOverTheIndexRaster) {
     EXPECT_EQ(t.minOutlineLen, 6);
     EXPECT_EQ(t.avgRadius, 2);
     EXPECT_EQ(t.maxOutlines, 300);
-}
-
-TEST(OmbrelConstruction, SmallRasterIsInvalid) {
-    Image img(2, 100, 0);
-    OutLineManipulator olm(img.px.data(), 2, 100, 10, 6, 3, 0);
-    TestOmbrel t(&olm);
-    EXPECT_FALSE(t.isValid());
+    Image thin(2, 100, 0);  // below three pixels across: invalid
+    OutLineManipulator small(thin.px.data(), 2, 100, 10, 6, 3, 0);
+    TestOmbrel none(&small);
+    EXPECT_FALSE(none.isValid());
     AllOutLines all;
-    EXPECT_EQ(t.DoOmbrel_(all, CPoint(1, 1), 10), Ombrel::NotTraced);
+    EXPECT_EQ(none.DoOmbrel_(all, CPoint(1, 1), 10), Ombrel::NotTraced);
     EXPECT_EQ(all.outLines, nullptr);
 }
 
@@ -118,7 +115,7 @@ TEST(OmbrelVisitedMap, CountsSaturateAndZeroClears) {
     EXPECT_EQ(tr.t->generalCheckVisitedOnlyOnce(), 1);
 }
 
-TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {
+TEST(OmbrelStartRing, LaysTheRingWithTenSamplesInsideTheBorder) {
     Image img(20, 20, kWhite);
     Traced tr(img, 0, 0, 3);
     POINT seed = {5, 5};
@@ -130,19 +127,16 @@ TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {
     const BoundChain& c = *tr.t->chain;
     EXPECT_EQ(c.start.x, 4);
     EXPECT_EQ(c.start.y, 6);
-    const int ring[8] = {0, 0, 3, 3, 2, 2, 1, 1};
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(c.codes[i], ring[i]);
+    EXPECT_EQ(std::vector<int>(c.codes, c.codes + 8), (std::vector<int>{0, 0, 3, 3, 2, 2, 1, 1}));
     EXPECT_EQ(tr.t->regionColor, kWhite);
-}
 
-TEST(OmbrelStartRing, SeedOnTheBorderMovesInward) {
-    Image img(6, 6, kWhite);
-    Traced tr(img, 0, 0, 3);
-    POINT seed = {0, 5};
-    tr.t->Initialization(seed);
+    Image small(6, 6, kWhite);  // a seed on the border moves inward
+    Traced border(small, 0, 0, 3);
+    seed = {0, 5};
+    border.t->Initialization(seed);
     EXPECT_EQ(seed.x, 1);
     EXPECT_EQ(seed.y, 4);
-    EXPECT_TRUE(tr.t->checkLoopValid());
+    EXPECT_TRUE(border.t->checkLoopValid());
 }
 
 TEST(OmbrelGrowth, WorkedFirstStepFromSeed55) {

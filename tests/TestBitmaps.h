@@ -54,4 +54,23 @@ inline HBITMAP indexed(int w, int h, const std::vector<RGBQUAD>& table,
     return b;
 }
 
+// A section and a memory device context deleted when they leave scope
+// (declare them before the objects that use them).
+struct Owned {
+    HBITMAP h;
+    explicit Owned(HBITMAP b) : h(b) {}
+    ~Owned() {
+        if (h) DeleteObject(h);
+    }
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
+};
+struct OwnedDc {
+    HDC h = CreateCompatibleDC(nullptr);
+    OwnedDc() = default;
+    ~OwnedDc() { DeleteDC(h); }
+    OwnedDc(const OwnedDc&) = delete;
+    OwnedDc& operator=(const OwnedDc&) = delete;
+};
+
 }  // namespace testbitmaps

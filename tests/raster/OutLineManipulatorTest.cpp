@@ -141,27 +141,18 @@ TEST(OutLineManipulator, DefaultConstructorLeavesNothingToFree) {
 }
 
 TEST(SizeOnlyConstructor, ReadsTheSizeOnly) {
-    HDC dc = CreateCompatibleDC(nullptr);
-    HBITMAP b = testbitmaps::rgb32(9, 5, RGBQUAD{1, 2, 3, 0});
-    {
-        OutLineManipulator m(dc, b);
-        EXPECT_EQ(m.filterDC, dc);
-        EXPECT_EQ(m.hdc, dc);
-        EXPECT_EQ(m.hBitmap, b);
-        EXPECT_EQ(m.width, 9);
-        EXPECT_EQ(m.height, 5);
-        EXPECT_EQ(m.size, 45);
-        EXPECT_EQ(m.bitmapInfo->bmiHeader.biSizeImage, 45u);
-        EXPECT_EQ(m.indexRaster, nullptr);
-        EXPECT_EQ(m.colorRaster, nullptr);
-        EXPECT_TRUE(m.ownsColorRaster);
-    }
-    {
-        OutLineManipulator bad(dc, nullptr);
-        EXPECT_EQ(bad.size, 0);
-    }
-    DeleteObject(b);
-    DeleteDC(dc);
+    testbitmaps::Owned b(testbitmaps::rgb32(9, 5, RGBQUAD{1, 2, 3, 0}));
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h);
+    EXPECT_EQ(m.filterDC, dc.h);
+    EXPECT_EQ(m.hdc, dc.h);
+    EXPECT_EQ(m.hBitmap, b.h);
+    EXPECT_EQ(std::make_tuple(m.width, m.height, m.size), std::make_tuple(9, 5, 45));
+    EXPECT_EQ(m.bitmapInfo->bmiHeader.biSizeImage, 45u);
+    EXPECT_TRUE(!m.indexRaster && !m.colorRaster);
+    EXPECT_TRUE(m.ownsColorRaster);
+    OutLineManipulator bad(dc.h, nullptr);
+    EXPECT_EQ(bad.size, 0);
 }
 
 TEST(DeviceContextConstructor, RepacksPaddedRowsOfAnyWidth) {
@@ -169,95 +160,69 @@ TEST(DeviceContextConstructor, RepacksPaddedRowsOfAnyWidth) {
     std::vector<unsigned char> idx = {0, 1, 2, 1, 0,  //
                                       2, 2, 0, 0, 1,  //
                                       1, 0, 1, 0, 2};
-    HBITMAP b = testbitmaps::indexed(5, 3, table, idx);
-    HDC dc = CreateCompatibleDC(nullptr);
-    {
-        OutLineManipulator m(dc, b, 0x1FF, 7, 1, 2);
-        EXPECT_EQ(m.tolerance, 0xFFFFFFu);  // low byte 0xFF, grey
-        ASSERT_NE(m.indexRaster, nullptr);
-        EXPECT_EQ(memcmp(m.indexRaster, idx.data(), idx.size()), 0);
-        EXPECT_EQ(m.paletteSize, 256);  // GDI describes every 8-bit bitmap with a full table
-        EXPECT_EQ(m.palette[1].rgbRed, 255);
-        EXPECT_EQ(m.palette[2].rgbBlue, 255);
-        EXPECT_EQ(m.minOutlineLen, 7);
-        EXPECT_EQ(m.mode, 1);
-        EXPECT_EQ(m.avgRadius, 2);
-        EXPECT_EQ(m.colorRaster, nullptr);
-        EXPECT_EQ(m.getBlack(), 0);
-    }
-    DeleteDC(dc);
-    DeleteObject(b);
+    testbitmaps::Owned b(testbitmaps::indexed(5, 3, table, idx));
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h, 0x1FF, 7, 1, 2);
+    EXPECT_EQ(m.tolerance, 0xFFFFFFu);  // low byte 0xFF, grey
+    ASSERT_NE(m.indexRaster, nullptr);
+    EXPECT_EQ(memcmp(m.indexRaster, idx.data(), idx.size()), 0);
+    EXPECT_EQ(m.paletteSize, 256);  // GDI describes every 8-bit bitmap with a full table
+    EXPECT_EQ(m.palette[1].rgbRed, 255);
+    EXPECT_EQ(m.palette[2].rgbBlue, 255);
+    EXPECT_EQ(std::make_tuple(m.minOutlineLen, m.mode, m.avgRadius), std::make_tuple(7, 1, 2));
+    EXPECT_EQ(m.colorRaster, nullptr);
+    EXPECT_EQ(m.getBlack(), 0);
 }
 
 TEST(DeviceContextConstructor, ThirtyTwoBitBitmapsUseTheFixedTable) {
-    HBITMAP b = testbitmaps::rgb32(4, 4, RGBQUAD{255, 255, 255, 0});
-    HDC dc = CreateCompatibleDC(nullptr);
-    {
-        OutLineManipulator m(dc, b, 10, 5, 3, 0);
-        ASSERT_NE(m.indexRaster, nullptr);
-        EXPECT_EQ(m.paletteSize, 256);
-        EXPECT_EQ(m.indexRaster[0], 255);
-        EXPECT_EQ(m.getWhite(), 255);
-        EXPECT_EQ(m.getBlack(), 0);
-    }
-    DeleteDC(dc);
-    DeleteObject(b);
+    testbitmaps::Owned b(testbitmaps::rgb32(4, 4, RGBQUAD{255, 255, 255, 0}));
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h, 10, 5, 3, 0);
+    ASSERT_NE(m.indexRaster, nullptr);
+    EXPECT_EQ(m.paletteSize, 256);
+    EXPECT_EQ(m.indexRaster[0], 255);
+    EXPECT_EQ(m.getWhite(), 255);
+    EXPECT_EQ(m.getBlack(), 0);
 }
 
 TEST(DeviceContextConstructor, FailedRasterShowsTheMessage) {
-    HBITMAP b = testbitmaps::rgb32(5, 5, RGBQUAD{0, 0, 0, 0});
-    HDC dc = CreateCompatibleDC(nullptr);
+    testbitmaps::Owned b(testbitmaps::rgb32(5, 5, RGBQUAD{0, 0, 0, 0}));
+    testbitmaps::OwnedDc dc;
     MessageCapture mc;
-    {
-        FailAllocation fail(2);
-        OutLineManipulator m(dc, b, 10, 5, 3, 0);
-        EXPECT_EQ(m.indexRaster, nullptr);
-    }
-    {
-        FailAllocation fail(3);  // the padded read buffer of an odd width
-        OutLineManipulator m(dc, b, 10, 5, 3, 0);
-        EXPECT_EQ(m.indexRaster, nullptr);
+    for (int failAt : {2, 3}) {  // 3: the padded read buffer of an odd width
+        FailAllocation fail(failAt);
+        OutLineManipulator m(dc.h, b.h, 10, 5, 3, 0);
+        EXPECT_EQ(m.indexRaster, nullptr) << failAt;
     }
     EXPECT_EQ(g_messages.size(), 2u);
-    DeleteDC(dc);
-    DeleteObject(b);
 }
 
-TEST(ViewConstructor, BuildsColoursAndTheFillSet) {
+TEST(ViewConstructor, BuildsColoursAndTheFillSetFromThreePixelsOn) {
     std::vector<RGBQUAD> table = {{10, 20, 30, 0}, {40, 50, 60, 0}};
     std::vector<unsigned char> idx = {0, 1, 1, 0, 1, 0, 0, 0, 1};
-    HBITMAP b = testbitmaps::indexed(3, 3, table, idx);
-    CView view(b);
-    {
-        OutLineManipulator m(&view, b, 0x030201, 4, 2);
-        EXPECT_EQ(m.tolerance, 0x030201u);  // a separate tolerance per channel
-        ASSERT_NE(m.clientDC, nullptr);
-        EXPECT_NE(m.hdc, nullptr);
-        EXPECT_EQ(m.restitutedCount, 0);
-        ASSERT_NE(m.colorRaster, nullptr);
-        EXPECT_TRUE(m.ownsColorRaster);
-        EXPECT_EQ(m.colorRaster[1].rgbBlue, 40);
-        EXPECT_EQ(m.colorRaster[1].rgbRed, 60);
-        EXPECT_EQ(m.colorRaster[0].rgbGreen, 20);
-        EXPECT_EQ(m.colorRaster[0].rgbReserved, 0);
-        EXPECT_EQ(m.minOutlineLen, 4);
-        ASSERT_NE(m.regionFill, nullptr);
-        EXPECT_TRUE(m.regionFill->isUsable());
-        EXPECT_EQ(m.regionFill->size, 9);
-    }
-    DeleteObject(b);
-}
+    testbitmaps::Owned b(testbitmaps::indexed(3, 3, table, idx));
+    CView view(b.h);
+    OutLineManipulator m(&view, b.h, 0x030201, 4, 2);
+    EXPECT_EQ(m.tolerance, 0x030201u);  // a separate tolerance per channel
+    ASSERT_NE(m.clientDC, nullptr);
+    EXPECT_NE(m.hdc, nullptr);
+    EXPECT_EQ(m.restitutedCount, 0);
+    ASSERT_NE(m.colorRaster, nullptr);
+    EXPECT_TRUE(m.ownsColorRaster);
+    EXPECT_EQ(m.colorRaster[1].rgbBlue, 40);
+    EXPECT_EQ(m.colorRaster[1].rgbRed, 60);
+    EXPECT_EQ(m.colorRaster[0].rgbGreen, 20);
+    EXPECT_EQ(m.colorRaster[0].rgbReserved, 0);
+    EXPECT_EQ(m.minOutlineLen, 4);
+    ASSERT_NE(m.regionFill, nullptr);
+    EXPECT_TRUE(m.regionFill->isUsable());
+    EXPECT_EQ(m.regionFill->size, 9);
 
-TEST(ViewConstructor, SmallBitmapGetsNoColoursAndNoFillSet) {
-    std::vector<RGBQUAD> table = {{10, 20, 30, 0}};
-    HBITMAP b = testbitmaps::indexed(2, 2, table, {0, 0, 0, 0});
-    CView view(b);
-    {
-        OutLineManipulator m(&view, b, 0, 4, 2);
-        EXPECT_NE(m.indexRaster, nullptr);
-        EXPECT_EQ(m.colorRaster, nullptr);
-        EXPECT_EQ(m.regionFill, nullptr);
-        EXPECT_EQ(m.minOutlineLen, 0);
-    }
-    DeleteObject(b);
+    // Below three pixels across: no colours and no fill set.
+    testbitmaps::Owned small(testbitmaps::indexed(2, 2, {{10, 20, 30, 0}}, {0, 0, 0, 0}));
+    CView smallView(small.h);
+    OutLineManipulator s(&smallView, small.h, 0, 4, 2);
+    EXPECT_NE(s.indexRaster, nullptr);
+    EXPECT_TRUE(!s.colorRaster && !s.regionFill);
+    EXPECT_EQ(s.minOutlineLen, 0);
 }

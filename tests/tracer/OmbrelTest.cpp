@@ -72,30 +72,26 @@ TEST(OmbrelConstruction, ValidWithoutAColourRaster) {
     // 8-bit index raster only. The tracer is valid; GetColor fails cleanly,
     // so every pixel's average colour is 0 and the trace is one region.
     void* bits = nullptr;
-    HBITMAP b = testbitmaps::section(6, 5, 8, {{0, 0, 0, 0}, {255, 255, 255, 0}}, &bits);
-    ASSERT_NE(b, nullptr);
+    testbitmaps::Owned b(testbitmaps::section(6, 5, 8, {{0, 0, 0, 0}, {255, 255, 255, 0}}, &bits));
+    ASSERT_NE(b.h, nullptr);
     static_cast<unsigned char*>(bits)[8 * 2 + 3] = 1;  // one white pixel
-    HDC dc = CreateCompatibleDC(nullptr);
-    {
-        OutLineManipulator m(dc, b, 10, 0, 3, 0);
-        ASSERT_NE(m.indexRaster, nullptr);
-        ASSERT_EQ(m.colorRaster, nullptr);
-        TestOmbrel t(&m);
-        EXPECT_TRUE(t.isValid());
-        DWORD c = 7;
-        EXPECT_FALSE(t.GetColor(c, 1, 1));
-        EXPECT_EQ(c, 7u);
-        AllOutLines all;
-        ASSERT_EQ(t.DoOmbrel_(all, CPoint(3, 2), 100), Ombrel::Traced);
-        ASSERT_NE(all.outLines, nullptr);
-        EXPECT_EQ(all.outLines->color, 0u);
-        ASSERT_NE(all.outLines->child, nullptr);
-        EXPECT_EQ(all.outLines->child->next, nullptr);  // no hole: one colour
-        EXPECT_TRUE(t.testloop(all.outLines->child));
-        delete all.outLines;
-    }
-    DeleteDC(dc);
-    DeleteObject(b);
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h, 10, 0, 3, 0);
+    ASSERT_NE(m.indexRaster, nullptr);
+    ASSERT_EQ(m.colorRaster, nullptr);
+    TestOmbrel t(&m);
+    EXPECT_TRUE(t.isValid());
+    DWORD c = 7;
+    EXPECT_FALSE(t.GetColor(c, 1, 1));
+    EXPECT_EQ(c, 7u);
+    AllOutLines all;
+    ASSERT_EQ(t.DoOmbrel_(all, CPoint(3, 2), 100), Ombrel::Traced);
+    ASSERT_NE(all.outLines, nullptr);
+    EXPECT_EQ(all.outLines->color, 0u);
+    ASSERT_NE(all.outLines->child, nullptr);
+    EXPECT_EQ(all.outLines->child->next, nullptr);  // no hole: one colour
+    EXPECT_TRUE(t.testloop(all.outLines->child));
+    delete all.outLines;
 }
 
 TEST(OmbrelVisitedMap, CountsSaturateAndZeroClears) {

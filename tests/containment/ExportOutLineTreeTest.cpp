@@ -81,7 +81,7 @@ TEST(ExportOutLineTree, MoveHolesToFirstOne) {
     EXPECT_EQ(holeTags(&one), (std::vector<int>{5}));
 }
 
-TEST(ExportOutLineTree, MoveAddHolesToTailKeepsBothOrders) {
+TEST(ExportOutLineTree, MovesBetweenHoleListsKeepOrder) {
     ExportOutLineTree t(nullptr, 0, 0), o(nullptr, 0, 0);
     t.insertHoleAtHead(node(2));
     t.insertHoleAtHead(node(1));
@@ -94,22 +94,18 @@ TEST(ExportOutLineTree, MoveAddHolesToTailKeepsBothOrders) {
     e.moveAddHolesToTail(&t);
     EXPECT_EQ(holeTags(&e), (std::vector<int>{1, 2, 3, 4}));
     e.moveAddHolesToTail(nullptr);
-}
 
-TEST(ExportOutLineTree, MoveReplaceAndMoveFirst) {
-    ExportOutLineTree t(nullptr, 0, 0), o(nullptr, 0, 0);
-    t.insertHoleAtHead(node(2));
-    t.insertHoleAtHead(node(1));
     o.insertHoleAtHead(node(9));
-    t.moveReplaceHoles(&o);  // o's old hole is deleted
-    EXPECT_EQ(holeTags(&o), (std::vector<int>{1, 2}));
-    EXPECT_EQ(t.holes, nullptr);
+    e.moveReplaceHoles(&o);  // o's old hole is deleted
+    EXPECT_EQ(holeTags(&o), (std::vector<int>{1, 2, 3, 4}));
+    EXPECT_EQ(e.holes, nullptr);
     o.moveFirstHole(&t);
     EXPECT_EQ(holeTags(&t), (std::vector<int>{1}));
-    EXPECT_EQ(holeTags(&o), (std::vector<int>{2}));
+    EXPECT_EQ(holeTags(&o), (std::vector<int>{2, 3, 4}));
     o.moveFirstHole(nullptr);  // unlinked and deleted, no leak
-    EXPECT_EQ(o.holes, nullptr);
-    o.moveFirstHole(&t);  // no holes: nothing
+    EXPECT_EQ(holeTags(&o), (std::vector<int>{3, 4}));
+    e.moveFirstHole(&t);  // no holes: nothing
+    EXPECT_EQ(holeTags(&t), (std::vector<int>{1}));
 }
 
 TEST(ExportOutLineTree, PaintsTheExactColourOnEveryChainPixel) {

@@ -9,9 +9,9 @@
 
 namespace testbitmaps {
 
-// A w x h section of `bitCount` bits per pixel; an 8-bit one carries the
-// given colour table (in a header with room for 256 entries). `bits`, when
-// given, receives the pixel memory.
+// A w x h section of `bitCount` bits per pixel (top-down for a negative h);
+// an 8-bit one carries the given colour table (in a header with room for 256
+// entries). `bits`, when given, receives the pixel memory.
 inline HBITMAP section(int w, int h, int bitCount, const std::vector<RGBQUAD>& table = {},
                        void** bits = nullptr) {
     std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));

@@ -131,6 +131,7 @@ TEST(BoundChain, StartsUnclaimedAndGrowKeepsInner) {
     BoundChain c(4, 4, 10);
     EXPECT_EQ(c.lastOffset, -1);  // no pixel claimed by a first step yet
     EXPECT_FALSE(c.innerPending);
+    EXPECT_EQ(c.innerLen, 0);
     ASSERT_NE(c.inner, nullptr);
     c.inner[3] = 2;
     c.innerLen = 4;

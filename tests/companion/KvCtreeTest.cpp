@@ -2,18 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 #include "companion/KvCtree.h"
 
 namespace {
 
 RGBQUAD quad(BYTE r, BYTE g, BYTE b) {
-    RGBQUAD q;
-    q.rgbRed = r;
-    q.rgbGreen = g;
-    q.rgbBlue = b;
-    q.rgbReserved = 0;
-    return q;
+    return RGBQUAD{b, g, r, 0};
 }
 
 }  // namespace
@@ -42,21 +38,13 @@ TEST(KvCtree, FieldsSitAtTheirByteOffsets) {
     kvctr_deleteKvCtree(t);
 }
 
-TEST(KvCtree, NewRootIsEmpty) {
+TEST(KvCtree, NewRootIsEmptyAndInitCopiesTheChain) {
     KvCtree* t = kvctr_newKvCtree();
     ASSERT_NE(t, nullptr);
     EXPECT_EQ(t->isFrame, 0);
-    EXPECT_EQ(t->holes, nullptr);
+    EXPECT_TRUE(!t->holes && !t->chain && !t->bezier);
     EXPECT_EQ(t->dirNum, 0);
-    EXPECT_EQ(t->chain, nullptr);
     EXPECT_EQ(t->bezierCount, 0);
-    EXPECT_EQ(t->bezier, nullptr);
-    kvctr_deleteKvCtree(t);
-    kvctr_deleteKvCtree(nullptr);  // nothing to do
-}
-
-TEST(KvCtree, InitCopiesTheChain) {
-    KvCtree* t = kvctr_newKvCtree();
     unsigned char codes[4] = {0, 1, 2, 3};
     ASSERT_TRUE(t->init(codes, 4, 5, 3));
     codes[0] = 3;
@@ -68,7 +56,13 @@ TEST(KvCtree, InitCopiesTheChain) {
     EXPECT_FALSE(t->init(nullptr, 3, 0, 3));
     EXPECT_EQ(t->dirNum, 0);
     EXPECT_EQ(t->chain, nullptr);
+    // Curve points: a count of 0 is refused, others come zeroed.
+    EXPECT_FALSE(t->newBezier(0));
+    EXPECT_EQ(t->bezier, nullptr);
+    EXPECT_TRUE(t->newBezier(7));
+    EXPECT_EQ(t->bezier[6].x, 0.0);
     kvctr_deleteKvCtree(t);
+    kvctr_deleteKvCtree(nullptr);  // nothing to do
 }
 
 TEST(KvCtree, AddTailKeepsOrder) {
@@ -82,15 +76,6 @@ TEST(KvCtree, AddTailKeepsOrder) {
     int i = 0;
     for (KvCtree::Holes* h = t->holes; h; h = h->next) EXPECT_EQ(h->ctree->startOffset, i++);
     EXPECT_EQ(i, 3);
-    kvctr_deleteKvCtree(t);
-}
-
-TEST(KvCtree, NewBezierRefusesNonPositiveCounts) {
-    KvCtree* t = kvctr_newKvCtree();
-    EXPECT_FALSE(t->newBezier(0));
-    EXPECT_EQ(t->bezier, nullptr);
-    EXPECT_TRUE(t->newBezier(7));
-    EXPECT_EQ(t->bezier[6].x, 0.0);
     kvctr_deleteKvCtree(t);
 }
 
@@ -121,17 +106,13 @@ TEST(FlipShiftCTree, FlipsAKnownTree) {
     flipShiftCTree(t, 4, 3);
 
     EXPECT_EQ(t->startOffset, 2 * 4 + 1);  // row 0 -> row 2
-    EXPECT_EQ(t->chain[0], 0);
-    EXPECT_EQ(t->chain[1], 3);
-    EXPECT_EQ(t->chain[2], 2);
-    EXPECT_EQ(t->chain[3], 1);
+    EXPECT_EQ(std::vector<int>(t->chain, t->chain + 4), (std::vector<int>{0, 3, 2, 1}));
     // Raster pixel (x, y) has picture row 2 - y and centre (x + .5, 2 - y + .5).
-    EXPECT_DOUBLE_EQ(t->bezier[0].x, 1.5);
-    EXPECT_DOUBLE_EQ(t->bezier[0].y, 2.5);
-    EXPECT_DOUBLE_EQ(t->bezier[1].x, 2.5);
-    EXPECT_DOUBLE_EQ(t->bezier[1].y, 1.5);
-    EXPECT_DOUBLE_EQ(t->bezier[2].x, 0.5);
-    EXPECT_DOUBLE_EQ(t->bezier[2].y, 0.5);
+    const double want[3][2] = {{1.5, 2.5}, {2.5, 1.5}, {0.5, 0.5}};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_DOUBLE_EQ(t->bezier[i].x, want[i][0]) << i;
+        EXPECT_DOUBLE_EQ(t->bezier[i].y, want[i][1]) << i;
+    }
     EXPECT_EQ(h->ctree->startOffset, 0 * 4 + 3);
     EXPECT_EQ(h->ctree->chain[0], 1);
     EXPECT_EQ(h->ctree->chain[1], 3);
@@ -150,7 +131,7 @@ TEST(FlipShiftCTree, NullOrEmptySizeDoesNothing) {
     kvctr_deleteKvCtree(t);
 }
 
-TEST(MergeIntoPalette, SnapsEveryNodeToTheNearestEntry) {
+TEST(MergeIntoPalette, SnapsEveryNodeToTheNearestEntryLowerIndexOnTies) {
     RGBQUAD pal[3] = {quad(0, 0, 0), quad(255, 255, 255), quad(200, 0, 0)};
     KvCtree* t = kvctr_newKvCtree();
     t->color = quad(250, 240, 245);
@@ -165,19 +146,14 @@ TEST(MergeIntoPalette, SnapsEveryNodeToTheNearestEntry) {
     EXPECT_EQ(hole->color.rgbGreen, 0);
     EXPECT_EQ(inner->color.rgbRed, 0);
     EXPECT_EQ(inner->color.rgbReserved, 0);
-    kvctr_deleteKvCtree(t);
-}
-
-TEST(MergeIntoPalette, TiesGoToTheLowerIndexAndEmptyInputsDoNothing) {
-    RGBQUAD pal[2] = {quad(10, 10, 10), quad(30, 30, 30)};
-    KvCtree* t = kvctr_newKvCtree();
+    RGBQUAD pair[2] = {quad(10, 10, 10), quad(30, 30, 30)};
     t->color = quad(20, 20, 20);
-    mergeIntoPalette(t, pal, 2);
-    EXPECT_EQ(t->color.rgbRed, 10);
+    mergeIntoPalette(t, pair, 2);
+    EXPECT_EQ(t->color.rgbRed, 10);  // ties go to the lower index
     t->color = quad(99, 99, 99);
-    mergeIntoPalette(t, pal, 0);
+    mergeIntoPalette(t, pair, 0);  // empty inputs do nothing
     mergeIntoPalette(t, nullptr, 2);
-    mergeIntoPalette(nullptr, pal, 2);
+    mergeIntoPalette(nullptr, pair, 2);
     EXPECT_EQ(t->color.rgbRed, 99);
     kvctr_deleteKvCtree(t);
 }

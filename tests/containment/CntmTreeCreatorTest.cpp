@@ -6,17 +6,14 @@
 
 #include "containment/CntmTreeCreator.h"
 #include "tracer/ChainCode.h"
+#include "ChainShapes.h"
 
 namespace {
 
 // A closed w x h rectangle of boundary pixels starting at (x, y), running
 // +x first (region below in memory order).
 ListOfOutLines* rect(int x, int y, int w, int h, DWORD color) {
-    std::vector<unsigned char> c;
-    for (int i = 0; i < w - 1; ++i) c.push_back(0);
-    for (int i = 0; i < h - 1; ++i) c.push_back(1);
-    for (int i = 0; i < w - 1; ++i) c.push_back(2);
-    for (int i = 0; i < h - 1; ++i) c.push_back(3);
+    std::vector<unsigned char> c = testchains::boxOfPixels(w, h);
     ListOfOutLines* n = new ListOfOutLines(color);
     n->FreeAllocAndPutData(c.data(), static_cast<long>(c.size()), POINT{x, y});
     return n;

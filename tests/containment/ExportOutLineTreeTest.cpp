@@ -25,7 +25,7 @@ std::vector<int> holeTags(const ExportOutLineTree* t) {
 
 }  // namespace
 
-TEST(ExportOutLineTree, ConstructionCopiesCodes) {
+TEST(ExportOutLineTree, ConstructionCopiesCodesAndSetColorStoresBlueGreenRed) {
     unsigned char codes[4] = {0, 1, 2, 3};
     ExportOutLineTree t(codes, 4, 17);
     codes[0] = 3;
@@ -37,6 +37,11 @@ TEST(ExportOutLineTree, ConstructionCopiesCodes) {
     for (int i = 0; i < 4; ++i) EXPECT_EQ(t.bounds[i], -1);
     EXPECT_EQ(t.holes, nullptr);
     EXPECT_EQ(t.color.rgbRed, 0);
+    t.color.rgbReserved = 9;
+    t.setColor(0x123456);  // red 0x56, green 0x34, blue 0x12; reserved kept
+    EXPECT_EQ(
+        std::vector<int>({t.color.rgbBlue, t.color.rgbGreen, t.color.rgbRed, t.color.rgbReserved}),
+        (std::vector<int>{0x12, 0x34, 0x56, 9}));
 
     ExportOutLineTree empty(nullptr, 9, 33);
     EXPECT_EQ(empty.valid, 1);
@@ -46,16 +51,6 @@ TEST(ExportOutLineTree, ConstructionCopiesCodes) {
 
     ExportOutLineTree bad(codes, -3, 0);
     EXPECT_EQ(bad.valid, 0);
-}
-
-TEST(ExportOutLineTree, SetColorStoresBlueGreenRed) {
-    ExportOutLineTree t(nullptr, 0, 0);
-    t.color.rgbReserved = 9;
-    t.setColor(0x123456);  // red 0x56, green 0x34, blue 0x12
-    EXPECT_EQ(t.color.rgbBlue, 0x12);
-    EXPECT_EQ(t.color.rgbGreen, 0x34);
-    EXPECT_EQ(t.color.rgbRed, 0x56);
-    EXPECT_EQ(t.color.rgbReserved, 9);
 }
 
 TEST(ExportOutLineTree, HoleInsertions) {
@@ -86,7 +81,7 @@ TEST(ExportOutLineTree, MoveHolesToFirstOne) {
     EXPECT_EQ(holeTags(&one), (std::vector<int>{5}));
 }
 
-TEST(ExportOutLineTree, MoveAddHolesToTailKeepsBothOrders) {
+TEST(ExportOutLineTree, MovesBetweenHoleListsKeepOrder) {
     ExportOutLineTree t(nullptr, 0, 0), o(nullptr, 0, 0);
     t.insertHoleAtHead(node(2));
     t.insertHoleAtHead(node(1));
@@ -99,22 +94,18 @@ TEST(ExportOutLineTree, MoveAddHolesToTailKeepsBothOrders) {
     e.moveAddHolesToTail(&t);
     EXPECT_EQ(holeTags(&e), (std::vector<int>{1, 2, 3, 4}));
     e.moveAddHolesToTail(nullptr);
-}
 
-TEST(ExportOutLineTree, MoveReplaceAndMoveFirst) {
-    ExportOutLineTree t(nullptr, 0, 0), o(nullptr, 0, 0);
-    t.insertHoleAtHead(node(2));
-    t.insertHoleAtHead(node(1));
     o.insertHoleAtHead(node(9));
-    t.moveReplaceHoles(&o);  // o's old hole is deleted
-    EXPECT_EQ(holeTags(&o), (std::vector<int>{1, 2}));
-    EXPECT_EQ(t.holes, nullptr);
+    e.moveReplaceHoles(&o);  // o's old hole is deleted
+    EXPECT_EQ(holeTags(&o), (std::vector<int>{1, 2, 3, 4}));
+    EXPECT_EQ(e.holes, nullptr);
     o.moveFirstHole(&t);
     EXPECT_EQ(holeTags(&t), (std::vector<int>{1}));
-    EXPECT_EQ(holeTags(&o), (std::vector<int>{2}));
+    EXPECT_EQ(holeTags(&o), (std::vector<int>{2, 3, 4}));
     o.moveFirstHole(nullptr);  // unlinked and deleted, no leak
-    EXPECT_EQ(o.holes, nullptr);
-    o.moveFirstHole(&t);  // no holes: nothing
+    EXPECT_EQ(holeTags(&o), (std::vector<int>{3, 4}));
+    e.moveFirstHole(&t);  // no holes: nothing
+    EXPECT_EQ(holeTags(&t), (std::vector<int>{1}));
 }
 
 TEST(ExportOutLineTree, PaintsTheExactColourOnEveryChainPixel) {
@@ -128,15 +119,11 @@ TEST(ExportOutLineTree, PaintsTheExactColourOnEveryChainPixel) {
         for (int x = 0; x < 6; ++x) {
             const RGBQUAD& p = px[y * 6 + x];
             bool onRing = x >= 1 && x <= 3 && y >= 1 && y <= 3 && !(x == 2 && y == 2);
-            if (onRing) {
-                EXPECT_EQ(p.rgbBlue, 0x12);
-                EXPECT_EQ(p.rgbGreen, 0x34);
-                EXPECT_EQ(p.rgbRed, 0x56);
-                EXPECT_EQ(p.rgbReserved, 0);
-                ++painted;
-            } else {
-                EXPECT_EQ(p.rgbBlue, 1) << x << "," << y;
-            }
+            const std::vector<int> want =
+                onRing ? std::vector<int>{0x12, 0x34, 0x56, 0} : std::vector<int>{1, 1, 1, 1};
+            EXPECT_EQ(std::vector<int>({p.rgbBlue, p.rgbGreen, p.rgbRed, p.rgbReserved}), want)
+                << x << "," << y;
+            painted += onRing;
         }
     EXPECT_EQ(painted, 8);
 }

@@ -59,36 +59,28 @@ const RGBQUAD kWhite = {255, 255, 255, 0};
 
 }  // namespace
 
-TEST(TracedTree, NestedRings) {
-    Picture p(60, 60, kWhite);
-    p.fill(5, 5, 50, 50, RGBQUAD{0, 0, 200, 0});
-    p.fill(12, 12, 36, 36, RGBQUAD{0, 200, 0, 0});
-    p.fill(20, 20, 20, 20, RGBQUAD{200, 0, 0, 0});
-    p.fill(26, 26, 8, 8, kWhite);
-    ExportOutLinesStruct out(nullptr, 60);
-    ExportOutLineTree* t = build(p, out);
-    ASSERT_NE(t, nullptr);
-    EXPECT_GE(checkNode(t, 60, nullptr, kWhite, false), 4);
-}
-
-TEST(TracedTree, TouchingShapes) {
-    Picture p(60, 40, kWhite);
-    p.fill(5, 5, 20, 20, RGBQUAD{0, 0, 200, 0});
-    p.fill(25, 5, 20, 20, RGBQUAD{0, 200, 0, 0});
-    p.fill(15, 25, 20, 10, RGBQUAD{200, 0, 0, 0});
-    ExportOutLinesStruct out(nullptr, 60);
-    ExportOutLineTree* t = build(p, out);
-    ASSERT_NE(t, nullptr);
-    EXPECT_GE(checkNode(t, 60, nullptr, kWhite, false), 3);
-}
-
-TEST(TracedTree, ShapesTouchingTheBorder) {
-    Picture p(50, 40, kWhite);
-    p.fill(0, 0, 15, 15, RGBQUAD{0, 0, 200, 0});
-    p.fill(35, 25, 15, 15, RGBQUAD{0, 200, 0, 0});
-    p.fill(20, 10, 10, 10, RGBQUAD{200, 0, 0, 0});
-    ExportOutLinesStruct out(nullptr, 50);
-    ExportOutLineTree* t = build(p, out);
-    ASSERT_NE(t, nullptr);
-    EXPECT_GE(checkNode(t, 50, nullptr, kWhite, false), 3);
+TEST(TracedTree, HolesStayInTheirParentsAndFramesTakeTheirColour) {
+    const RGBQUAD kRed = {0, 0, 200, 0}, kGreen = {0, 200, 0, 0}, kBlue = {200, 0, 0, 0};
+    struct Shape {
+        int x, y, w, h;
+        RGBQUAD colour;
+    };
+    auto check = [](const char* name, int w, int h, int minNodes, std::vector<Shape> shapes) {
+        SCOPED_TRACE(name);
+        Picture p(w, h, kWhite);
+        for (const Shape& s : shapes) p.fill(s.x, s.y, s.w, s.h, s.colour);
+        ExportOutLinesStruct out(nullptr, w);
+        ExportOutLineTree* t = build(p, out);
+        ASSERT_NE(t, nullptr);
+        EXPECT_GE(checkNode(t, w, nullptr, kWhite, false), minNodes);
+    };
+    check("nested rings", 60, 60, 4,
+          {{5, 5, 50, 50, kRed},
+           {12, 12, 36, 36, kGreen},
+           {20, 20, 20, 20, kBlue},
+           {26, 26, 8, 8, kWhite}});
+    check("touching shapes", 60, 40, 3,
+          {{5, 5, 20, 20, kRed}, {25, 5, 20, 20, kGreen}, {15, 25, 20, 10, kBlue}});
+    check("shapes touching the border", 50, 40, 3,
+          {{0, 0, 15, 15, kRed}, {35, 25, 15, 15, kGreen}, {20, 10, 10, 10, kBlue}});
 }

@@ -21,21 +21,13 @@ int countValue(const std::vector<unsigned char>& b, unsigned char v) {
 
 }  // namespace
 
-TEST(Primitives, StepMarkingNeedsTheNodeMeasuresFirst) {
+TEST(Primitives, StepMarkingNeedsTheNodeMeasuresFirstThenMarksStraightStretches) {
     std::vector<unsigned char> c = testchains::box(12, 8);
     CurveConverter cv;
     load(cv, c, POINT{0, 0});
     EXPECT_FALSE(cv.markPrimitives(0.1));
     for (int i = 0; i < cv.curve->count; ++i) EXPECT_EQ(cv.curve->marks[i], 0);
-    // Before dropSmartMedian there are no nodes: empty measures, nothing marked.
-    EXPECT_TRUE(cv.markPrimitivesQS(0.1));
-    EXPECT_TRUE(cv.markPrimitives(0.1));
-}
-
-TEST(Primitives, StraightStretchInnerStepsAndEnds) {
-    std::vector<unsigned char> c = testchains::box(12, 8);
-    CurveConverter cv;
-    load(cv, c, POINT{0, 0});
+    // Before dropSmartMedian there are no nodes: empty measures.
     ASSERT_TRUE(cv.markPrimitivesQS(0.1));
     ASSERT_TRUE(cv.markPrimitives(0.1));
     const unsigned char* m = cv.curve->marks;

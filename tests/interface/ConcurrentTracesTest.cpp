@@ -12,6 +12,7 @@
 #include "golden/GoldenPictures.h"
 #include "interface/om1.h"
 #include "platform/Gdi.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -58,13 +59,8 @@ uint64_t runJob(const Job& job) {
         r = om1_kvTrace1BmpLeftTop(t, px, p.w, p.h, job.tolerance, nullptr, 0, job.minLen, 100000,
                                    1, 0.0);
     } else {
-        BITMAPINFO bi = {};
-        bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-        bi.bmiHeader.biWidth = p.w;
-        bi.bmiHeader.biHeight = p.h;
-        bi.bmiHeader.biBitCount = 32;
-        void* bits = nullptr;
-        HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
+        RGBQUAD* bits = nullptr;
+        HBITMAP b = testbitmaps::rgb32(p.w, p.h, RGBQUAD{}, &bits);
         if (!b) return 0;
         memcpy(bits, px, sizeof(RGBQUAD) * p.px.size());
         r = om1_kvTrace1H(t, b, job.tolerance, job.minLen, 100000, 1, 0.0);

@@ -23,6 +23,7 @@
 #include "tracer/AllOutLines.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -31,12 +32,6 @@ using golden::Picture;
 using golden::Hash;
 using golden::hashKvCtree;
 using golden::hashOutlines;
-
-// A BITMAPINFO with room for a full colour table (1064 bytes).
-struct Info {
-    alignas(8) unsigned char bytes[sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD)] = {};
-    BITMAPINFO* get() { return reinterpret_cast<BITMAPINFO*>(bytes); }
-};
 
 // A DIB section showing the picture (picture row 0 is the bottom row, as
 // the pixel-buffer entry points read a buffer). 32 bits per pixel, or 8 with
@@ -47,21 +42,8 @@ struct Section {
     int stride = 0;
     Section(const Picture& p, bool topDown, int bitCount = 32,
             const std::vector<RGBQUAD>& table = {}, const std::vector<BYTE>& indices = {}) {
-        Info info;
-        BITMAPINFOHEADER& hd = info.get()->bmiHeader;
-        hd.biSize = sizeof(BITMAPINFOHEADER);
-        hd.biWidth = p.w;
-        hd.biHeight = topDown ? -p.h : p.h;
-        hd.biPlanes = 1;
-        hd.biBitCount = static_cast<WORD>(bitCount);
-        hd.biCompression = BI_RGB;
-        if (bitCount == 8) {
-            hd.biClrUsed = static_cast<DWORD>(table.size());
-            memcpy(info.bytes + sizeof(BITMAPINFOHEADER), table.data(),
-                   table.size() * sizeof(RGBQUAD));
-        }
         void* pv = nullptr;
-        h = CreateDIBSection(nullptr, info.get(), DIB_RGB_COLORS, &pv, nullptr, 0);
+        h = testbitmaps::section(p.w, topDown ? -p.h : p.h, bitCount, table, &pv);
         if (!h || !pv) return;
         bits = static_cast<unsigned char*>(pv);
         stride = ((p.w * bitCount + 31) / 32) * 4;

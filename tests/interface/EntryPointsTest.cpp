@@ -3,13 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
+#include <string>
 #include <vector>
 
 #include "golden/GoldenPictures.h"
 #include "interface/kvMngr.h"
 #include "interface/om1.h"
 #include "platform/Gdi.h"
+#include "ResultChecker.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -19,37 +21,18 @@ const RGBQUAD kWhite = {255, 255, 255, 0};
 const RGBQUAD kRed = {0, 0, 255, 0};
 const RGBQUAD kBlue = {255, 0, 0, 0};
 
-int countNodes(const KvCtree* t) {
-    int n = 1;
-    for (KvCtree::Holes* h = t->holes; h; h = h->next) n += countNodes(h->ctree);
-    return n;
-}
-
-void checkNode(const KvCtree* t, int w, int h) {
-    if (t->dirNum > 0) {
-        ASSERT_NE(t->chain, nullptr);
-        long x = t->startOffset % w, y = t->startOffset / w;
-        long x0 = x, y0 = y;
-        for (int i = 0; i < t->dirNum; ++i) {
-            ASSERT_LE(t->chain[i], 3);
-            x += t->chain[i] == 0 ? 1 : t->chain[i] == 2 ? -1 : 0;
-            y += t->chain[i] == 1 ? 1 : t->chain[i] == 3 ? -1 : 0;
-            EXPECT_TRUE(x >= 0 && x < w && y >= 0 && y < h);
-        }
-        EXPECT_EQ(x, x0);
-        EXPECT_EQ(y, y0);
-    }
-    if (t->bezierCount > 0) {
-        ASSERT_NE(t->bezier, nullptr);
-        EXPECT_EQ((t->bezierCount - 1) % 3, 0);
-        const KvPoint& first = t->bezier[0];
-        const KvPoint& last = t->bezier[t->bezierCount - 1];
-        EXPECT_DOUBLE_EQ(first.x, last.x);
-        EXPECT_DOUBLE_EQ(first.y, last.y);
-        for (int i = 0; i < t->bezierCount; ++i)
-            EXPECT_TRUE(std::isfinite(t->bezier[i].x) && std::isfinite(t->bezier[i].y));
-    }
-    for (KvCtree::Holes* hl = t->holes; hl; hl = hl->next) checkNode(hl->ctree, w, h);
+// Traces the bottom-up picture, checks every node and deletes the tree;
+// returns the number of nodes (-1 when the trace fails).
+int traceAndCount(const Picture& p, int tolerance, int minLen) {
+    KvCtree* t = nullptr;
+    RGBQUAD* px = const_cast<RGBQUAD*>(p.px.data());
+    EXPECT_EQ(om1_kvTrace1Bmp(t, px, p.w, p.h, tolerance, minLen, 1000, 1, 0.0), 0) << tolerance;
+    if (!t) return -1;
+    ResultChecker c(p.w, p.h, false, "tolerance " + std::to_string(tolerance));
+    c.node(t);
+    om1_delKvCTree(t);
+    EXPECT_EQ(t, nullptr);
+    return c.nodes;
 }
 
 }  // namespace
@@ -69,69 +52,34 @@ TEST(EntryPoints, BadInputGivesNoOutlines) {
     EXPECT_EQ(t, nullptr);
 }
 
-TEST(EntryPoints, TracesASquareOnABackground) {
-    Picture p(30, 20, kWhite);
-    p.fill(8, 5, 10, 8, kRed);
+TEST(EntryPoints, TracesShapesAndKeepsTheOutlineLimit) {
+    Picture square(30, 20, kWhite);
+    square.fill(8, 5, 10, 8, kRed);
+    EXPECT_GE(traceAndCount(square, 10, 4), 2);
+    Picture nested(40, 40, kWhite);
+    nested.fill(5, 5, 30, 30, kRed);
+    nested.fill(12, 12, 16, 16, kBlue);
+    nested.fill(18, 18, 4, 4, kWhite);
+    EXPECT_GE(traceAndCount(nested, 10, 4), 4);
     KvCtree* t = nullptr;
-    ASSERT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 30, 20, 10, 4, 1000, 1, 0.0), 0);
-    ASSERT_NE(t, nullptr);
-    checkNode(t, 30, 20);
-    EXPECT_GE(countNodes(t), 2);
-    om1_delKvCTree(t);
+    EXPECT_EQ(om1_kvTrace1Bmp(t, nested.px.data(), 40, 40, 10, 4, 0, 1, 0.0), 2);
     EXPECT_EQ(t, nullptr);
     om1_delKvCTree(t);  // null: nothing
 }
 
-TEST(EntryPoints, NestedShapesAndTheOutlineLimit) {
-    Picture p(40, 40, kWhite);
-    p.fill(5, 5, 30, 30, kRed);
-    p.fill(12, 12, 16, 16, kBlue);
-    p.fill(18, 18, 4, 4, kWhite);
-    KvCtree* t = nullptr;
-    ASSERT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 40, 40, 10, 4, 1000, 1, 0.0), 0);
-    ASSERT_NE(t, nullptr);
-    checkNode(t, 40, 40);
-    om1_delKvCTree(t);
-    EXPECT_EQ(om1_kvTrace1Bmp(t, p.px.data(), 40, 40, 10, 4, 0, 1, 0.0), 2);
-    EXPECT_EQ(t, nullptr);
-}
-
-TEST(EntryPoints, ToleranceUsesTheLowByte) {
+TEST(EntryPoints, ToleranceUsesTheLowByteOfAnyValue) {
     // Two greys 2 apart: tolerance 100 (254) joins them, 101 (low byte 1) does
     // not. The seed's start ring lies wholly in the right-hand grey.
     Picture p(20, 20, RGBQUAD{100, 100, 100, 0});
     p.fill(5, 0, 15, 20, RGBQUAD{102, 102, 102, 0});
-    KvCtree* joined = nullptr;
-    KvCtree* split = nullptr;
-    ASSERT_EQ(om1_kvTrace1Bmp(joined, p.px.data(), 20, 20, 100, 0, 1000, 1, 0.0), 0);
-    ASSERT_EQ(om1_kvTrace1Bmp(split, p.px.data(), 20, 20, 101, 0, 1000, 1, 0.0), 0);
-    ASSERT_NE(joined, nullptr);
-    ASSERT_NE(split, nullptr);
-    EXPECT_LT(countNodes(joined), countNodes(split));
-    om1_delKvCTree(joined);
-    om1_delKvCTree(split);
-}
-
-TEST(EntryPoints, ExtremeTolerancesAreDefined) {
+    EXPECT_LT(traceAndCount(p, 100, 0), traceAndCount(p, 101, 0));
     // (int)(percent x 2.55) in 64 bits, low byte: INT_MAX gives 5476083299
     // (low byte 99), INT_MIN -5476083302 (low byte 154). Two greys 100 apart
     // are split by 99 and joined by 154, just as by 37 (94) and 61 (155).
-    Picture p(20, 20, RGBQUAD{50, 50, 50, 0});
-    p.fill(5, 0, 15, 20, RGBQUAD{150, 150, 150, 0});
-    struct Case {
-        int percent, samePercent;
-    } cases[] = {{INT_MAX, 37}, {INT_MIN, 61}, {INT_MAX - 1, 37}, {INT_MIN + 1, 61}};
-    for (const Case& c : cases) {
-        KvCtree* a = nullptr;
-        KvCtree* b = nullptr;
-        ASSERT_EQ(om1_kvTrace1Bmp(a, p.px.data(), 20, 20, c.percent, 0, 1000, 1, 0.0), 0);
-        ASSERT_EQ(om1_kvTrace1Bmp(b, p.px.data(), 20, 20, c.samePercent, 0, 1000, 1, 0.0), 0);
-        ASSERT_NE(a, nullptr);
-        ASSERT_NE(b, nullptr);
-        EXPECT_EQ(countNodes(a), countNodes(b)) << c.percent;
-        om1_delKvCTree(a);
-        om1_delKvCTree(b);
-    }
+    Picture q(20, 20, RGBQUAD{50, 50, 50, 0});
+    q.fill(5, 0, 15, 20, RGBQUAD{150, 150, 150, 0});
+    const int cases[][2] = {{INT_MAX, 37}, {INT_MIN, 61}, {INT_MAX - 1, 37}, {INT_MIN + 1, 61}};
+    for (const auto& c : cases) EXPECT_EQ(traceAndCount(q, c[0], 0), traceAndCount(q, c[1], 0));
 }
 
 TEST(EntryPoints, LeftTopVariantsFlipAndMerge) {
@@ -141,7 +89,7 @@ TEST(EntryPoints, LeftTopVariantsFlipAndMerge) {
     KvCtree* t = nullptr;
     ASSERT_EQ(om1_kvTrace1BmpLeftTop(t, p.px.data(), 30, 20, 10, palette, 2, 4, 1000, 1, 0.0), 0);
     ASSERT_NE(t, nullptr);
-    checkNode(t, 30, 20);
+    ResultChecker(30, 20, true, "left-top").node(t);
     om1_delKvCTree(t);
     // A failed trace with a palette: no tree, no crash.
     EXPECT_EQ(om1_kvTrace1BmpLeftTop(t, nullptr, 30, 20, 10, palette, 2, 4, 1000, 1, 0.0), 1);
@@ -156,22 +104,14 @@ TEST(EntryPoints, HandleVariants) {
     EXPECT_EQ(om1_kvTrace1HLeftTop(t, nullptr, 10, nullptr, 0, 4, 100, 1, 0.0), 0);
     EXPECT_EQ(t, sentinel);
 
-    BITMAPINFO bi = {};
-    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi.bmiHeader.biWidth = 24;
-    bi.bmiHeader.biHeight = 16;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
-    void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    RGBQUAD* px = static_cast<RGBQUAD*>(bits);
-    for (int i = 0; i < 24 * 16; ++i) px[i] = kWhite;
+    RGBQUAD* px = nullptr;
+    HBITMAP b = testbitmaps::rgb32(24, 16, kWhite, &px);
     for (int y = 4; y < 12; ++y)
         for (int x = 6; x < 18; ++x) px[y * 24 + x] = kBlue;
     t = nullptr;
     ASSERT_EQ(om1_kvTrace1HLeftTop(t, b, 10, nullptr, 0, 4, 1000, 1, 0.0), 0);
     ASSERT_NE(t, nullptr);
-    checkNode(t, 24, 16);
+    ResultChecker(24, 16, true, "handle").node(t);
     om1_delKvCTree(t);
     // Every retry exceeds a limit of 0; the tolerance, raised by 5 each time
     // from INT_MAX, wraps instead of overflowing.
@@ -180,12 +120,7 @@ TEST(EntryPoints, HandleVariants) {
     DeleteObject(b);
 
     // An 8-bit section is refused.
-    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-    BITMAPINFO* bi8 = reinterpret_cast<BITMAPINFO*>(info.data());
-    bi8->bmiHeader = bi.bmiHeader;
-    bi8->bmiHeader.biPlanes = 1;
-    bi8->bmiHeader.biBitCount = 8;
-    HBITMAP b8 = CreateDIBSection(nullptr, bi8, DIB_RGB_COLORS, &bits, nullptr, 0);
+    HBITMAP b8 = testbitmaps::section(24, 16, 8);
     ASSERT_NE(b8, nullptr);
     EXPECT_EQ(om1_kvTrace1H(t, b8, 10, 4, 1000, 1, 0.0), 1);
     EXPECT_EQ(t, nullptr);

@@ -8,6 +8,7 @@
 #include "platform/CView.h"
 #include "platform/Gdi.h"
 #include "raster/OutLineManipulator.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -15,17 +16,7 @@ struct Bitmap32 {
     HBITMAP h = nullptr;
     RGBQUAD* px = nullptr;
     int w, hgt;
-    Bitmap32(int w_, int h_) : w(w_), hgt(h_) {
-        BITMAPINFO bi = {};
-        bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-        bi.bmiHeader.biWidth = w;
-        bi.bmiHeader.biHeight = hgt;
-        bi.bmiHeader.biPlanes = 1;
-        bi.bmiHeader.biBitCount = 32;
-        void* bits = nullptr;
-        h = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-        px = static_cast<RGBQUAD*>(bits);
-    }
+    Bitmap32(int w_, int h_) : w(w_), hgt(h_) { h = testbitmaps::rgb32(w, hgt, {}, &px); }
     ~Bitmap32() { DeleteObject(h); }
     RGBQUAD& at(int x, int y) { return px[y * w + x]; }
     std::vector<RGBQUAD> copy() const { return std::vector<RGBQUAD>(px, px + w * hgt); }
@@ -50,40 +41,42 @@ struct TestManipulator : OutLineManipulator {
     using OutLineManipulator::OutLineManipulator;
 };
 
+// Every filter test draws on an in-memory device context.
+struct ColourFilter : ::testing::Test {
+    HDC dc = CreateCompatibleDC(nullptr);
+    ~ColourFilter() override { DeleteDC(dc); }
+};
+
 }  // namespace
 
-TEST(ColourFilter, WindowOfOnePixelChangesNothing) {
-    Bitmap32 b(7, 5);
+TEST_F(ColourFilter, LeavesOneColourAWindowOfOneAndSmallBitmapsUnchanged) {
+    const struct {
+        int w, h, window;
+        bool random;
+        RGBQUAD fill;
+    } cases[] = {{7, 5, 0, true, {}}, {8, 12, 3, false, kA}, {2, 9, 3, false, kB}};
     srand(7);
-    for (int i = 0; i < 35; ++i)
-        b.px[i] = RGBQUAD{static_cast<BYTE>(rand()), static_cast<BYTE>(rand()),
-                          static_cast<BYTE>(rand()), 0};
-    std::vector<RGBQUAD> before = b.copy();
-    HDC dc = CreateCompatibleDC(nullptr);
-    OutLineManipulator m(dc, b.h);
-    ASSERT_TRUE(m.Filter(b.h, 0));
-    for (int i = 0; i < 35; ++i) EXPECT_TRUE(same(b.px[i], before[i])) << i;
-    EXPECT_EQ(m.filterPixelCount, 35);
-    EXPECT_EQ(m.indexRasterSize, 35);
-    DeleteDC(dc);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.w << "x" << c.h << " window " << c.window);
+        Bitmap32 b(c.w, c.h);
+        for (int i = 0; i < c.w * c.h; ++i)
+            b.px[i] = c.random ? RGBQUAD{static_cast<BYTE>(rand()), static_cast<BYTE>(rand()),
+                                         static_cast<BYTE>(rand()), 0}
+                               : c.fill;
+        std::vector<RGBQUAD> before = b.copy();
+        OutLineManipulator m(dc, b.h);
+        ASSERT_TRUE(m.Filter(b.h, c.window));
+        for (int i = 0; i < c.w * c.h; ++i) EXPECT_TRUE(same(b.px[i], before[i])) << i;
+        EXPECT_EQ(m.filterPixelCount, c.w * c.h);
+        EXPECT_EQ(m.indexRasterSize, c.w * c.h);
+    }
 }
 
-TEST(ColourFilter, UniformImageIsUnchanged) {
-    Bitmap32 b(8, 12);
-    for (int i = 0; i < 96; ++i) b.px[i] = kA;
-    HDC dc = CreateCompatibleDC(nullptr);
-    OutLineManipulator m(dc, b.h);
-    ASSERT_TRUE(m.Filter(b.h, 3));
-    for (int i = 0; i < 96; ++i) EXPECT_TRUE(same(b.px[i], kA)) << i;
-    DeleteDC(dc);
-}
-
-TEST(ColourFilter, PixelWhoseChosenQuadrantLeavesTheRasterTurnsBlackAndFlagged) {
+TEST_F(ColourFilter, PixelWhoseChosenQuadrantLeavesTheRasterTurnsBlackAndFlagged) {
     // Six rows and a window of four: on row 2 every quadrant that the choice
     // may fall back to runs off the raster.
     Bitmap32 b(8, 6);
     for (int i = 0; i < 48; ++i) b.px[i] = kA;
-    HDC dc = CreateCompatibleDC(nullptr);
     OutLineManipulator m(dc, b.h);
     ASSERT_TRUE(m.Filter(b.h, 3));
     for (int y = 0; y < 6; ++y)
@@ -91,14 +84,12 @@ TEST(ColourFilter, PixelWhoseChosenQuadrantLeavesTheRasterTurnsBlackAndFlagged) 
             bool black = y == 2 && x > 0;
             EXPECT_TRUE(same(b.at(x, y), black ? RGBQUAD{0, 0, 0, 1} : kA)) << x << "," << y;
         }
-    DeleteDC(dc);
 }
 
-TEST(ColourFilter, PixelsNextToAVerticalBorderKeepTheirSide) {
+TEST_F(ColourFilter, PixelsNextToAVerticalBorderKeepTheirSide) {
     Bitmap32 b(10, 8);
     for (int y = 0; y < 8; ++y)
         for (int x = 0; x < 10; ++x) b.at(x, y) = x < 5 ? kA : kB;
-    HDC dc = CreateCompatibleDC(nullptr);
     OutLineManipulator m(dc, b.h);
     ASSERT_TRUE(m.Filter(b.h, 2));
     for (int y = 3; y < 5; ++y) {
@@ -107,31 +98,17 @@ TEST(ColourFilter, PixelsNextToAVerticalBorderKeepTheirSide) {
         EXPECT_TRUE(same(b.at(3, y), kA)) << y;
         EXPECT_TRUE(same(b.at(6, y), kB)) << y;
     }
-    DeleteDC(dc);
 }
 
-TEST(ColourFilter, SmallBitmapIsReadButNotChanged) {
-    Bitmap32 b(2, 9);
-    for (int i = 0; i < 18; ++i) b.px[i] = kB;
-    HDC dc = CreateCompatibleDC(nullptr);
-    OutLineManipulator m(dc, b.h);
-    EXPECT_TRUE(m.Filter(b.h, 3));
-    for (int i = 0; i < 18; ++i) EXPECT_TRUE(same(b.px[i], kB));
-    DeleteDC(dc);
-}
-
-TEST(ColourFilter, UnreadableBitmapIsRefused) {
-    HDC dc = CreateCompatibleDC(nullptr);
+TEST_F(ColourFilter, UnreadableBitmapIsRefused) {
     Bitmap32 b(4, 4);
     OutLineManipulator m(dc, b.h);
     HBITMAP none = nullptr;
     EXPECT_FALSE(m.Filter(none, 1));
-    DeleteDC(dc);
 }
 
-TEST(ColourFilter, QuadrantMeansAndCells) {
+TEST_F(ColourFilter, QuadrantMeansAndCells) {
     Bitmap32 b(4, 4);
-    HDC dc = CreateCompatibleDC(nullptr);
     TestManipulator m(dc, b.h);
     ASSERT_TRUE(m.Filter(b.h, 0));  // sets filterPixelCount
     std::vector<RGBQUAD> px(16);
@@ -156,7 +133,6 @@ TEST(ColourFilter, QuadrantMeansAndCells) {
     EXPECT_TRUE(m.isInRange(4, 0));
     EXPECT_FALSE(m.isInRange(-1, 0));
     EXPECT_FALSE(m.isInRange(16, 0));
-    DeleteDC(dc);
 }
 
 TEST(AdaptiveFilter, UniformImageKeepsItsColour) {

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/AfxMessageBox.h"
@@ -13,6 +14,7 @@
 #include "raster/PixelQueue.h"
 #include "raster/RasterAlloc.h"
 #include "raster/RegionFill.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -44,65 +46,23 @@ struct FailAllocation {
     ~FailAllocation() { rasteralloc::replaceForTesting(old); }
 };
 
-// An 8-bit bottom-up section with the given table and indices (row 0 first).
-HBITMAP makeIndexed(int w, int h, const std::vector<RGBQUAD>& table,
-                    const std::vector<unsigned char>& indices) {
-    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-    BITMAPINFO* bi = reinterpret_cast<BITMAPINFO*>(info.data());
-    bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi->bmiHeader.biWidth = w;
-    bi->bmiHeader.biHeight = h;
-    bi->bmiHeader.biPlanes = 1;
-    bi->bmiHeader.biBitCount = 8;
-    bi->bmiHeader.biClrUsed = static_cast<DWORD>(table.size());
-    memcpy(info.data() + sizeof(BITMAPINFOHEADER), table.data(), table.size() * sizeof(RGBQUAD));
-    void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    int stride = (w + 3) & ~3;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            static_cast<unsigned char*>(bits)[y * stride + x] = indices[y * w + x];
-    return b;
-}
-
-HBITMAP make32(int w, int h, RGBQUAD fill) {
-    BITMAPINFO bi = {};
-    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi.bmiHeader.biWidth = w;
-    bi.bmiHeader.biHeight = h;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
-    void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    for (int i = 0; i < w * h; ++i) static_cast<RGBQUAD*>(bits)[i] = fill;
-    return b;
-}
-
 }  // namespace
 
 TEST(PixelBufferConstructor, BuildsTheWorkingRaster) {
     std::vector<RGBQUAD> px(6 * 4);
     OutLineManipulator m(px.data(), 6, 4, 300, 12, 3, 1);
     EXPECT_EQ(m.tolerance, 0x2C2C2Cu);  // low byte of 300 is 44, grey
-    EXPECT_EQ(m.width, 6);
-    EXPECT_EQ(m.height, 4);
-    EXPECT_EQ(m.size, 24);
-    EXPECT_EQ(m.indexRasterSize, 24);
+    EXPECT_EQ(std::make_tuple(m.width, m.height, m.size, m.indexRasterSize, m.minOutlineLen, m.mode,
+                              m.avgRadius, m.paletteSize, m.filterPixelCount),
+              std::make_tuple(6, 4, 24, 24, 12, 3, 1, 256, 0));
     ASSERT_NE(m.indexRaster, nullptr);
     EXPECT_EQ(m.colorRaster, px.data());
     EXPECT_FALSE(m.ownsColorRaster);
-    EXPECT_EQ(m.minOutlineLen, 12);
-    EXPECT_EQ(m.mode, 3);
-    EXPECT_EQ(m.avgRadius, 1);
-    EXPECT_EQ(m.paletteSize, 256);
     EXPECT_EQ(reinterpret_cast<unsigned char*>(m.palette),
               reinterpret_cast<unsigned char*>(m.bitmapInfo) + 40);
     EXPECT_EQ(m.bitmapInfo->bmiHeader.biSize, 40u);
     EXPECT_EQ(m.bitmapInfo->bmiHeader.biSizeImage, 24u);
-    EXPECT_EQ(m.hdc, nullptr);
-    EXPECT_EQ(m.filterDC, nullptr);
-    EXPECT_EQ(m.regionFill, nullptr);
-    EXPECT_EQ(m.filterPixelCount, 0);
+    EXPECT_TRUE(!m.hdc && !m.filterDC && !m.regionFill);
 }
 
 TEST(PixelBufferConstructor, BelowThreePixelsKeepsTheRasterButNoMinimumLength) {
@@ -129,30 +89,23 @@ TEST(PixelBufferConstructor, BadInputBuildsNoRasters) {
     EXPECT_TRUE(g_messages.empty());  // refused, not failed
 }
 
-TEST(PixelBufferConstructor, FailedIndexRasterShowsTheMessageOnce) {
-    MessageCapture mc;
+TEST(PixelBufferConstructor, FailedAllocationShowsTheMessageOnce) {
     std::vector<RGBQUAD> px(9);
-    {
-        FailAllocation fail(2);  // 1: bitmap description, 2: index raster
-        OutLineManipulator m(px.data(), 3, 3, 5, 5, 3, 0);
-        EXPECT_EQ(m.indexRaster, nullptr);
-        EXPECT_EQ(m.minOutlineLen, 0);
+    for (int failAt : {1, 2}) {  // 1: bitmap description, 2: index raster
+        MessageCapture mc;
+        {
+            FailAllocation fail(failAt);
+            OutLineManipulator m(px.data(), 3, 3, 5, 5, 3, 0);
+            EXPECT_EQ(m.indexRaster, nullptr);
+            EXPECT_EQ(m.minOutlineLen, 0);
+            if (failAt == 1) {
+                EXPECT_EQ(m.bitmapInfo, nullptr);
+                EXPECT_EQ(m.getBlack(), 0);  // no palette: nothing read
+            }
+        }
+        ASSERT_EQ(g_messages.size(), 1u) << failAt;
+        EXPECT_EQ(g_messages[0], "Cannot allocate memory");
     }
-    ASSERT_EQ(g_messages.size(), 1u);
-    EXPECT_EQ(g_messages[0], "Cannot allocate memory");
-}
-
-TEST(PixelBufferConstructor, FailedDescriptionShowsTheMessageOnce) {
-    MessageCapture mc;
-    std::vector<RGBQUAD> px(9);
-    {
-        FailAllocation fail(1);
-        OutLineManipulator m(px.data(), 3, 3, 5, 5, 3, 0);
-        EXPECT_EQ(m.bitmapInfo, nullptr);
-        EXPECT_EQ(m.indexRaster, nullptr);
-        EXPECT_EQ(m.getBlack(), 0);  // no palette: nothing read
-    }
-    EXPECT_EQ(g_messages.size(), 1u);
 }
 
 TEST(PixelBufferConstructor, TakenOverRasterAndBorrowedPixelsAreNotFreed) {
@@ -188,27 +141,18 @@ TEST(OutLineManipulator, DefaultConstructorLeavesNothingToFree) {
 }
 
 TEST(SizeOnlyConstructor, ReadsTheSizeOnly) {
-    HDC dc = CreateCompatibleDC(nullptr);
-    HBITMAP b = make32(9, 5, RGBQUAD{1, 2, 3, 0});
-    {
-        OutLineManipulator m(dc, b);
-        EXPECT_EQ(m.filterDC, dc);
-        EXPECT_EQ(m.hdc, dc);
-        EXPECT_EQ(m.hBitmap, b);
-        EXPECT_EQ(m.width, 9);
-        EXPECT_EQ(m.height, 5);
-        EXPECT_EQ(m.size, 45);
-        EXPECT_EQ(m.bitmapInfo->bmiHeader.biSizeImage, 45u);
-        EXPECT_EQ(m.indexRaster, nullptr);
-        EXPECT_EQ(m.colorRaster, nullptr);
-        EXPECT_TRUE(m.ownsColorRaster);
-    }
-    {
-        OutLineManipulator bad(dc, nullptr);
-        EXPECT_EQ(bad.size, 0);
-    }
-    DeleteObject(b);
-    DeleteDC(dc);
+    testbitmaps::Owned b(testbitmaps::rgb32(9, 5, RGBQUAD{1, 2, 3, 0}));
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h);
+    EXPECT_EQ(m.filterDC, dc.h);
+    EXPECT_EQ(m.hdc, dc.h);
+    EXPECT_EQ(m.hBitmap, b.h);
+    EXPECT_EQ(std::make_tuple(m.width, m.height, m.size), std::make_tuple(9, 5, 45));
+    EXPECT_EQ(m.bitmapInfo->bmiHeader.biSizeImage, 45u);
+    EXPECT_TRUE(!m.indexRaster && !m.colorRaster);
+    EXPECT_TRUE(m.ownsColorRaster);
+    OutLineManipulator bad(dc.h, nullptr);
+    EXPECT_EQ(bad.size, 0);
 }
 
 TEST(DeviceContextConstructor, RepacksPaddedRowsOfAnyWidth) {
@@ -216,95 +160,69 @@ TEST(DeviceContextConstructor, RepacksPaddedRowsOfAnyWidth) {
     std::vector<unsigned char> idx = {0, 1, 2, 1, 0,  //
                                       2, 2, 0, 0, 1,  //
                                       1, 0, 1, 0, 2};
-    HBITMAP b = makeIndexed(5, 3, table, idx);
-    HDC dc = CreateCompatibleDC(nullptr);
-    {
-        OutLineManipulator m(dc, b, 0x1FF, 7, 1, 2);
-        EXPECT_EQ(m.tolerance, 0xFFFFFFu);  // low byte 0xFF, grey
-        ASSERT_NE(m.indexRaster, nullptr);
-        EXPECT_EQ(memcmp(m.indexRaster, idx.data(), idx.size()), 0);
-        EXPECT_EQ(m.paletteSize, 256);  // GDI describes every 8-bit bitmap with a full table
-        EXPECT_EQ(m.palette[1].rgbRed, 255);
-        EXPECT_EQ(m.palette[2].rgbBlue, 255);
-        EXPECT_EQ(m.minOutlineLen, 7);
-        EXPECT_EQ(m.mode, 1);
-        EXPECT_EQ(m.avgRadius, 2);
-        EXPECT_EQ(m.colorRaster, nullptr);
-        EXPECT_EQ(m.getBlack(), 0);
-    }
-    DeleteDC(dc);
-    DeleteObject(b);
+    testbitmaps::Owned b(testbitmaps::indexed(5, 3, table, idx));
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h, 0x1FF, 7, 1, 2);
+    EXPECT_EQ(m.tolerance, 0xFFFFFFu);  // low byte 0xFF, grey
+    ASSERT_NE(m.indexRaster, nullptr);
+    EXPECT_EQ(memcmp(m.indexRaster, idx.data(), idx.size()), 0);
+    EXPECT_EQ(m.paletteSize, 256);  // GDI describes every 8-bit bitmap with a full table
+    EXPECT_EQ(m.palette[1].rgbRed, 255);
+    EXPECT_EQ(m.palette[2].rgbBlue, 255);
+    EXPECT_EQ(std::make_tuple(m.minOutlineLen, m.mode, m.avgRadius), std::make_tuple(7, 1, 2));
+    EXPECT_EQ(m.colorRaster, nullptr);
+    EXPECT_EQ(m.getBlack(), 0);
 }
 
 TEST(DeviceContextConstructor, ThirtyTwoBitBitmapsUseTheFixedTable) {
-    HBITMAP b = make32(4, 4, RGBQUAD{255, 255, 255, 0});
-    HDC dc = CreateCompatibleDC(nullptr);
-    {
-        OutLineManipulator m(dc, b, 10, 5, 3, 0);
-        ASSERT_NE(m.indexRaster, nullptr);
-        EXPECT_EQ(m.paletteSize, 256);
-        EXPECT_EQ(m.indexRaster[0], 255);
-        EXPECT_EQ(m.getWhite(), 255);
-        EXPECT_EQ(m.getBlack(), 0);
-    }
-    DeleteDC(dc);
-    DeleteObject(b);
+    testbitmaps::Owned b(testbitmaps::rgb32(4, 4, RGBQUAD{255, 255, 255, 0}));
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h, 10, 5, 3, 0);
+    ASSERT_NE(m.indexRaster, nullptr);
+    EXPECT_EQ(m.paletteSize, 256);
+    EXPECT_EQ(m.indexRaster[0], 255);
+    EXPECT_EQ(m.getWhite(), 255);
+    EXPECT_EQ(m.getBlack(), 0);
 }
 
 TEST(DeviceContextConstructor, FailedRasterShowsTheMessage) {
-    HBITMAP b = make32(5, 5, RGBQUAD{0, 0, 0, 0});
-    HDC dc = CreateCompatibleDC(nullptr);
+    testbitmaps::Owned b(testbitmaps::rgb32(5, 5, RGBQUAD{0, 0, 0, 0}));
+    testbitmaps::OwnedDc dc;
     MessageCapture mc;
-    {
-        FailAllocation fail(2);
-        OutLineManipulator m(dc, b, 10, 5, 3, 0);
-        EXPECT_EQ(m.indexRaster, nullptr);
-    }
-    {
-        FailAllocation fail(3);  // the padded read buffer of an odd width
-        OutLineManipulator m(dc, b, 10, 5, 3, 0);
-        EXPECT_EQ(m.indexRaster, nullptr);
+    for (int failAt : {2, 3}) {  // 3: the padded read buffer of an odd width
+        FailAllocation fail(failAt);
+        OutLineManipulator m(dc.h, b.h, 10, 5, 3, 0);
+        EXPECT_EQ(m.indexRaster, nullptr) << failAt;
     }
     EXPECT_EQ(g_messages.size(), 2u);
-    DeleteDC(dc);
-    DeleteObject(b);
 }
 
-TEST(ViewConstructor, BuildsColoursAndTheFillSet) {
+TEST(ViewConstructor, BuildsColoursAndTheFillSetFromThreePixelsOn) {
     std::vector<RGBQUAD> table = {{10, 20, 30, 0}, {40, 50, 60, 0}};
     std::vector<unsigned char> idx = {0, 1, 1, 0, 1, 0, 0, 0, 1};
-    HBITMAP b = makeIndexed(3, 3, table, idx);
-    CView view(b);
-    {
-        OutLineManipulator m(&view, b, 0x030201, 4, 2);
-        EXPECT_EQ(m.tolerance, 0x030201u);  // a separate tolerance per channel
-        ASSERT_NE(m.clientDC, nullptr);
-        EXPECT_NE(m.hdc, nullptr);
-        EXPECT_EQ(m.restitutedCount, 0);
-        ASSERT_NE(m.colorRaster, nullptr);
-        EXPECT_TRUE(m.ownsColorRaster);
-        EXPECT_EQ(m.colorRaster[1].rgbBlue, 40);
-        EXPECT_EQ(m.colorRaster[1].rgbRed, 60);
-        EXPECT_EQ(m.colorRaster[0].rgbGreen, 20);
-        EXPECT_EQ(m.colorRaster[0].rgbReserved, 0);
-        EXPECT_EQ(m.minOutlineLen, 4);
-        ASSERT_NE(m.regionFill, nullptr);
-        EXPECT_TRUE(m.regionFill->isUsable());
-        EXPECT_EQ(m.regionFill->size, 9);
-    }
-    DeleteObject(b);
-}
+    testbitmaps::Owned b(testbitmaps::indexed(3, 3, table, idx));
+    CView view(b.h);
+    OutLineManipulator m(&view, b.h, 0x030201, 4, 2);
+    EXPECT_EQ(m.tolerance, 0x030201u);  // a separate tolerance per channel
+    ASSERT_NE(m.clientDC, nullptr);
+    EXPECT_NE(m.hdc, nullptr);
+    EXPECT_EQ(m.restitutedCount, 0);
+    ASSERT_NE(m.colorRaster, nullptr);
+    EXPECT_TRUE(m.ownsColorRaster);
+    EXPECT_EQ(m.colorRaster[1].rgbBlue, 40);
+    EXPECT_EQ(m.colorRaster[1].rgbRed, 60);
+    EXPECT_EQ(m.colorRaster[0].rgbGreen, 20);
+    EXPECT_EQ(m.colorRaster[0].rgbReserved, 0);
+    EXPECT_EQ(m.minOutlineLen, 4);
+    ASSERT_NE(m.regionFill, nullptr);
+    EXPECT_TRUE(m.regionFill->isUsable());
+    EXPECT_EQ(m.regionFill->size, 9);
 
-TEST(ViewConstructor, SmallBitmapGetsNoColoursAndNoFillSet) {
-    std::vector<RGBQUAD> table = {{10, 20, 30, 0}};
-    HBITMAP b = makeIndexed(2, 2, table, {0, 0, 0, 0});
-    CView view(b);
-    {
-        OutLineManipulator m(&view, b, 0, 4, 2);
-        EXPECT_NE(m.indexRaster, nullptr);
-        EXPECT_EQ(m.colorRaster, nullptr);
-        EXPECT_EQ(m.regionFill, nullptr);
-        EXPECT_EQ(m.minOutlineLen, 0);
-    }
-    DeleteObject(b);
+    // Below three pixels across: no colours and no fill set.
+    testbitmaps::Owned small(testbitmaps::indexed(2, 2, {{10, 20, 30, 0}}, {0, 0, 0, 0}));
+    CView smallView(small.h);
+    OutLineManipulator s(&smallView, small.h, 0, 4, 2);
+    EXPECT_NE(s.indexRaster, nullptr);
+    EXPECT_TRUE(!s.colorRaster && !s.regionFill);
+    EXPECT_EQ(s.minOutlineLen, 0);
 }

@@ -4,7 +4,7 @@
 #include "raster/PixelQueue.h"
 #include "raster/RegionFill.h"
 
-TEST(PixelQueue, PushPopRewindClear) {
+TEST(PixelQueue, PushPopRewindClearAndZeroSize) {
     PixelQueue q(3);
     EXPECT_EQ(q.pop(), -1);
     q.rewind();
@@ -24,24 +24,18 @@ TEST(PixelQueue, PushPopRewindClear) {
     EXPECT_EQ(q.head, -1);
     EXPECT_EQ(q.tail, -1);
     EXPECT_EQ(q.pop(), -1);
+    PixelQueue none(0);  // refuses everything
+    EXPECT_FALSE(none.push(1));
+    EXPECT_EQ(none.pop(), -1);
 }
 
-TEST(PixelQueue, ZeroSizeRefusesEverything) {
-    PixelQueue q(0);
-    EXPECT_FALSE(q.push(1));
-    EXPECT_EQ(q.pop(), -1);
-}
-
-TEST(RegionFill, BuildsItsBuffers) {
+TEST(RegionFill, BuildsItsBuffersOrNothingForUnusableSizes) {
     RegionFill f(7, 5);
     EXPECT_EQ(f.size, 35);
     EXPECT_EQ(f.barrierCount, 0);
     ASSERT_TRUE(f.isUsable());
     for (int i = 0; i < 35; ++i) EXPECT_EQ(f.marks[i], 0);
     EXPECT_EQ(f.queue->size, 35);
-}
-
-TEST(RegionFill, UnusableSizesBuildNothing) {
     RegionFill a(0, 5), b(5, -1), c(70000, 70000);
     EXPECT_FALSE(a.isUsable());
     EXPECT_FALSE(b.isUsable());

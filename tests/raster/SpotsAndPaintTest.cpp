@@ -15,6 +15,7 @@
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
 #include "ChainShapes.h"
+#include "TestBitmaps.h"
 
 namespace {
 
@@ -32,21 +33,9 @@ struct Host {
     std::unique_ptr<OutLineManipulator> m;
     int w, h;
     Host(int w_, int h_, int mode) : w(w_), h(h_) {
-        std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-        BITMAPINFO* bi = reinterpret_cast<BITMAPINFO*>(info.data());
-        bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-        bi->bmiHeader.biWidth = w;
-        bi->bmiHeader.biHeight = h;
-        bi->bmiHeader.biPlanes = 1;
-        bi->bmiHeader.biBitCount = 8;
-        bi->bmiHeader.biClrUsed = 4;
-        RGBQUAD* t = reinterpret_cast<RGBQUAD*>(info.data() + sizeof(BITMAPINFOHEADER));
-        t[0] = {0, 0, 0, 0};
-        t[1] = {255, 255, 255, 0};
-        t[2] = {0, 0, 255, 0};
-        t[3] = {255, 0, 0, 0};
         void* p = nullptr;
-        bitmap = CreateDIBSection(nullptr, bi, DIB_RGB_COLORS, &p, nullptr, 0);
+        bitmap = testbitmaps::section(
+            w, h, 8, {{0, 0, 0, 0}, {255, 255, 255, 0}, {0, 0, 255, 0}, {255, 0, 0, 0}}, &p);
         bits = static_cast<unsigned char*>(p);
         view.reset(new CView(bitmap));
         m.reset(new OutLineManipulator(view.get(), bitmap, 0, 0, mode));
@@ -144,10 +133,8 @@ TEST(Restitution, IsWrittenAfterAFilterOnTheSameObject) {
         else
             host.m->FilterAdaptSmooth(b, 0);
         ASSERT_EQ(host.m->bitmapInfo->bmiHeader.biBitCount, 32);
-        ListOfOutLines root(0x0000FF);  // red
-        std::vector<unsigned char> cw;  // a part runs the other way round
-        for (int d : {0, 1, 2, 3}) cw.insert(cw.end(), 5, static_cast<unsigned char>(d));
-        root.parts = loop(POINT{2, 2}, cw);
+        ListOfOutLines root(0x0000FF);                          // red
+        root.parts = loop(POINT{2, 2}, testchains::box(5, 5));  // a part runs the other way round
         host.m->restituteColors(&root, 0);
         EXPECT_EQ(host.at(4, 4), 2) << filter;
         EXPECT_EQ(host.bits[4 * 16 + 4], 2) << filter;  // written into the bitmap

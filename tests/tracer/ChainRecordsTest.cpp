@@ -9,16 +9,6 @@ namespace {
 
 const unsigned char kSeedRing[8] = {0, 0, 3, 3, 2, 2, 1, 1};
 
-std::vector<POINT> walk(const Arc_& a, POINT from, const unsigned char* codes, int n) {
-    std::vector<POINT> out;
-    POINT p = from;
-    for (int i = 0; i < n; ++i) {
-        p = a.step(codes[i], p);
-        out.push_back(p);
-    }
-    return out;
-}
-
 void layRing(BoundChain& c, POINT seed) {
     c.start = c.end = POINT{seed.x - 1, seed.y + 1};
     for (unsigned i = 0; i < 8; ++i) c.append(kSeedRing[i], i);
@@ -26,41 +16,31 @@ void layRing(BoundChain& c, POINT seed) {
 
 }  // namespace
 
-TEST(ChainCode, SeedRingVisitsTheEightNeighboursAndCloses) {
+TEST(ChainCode, SeedRingWalksTheEightNeighboursAndReversesClosed) {
     Arc_ a;
-    POINT s = {5, 5};
-    std::vector<POINT> got = walk(a, POINT{4, 6}, kSeedRing, 8);
+    POINT p = {4, 6};
     const POINT want[8] = {{5, 6}, {6, 6}, {6, 5}, {6, 4}, {5, 4}, {4, 4}, {4, 5}, {4, 6}};
     for (int i = 0; i < 8; ++i) {
-        EXPECT_EQ(got[i].x, want[i].x) << i;
-        EXPECT_EQ(got[i].y, want[i].y) << i;
+        p = a.step(kSeedRing[i], p);
+        EXPECT_EQ(p.x, want[i].x) << i;
+        EXPECT_EQ(p.y, want[i].y) << i;
     }
-    (void)s;
     EXPECT_TRUE(chaincode::isClosed(kSeedRing, 8, POINT{4, 6}));
-}
-
-TEST(ChainCode, ReversedRingKeepsStartAndCloses) {
     unsigned char r[8];
     for (int i = 0; i < 8; ++i) r[i] = static_cast<unsigned char>(Arc_::opposite(kSeedRing[7 - i]));
-    const unsigned char want[8] = {3, 3, 0, 0, 1, 1, 2, 2};
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(r[i], want[i]);
+    EXPECT_EQ(std::vector<unsigned char>(r, r + 8),
+              (std::vector<unsigned char>{3, 3, 0, 0, 1, 1, 2, 2}));
     EXPECT_TRUE(chaincode::isClosed(r, 8, POINT{4, 6}));
-}
-
-TEST(ChainCode, OppositesAndStepTables) {
-    EXPECT_EQ(Arc_::opposite(0), 2);
-    EXPECT_EQ(Arc_::opposite(1), 3);
-    EXPECT_EQ(Arc_::opposite(2), 0);
-    EXPECT_EQ(Arc_::opposite(3), 1);
+    const unsigned char open[3] = {0, 1, 2};
+    EXPECT_FALSE(chaincode::isClosed(open, 3, POINT{0, 0}));
     for (int d = 0; d < 4; ++d) {
+        EXPECT_EQ(Arc_::opposite(d), (d + 2) % 4);
         EXPECT_EQ(chaincode::stepX(d), Arc_().dx[d]);
         EXPECT_EQ(chaincode::stepY(d), Arc_().dy[d]);
     }
-    const unsigned char open[3] = {0, 1, 2};
-    EXPECT_FALSE(chaincode::isClosed(open, 3, POINT{0, 0}));
 }
 
-TEST(Arc, AppendMovesEndAndCounts) {
+TEST(Arc, AppendMovesEndAndCountsOrIsRefusedWithoutBuffers) {
     Arc_ a(4, 4, 10);
     a.start = a.end = POINT{2, 2};
     EXPECT_TRUE(a.append(0, 0));
@@ -71,17 +51,15 @@ TEST(Arc, AppendMovesEndAndCounts) {
     EXPECT_EQ(a.firstCode(), 0);
     a.setFirstCode(3);
     EXPECT_EQ(a.codes[0], 3);
+
+    Arc_ none;
+    EXPECT_FALSE(none.append(0, 0));
+    EXPECT_EQ(none.count, 0);
+    EXPECT_EQ(none.firstCode(), 0);
+    none.setFirstCode(2);  // no buffer: nothing happens
 }
 
-TEST(Arc, WithoutBuffersRefusesAppend) {
-    Arc_ a;
-    EXPECT_FALSE(a.append(0, 0));
-    EXPECT_EQ(a.count, 0);
-    EXPECT_EQ(a.firstCode(), 0);
-    a.setFirstCode(2);  // no buffer: nothing happens
-}
-
-TEST(Arc, GrowthStepsByGrowByAndKeepsBytes) {
+TEST(Arc, GrowthStepsByGrowByKeepsBytesAndRefusesToWrap) {
     Arc_ a(100000, 100000, 10);
     a.codes[99999] = 3;
     EXPECT_TRUE(a.grow(99999));
@@ -92,48 +70,28 @@ TEST(Arc, GrowthStepsByGrowByAndKeepsBytes) {
     EXPECT_EQ(a.codes[100000], 0);
     EXPECT_TRUE(a.grow(450000));
     EXPECT_EQ(a.capacity, 500000u);
+
+    Arc_ small(2, 3, 10);  // appending beyond the capacity grows
+    for (unsigned i = 0; i < 7; ++i) ASSERT_TRUE(small.append(static_cast<int>(i % 4), i));
+    EXPECT_EQ(small.count, 7);
+    EXPECT_EQ(small.capacity, 8u);
+    for (unsigned i = 0; i < 7; ++i) EXPECT_EQ(small.codes[i], i % 4);
+
+    Arc_ wrap(4, 0x80000000u, 10);
+    EXPECT_FALSE(wrap.grow(0xFFFFFFF0u));
+    EXPECT_EQ(wrap.capacity, 4u);
 }
 
-TEST(Arc, AppendBeyondCapacityGrows) {
-    Arc_ a(2, 3, 10);
-    for (unsigned i = 0; i < 7; ++i) ASSERT_TRUE(a.append(static_cast<int>(i % 4), i));
-    EXPECT_EQ(a.count, 7);
-    EXPECT_EQ(a.capacity, 8u);
-    for (unsigned i = 0; i < 7; ++i) EXPECT_EQ(a.codes[i], i % 4);
-}
-
-TEST(Arc, GrowthThatWouldWrapFails) {
-    Arc_ a(4, 0x80000000u, 10);
-    EXPECT_FALSE(a.grow(0xFFFFFFF0u));
-    EXPECT_EQ(a.capacity, 4u);
-}
-
-TEST(BoundChain, InitialState) {
-    BoundChain c(8, 8, 10);
-    EXPECT_EQ(c.lastOffset, -1);
-    EXPECT_EQ(c.rotation, 0);
-    EXPECT_FALSE(c.innerPending);
-    EXPECT_EQ(c.innerLen, 0);
-    ASSERT_NE(c.inner, nullptr);
-    EXPECT_EQ(c.lastCodeReversed(), -10);
-}
-
-TEST(BoundChain, IndexOfStartAndOthers) {
+TEST(BoundChain, IndexOfAndRotationReadLogicalPositions) {
     BoundChain c(16, 16, 20);
+    EXPECT_EQ(c.lastCodeReversed(), -10);  // empty
     layRing(c, POINT{5, 5});
     EXPECT_EQ(c.indexOf(POINT{4, 6}), 0);
     EXPECT_EQ(c.indexOf(POINT{5, 6}), 1);
     EXPECT_EQ(c.indexOf(POINT{4, 5}), 7);
     EXPECT_EQ(c.indexOf(POINT{5, 5}), -10);  // the seed is inside, not on the ring
     EXPECT_EQ(c.indexOf(POINT{40, 40}), -10);
-}
-
-TEST(BoundChain, RotationReadsLogicalCodes) {
-    BoundChain c(16, 16, 20);
-    layRing(c, POINT{5, 5});
-    c.advanceStart();
-    c.advanceStart();
-    c.advanceStart();
+    for (int i = 0; i < 3; ++i) c.advanceStart();
     EXPECT_EQ(c.rotation, 3);
     EXPECT_EQ(c.start.x, 6);
     EXPECT_EQ(c.start.y, 5);
@@ -145,24 +103,20 @@ TEST(BoundChain, RotationReadsLogicalCodes) {
     EXPECT_EQ(c.indexOf(POINT{6, 5}), 0);
     EXPECT_EQ(c.indexOf(POINT{6, 4}), 1);
     EXPECT_EQ(c.indexOf(POINT{6, 6}), 7);
-}
-
-TEST(BoundChain, FullTurnReturnsStart) {
-    BoundChain c(16, 16, 20);
-    layRing(c, POINT{5, 5});
-    POINT s = c.start;
-    for (int i = 0; i < c.count; ++i) c.advanceStart();
-    EXPECT_EQ(c.start.x, s.x);
-    EXPECT_EQ(c.start.y, s.y);
+    for (int i = 3; i < c.count; ++i) c.advanceStart();  // a full turn
+    EXPECT_EQ(c.start.x, 4);
+    EXPECT_EQ(c.start.y, 6);
     EXPECT_EQ(c.rotation, 0);
 }
 
 TEST(BoundChain, NormalizeMakesRotationPhysical) {
     BoundChain c(16, 16, 20);
     layRing(c, POINT{5, 5});
+    unsigned char* before = c.codes;
+    c.normalize();  // without rotation: nothing changes
+    EXPECT_EQ(c.codes, before);
     for (int i = 0; i < 5; ++i) c.advanceStart();
     POINT s = c.start;
-    unsigned char* before = c.codes;
     c.normalize();
     EXPECT_EQ(c.rotation, 0);
     EXPECT_EQ(c.start.x, s.x);
@@ -173,16 +127,12 @@ TEST(BoundChain, NormalizeMakesRotationPhysical) {
     EXPECT_TRUE(chaincode::isClosed(c.codes, c.count, c.start));
 }
 
-TEST(BoundChain, NormalizeWithoutRotationChangesNothing) {
-    BoundChain c(16, 16, 20);
-    layRing(c, POINT{5, 5});
-    unsigned char* before = c.codes;
-    c.normalize();
-    EXPECT_EQ(c.codes, before);
-}
-
-TEST(BoundChain, GrowKeepsInner) {
+TEST(BoundChain, StartsUnclaimedAndGrowKeepsInner) {
     BoundChain c(4, 4, 10);
+    EXPECT_EQ(c.lastOffset, -1);  // no pixel claimed by a first step yet
+    EXPECT_FALSE(c.innerPending);
+    EXPECT_EQ(c.innerLen, 0);
+    ASSERT_NE(c.inner, nullptr);
     c.inner[3] = 2;
     c.innerLen = 4;
     ASSERT_TRUE(c.grow(9));

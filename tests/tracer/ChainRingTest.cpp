@@ -49,6 +49,15 @@ std::vector<unsigned char> logical(const BoundChain& c) {
     return v;
 }
 
+// Lays in `a` an arc from the start of `c`: out with d2, then along the
+// chain's first n codes.
+void layArc(Arc_& a, const BoundChain& c, int d2, int n) {
+    a.count = 0;
+    a.start = a.end = c.start;
+    a.append(d2, 0);
+    for (int j = 0; j < n; ++j) a.pushBack(c.codeAt(j));
+}
+
 // A tracer over a blank picture, for its chain, arc and field operations.
 struct Fixture {
     Image img{kW, kH, RGB(200, 200, 200)};
@@ -126,13 +135,9 @@ TEST(ChainRing, ClosingArcsSpliceLikeTheTracer) {
                     ASSERT_TRUE(f.ring.load(*f.t.chain));
                     f.t.chain->normalize();
                     // The arc: out with d2, along codes 0..i-1, back onto pixel i.
-                    Arc_& a = *f.t.arc;
-                    a.count = 0;
-                    a.start = a.end = f.t.chain->start;
-                    a.append(d2, 0);
-                    for (int j = 0; j < i; ++j) a.pushBack(f.t.chain->codeAt(j));
-                    a.pushBack(Arc_::opposite(d2));
-                    ASSERT_TRUE(f.ring.splice(a, i));
+                    layArc(*f.t.arc, *f.t.chain, d2, i);
+                    f.t.arc->pushBack(Arc_::opposite(d2));
+                    ASSERT_TRUE(f.ring.splice(*f.t.arc, i));
                     ASSERT_TRUE(f.t.spliceArc(i));
                     f.expectSame(l.name);
                     EXPECT_EQ(f.t.chain->count, n + 2);
@@ -183,14 +188,10 @@ TEST(ChainRing, ArcCutsChooseTheSameMainLoop) {
                     e = f.t.chain->step(d2, e);
                     int k = f.t.chain->indexOf(e);
                     if (k <= a) continue;
-                    Arc_& arc = *f.t.arc;
-                    arc.count = 0;
-                    arc.start = arc.end = f.t.chain->start;
-                    arc.append(d2, 0);
-                    for (int j = 0; j < a - 1; ++j) arc.pushBack(f.t.chain->codeAt(j));
+                    layArc(*f.t.arc, *f.t.chain, d2, a - 1);
                     ASSERT_TRUE(f.ring.load(*f.t.chain));
                     f.t.chain->normalize();
-                    ASSERT_TRUE(f.ring.cutAtArc(arc, k, f.out));
+                    ASSERT_TRUE(f.ring.cutAtArc(*f.t.arc, k, f.out));
                     f.t.SolveIntersect(k);
                     f.expectSame(l.name);
                     f.expectSameInner(l.name);
@@ -251,10 +252,7 @@ TEST(ChainRing, FirstStepMarksStayWithTheirPositionsWhileColourAndCodeStay) {
     f.t.chain->normalize();
     Arc_& a = *f.t.arc;
     const int d2 = (l.codes[0] + 3) % 4;
-    a.count = 0;
-    a.start = a.end = l.start;
-    a.append(d2, 0);
-    for (int j = 0; j < 2; ++j) a.pushBack(l.codes[j]);
+    layArc(a, *f.t.chain, d2, 2);
     a.pushBack(Arc_::opposite(d2));
     ASSERT_TRUE(f.ring.splice(a, 2));
     std::vector<bool> want;

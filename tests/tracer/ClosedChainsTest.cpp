@@ -12,12 +12,7 @@
 namespace {
 
 bool isClosed(const ListOfOutLines* o) {
-    long x = o->start.x, y = o->start.y;
-    for (int i = 0; i < o->len; ++i) {
-        x += o->data[i] == 0 ? 1 : o->data[i] == 2 ? -1 : 0;
-        y += o->data[i] == 1 ? 1 : o->data[i] == 3 ? -1 : 0;
-    }
-    return x == o->start.x && y == o->start.y;
+    return chaincode::isClosed(o->data, o->len, o->start);
 }
 
 // Outlines (child, next) and their parts: how many, how many open, and a

@@ -1,5 +1,5 @@
-// Cutting outlines into parts and simplifying parts lists, on outlines built
-// by hand.
+// The hierarchy worker on outlines built by hand: copies and reversal,
+// cutting outlines into parts and simplifying parts lists.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -27,6 +27,42 @@ int listLength(const ListOfOutLines* n) {
 }
 
 }  // namespace
+
+TEST(HierarchyWorker, CopyCarriesCodesAndRegionDataNotFlags) {
+    ListOfOutLines* src = outline(POINT{4, 6}, {0, 0, 3, 3, 2, 2, 1, 1}, 0x112233);
+    src->paletteIndex = 5;
+    src->tag = 77;
+    src->pixelCount = 9;
+    src->isFrame = false;
+    src->checkState = 1;
+    ListOfOutLines* c = HierarchyWorker::copyOutline(src);
+    ASSERT_NE(c, nullptr);
+    EXPECT_NE(c->data, src->data);
+    EXPECT_EQ(codesOf(c), codesOf(src));
+    EXPECT_EQ(c->start.x, 4);
+    EXPECT_EQ(c->color, 0x112233u);
+    EXPECT_EQ(c->paletteIndex, 5);
+    EXPECT_EQ(c->tag, 77);
+    EXPECT_EQ(c->pixelCount, 9);
+    EXPECT_EQ(c->kind, 1);
+    EXPECT_TRUE(c->isFrame);  // flags are not copied
+    EXPECT_EQ(c->checkState, -1);
+    EXPECT_EQ(HierarchyWorker::copyOutline(nullptr), nullptr);
+
+    HierarchyWorker w(100, 10);
+    w.reverseOutline(c);
+    EXPECT_EQ(codesOf(c), (std::vector<int>{3, 3, 0, 0, 1, 1, 2, 2}));
+    EXPECT_EQ(c->start.x, 4);
+    EXPECT_EQ(c->start.y, 6);
+    w.reverseOutline(nullptr);
+    delete c;
+    delete src;
+
+    HierarchyWorker unusable(0, 0);  // no map, but a working outline
+    EXPECT_EQ(unusable.map, nullptr);
+    ASSERT_NE(unusable.working, nullptr);
+    EXPECT_EQ(unusable.working->color, 0xff0000u);
+}
 
 TEST(HierarchyWorkerSplit, OutlineWithoutChildrenGetsItsOwnCopy) {
     HierarchyWorker w(20 * 20, 20);

@@ -1,9 +1,11 @@
 // The region tracer: seeds, the start ring, growth, cuts and whole traces.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
+#include "TestBitmaps.h"
 #include "TracerFixtures.h"
 #include "platform/Gdi.h"
 
@@ -31,25 +33,20 @@ std::vector<int> codesOf(const ListOfOutLines* n) {
 TEST(OmbrelSeeds, TableFor100x60) {
     Image img(4, 4, 0);
     Traced tr(img, 0, 0, 3);
-    CPoint p = tr.t->generateInitPoint(-1, 100, 60);
-    EXPECT_EQ(p.x, 50);
-    EXPECT_EQ(p.y, 30);
-    p = tr.t->generateInitPoint(9, 100, 60);
-    EXPECT_EQ(p.x, 50);
-    EXPECT_EQ(p.y, 30);
-    const int want[9][2] = {{50, 30}, {25, 15}, {25, 30}, {25, 45}, {50, 45},
-                            {75, 45}, {75, 30}, {75, 15}, {50, 15}};
-    for (int i = 0; i < 9; ++i) {
-        p = tr.t->generateInitPoint(i, 100, 60);
-        EXPECT_EQ(p.x, want[i][0]) << i;
-        EXPECT_EQ(p.y, want[i][1]) << i;
+    // Seeds -1 and 9 fall back to the centre; a 3 x 3 picture has only it.
+    const int want[11][2] = {{50, 30}, {50, 30}, {25, 15}, {25, 30}, {25, 45}, {50, 45},
+                             {75, 45}, {75, 30}, {75, 15}, {50, 15}, {50, 30}};
+    for (int i = -1; i <= 9; ++i) {
+        CPoint p = tr.t->generateInitPoint(i, 100, 60);
+        EXPECT_EQ(p.x, want[i + 1][0]) << i;
+        EXPECT_EQ(p.y, want[i + 1][1]) << i;
         p = tr.t->generateInitPoint(i, 3, 3);
-        EXPECT_EQ(p.x, 1);
-        EXPECT_EQ(p.y, 1);
+        EXPECT_EQ(p.x, 1) << i;
+        EXPECT_EQ(p.y, 1) << i;
     }
 }
 
-TEST(OmbrelConstruction, TakesOverTheIndexRaster) {
+TEST(OmbrelConstruction, TakesOverTheIndexRasterOrIsInvalidBelowThreePixels) {
     Image img(5, 4, 0);
     OutLineManipulator olm(img.px.data(), 5, 4, 300, 6, 3, 2);
     unsigned char* raster = olm.indexRaster;
@@ -61,15 +58,12 @@ TEST(OmbrelConstruction, TakesOverTheIndexRaster) {
     EXPECT_EQ(t.minOutlineLen, 6);
     EXPECT_EQ(t.avgRadius, 2);
     EXPECT_EQ(t.maxOutlines, 300);
-}
-
-TEST(OmbrelConstruction, SmallRasterIsInvalid) {
-    Image img(2, 100, 0);
-    OutLineManipulator olm(img.px.data(), 2, 100, 10, 6, 3, 0);
-    TestOmbrel t(&olm);
-    EXPECT_FALSE(t.isValid());
+    Image thin(2, 100, 0);  // below three pixels across: invalid
+    OutLineManipulator small(thin.px.data(), 2, 100, 10, 6, 3, 0);
+    TestOmbrel none(&small);
+    EXPECT_FALSE(none.isValid());
     AllOutLines all;
-    EXPECT_EQ(t.DoOmbrel_(all, CPoint(1, 1), 10), Ombrel::NotTraced);
+    EXPECT_EQ(none.DoOmbrel_(all, CPoint(1, 1), 10), Ombrel::NotTraced);
     EXPECT_EQ(all.outLines, nullptr);
 }
 
@@ -77,40 +71,27 @@ TEST(OmbrelConstruction, ValidWithoutAColourRaster) {
     // A manipulator read from a bitmap handle with parameters keeps the
     // 8-bit index raster only. The tracer is valid; GetColor fails cleanly,
     // so every pixel's average colour is 0 and the trace is one region.
-    std::vector<unsigned char> info(sizeof(BITMAPINFOHEADER) + 256 * sizeof(RGBQUAD));
-    BITMAPINFO* bi = reinterpret_cast<BITMAPINFO*>(info.data());
-    bi->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi->bmiHeader.biWidth = 6;
-    bi->bmiHeader.biHeight = 5;
-    bi->bmiHeader.biPlanes = 1;  // the system's GDI refuses anything else
-    bi->bmiHeader.biBitCount = 8;
-    bi->bmiHeader.biClrUsed = 2;
-    reinterpret_cast<RGBQUAD*>(info.data() + sizeof(BITMAPINFOHEADER))[1] = {255, 255, 255, 0};
     void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    ASSERT_NE(b, nullptr);
+    testbitmaps::Owned b(testbitmaps::section(6, 5, 8, {{0, 0, 0, 0}, {255, 255, 255, 0}}, &bits));
+    ASSERT_NE(b.h, nullptr);
     static_cast<unsigned char*>(bits)[8 * 2 + 3] = 1;  // one white pixel
-    HDC dc = CreateCompatibleDC(nullptr);
-    {
-        OutLineManipulator m(dc, b, 10, 0, 3, 0);
-        ASSERT_NE(m.indexRaster, nullptr);
-        ASSERT_EQ(m.colorRaster, nullptr);
-        TestOmbrel t(&m);
-        EXPECT_TRUE(t.isValid());
-        DWORD c = 7;
-        EXPECT_FALSE(t.GetColor(c, 1, 1));
-        EXPECT_EQ(c, 7u);
-        AllOutLines all;
-        ASSERT_EQ(t.DoOmbrel_(all, CPoint(3, 2), 100), Ombrel::Traced);
-        ASSERT_NE(all.outLines, nullptr);
-        EXPECT_EQ(all.outLines->color, 0u);
-        ASSERT_NE(all.outLines->child, nullptr);
-        EXPECT_EQ(all.outLines->child->next, nullptr);  // no hole: one colour
-        EXPECT_TRUE(t.testloop(all.outLines->child));
-        delete all.outLines;
-    }
-    DeleteDC(dc);
-    DeleteObject(b);
+    testbitmaps::OwnedDc dc;
+    OutLineManipulator m(dc.h, b.h, 10, 0, 3, 0);
+    ASSERT_NE(m.indexRaster, nullptr);
+    ASSERT_EQ(m.colorRaster, nullptr);
+    TestOmbrel t(&m);
+    EXPECT_TRUE(t.isValid());
+    DWORD c = 7;
+    EXPECT_FALSE(t.GetColor(c, 1, 1));
+    EXPECT_EQ(c, 7u);
+    AllOutLines all;
+    ASSERT_EQ(t.DoOmbrel_(all, CPoint(3, 2), 100), Ombrel::Traced);
+    ASSERT_NE(all.outLines, nullptr);
+    EXPECT_EQ(all.outLines->color, 0u);
+    ASSERT_NE(all.outLines->child, nullptr);
+    EXPECT_EQ(all.outLines->child->next, nullptr);  // no hole: one colour
+    EXPECT_TRUE(t.testloop(all.outLines->child));
+    delete all.outLines;
 }
 
 TEST(OmbrelVisitedMap, CountsSaturateAndZeroClears) {
@@ -130,7 +111,7 @@ TEST(OmbrelVisitedMap, CountsSaturateAndZeroClears) {
     EXPECT_EQ(tr.t->generalCheckVisitedOnlyOnce(), 1);
 }
 
-TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {
+TEST(OmbrelStartRing, LaysTheRingWithTenSamplesInsideTheBorder) {
     Image img(20, 20, kWhite);
     Traced tr(img, 0, 0, 3);
     POINT seed = {5, 5};
@@ -142,19 +123,16 @@ TEST(OmbrelStartRing, LaysTheRingWithTenSamples) {
     const BoundChain& c = *tr.t->chain;
     EXPECT_EQ(c.start.x, 4);
     EXPECT_EQ(c.start.y, 6);
-    const int ring[8] = {0, 0, 3, 3, 2, 2, 1, 1};
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(c.codes[i], ring[i]);
+    EXPECT_EQ(std::vector<int>(c.codes, c.codes + 8), (std::vector<int>{0, 0, 3, 3, 2, 2, 1, 1}));
     EXPECT_EQ(tr.t->regionColor, kWhite);
-}
 
-TEST(OmbrelStartRing, SeedOnTheBorderMovesInward) {
-    Image img(6, 6, kWhite);
-    Traced tr(img, 0, 0, 3);
-    POINT seed = {0, 5};
-    tr.t->Initialization(seed);
+    Image small(6, 6, kWhite);  // a seed on the border moves inward
+    Traced border(small, 0, 0, 3);
+    seed = {0, 5};
+    border.t->Initialization(seed);
     EXPECT_EQ(seed.x, 1);
     EXPECT_EQ(seed.y, 4);
-    EXPECT_TRUE(tr.t->checkLoopValid());
+    EXPECT_TRUE(border.t->checkLoopValid());
 }
 
 TEST(OmbrelGrowth, WorkedFirstStepFromSeed55) {
@@ -217,22 +195,14 @@ TEST(OmbrelGrowth, RingRoundAHoleGivesOuterThenHole) {
     // the hole outline through the 20 pixels round the 4 x 4 hole.
     EXPECT_EQ(outer->len, 44);
     EXPECT_EQ(hole->len, 20);
-    int ob[4] = {-1, -1, -1, -1};
-    POINT p = outer->start;
-    ob[0] = ob[2] = p.x;
-    ob[1] = ob[3] = p.y;
-    for (int i = 0; i < outer->len; ++i) {
-        p.x += chaincode::stepX(outer->data[i]);
-        p.y += chaincode::stepY(outer->data[i]);
-        ob[0] = std::max<int>(ob[0], p.x);
-        ob[1] = std::max<int>(ob[1], p.y);
-        ob[2] = std::min<int>(ob[2], p.x);
-        ob[3] = std::min<int>(ob[3], p.y);
+    // Its bounds (max x, max y, min x, min y) are the square's.
+    std::vector<int> ob = {outer->start.x, outer->start.y, outer->start.x, outer->start.y};
+    for (int i = 0, x = outer->start.x, y = outer->start.y; i < outer->len; ++i) {
+        x += chaincode::stepX(outer->data[i]);
+        y += chaincode::stepY(outer->data[i]);
+        ob = {std::max(ob[0], x), std::max(ob[1], y), std::min(ob[2], x), std::min(ob[3], y)};
     }
-    EXPECT_EQ(ob[0], 15);
-    EXPECT_EQ(ob[1], 15);
-    EXPECT_EQ(ob[2], 4);
-    EXPECT_EQ(ob[3], 4);
+    EXPECT_EQ(ob, (std::vector<int>{15, 15, 4, 4}));
     EXPECT_EQ(tr.t->outlineCount, 2);
     delete all.outLines;
 }
@@ -267,16 +237,8 @@ TEST(OmbrelDriver, BadSeedsAndLimits) {
 }
 
 TEST(OmbrelConstruction, FromABitmapHandleTracesAndRepaints) {
-    BITMAPINFO bi = {};
-    bi.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    bi.bmiHeader.biWidth = 12;
-    bi.bmiHeader.biHeight = 10;
-    bi.bmiHeader.biPlanes = 1;
-    bi.bmiHeader.biBitCount = 32;
-    void* bits = nullptr;
-    HBITMAP b = CreateDIBSection(nullptr, &bi, DIB_RGB_COLORS, &bits, nullptr, 0);
-    RGBQUAD* px = static_cast<RGBQUAD*>(bits);
-    for (int i = 0; i < 120; ++i) px[i] = RGBQUAD{255, 255, 255, 0};
+    RGBQUAD* px = nullptr;
+    HBITMAP b = testbitmaps::rgb32(12, 10, RGBQUAD{255, 255, 255, 0}, &px);
     for (int y = 3; y < 7; ++y)
         for (int x = 3; x < 9; ++x) px[y * 12 + x] = RGBQUAD{10, 10, 250, 0};
     HDC dc = CreateCompatibleDC(nullptr);

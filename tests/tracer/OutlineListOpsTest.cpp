@@ -25,12 +25,16 @@ ListOfOutLines* ring(POINT s) {
     return n;
 }
 
+// A tracer over a blank 10 x 10 picture.
+struct OutlineListOps : ::testing::Test {
+    Image img{10, 10, 0};
+    OutLineManipulator olm{img.px.data(), 10, 10, 0, 0, 3, 0};
+    ListOps t{&olm};
+};
+
 }  // namespace
 
-TEST(OutlineListOps, CountsOverTheTree) {
-    Image img(10, 10, 0);
-    OutLineManipulator olm(img.px.data(), 10, 10, 0, 0, 3, 0);
-    ListOps t(&olm);
+TEST_F(OutlineListOps, CountsOverTheTree) {
     ListOfOutLines* a = ring(POINT{2, 3});
     EXPECT_EQ(t.getOLnumber(a), 1);
     a->child = ring(POINT{2, 3});
@@ -43,10 +47,7 @@ TEST(OutlineListOps, CountsOverTheTree) {
     delete a;
 }
 
-TEST(OutlineListOps, IndexRotationAndClosure) {
-    Image img(10, 10, 0);
-    OutLineManipulator olm(img.px.data(), 10, 10, 0, 0, 3, 0);
-    ListOps t(&olm);
+TEST_F(OutlineListOps, IndexRotationAndClosure) {
     ListOfOutLines* r = ring(POINT{2, 3});
     EXPECT_EQ(t.getPointIndex(r, POINT{2, 3}), 0);  // revisited at the end, still 0
     EXPECT_EQ(t.getPointIndex(r, POINT{4, 3}), 2);
@@ -62,10 +63,7 @@ TEST(OutlineListOps, IndexRotationAndClosure) {
     delete r;
 }
 
-TEST(OutlineListOps, MapsAndCoverage) {
-    Image img(10, 10, 0);
-    OutLineManipulator olm(img.px.data(), 10, 10, 0, 0, 3, 0);
-    ListOps t(&olm);
+TEST_F(OutlineListOps, MapsAndCoverage) {
     std::vector<unsigned char> map(100, 0);
     ListOfOutLines* r = ring(POINT{2, 3});
     POINT hit = {-1, -1};
@@ -85,7 +83,7 @@ TEST(OutlineListOps, MapsAndCoverage) {
     delete r;
 }
 
-TEST(OutlineListOps, ConvertExportNodeWithHoles) {
+TEST_F(OutlineListOps, ConvertExportNodeWithHoles) {
     unsigned char codes[8] = {0, 0, 3, 3, 2, 2, 1, 1};
     ExportOutLineTree* node = new ExportOutLineTree(codes, 8, 33);
     node->setColor(0x00112233);

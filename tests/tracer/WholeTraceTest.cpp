@@ -70,7 +70,62 @@ int checkTree(ListOfOutLines* root, int w, int h) {
 
 }  // namespace
 
-TEST(WholeTrace, NestedRings) {
+TEST(WholeTrace, EveryOutlineAndPartIsAClosedChainInTheRaster) {
+    struct Case {
+        const char* name;
+        int w, h, tol, minLen, maxOutlines;
+        void (*paint)(Image&);
+    };
+    const Case cases[] = {
+        {"touching and separate shapes", 50, 30, 10, 4, 1000,
+         [](Image& img) {
+             img.fill(5, 5, 10, 10, kRed);
+             img.fill(15, 5, 10, 10, kGreen);  // touches the red square
+             img.fill(35, 10, 8, 8, kBlue);    // stands alone
+             img.fill(20, 20, 20, 6, kBlack);
+         }},
+        {"shapes on the border", 30, 20, 10, 4, 1000,
+         [](Image& img) {
+             img.fill(0, 0, 10, 8, kRed);
+             img.fill(20, 12, 10, 8, kBlue);
+             img.fill(0, 15, 30, 5, kGreen);
+         }},
+        {"checkerboard", 24, 24, 10, 4, 10000,
+         [](Image& img) {
+             for (int y = 0; y < 24; ++y)
+                 for (int x = 0; x < 24; ++x)
+                     if (((x / 3) + (y / 3)) % 2) img.set(x, y, kBlack);
+         }},
+        {"noise", 32, 32, 20, 0, 100000,
+         [](Image& img) {
+             srand(12345);
+             for (int y = 0; y < 32; ++y)
+                 for (int x = 0; x < 32; ++x) img.set(x, y, static_cast<DWORD>(rand()) & 0xFFFFFF);
+         }},
+        {"smallest raster", 3, 3, 10, 0, 100, [](Image& img) { img.set(1, 1, kBlack); }},
+        // A white band above a comb of black teeth: the band's far side holds
+        // many regions that run along its outline.
+        {"comb with many touching children", 1000, 8, 10, 0, 1000000,
+         [](Image& img) {
+             for (int x = 0; x < img.w; ++x) {
+                 img.set(x, 7, kBlack);
+                 if (x % 2 == 0)
+                     for (int y = 3; y < 7; ++y) img.set(x, y, kBlack);
+             }
+         }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Image img(c.w, c.h, kWhite);
+        c.paint(img);
+        Trace t(img, c.tol, c.minLen, c.maxOutlines);
+        ASSERT_EQ(t.result, 0);
+        ASSERT_NE(t.all.outLines, nullptr);
+        EXPECT_EQ(checkTree(t.all.outLines, c.w, c.h), t.outlineCount);
+    }
+}
+
+TEST(WholeTrace, NestedRingsFromTheCentre) {
     Image img(40, 40, kWhite);
     img.fill(4, 4, 32, 32, kRed);
     img.fill(8, 8, 24, 24, kGreen);
@@ -88,59 +143,6 @@ TEST(WholeTrace, NestedRings) {
     EXPECT_EQ(t.all.outLines->color, kBlack);
 }
 
-TEST(WholeTrace, TouchingAndSeparateShapes) {
-    Image img(50, 30, kWhite);
-    img.fill(5, 5, 10, 10, kRed);
-    img.fill(15, 5, 10, 10, kGreen);  // touches the red square
-    img.fill(35, 10, 8, 8, kBlue);    // stands alone
-    img.fill(20, 20, 20, 6, kBlack);
-    Trace t(img, 10, 4, 1000);
-    ASSERT_EQ(t.result, 0);
-    EXPECT_EQ(checkTree(t.all.outLines, 50, 30), t.outlineCount);
-    EXPECT_GE(t.outlineCount, 5);
-}
-
-TEST(WholeTrace, ShapesOnTheBorder) {
-    Image img(30, 20, kWhite);
-    img.fill(0, 0, 10, 8, kRed);
-    img.fill(20, 12, 10, 8, kBlue);
-    img.fill(0, 15, 30, 5, kGreen);
-    Trace t(img, 10, 4, 1000);
-    ASSERT_EQ(t.result, 0);
-    EXPECT_EQ(checkTree(t.all.outLines, 30, 20), t.outlineCount);
-}
-
-TEST(WholeTrace, Checkerboard) {
-    Image img(24, 24, kWhite);
-    for (int y = 0; y < 24; ++y)
-        for (int x = 0; x < 24; ++x)
-            if (((x / 3) + (y / 3)) % 2) img.set(x, y, kBlack);
-    Trace t(img, 10, 4, 10000);
-    ASSERT_EQ(t.result, 0);
-    EXPECT_EQ(checkTree(t.all.outLines, 24, 24), t.outlineCount);
-}
-
-TEST(WholeTrace, Noise) {
-    srand(12345);
-    Image img(32, 32, kWhite);
-    for (int y = 0; y < 32; ++y)
-        for (int x = 0; x < 32; ++x) img.set(x, y, static_cast<DWORD>(rand()) & 0xFFFFFF);
-    Trace t(img, 20, 0, 100000);
-    EXPECT_EQ(t.result, 0);
-    if (t.all.outLines) {
-        EXPECT_EQ(checkTree(t.all.outLines, 32, 32), t.outlineCount);
-    }
-}
-
-TEST(WholeTrace, SmallestRaster) {
-    Image img(3, 3, kWhite);
-    img.set(1, 1, kBlack);
-    Trace t(img, 10, 0, 100);
-    ASSERT_EQ(t.result, 0);
-    ASSERT_NE(t.all.outLines, nullptr);
-    EXPECT_EQ(checkTree(t.all.outLines, 3, 3), t.outlineCount);
-}
-
 TEST(WholeTrace, OutlineLimit) {
     Image img(40, 40, kWhite);
     for (int i = 0; i < 5; ++i) img.fill(2 + 7 * i, 5, 4, 4, kBlack);
@@ -153,19 +155,4 @@ TEST(WholeTrace, OutlineLimit) {
     Trace fewer(img, 10, 4, n - 1);
     EXPECT_EQ(fewer.result, 2);
     EXPECT_EQ(fewer.all.outLines, nullptr);
-}
-
-TEST(WholeTrace, CombWithManyTouchingChildren) {
-    // A white band above a comb of black teeth: the band's far side holds
-    // many regions that run along its outline.
-    const int W = 1000;
-    Image img(W, 8, kWhite);
-    for (int x = 0; x < W; ++x) {
-        img.set(x, 7, kBlack);
-        if (x % 2 == 0)
-            for (int y = 3; y < 7; ++y) img.set(x, y, kBlack);
-    }
-    Trace t(img, 10, 0, 1000000);
-    ASSERT_EQ(t.result, 0);
-    EXPECT_EQ(checkTree(t.all.outLines, W, 8), t.outlineCount);
 }

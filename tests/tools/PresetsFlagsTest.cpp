@@ -118,7 +118,7 @@ TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
     ASSERT_TRUE(noise.png(png));
     int code = 0;
     auto stderrOf = [&](const std::string& flags) {
-        code = runTrace(png + " -o " + nullDevice() + " " + flags + " --max-outlines 1 2>" + err);
+        code = runTrace(png + " -o " + d + "/out.svg " + flags + " --max-outlines 1 2>" + err);
         std::ifstream f(err);
         return std::string((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
     };
@@ -126,9 +126,10 @@ TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
     EXPECT_EQ(code, 3);
     EXPECT_NE(refused.find("more than 128 colours, too many for pixel art"), std::string::npos);
     EXPECT_EQ(refused.find("regions of exact colours"), std::string::npos);
-    EXPECT_NE(stderrOf("--preset pixel --max-colors 0")
-                  .find("regions of exact colours; tracing them all can take long"),
-              std::string::npos);
+    const std::string announced = stderrOf("--preset pixel --max-colors 0");
+    EXPECT_NE(announced.find("regions of exact colours; tracing them all can take long"),
+              std::string::npos)
+        << announced;
     EXPECT_EQ(stderrOf("--preset pixel --colors 8").find("colours"), std::string::npos);
     EXPECT_EQ(stderrOf("--preset graphic").find("exact colours"), std::string::npos);
     std::filesystem::remove_all(d);

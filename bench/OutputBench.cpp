@@ -6,9 +6,9 @@
 
 #include "BenchImages.h"
 #include "interface/om1.h"
-#include "output/ShapeBuilder.h"
-#include "output/SvgWriter.h"
-#include "trace/Tracer.h"
+#include "shapes/ShapeBuilder.h"
+#include "writers/SvgWriter.h"
+#include "prepare/Tracer.h"
 
 namespace {
 

@@ -1,0 +1,258 @@
+#include "prepare/ColorQuantizer.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <unordered_map>
+
+#include "tracer/Ombrel.h"
+#include "prepare/PackedColour.h"
+
+namespace om1 {
+
+namespace {
+
+struct Entry {
+    uint32_t color;
+    long long count;
+    uint32_t id;  // position in colour order, before the boxes reorder
+};
+
+struct Box {
+    size_t begin, end;  // range of the entry array
+    long long pixels;
+    int widest;  // channel 0 red, 1 green, 2 blue
+    int range;
+};
+
+void measure(const std::vector<Entry>& e, Box& b) {
+    int lo[3] = {255, 255, 255}, hi[3] = {0, 0, 0};
+    b.pixels = 0;
+    for (size_t i = b.begin; i < b.end; ++i) {
+        b.pixels += e[i].count;
+        for (int c = 0; c < 3; ++c) {
+            lo[c] = std::min(lo[c], colourChannel(e[i].color, c));
+            hi[c] = std::max(hi[c], colourChannel(e[i].color, c));
+        }
+    }
+    b.widest = 0;
+    for (int c = 1; c < 3; ++c)
+        if (hi[c] - lo[c] > hi[b.widest] - lo[b.widest]) b.widest = c;
+    b.range = hi[b.widest] - lo[b.widest];
+}
+
+}  // namespace
+
+bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
+                              std::vector<RGBQUAD>& palette) {
+    palette.clear();
+    if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        // Distinct colours and their counts: pixel numbers sorted by colour
+        // (two 12-bit counting passes), runs of one colour become entries.
+        std::vector<Entry> entries;
+        std::vector<uint32_t> entryOf(n);
+        {
+            std::vector<uint32_t> key(n), order(n), tmp(n);
+            for (size_t i = 0; i < n; ++i) key[i] = packColour(pixels[i]);
+            std::vector<size_t> start(4097);
+            for (int pass = 0; pass < 2; ++pass) {
+                const int shift = 12 * pass;
+                std::fill(start.begin(), start.end(), 0);
+                for (size_t i = 0; i < n; ++i) ++start[((key[i] >> shift) & 4095) + 1];
+                for (int b = 0; b < 4096; ++b) start[b + 1] += start[b];
+                if (pass == 0) {
+                    for (size_t i = 0; i < n; ++i)
+                        order[start[key[i] & 4095]++] = static_cast<uint32_t>(i);
+                } else {
+                    for (size_t k = 0; k < n; ++k) {
+                        const uint32_t i = order[k];
+                        tmp[start[(key[i] >> 12) & 4095]++] = i;
+                    }
+                    order.swap(tmp);
+                }
+            }
+            for (size_t k = 0; k < n;) {
+                const uint32_t c = key[order[k]];
+                const uint32_t id = static_cast<uint32_t>(entries.size());
+                size_t j = k;
+                while (j < n && key[order[j]] == c) entryOf[order[j++]] = id;
+                entries.push_back({c, static_cast<long long>(j - k), id});
+                k = j;
+            }
+        }
+        std::vector<Entry> sorted(entries.size());
+        std::vector<Box> boxes(1);
+        boxes[0].begin = 0;
+        boxes[0].end = entries.size();
+        measure(entries, boxes[0]);
+        while (static_cast<int>(boxes.size()) < count) {
+            int pick = -1;
+            double best = 0;
+            for (size_t b = 0; b < boxes.size(); ++b) {
+                if (boxes[b].end - boxes[b].begin < 2 || boxes[b].range == 0) continue;
+                double score = static_cast<double>(boxes[b].pixels) * boxes[b].range;
+                if (score > best) {
+                    best = score;
+                    pick = static_cast<int>(b);
+                }
+            }
+            if (pick < 0) break;
+            Box& b = boxes[pick];
+            const int ch = b.widest;
+            // Counting sort by the channel, stable: colours of one channel
+            // value keep their order (the same split on every platform).
+            size_t at[257] = {0};
+            for (size_t i = b.begin; i < b.end; ++i) ++at[colourChannel(entries[i].color, ch) + 1];
+            for (int v = 0; v < 256; ++v) at[v + 1] += at[v];
+            for (size_t i = b.begin; i < b.end; ++i)
+                sorted[at[colourChannel(entries[i].color, ch)]++] = entries[i];
+            std::copy(sorted.begin(), sorted.begin() + (b.end - b.begin),
+                      entries.begin() + b.begin);
+            long long half = b.pixels / 2, seen = 0;
+            size_t cut = b.begin;
+            while (cut < b.end - 1 && seen + entries[cut].count <= half)
+                seen += entries[cut++].count;
+            if (cut == b.begin) cut = b.begin + 1;
+            Box second{cut, b.end, 0, 0, 0};
+            b.end = cut;
+            measure(entries, b);
+            measure(entries, second);
+            boxes.push_back(second);
+        }
+        // Means of the boxes, then k-means rounds over the distinct colours.
+        const size_t k = boxes.size();
+        std::vector<double> mean(3 * k, 0.0);
+        for (size_t b = 0; b < k; ++b) {
+            double s[3] = {0, 0, 0};
+            for (size_t i = boxes[b].begin; i < boxes[b].end; ++i)
+                for (int c = 0; c < 3; ++c)
+                    s[c] += colourChannel(entries[i].color, c) * entries[i].count;
+            for (int c = 0; c < 3; ++c) mean[3 * b + c] = s[c] / boxes[b].pixels;
+        }
+        // The distance is the squared RGB distance times 16, cut to an
+        // integer; the lowest entry wins among equals. Means are laid out by
+        // channel so that one colour is measured against all entries at once.
+        // A round that moves no colour leaves the means as they are, and
+        // every later round would repeat it: the rounds stop there.
+        std::vector<uint32_t> nearest(entries.size(), 0);
+        std::vector<double> mr(k), mg(k), mb(k);
+        for (int round = 0; round < 4; ++round) {
+            for (size_t b = 0; b < k; ++b) {
+                mr[b] = mean[3 * b];
+                mg[b] = mean[3 * b + 1];
+                mb[b] = mean[3 * b + 2];
+            }
+            bool moved = round == 0;
+            for (size_t i = 0; i < entries.size(); ++i) {
+                const uint32_t col = entries[i].color;
+                const double r = colourChannel(col, 0), g = colourChannel(col, 1),
+                             bl = colourChannel(col, 2);
+                long long bestD = LLONG_MAX;
+                uint32_t best = 0;
+                for (size_t b = 0; b < k; ++b) {
+                    const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
+                    const long long d = static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
+                    if (d < bestD) {
+                        bestD = d;
+                        best = static_cast<uint32_t>(b);
+                    }
+                }
+                if (nearest[i] != best) {
+                    nearest[i] = best;
+                    moved = true;
+                }
+            }
+            if (round == 3 || !moved) break;
+            std::vector<double> sum(3 * k, 0.0);
+            std::vector<long long> weight(k, 0);
+            for (size_t i = 0; i < entries.size(); ++i) {
+                const uint32_t b = nearest[i];
+                weight[b] += entries[i].count;
+                for (int c = 0; c < 3; ++c)
+                    sum[3 * b + c] += colourChannel(entries[i].color, c) * entries[i].count;
+            }
+            for (size_t b = 0; b < k; ++b)
+                if (weight[b])
+                    for (int c = 0; c < 3; ++c) mean[3 * b + c] = sum[3 * b + c] / weight[b];
+        }
+        std::vector<RGBQUAD> colours(k);
+        for (size_t b = 0; b < k; ++b) {
+            auto byte = [&](int c) { return static_cast<BYTE>(std::lround(mean[3 * b + c])); };
+            colours[b] = RGBQUAD{byte(2), byte(1), byte(0), 0};
+        }
+        std::vector<uint32_t> nearestOf(entries.size());
+        for (size_t i = 0; i < entries.size(); ++i) nearestOf[entries[i].id] = nearest[i];
+        std::vector<bool> used(k, false);
+        for (size_t i = 0; i < n; ++i) {
+            const uint32_t b = nearestOf[entryOf[i]];
+            used[b] = true;
+            const BYTE reserved = pixels[i].rgbReserved;
+            pixels[i] = colours[b];
+            pixels[i].rgbReserved = reserved;
+        }
+        for (size_t b = 0; b < k; ++b)
+            if (used[b]) palette.push_back(colours[b]);
+    } catch (...) {
+        palette.clear();
+        return false;
+    }
+    return true;
+}
+
+bool ColorQuantizer::snap(RGBQUAD* pixels, int width, int height, const RGBQUAD* palette,
+                          int count) {
+    if (!pixels || width <= 0 || height <= 0 || !palette || count < 1) return false;
+    const size_t n = static_cast<size_t>(width) * height;
+    std::vector<RGBQUAD> table(palette, palette + std::min(count, 256));
+    try {
+        std::unordered_map<uint32_t, BYTE> cache;
+        for (size_t i = 0; i < n; ++i) {
+            const uint32_t c = packColour(pixels[i]);
+            auto it = cache.find(c);
+            BYTE idx;
+            if (it != cache.end()) {
+                idx = it->second;
+            } else {
+                idx = Ombrel::GetNearestColor(c, table.data(), static_cast<DWORD>(table.size()));
+                cache.emplace(c, idx);
+            }
+            const BYTE reserved = pixels[i].rgbReserved;
+            pixels[i] = table[idx];
+            pixels[i].rgbReserved = reserved;
+        }
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+long long ColorQuantizer::distinct(const RGBQUAD* pixels, int width, int height,
+                                   long long stopAbove) {
+    if (!pixels || width <= 0 || height <= 0) return 0;
+    const size_t n = static_cast<size_t>(width) * height;
+    // One bit per colour of the 2^24 (2 MB), runs of one colour tested once.
+    std::vector<uint64_t> seen;
+    try {
+        seen.assign(size_t(1) << 18, 0);
+    } catch (...) {
+        return -1;
+    }
+    long long count = 0;
+    uint32_t last = 0xFFFFFFFFu;
+    for (size_t i = 0; i < n; ++i) {
+        const uint32_t c = packColour(pixels[i]);
+        if (c == last) continue;
+        last = c;
+        uint64_t& word = seen[c >> 6];
+        const uint64_t bit = uint64_t(1) << (c & 63);
+        if (word & bit) continue;
+        word |= bit;
+        if (++count > stopAbove) break;
+    }
+    return count;
+}
+
+}  // namespace om1

@@ -1,0 +1,303 @@
+#include "prepare/PictureCleaner.h"
+#include "prepare/PackedColour.h"
+#include "prepare/RegionLabels.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+namespace om1 {
+
+namespace {
+
+int maxDiff(uint32_t a, uint32_t b) {
+    int d = 0;
+    for (int i = 0; i < 3; ++i)
+        d = std::max(d, std::abs(colourChannel(a, i) - colourChannel(b, i)));
+    return d;
+}
+
+// Squared distance of two packed colours.
+int colourDistance(uint32_t a, uint32_t b) {
+    int d = 0;
+    for (int i = 0; i < 3; ++i) {
+        const int c = colourChannel(a, i) - colourChannel(b, i);
+        d += c * c;
+    }
+    return d;
+}
+
+// A speckle's edge to a region that was at least the area when the pass
+// began outweighs any number of edges to speckles merged before it.
+const long long kLargeEdge = 1LL << 32;
+
+// Distance (largest channel difference) of p from the segment a..b, and the
+// parameter t of its nearest point (0 at a, 1 at b).
+double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t) {
+    double d[3], v[3], dd = 0, dv = 0;
+    for (int i = 0; i < 3; ++i) {
+        d[i] = colourChannel(b, i) - colourChannel(a, i);
+        v[i] = colourChannel(p, i) - colourChannel(a, i);
+        dd += d[i] * d[i];
+        dv += d[i] * v[i];
+    }
+    t = dd > 0 ? std::min(std::max(dv / dd, 0.0), 1.0) : 0.0;
+    double worst = 0;
+    for (int i = 0; i < 3; ++i) worst = std::max(worst, std::abs(v[i] - t * d[i]));
+    return worst;
+}
+
+int luminance(const RGBQUAD& q) {
+    return (299 * q.rgbRed + 587 * q.rgbGreen + 114 * q.rgbBlue) / 1000;
+}
+
+}  // namespace
+
+int PictureCleaner::otsuThreshold(const RGBQUAD* pixels, int width, int height) {
+    if (!pixels || width <= 0 || height <= 0) return 128;
+    const size_t n = static_cast<size_t>(width) * height;
+    double hist[256] = {};
+    for (size_t i = 0; i < n; ++i) hist[luminance(pixels[i])] += 1;
+    double total = 0;
+    for (int v = 0; v < 256; ++v) total += v * hist[v];
+    double below = 0, belowSum = 0, best = -1;
+    int pick = 128;
+    // Threshold t: class 0 is luminance < t.
+    for (int t = 1; t < 256; ++t) {
+        below += hist[t - 1];
+        belowSum += (t - 1) * hist[t - 1];
+        const double above = static_cast<double>(n) - below;
+        if (below == 0 || above == 0) continue;
+        const double m0 = belowSum / below, m1 = (total - belowSum) / above;
+        const double between = below * above * (m0 - m1) * (m0 - m1);
+        if (between > best) {
+            best = between;
+            pick = t;
+        }
+    }
+    return pick;
+}
+
+void PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int threshold) {
+    if (!pixels || width <= 0 || height <= 0) return;
+    if (threshold > 255) threshold = otsuThreshold(pixels, width, height);
+    const size_t n = static_cast<size_t>(width) * height;
+    for (size_t i = 0; i < n; ++i) {
+        RGBQUAD& q = pixels[i];
+        const int lum = luminance(q);
+        const BYTE v = lum < threshold ? 0 : 255;
+        q.rgbRed = q.rgbGreen = q.rgbBlue = v;
+    }
+}
+
+long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int radius,
+                                    int tolerance) {
+    if (!pixels || width <= 0 || height <= 0) return 0;
+    const size_t n = static_cast<size_t>(width) * height;
+    radius = std::max(1, std::min(radius, 8));
+    std::vector<uint32_t> c;
+    std::vector<uint8_t> flat;
+    try {
+        c = packColours(pixels, n);
+        flat.assign(n, 1);
+    } catch (...) {
+        return -1;
+    }
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const size_t i = static_cast<size_t>(y) * width + x;
+            for (int dy = -1; dy <= 1 && flat[i]; ++dy)
+                for (int dx = -1; dx <= 1; ++dx) {
+                    const int nx = x + dx, ny = y + dy;
+                    if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
+                    if (c[static_cast<size_t>(ny) * width + nx] != c[i]) {
+                        flat[i] = 0;
+                        break;
+                    }
+                }
+        }
+    // The colours of flat pixels, kNone elsewhere (colours have 24 bits).
+    const uint32_t kNone = 0xFFFFFFFFu;
+    std::vector<uint32_t> flatColour;
+    try {
+        flatColour.resize(n);
+    } catch (...) {
+        return -1;
+    }
+    for (size_t i = 0; i < n; ++i) flatColour[i] = flat[i] ? c[i] : kNone;
+    long long changed = 0;
+    uint32_t cand[16];
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const size_t i = static_cast<size_t>(y) * width + x;
+            if (flat[i]) continue;
+            // The distinct flat colours of the window, in row order.
+            int k = 0;
+            const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
+            const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
+            for (int ny = y0; ny <= y1 && k < 16; ++ny) {
+                const uint32_t* row = &flatColour[static_cast<size_t>(ny) * width];
+                for (int nx = x0; nx <= x1 && k < 16; ++nx) {
+                    const uint32_t v = row[nx];
+                    if (v == kNone || (k > 0 && v == cand[k - 1])) continue;
+                    if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
+                }
+            }
+            if (k < 2) continue;
+            const uint32_t p = c[i];
+            double best = tolerance + 0.5;
+            uint32_t to = p;
+            for (int a = 0; a < k; ++a)
+                for (int b = a + 1; b < k; ++b) {
+                    double t = 0;
+                    const double d = fromSegment(p, cand[a], cand[b], t);
+                    if (d < best) {
+                        best = d;
+                        to = t < 0.5 ? cand[a] : cand[b];
+                        // Equally near both ends: the one nearer by the colour measure.
+                        if (t == 0.5 && maxDiff(p, cand[b]) < maxDiff(p, cand[a])) to = cand[b];
+                    }
+                }
+            if (to != p) {
+                unpackColour(pixels[i], to);
+                ++changed;
+            }
+        }
+    return changed;
+}
+
+long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height) {
+    if (!pixels || width <= 0 || height <= 0) return 0;
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        const std::vector<uint32_t> c = packColours(pixels, n);
+        std::vector<int32_t> labels, queue;
+        return labelRegions(c, width, height, labels, queue);
+    } catch (...) {
+        return -1;
+    }
+}
+
+bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height) {
+    if (!pixels || !original || width <= 0 || height <= 0) return false;
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        const std::vector<uint32_t> c = packColours(pixels, n);
+        std::vector<int32_t> labels, queue;
+        const long long m = labelRegions(c, width, height, labels, queue);
+        std::vector<long long> sum(3 * m, 0), count(m, 0);
+        for (size_t i = 0; i < n; ++i) {
+            const int32_t r = labels[i];
+            ++count[r];
+            sum[3 * r] += original[i].rgbRed;
+            sum[3 * r + 1] += original[i].rgbGreen;
+            sum[3 * r + 2] += original[i].rgbBlue;
+        }
+        for (size_t i = 0; i < n; ++i) {
+            const int32_t r = labels[i];
+            const long long k = count[r];
+            pixels[i].rgbRed = static_cast<BYTE>((sum[3 * r] + k / 2) / k);
+            pixels[i].rgbGreen = static_cast<BYTE>((sum[3 * r + 1] + k / 2) / k);
+            pixels[i].rgbBlue = static_cast<BYTE>((sum[3 * r + 2] + k / 2) / k);
+        }
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area) {
+    if (!pixels || width <= 0 || height <= 0) return 0;
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        std::vector<uint32_t> c = packColours(pixels, n);
+        std::vector<int32_t> labels, queue;
+        long long count = labelRegions(c, width, height, labels, queue);
+        // Reused by every pass (a pass has no more regions than the last).
+        std::vector<int32_t> start, order(n), parent, fillAt;
+        std::vector<long long> size, shared;
+        std::vector<char> large;
+        std::vector<uint32_t> colour;
+        for (int pass = 0; pass < 16 && area > 1; ++pass) {
+            const int32_t m = static_cast<int32_t>(count);
+            // Pixels grouped by region (counting sort).
+            start.assign(m + 1, 0);
+            parent.resize(m);
+            shared.assign(m, 0);
+            size.assign(m, 0);
+            colour.resize(m);
+            for (size_t i = 0; i < n; ++i) {
+                ++start[labels[i] + 1];
+                colour[labels[i]] = c[i];
+            }
+            large.assign(m, 0);
+            for (int32_t r = 0; r < m; ++r) {
+                size[r] = start[r + 1];
+                large[r] = size[r] >= area;
+                start[r + 1] += start[r];
+                parent[r] = r;
+            }
+            fillAt.assign(start.begin(), start.end() - 1);
+            for (size_t i = 0; i < n; ++i) order[fillAt[labels[i]]++] = static_cast<int32_t>(i);
+            auto find = [&](int32_t r) {
+                while (parent[r] != r) r = parent[r] = parent[parent[r]];
+                return r;
+            };
+            std::vector<int32_t> small;
+            for (int32_t r = 0; r < m; ++r)
+                if (size[r] < area) small.push_back(r);
+            if (small.empty()) break;
+            std::stable_sort(small.begin(), small.end(),
+                             [&](int32_t a, int32_t b) { return size[a] < size[b]; });
+            std::vector<int32_t> touched;
+            long long merged = 0;
+            for (int32_t r : small) {
+                if (find(r) != r || size[r] >= area) continue;
+                touched.clear();
+                for (int32_t k = start[r]; k < start[r + 1]; ++k) {
+                    const int32_t p = order[k];
+                    const int x = p % width, y = p / width;
+                    const int32_t nb[4] = {x > 0 ? p - 1 : -1, x + 1 < width ? p + 1 : -1,
+                                           y > 0 ? p - width : -1, y + 1 < height ? p + width : -1};
+                    for (int32_t q : nb) {
+                        if (q < 0) continue;
+                        const int32_t s = find(labels[q]);
+                        if (s == r) continue;
+                        if (shared[s] == 0) touched.push_back(s);
+                        shared[s] += large[labels[q]] ? kLargeEdge : 1;
+                    }
+                }
+                int32_t to = -1;
+                for (int32_t s : touched) {
+                    if (to < 0 || shared[s] > shared[to]) {
+                        to = s;
+                    } else if (shared[s] == shared[to]) {
+                        const int ds = colourDistance(colour[s], colour[r]);
+                        const int dt = colourDistance(colour[to], colour[r]);
+                        if (ds < dt || (ds == dt && size[s] > size[to])) to = s;
+                    }
+                }
+                for (int32_t s : touched) shared[s] = 0;
+                if (to < 0) continue;
+                parent[r] = to;
+                size[to] += size[r];
+                ++merged;
+            }
+            if (merged == 0) break;
+            for (size_t i = 0; i < n; ++i) {
+                const uint32_t nc = colour[find(labels[i])];
+                if (nc != c[i]) {
+                    c[i] = nc;
+                    unpackColour(pixels[i], nc);
+                }
+            }
+            count = labelRegions(c, width, height, labels, queue);
+        }
+        return count;
+    } catch (...) {
+        return -1;
+    }
+}
+
+}  // namespace om1

@@ -1,0 +1,55 @@
+// Presets: named sets of TraceOptions, and the stage options by name, for
+// the command-line tool and the bindings (every front end sets options
+// through here, so they agree on names, ranges and messages).
+//
+//   plain    the entry points' behaviour: the nine fixed seeds, no stages
+//   graphic  flat colours with anti-aliased edges (logos, icons, clip art):
+//            16 colours, anti-alias cleanup, speckle filter of 1/2000 of the
+//            picture's area (at least 4 pixels), tracer tolerance 0. The
+//            default: on anti-aliased art it writes about as many paths as
+//            the source has shapes, and on photographs it still gives a
+//            usable picture.
+//   photo    natural pictures: 8 colours, anti-alias cleanup, speckle
+//            filter of 6 pixels (0.003 % of the area on larger pictures),
+//            regions in the mean colour of the pixels they cover (the
+//            filters measured no better here)
+//   bw       black and white by a luminance threshold (chosen from the
+//            picture, Otsu), speckle 8
+//   pixel    hard-edged pixel art: exact colours, every region kept, drawn
+//            as exact polygons (polygonOutput)
+#pragma once
+
+#include <string>
+
+#include "prepare/TraceOptions.h"
+
+namespace om1 {
+
+class Presets {
+public:
+    enum Preset { Plain, Graphic, Photo, Bw, Pixel };
+    static const Preset kDefault = Graphic;
+
+    // The preset of a name ("plain", "graphic", "photo", "bw", "pixel").
+    static bool parse(const std::string& name, Preset& out);
+    static const char* name(Preset p);
+    // Options of a preset (the fields it does not name keep their defaults).
+    static TraceOptions options(Preset p);
+    // Whether the preset's output is exact polygons rather than curves.
+    static bool polygonOutput(Preset p);
+
+    // Sets one stage option from text. Keys: filter (none|quadrant|adaptive),
+    // filter-radius (1..8), speckle (0..100000000 pixels, replacing the
+    // preset's share of the area), antialias (on|off),
+    // colors (0 or 2..256), palette (#rrggbb,... or a file of such colours,
+    // separated by commas, spaces or new lines), max-paths (0..2000000000),
+    // threshold (0..255 or auto), restitute (on|off), spots (0..100000000 pixels). False with
+    // `error` set (naming the option) on a bad key or value.
+    static bool set(TraceOptions& options, const std::string& key, const std::string& value,
+                    std::string& error);
+    // Parses a palette list into options.palette; false on a bad entry or
+    // more than 256 colours.
+    static bool parsePalette(const std::string& text, TraceOptions& options, std::string& error);
+};
+
+}  // namespace om1

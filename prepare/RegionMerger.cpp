@@ -1,0 +1,173 @@
+#include "prepare/RegionMerger.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <queue>
+#include <vector>
+
+#include "prepare/PackedColour.h"
+#include "prepare/RegionLabels.h"
+
+namespace om1 {
+
+namespace {
+
+struct Candidate {
+    double cost;
+    int32_t a, b;
+    uint32_t stampA, stampB;
+    bool operator>(const Candidate& o) const {
+        if (cost != o.cost) return cost > o.cost;
+        if (a != o.a) return a > o.a;
+        return b > o.b;
+    }
+};
+
+}  // namespace
+
+long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
+                              double cost, double budget, bool means) {
+    if (!pixels || !original || width <= 0 || height <= 0) return 0;
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        const std::vector<uint32_t> c = packColours(pixels, n);
+        std::vector<int32_t> labels, queue;
+        const int32_t m = static_cast<int32_t>(labelRegions(c, width, height, labels, queue));
+        std::vector<double> size(m, 0), sum(3 * static_cast<size_t>(m), 0);
+        std::vector<uint32_t> paint(m);
+        double squares = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const int32_t r = labels[i];
+            const double red = original[i].rgbRed, green = original[i].rgbGreen,
+                         blue = original[i].rgbBlue;
+            size[r] += 1;
+            paint[r] = c[i];
+            sum[3 * r] += red;
+            sum[3 * r + 1] += green;
+            sum[3 * r + 2] += blue;
+            squares += red * red + green * green + blue * blue;
+        }
+        // The squared error of the picture painted in region means.
+        double error = squares;
+        for (int32_t r = 0; r < m; ++r)
+            for (int k = 0; k < 3; ++k) error -= sum[3 * r + k] * sum[3 * r + k] / size[r];
+        // Neighbour pairs, each once.
+        std::vector<uint64_t> pairs;
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const size_t i = static_cast<size_t>(y) * width + x;
+                const int32_t a = labels[i];
+                const int32_t nb[2] = {x + 1 < width ? labels[i + 1] : a,
+                                       y + 1 < height ? labels[i + width] : a};
+                for (int32_t b : nb)
+                    if (b != a)
+                        pairs.push_back(static_cast<uint64_t>(std::min(a, b)) << 32 |
+                                        static_cast<uint32_t>(std::max(a, b)));
+            }
+        std::sort(pairs.begin(), pairs.end());
+        pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+        std::vector<std::vector<int32_t>> adjacent(m);
+        for (uint64_t p : pairs) {
+            const int32_t a = static_cast<int32_t>(p >> 32), b = static_cast<int32_t>(p);
+            adjacent[a].push_back(b);
+            adjacent[b].push_back(a);
+        }
+        std::vector<uint64_t>().swap(pairs);
+
+        std::vector<int32_t> parent(m);
+        std::vector<uint32_t> stamp(m, 0);
+        for (int32_t r = 0; r < m; ++r) parent[r] = r;
+        auto find = [&](int32_t r) {
+            while (parent[r] != r) r = parent[r] = parent[parent[r]];
+            return r;
+        };
+        auto unionCost = [&](int32_t a, int32_t b) {
+            double d2 = 0;
+            for (int k = 0; k < 3; ++k) {
+                const double d = sum[3 * a + k] / size[a] - sum[3 * b + k] / size[b];
+                d2 += d * d;
+            }
+            return size[a] * size[b] / (size[a] + size[b]) * d2;
+        };
+        std::priority_queue<Candidate, std::vector<Candidate>, std::greater<Candidate>> heap;
+        auto push = [&](int32_t a, int32_t b) {
+            if (a > b) std::swap(a, b);
+            heap.push({unionCost(a, b), a, b, stamp[a], stamp[b]});
+        };
+        // The neighbour list of `self` as roots, each once.
+        auto normalise = [&](std::vector<int32_t>& list, int32_t self) {
+            for (int32_t& r : list) r = find(r);
+            std::sort(list.begin(), list.end());
+            list.erase(std::unique(list.begin(), list.end()), list.end());
+            list.erase(std::remove(list.begin(), list.end(), self), list.end());
+        };
+        // Size and list length of each region when its pairs were last priced.
+        std::vector<double> pricedSize(size);
+        std::vector<size_t> pricedList(m);
+        for (int32_t r = 0; r < m; ++r) pricedList[r] = adjacent[r].size();
+        for (int32_t a = 0; a < m; ++a)
+            for (int32_t b : adjacent[a])
+                if (a < b) {
+                    const double k = unionCost(a, b);
+                    heap.push({k, a, b, 0, 0});
+                }
+        long long left = m;
+        while (!heap.empty()) {
+            const Candidate top = heap.top();
+            if (top.cost > cost && error + top.cost > budget) break;
+            heap.pop();
+            if (parent[top.a] != top.a || parent[top.b] != top.b || stamp[top.a] != top.stampA ||
+                stamp[top.b] != top.stampB)
+                continue;
+            error += top.cost;
+            // The region with more neighbours keeps its list.
+            int32_t keep = top.a, gone = top.b;
+            if (adjacent[keep].size() < adjacent[gone].size()) std::swap(keep, gone);
+            const bool small = size[gone] * 16 <= size[keep];
+            parent[gone] = keep;
+            if (size[gone] > size[keep]) paint[keep] = paint[gone];
+            size[keep] += size[gone];
+            for (int k = 0; k < 3; ++k) sum[3 * keep + k] += sum[3 * gone + k];
+            --left;
+            std::vector<int32_t>& list = adjacent[keep];
+            std::vector<int32_t>& added = adjacent[gone];
+            for (int32_t& r : added) r = find(r);
+            if (small && size[keep] <= 1.25 * pricedSize[keep]) {
+                // A small region joined a large one whose mean barely moved:
+                // the large one's pairs keep their prices; only the small
+                // one's neighbours are priced anew. (Without this a large
+                // background that swallows speckles one by one would price
+                // all its neighbours again every time.)
+                for (int32_t r : added)
+                    if (r != keep) push(keep, r);
+                list.insert(list.end(), added.begin(), added.end());
+                if (list.size() > 2 * pricedList[keep] + 16) {
+                    normalise(list, keep);
+                    pricedList[keep] = list.size();
+                }
+            } else {
+                ++stamp[keep];
+                pricedSize[keep] = size[keep];
+                list.insert(list.end(), added.begin(), added.end());
+                normalise(list, keep);
+                pricedList[keep] = list.size();
+                for (int32_t r : list) push(keep, r);
+            }
+            std::vector<int32_t>().swap(added);
+        }
+        if (means)
+            for (int32_t r = 0; r < m; ++r) {
+                if (parent[r] != r) continue;
+                uint32_t v = 0;
+                for (int k = 0; k < 3; ++k)
+                    v |= static_cast<uint32_t>(sum[3 * r + k] / size[r] + 0.5) << (8 * k);
+                paint[r] = v;
+            }
+        for (size_t i = 0; i < n; ++i) unpackColour(pixels[i], paint[find(labels[i])]);
+        return left;
+    } catch (...) {
+        return -1;
+    }
+}
+
+}  // namespace om1

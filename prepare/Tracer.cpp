@@ -1,0 +1,300 @@
+#include "prepare/Tracer.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <new>
+#include <vector>
+
+#include "containment/CntmTreeCreator.h"
+#include "containment/ExportOutLinesStruct.h"
+#include "interface/kvMngr.h"
+#include "raster/OutLineManipulator.h"
+#include "tracer/AllOutLines.h"
+#include "tracer/ListOfOutLines.h"
+#include "tracer/Ombrel.h"
+#include "prepare/ColorQuantizer.h"
+#include "prepare/PictureCleaner.h"
+#include "prepare/PreFilter.h"
+#include "prepare/RegionMerger.h"
+#include "prepare/SpotRestitution.h"
+
+namespace om1 {
+
+namespace {
+
+bool samePixel(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+// The nine fixed positions (the entry points' order), clamped like the
+// tracer's own seed positions.
+void fixedSeed(int i, int w, int h, int& x, int& y) {
+    static const int fx[9] = {0, -1, -1, -1, 0, 1, 1, 1, 0};
+    static const int fy[9] = {0, -1, 0, 1, 1, 1, 0, -1, -1};
+    x = std::min(std::max(w / 2 + fx[i] * (w / 4), 0), w - 1);
+    y = std::min(std::max(h / 2 + fy[i] * (h / 4), 0), h - 1);
+}
+
+// True when the 3 x 3 ring the tracer lays round (x, y) (moved inward from
+// the border as the tracer moves it) lies in one colour.
+bool uniformRing(const RGBQUAD* p, int w, int h, int x, int y) {
+    x = std::min(std::max(x, 1), w - 2);
+    y = std::min(std::max(y, 1), h - 2);
+    const RGBQUAD& c = p[static_cast<size_t>(y) * w + x];
+    for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx)
+            if (!samePixel(p[static_cast<size_t>(y + dy) * w + x + dx], c)) return false;
+    return true;
+}
+
+void release(AllOutLines& all) {
+    delete all.outLines;
+    all.outLines = nullptr;
+}
+
+}  // namespace
+
+void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::Seed choice, int* xs,
+                   int* ys, int& count) {
+    count = 0;
+    if (!pixels || width < 3 || height < 3) return;
+    int fx[9], fy[9];
+    for (int i = 0; i < 9; ++i) fixedSeed(i, width, height, fx[i], fy[i]);
+    if (choice == TraceOptions::Seed::UniformRing) {
+        // Row by row: the first pixel whose ring is uniform. Its region
+        // usually runs along the picture's border, and the border then goes
+        // with the first region instead of bounding one nested hole after
+        // another (on photographs reduced to a few colours the tracer does
+        // about 8 % less work than from the centre).
+        int rx = -1, ry = -1;
+        for (int y = 1; y + 1 < height && rx < 0; ++y)
+            for (int x = 1; x + 1 < width; ++x)
+                if (uniformRing(pixels, width, height, x, y)) {
+                    rx = x;
+                    ry = y;
+                    break;
+                }
+        if (rx >= 0) {
+            xs[count] = rx;
+            ys[count++] = ry;
+            for (int i = 0; i < 9; ++i)
+                if ((fx[i] != rx || fy[i] != ry) &&
+                    uniformRing(pixels, width, height, fx[i], fy[i])) {
+                    xs[count] = fx[i];
+                    ys[count++] = fy[i];
+                }
+        }
+    }
+    for (int i = 0; i < 9; ++i) {
+        xs[count] = fx[i];
+        ys[count++] = fy[i];
+    }
+}
+
+Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
+                                 const TraceOptions& options, KvCtree*& out) {
+    out = nullptr;
+    const int tol = static_cast<int>(std::min(std::max(options.tolerancePercent, 0), 100) * 2.55);
+    const int tracerMinLen = std::max(options.minOutlineLen, 4);
+
+    int xs[kMaxSeeds], ys[kMaxSeeds], n = 0;
+    seeds(pixels, width, height, options.seed, xs, ys, n);
+    AllOutLines all;
+    int result = 1;
+    for (int i = 0; i < n; ++i) {
+        OutLineManipulator* olm =
+            new (std::nothrow) OutLineManipulator(pixels, width, height, tol, tracerMinLen, 3, 0);
+        if (!olm) continue;
+        Ombrel* tracer = new (std::nothrow) Ombrel(olm);
+        if (!tracer || !tracer->isValid()) {
+            delete tracer;
+            delete olm;
+            continue;
+        }
+        release(all);
+        result = tracer->DoOmbrel_(all, CPoint(xs[i], ys[i]), options.maxOutlines);
+        delete tracer;
+        delete olm;
+        if (result == 2) break;
+        if (all.outLines && all.outLines->parts) break;
+    }
+    if (result == 2) {
+        release(all);
+        return LimitExceeded;
+    }
+    if (result != 0 || !all.outLines || !all.outLines->parts) {
+        release(all);
+        return NoOutlines;
+    }
+
+    ExportOutLinesStruct* exported = new (std::nothrow) ExportOutLinesStruct(nullptr, width);
+    CntmTreeCreator* creator = new (std::nothrow) CntmTreeCreator(width, height);
+    bool built = exported && creator && creator->createCntmTree(*exported, all);
+    release(all);
+    if (!built || !exported->exportTree) {
+        delete creator;
+        delete exported;
+        return NoOutlines;
+    }
+    kvMngr manager(width, height);
+    manager.delSmallOutLn(options.minOutlineLen, exported->exportTree);
+    bool ok = manager.createKvCTree(out, exported->exportTree, width) &&
+              (!options.treeCurves ||
+               manager.convBmToBezierRecurs(out, std::max(options.curveTolerance, 0), width));
+    delete creator;
+    delete exported;
+    if (!ok) {
+        if (out) kvctr_deleteKvCtree(out);
+        out = nullptr;
+        return NoOutlines;
+    }
+    return Done;
+}
+
+int Tracer::paths(const KvCtree* tree) {
+    int n = 0;
+    std::vector<const KvCtree*> stack;
+    if (tree) stack.push_back(tree);
+    while (!stack.empty()) {
+        const KvCtree* t = stack.back();
+        stack.pop_back();
+        if (!t->isFrame) ++n;
+        for (const KvCtree::Holes* h = t->holes; h; h = h->next)
+            if (h->ctree) stack.push_back(h->ctree);
+    }
+    return n;
+}
+
+bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& o,
+                     TraceReport& report) {
+    if (o.threshold >= 0) {
+        PictureCleaner::threshold(pixels, width, height,
+                                  std::min(o.threshold, +TraceOptions::kAutoThreshold));
+        report.stagesRan = true;
+    }
+    if (o.filter != TraceOptions::Filter::None) {
+        const PreFilter::Kind kind =
+            o.filter == TraceOptions::Filter::Quadrant ? PreFilter::Quadrant : PreFilter::Adaptive;
+        if (PreFilter::run(pixels, width, height, kind, o.filterRadius, o.filterTolerance))
+            report.stagesRan = true;
+    }
+    if (o.paletteCount > 0) {
+        if (!ColorQuantizer::snap(pixels, width, height, o.palette, std::min(o.paletteCount, 256)))
+            return false;
+        report.colors = std::min(o.paletteCount, 256);
+        report.stagesRan = true;
+    } else if (o.colors >= 2) {
+        std::vector<RGBQUAD> palette;
+        if (!ColorQuantizer::quantize(pixels, width, height, std::min(o.colors, 256), palette))
+            return false;
+        report.colors = static_cast<int>(palette.size());
+        report.stagesRan = true;
+    }
+    if (o.antialias) {
+        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                                          o.antialiasTolerance);
+        if (moved < 0) return false;
+        report.antialiasPixels = moved;
+        report.stagesRan = true;
+    }
+    return true;
+}
+
+Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
+                             const TraceOptions& options, KvCtree*& out, TraceReport* report) {
+    out = nullptr;
+    TraceReport local;
+    TraceReport& rep = report ? *report : local;
+    rep = TraceReport();
+    if (!pixels || width <= 0 || height <= 0 || static_cast<long long>(width) * height > INT_MAX)
+        return NoOutlines;
+    const size_t n = static_cast<size_t>(width) * height;
+
+    // The manipulator takes a non-const buffer and the stages change it: a copy.
+    std::vector<RGBQUAD> base, work;
+    try {
+        base.assign(pixels, pixels + n);
+    } catch (...) {
+        return NoOutlines;
+    }
+    if (!prepare(base.data(), width, height, options, rep)) return NoOutlines;
+    if (options.maxColors > 0) {
+        const long long colours =
+            ColorQuantizer::distinct(base.data(), width, height, options.maxColors);
+        if (colours < 0) return NoOutlines;
+        if (colours > options.maxColors) {
+            rep.colors = static_cast<int>(colours);
+            return TooManyColors;
+        }
+    }
+
+    // Speckle areas tried: the option's, then larger ones while the tree has
+    // more coloured nodes than the budget allows.
+    const long long size = static_cast<long long>(n);
+    long long area = std::max(options.speckle, 0);
+    if (options.speckleShare > 0)
+        area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
+    Result result = NoOutlines;
+    for (;;) {
+        try {
+            work = base;
+        } catch (...) {
+            return NoOutlines;
+        }
+        if (area > 1) {
+            if (PictureCleaner::speckle(work.data(), width, height,
+                                        static_cast<int>(std::min<long long>(area, INT_MAX))) < 0)
+                return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.merge > 0) {
+            const double budget =
+                options.mergePsnr > 0
+                    ? 3.0 * size * 255.0 * 255.0 / std::pow(10.0, options.mergePsnr / 10.0)
+                    : 0.0;
+            // The largest union cost grows with the picture's side.
+            const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
+            if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget,
+                                    options.mergeMeans) < 0)
+                return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.restitute) {
+            if (!PictureCleaner::restitute(work.data(), pixels, width, height)) return NoOutlines;
+            rep.stagesRan = true;
+        }
+        if (options.spots > 0) {
+            if (PictureCleaner::regions(work.data(), width, height) > 0) {
+                std::vector<RGBQUAD> palette;
+                // The repaint keeps at most 256 colours.
+                if (!SpotRestitution::run(work.data(), width, height, options, options.spots) &&
+                    ColorQuantizer::quantize(work.data(), width, height, 256, palette))
+                    SpotRestitution::run(work.data(), width, height, options, options.spots);
+            }
+            rep.stagesRan = true;
+        }
+        // At tolerance 0 every region of the picture is a node: count them
+        // before tracing.
+        if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
+            const long long regions = PictureCleaner::regions(work.data(), width, height);
+            if (regions > options.maxPaths) {
+                area = std::max(4LL, area * 2);
+                continue;
+            }
+        }
+        if (out) kvctr_deleteKvCtree(out);
+        out = nullptr;
+        ++rep.traces;
+        result = traceOnce(work.data(), width, height, options, out);
+        rep.paths = result == Done ? paths(out) : 0;
+        rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
+        if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)
+            break;
+        area = std::max(4LL, area * 2);
+    }
+    if (rep.stagesRan) rep.prepared.swap(work);
+    return result;
+}
+
+}  // namespace om1

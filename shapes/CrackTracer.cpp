@@ -1,0 +1,97 @@
+#include "shapes/CrackTracer.h"
+
+#include <new>
+
+namespace om1 {
+
+namespace {
+
+const int kDx[4] = {1, 0, -1, 0};
+const int kDy[4] = {0, 1, 0, -1};
+// Offsets from a corner to the pixel on the inner (left in travel terms:
+// side (d + 1) mod 4) and outer side of the step d that starts there.
+const int kInX[4] = {0, -1, -1, 0}, kInY[4] = {0, 0, -1, -1};
+const int kOutX[4] = {0, 0, -1, -1}, kOutY[4] = {-1, 0, 0, -1};
+
+struct Grid {
+    const int32_t* labels;
+    int w, h;
+    int32_t at(int x, int y) const {
+        return x < 0 || y < 0 || x >= w || y >= h ? -1 : labels[static_cast<size_t>(y) * w + x];
+    }
+    // True when step d from corner (cx, cy) is a boundary step of label l.
+    bool step(int cx, int cy, int d, int32_t l) const {
+        return at(cx + kInX[d], cy + kInY[d]) == l && at(cx + kOutX[d], cy + kOutY[d]) != l;
+    }
+};
+
+}  // namespace
+
+bool CrackTracer::trace(const int32_t* labels, int width, int height, int offsetX, int offsetY,
+                        std::vector<Labelled>& out) {
+    if (!labels || width <= 0 || height <= 0) return true;
+    const size_t cw = static_cast<size_t>(width) + 1;
+    std::vector<uint8_t> used;
+    try {
+        used.assign(cw * (static_cast<size_t>(height) + 1), 0);
+    } catch (...) {
+        return false;
+    }
+    Grid g{labels, width, height};
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const int32_t l = g.at(x, y);
+            if (l < 0 || !g.step(x, y, 0, l) || (used[y * cw + x] & 1)) continue;
+            Labelled item;
+            item.label = l;
+            item.loop.x = x + offsetX;
+            item.loop.y = y + offsetY;
+            int cx = x, cy = y, d = 0;
+            try {
+                for (;;) {
+                    used[cy * cw + cx] |= static_cast<uint8_t>(1u << d);
+                    item.loop.codes.push_back(static_cast<uint8_t>(d));
+                    cx += kDx[d];
+                    cy += kDy[d];
+                    // Turn towards the region first, then straight on, then away.
+                    const int order[3] = {(d + 1) & 3, d, (d + 3) & 3};
+                    int next = -1;
+                    for (int e : order)
+                        if (g.step(cx, cy, e, l)) {
+                            next = e;
+                            break;
+                        }
+                    if (next < 0) break;  // cannot happen on a label raster
+                    if (cx == x && cy == y && next == 0) break;
+                    d = next;
+                }
+                out.push_back(std::move(item));
+            } catch (...) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool CrackTracer::traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
+                            std::vector<CrackLoop>& out) {
+    if (!mask || width <= 0 || height <= 0) return true;
+    std::vector<int32_t> labels;
+    std::vector<Labelled> loops;
+    try {
+        labels.resize(static_cast<size_t>(width) * height);
+        for (size_t i = 0; i < labels.size(); ++i) labels[i] = mask[i] ? 0 : -1;
+    } catch (...) {
+        return false;
+    }
+    if (!trace(labels.data(), width, height, offsetX, offsetY, loops)) return false;
+    try {
+        for (Labelled& l : loops) out.push_back(std::move(l.loop));
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace om1

@@ -1,0 +1,37 @@
+// CrackTracer: the exact boundaries of the regions of a label raster, as
+// closed crack loops (CrackLoop) in picture coordinates.
+//
+// Every pixel edge between two different labels (and every edge on the
+// raster's border) is a boundary step of the label on its inner side. At a
+// corner where a label's pixels touch only diagonally the loop turns towards
+// its own pixel, so regions are followed as 4-connected areas: two pixels that
+// touch at a corner get two loops that meet at that corner.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "shapes/CrackLoop.h"
+
+namespace om1 {
+
+class CrackTracer {
+public:
+    struct Labelled {
+        int32_t label;
+        CrackLoop loop;
+    };
+
+    // Loops of every label >= 0 of a width x height raster whose pixel (0, 0)
+    // lies at (offsetX, offsetY) of the picture. Order: by the first top edge
+    // met row by row, so a label's outer loop comes before its holes. False
+    // when memory runs out.
+    static bool trace(const int32_t* labels, int width, int height, int offsetX, int offsetY,
+                      std::vector<Labelled>& out);
+
+    // Loops of the pixels whose mask byte is non-zero.
+    static bool traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
+                          std::vector<CrackLoop>& out);
+};
+
+}  // namespace om1

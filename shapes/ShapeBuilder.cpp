@@ -1,0 +1,227 @@
+#include "shapes/ShapeBuilder.h"
+
+#include <algorithm>
+
+#include "shapes/CrackTracer.h"
+#include "shapes/CurveFitter.h"
+#include "shapes/CutoutCurves.h"
+#include "shapes/LabelRaster.h"
+
+namespace om1 {
+
+namespace {
+
+struct Box {
+    int x0 = 1 << 30, y0 = 1 << 30, x1 = -1, y1 = -1;  // inclusive
+    void add(int x, int y) {
+        x0 = std::min(x0, x);
+        y0 = std::min(y0, y);
+        x1 = std::max(x1, x);
+        y1 = std::max(y1, y);
+    }
+    void add(const Box& b) {
+        if (b.x1 < 0) return;
+        add(b.x0, b.y0);
+        add(b.x1, b.y1);
+    }
+};
+
+bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+// Groups of nodes written as one shape (OutputOptions::joinParts): join[i]
+// is the first node of i's group. Two nodes join when they have one colour,
+// their own pixels touch, and every member's parent stays a proper ancestor
+// of the group's first node, so that drawing the union in that slot leaves
+// the picture as it was (stacked masks of nodes that are not nested never
+// overlap, and each member's descendants are still drawn after it).
+//
+// A leaf node (no holes) drawn after a group of its colour that it touches
+// joins it too, as a lifted member (lifted[i] = 1): its pixels are drawn with
+// the group and left out of every other shape's mask, so that the ancestors
+// drawn after the group no longer cover them (a stray piece of a region that
+// the tracer cut off inside a neighbour costs no path of its own).
+std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted) {
+    const int n = static_cast<int>(lr.nodes.size());
+    std::vector<int> join(static_cast<size_t>(n));
+    std::vector<int> size(static_cast<size_t>(n), 1);
+    lifted.assign(static_cast<size_t>(n), 0);
+    for (int i = 0; i < n; ++i) join[i] = i;
+    std::vector<std::pair<int32_t, int32_t>> pairs;
+    auto consider = [&](int32_t a, int32_t b) {
+        if (a < 0 || b < 0 || a == b) return;
+        const LabelRaster::Node &na = lr.nodes[a], &nb = lr.nodes[b];
+        if (na.frame || nb.frame || !sameColour(na.color, nb.color)) return;
+        pairs.emplace_back(std::min(a, b), std::max(a, b));
+    };
+    const int w = lr.width, h = lr.height;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const int32_t* p = &lr.labels[static_cast<size_t>(y) * w + x];
+            if (x + 1 < w) consider(p[0], p[1]);
+            if (y + 1 < h) {
+                consider(p[0], p[w]);
+                if (x + 1 < w) consider(p[0], p[w + 1]);
+                if (x > 0) consider(p[0], p[w - 1]);
+            }
+        }
+    std::sort(pairs.begin(), pairs.end());
+    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+    // deep[r]: the deepest parent of the members of group r (all of them lie
+    // on the path from the root to r); -1 when that is the root's "parent".
+    std::vector<int> deep(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) deep[i] = lr.nodes[i].parent;
+    auto find = [&](int i) {
+        while (join[i] != i) i = join[i] = join[join[i]];
+        return i;
+    };
+    auto properAncestor = [&](int a, int of) { return a < 0 || (a < of && of < lr.subtreeEnd(a)); };
+    for (const auto& pr : pairs) {
+        int ra = find(pr.first), rb = find(pr.second);
+        if (ra == rb) continue;
+        if (rb < ra) std::swap(ra, rb);
+        if (!properAncestor(deep[rb], ra)) {
+            if (size[rb] != 1 || lr.subtreeEnd(rb) != rb + 1) continue;
+            lifted[rb] = 1;
+            join[rb] = ra;
+            ++size[ra];
+            continue;
+        }
+        join[rb] = ra;
+        size[ra] += size[rb];
+        if (deep[rb] >= 0 && (deep[ra] < 0 || lr.nodes[deep[rb]].depth > lr.nodes[deep[ra]].depth))
+            deep[ra] = deep[rb];
+    }
+    for (int i = 0; i < n; ++i) join[i] = find(i);
+    return join;
+}
+
+bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
+    const int n = static_cast<int>(lr.nodes.size());
+    std::vector<Box> boxes(static_cast<size_t>(n));
+    std::vector<long long> counts(static_cast<size_t>(n), 0);
+    for (int y = 0; y < lr.height; ++y)
+        for (int x = 0; x < lr.width; ++x) {
+            const int32_t l = lr.labels[static_cast<size_t>(y) * lr.width + x];
+            if (l < 0) continue;
+            boxes[l].add(x, y);
+            ++counts[l];
+        }
+    // Children come after their parents: fold boxes and counts upward.
+    for (int i = n - 1; i >= 0; --i) {
+        const int p = lr.nodes[i].parent;
+        if (p >= 0) {
+            boxes[p].add(boxes[i]);
+            counts[p] += counts[i];
+        }
+    }
+    std::vector<int> join;
+    std::vector<uint8_t> lifted;
+    if (joinParts) join = joinGroups(lr, lifted);
+    // members[first .. ] of each group, in node order.
+    std::vector<std::vector<int>> members(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) members[join.empty() ? i : join[i]].push_back(i);
+    std::vector<uint8_t> mask;
+    for (int i = 0; i < n; ++i) {
+        Shape& s = out.shapes[i];
+        s.pixels = 0;
+        if (members[i].empty()) continue;  // drawn with the first of its group
+        Box b;
+        for (int m : members[i]) {
+            s.pixels += counts[m];
+            b.add(boxes[m]);
+        }
+        if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
+        const int w = b.x1 - b.x0 + 1, h = b.y1 - b.y0 + 1;
+        mask.assign(static_cast<size_t>(w) * h, 0);
+        for (int m : members[i]) {
+            const Box& mb = boxes[m];
+            if (mb.x1 < 0) continue;
+            const int lo = m, hi = lr.subtreeEnd(m);
+            for (int y = mb.y0; y <= mb.y1; ++y) {
+                const int32_t* row = &lr.labels[static_cast<size_t>(y) * lr.width];
+                uint8_t* mrow = &mask[static_cast<size_t>(y - b.y0) * w];
+                for (int x = mb.x0; x <= mb.x1; ++x)
+                    if (row[x] >= lo && row[x] < hi &&
+                        (lifted.empty() || !lifted[row[x]] || join[row[x]] == i))
+                        mrow[x - b.x0] = 1;
+            }
+        }
+        if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops)) return false;
+    }
+    return true;
+}
+
+bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
+    std::vector<CrackTracer::Labelled> loops;
+    if (!CrackTracer::trace(lr.labels.data(), lr.width, lr.height, 0, 0, loops)) return false;
+    for (CrackTracer::Labelled& l : loops) out.shapes[l.label].loops.push_back(std::move(l.loop));
+    for (int32_t l : lr.labels)
+        if (l >= 0) ++out.shapes[l].pixels;
+    return true;
+}
+
+}  // namespace
+
+bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
+                         const OutputOptions& options, ShapeSet& out) {
+    out = ShapeSet();
+    out.width = width;
+    out.height = height;
+    out.options = options;
+    try {
+        LabelRaster lr;
+        if (!lr.build(tree, width, height, pixels)) return false;
+        if (pixels && options.reconcileTolerance >= 0) {
+            const long long moved = lr.reconcile(pixels, options.reconcileTolerance);
+            if (moved < 0) return false;
+            out.reconciledPixels = moved;
+        }
+        out.shapes.resize(lr.nodes.size());
+        for (size_t i = 0; i < lr.nodes.size(); ++i) {
+            const LabelRaster::Node& n = lr.nodes[i];
+            Shape& s = out.shapes[i];
+            s.role = n.frame        ? Shape::Role::Frame
+                     : n.parent < 0 ? Shape::Role::Outline
+                                    : Shape::Role::Hole;
+            s.parent = n.parent;
+            s.depth = n.depth;
+            s.color = n.color;
+            s.node = n.tree;
+        }
+        const bool cutout = options.layout == OutputOptions::Layout::Cutout;
+        if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, out))) {
+            out.shapes.clear();
+            return false;
+        }
+        for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
+        if (!options.polygon) {
+            if (cutout) {
+                if (!CutoutCurves::fit(lr.labels.data(), width, height, options, out)) {
+                    out.shapes.clear();
+                    return false;
+                }
+            } else {
+                for (Shape& s : out.shapes) {
+                    s.curves.resize(s.loops.size());
+                    for (size_t k = 0; k < s.loops.size(); ++k) {
+                        bool fitted = false;
+                        if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
+                                                  &fitted, options.maxCurveAreaError)) {
+                            out.shapes.clear();
+                            return false;
+                        }
+                        out.curvedLoops += fitted;
+                    }
+                }
+            }
+        }
+    } catch (...) {
+        out.shapes.clear();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace om1

@@ -1,0 +1,32 @@
+// ShapeBuilder: a traced contour tree as exact shapes (ShapeSet).
+//
+// The tree is painted into a LabelRaster (see there for which pixels a node
+// paints), corrected against the picture when one is given and
+// `reconcileTolerance` >= 0, and every region's boundary is followed on the
+// pixel edges (CrackTracer):
+// - stacked layout: a node's shape is every pixel whose label is the node or
+//   one of its descendants, so that drawing the shapes in order (parents
+//   first, holes on top) reproduces the label raster exactly;
+// - cutout layout: a region's shape is its own pixels; frames get no shape.
+// Curves (unless `polygon`) are fitted on these exact loops by CurveFitter;
+// in the cutout layout the boundaries are cut where three or more regions or
+// the raster border meet, and each piece between two regions is fitted once
+// and used, reversed, by both (CutoutCurves).
+#pragma once
+
+#include "companion/KvCtree.h"
+#include "shapes/OutputOptions.h"
+#include "shapes/Shape.h"
+#include "platform/WinTypes.h"
+
+namespace om1 {
+
+class ShapeBuilder {
+public:
+    // `pixels` (width x height, rows in the tree's order) may be null. False
+    // when memory runs out or the size is unusable; `out` is then empty.
+    static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
+                      const OutputOptions& options, ShapeSet& out);
+};
+
+}  // namespace om1

@@ -1,0 +1,264 @@
+// Options, inputs the tool cannot read, outputs it cannot write, and the exit
+// codes of whole runs.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "decode/TestPictures.h"
+#include "frontends/cli/CommandLine.h"
+#include "frontends/cli/OutputPaths.h"
+#include "frontends/cli/TraceJob.h"
+#include "ToolProcess.h"
+
+namespace {
+
+bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
+    std::vector<char*> argv;
+    static std::string prog = "om1trace";
+    argv.push_back(&prog[0]);
+    for (std::string& a : args) argv.push_back(&a[0]);
+    return cl.parse(static_cast<int>(argv.size()), argv.data(), error);
+}
+
+// Runs the tool; its standard error goes to `err` when given.
+int runTool(const std::string& args, std::string* err = nullptr) {
+    TempDir d;
+    const std::string errFile = d.file("stderr");
+    const int code = runTrace(args + " >" + nullDevice() + " 2>" + errFile);
+    if (err) {
+        std::ifstream in(errFile);
+        *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    }
+    return code;
+}
+
+std::string readText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+}  // namespace
+
+TEST(CommandLine, OptionsAndUsageErrors) {
+    CommandLine cl;
+    std::string e;
+    ASSERT_TRUE(parse({"a.png", "--tolerance", "20", "--min-length", "6", "--background", "#102030",
+                       "--stats", "-d", "out"},
+                      cl, e))
+        << e;
+    EXPECT_EQ(cl.tolerance, 20);
+    EXPECT_EQ(cl.minLength, 6);
+    EXPECT_EQ(cl.background.red, 0x10);
+    EXPECT_EQ(cl.background.blue, 0x30);
+    EXPECT_EQ(cl.outputFor("pics/a.png"), "out/a.svg");
+    CommandLine beside;
+    ASSERT_TRUE(parse({"pics/b.jpg"}, beside, e));
+    EXPECT_EQ(beside.outputFor("pics/b.jpg"), "pics/b.svg");
+    for (auto bad : std::vector<std::vector<std::string>>{{},
+                                                          {"a.png", "--tolerance", "101"},
+                                                          {"a.png", "--tolerance", "x"},
+                                                          {"a.png", "--max-outlines"},
+                                                          {"a.png", "b.png", "-o", "x.svg"},
+                                                          {"a.png", "-o", "x.svg", "-d", "d"},
+                                                          {"a.png", "--bogus"},
+                                                          {"a.png", "--background", "12345"},
+                                                          {"a.png", "--background", "-00001"},
+                                                          {"a.png", "--background", " fffff"},
+                                                          {"a.png", "--background", "+fffff"},
+                                                          {"a.png", "--background", "0x1234"}}) {
+        CommandLine c;
+        EXPECT_FALSE(parse(bad, c, e)) << (bad.empty() ? "" : bad.back());
+        EXPECT_FALSE(e.empty());
+    }
+}
+
+// Outputs beside the input or under -d: '\\' and a drive's ':' separate
+// folders on Windows only; elsewhere they are part of a name.
+TEST(CommandLine, OutputPathsOfEachSystem) {
+    struct Row {
+        std::string input, dir, onLinux, onWindows;
+    };
+    const Row rows[] = {
+        {"C:\\pics\\a.png", "", "C:\\pics\\a.svg", "C:\\pics\\a.svg"},
+        {"C:\\pics\\a.png", "D:\\out", "D:\\out/C:\\pics\\a.svg", "D:\\out/a.svg"},
+        {"C:a.png", "out", "out/C:a.svg", "out/a.svg"},
+        {"pics/b.v1.jpg", "out", "out/b.v1.svg", "out/b.v1.svg"},
+    };
+    for (const Row& r : rows) {
+        CommandLine cl;
+        std::string e;
+        ASSERT_TRUE(parse(r.dir.empty() ? std::vector<std::string>{r.input}
+                                        : std::vector<std::string>{r.input, "-d", r.dir},
+                          cl, e))
+            << e;
+#ifdef _WIN32
+        EXPECT_EQ(cl.outputFor(r.input), r.onWindows);
+#else
+        EXPECT_EQ(cl.outputFor(r.input), r.onLinux);
+#endif
+    }
+    // Names that differ only in case are one file on Windows.
+    TempDir d;
+    CommandLine cl;
+    std::string e;
+    ASSERT_TRUE(parse({d.file("a/x.png"), d.file("b/X.png"), "-d", d.path}, cl, e)) << e;
+    ASSERT_TRUE(cl.expandInputs(e)) << e;
+#ifdef _WIN32
+    EXPECT_FALSE(OutputPaths::check(cl, e));
+    EXPECT_NE(e.find("are both written to"), std::string::npos) << e;
+#else
+    EXPECT_TRUE(OutputPaths::check(cl, e)) << e;
+#endif
+}
+
+TEST(TraceJob, WritesWholeOutputsOrNone) {
+    TempDir d;
+    TestPicture p = shapesPicture();
+    ASSERT_TRUE(p.png(d.file("s.png")));
+    CommandLine cl;
+    TraceJob::Stats st;
+    std::string msg;
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("s.svg"), st, msg), 0) << msg;
+    EXPECT_GE(st.regions, 3);
+    std::ifstream svg(d.file("s.svg"));
+    std::string text((std::istreambuf_iterator<char>(svg)), std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("</svg>"), std::string::npos);
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("s.json"), st, msg), 0) << msg;
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("no/such/dir/s.svg"), st, msg), 74);
+    EXPECT_NE(msg.find("cannot write"), std::string::npos);
+    EXPECT_EQ(TraceJob::run(cl, d.file("nothing.png"), d.file("n.svg"), st, msg), 65);
+    EXPECT_NE(msg.find("nothing.png"), std::string::npos);
+}
+
+TEST(Om1trace, ExitCodes) {
+    TempDir d;
+    TestPicture p = shapesPicture();
+    ASSERT_TRUE(p.png(d.file("s.png")));
+    EXPECT_EQ(runTool(d.file("s.png") + " -o " + d.file("s.svg")), 0);
+    EXPECT_EQ(runTool("--help"), 0);
+    EXPECT_EQ(runTool(""), 64);
+    EXPECT_EQ(runTool(d.file("s.png") + " --tolerance 200"), 64);
+    EXPECT_EQ(runTool(d.file("missing.png") + " -o " + d.file("m.svg")), 65);
+#ifdef _WIN32
+    EXPECT_EQ(runTool(d.file("s.png") + " -o " + d.file("no-such-folder/s.svg")), 74);
+#else
+    EXPECT_EQ(runTool(d.file("s.png") + " -o /proc/om1-cannot-write.svg"), 74);
+#endif
+    EXPECT_EQ(runTool(d.file("s.png") + " -o " + d.file("few.svg") + " --max-outlines 1"), 2);
+    // A batch into a folder exits with its worst code.
+    EXPECT_EQ(runTool(d.file("s.png") + " " + d.file("missing.png") + " -d " + d.path), 65);
+}
+
+TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
+    TempDir d;
+    TestPicture p(40, 30, 255, 255, 255);
+    p.fill(8, 8, 12, 10, 10, 200, 10);      // opaque green
+    p.fill(24, 8, 10, 12, 200, 10, 10, 0);  // fully transparent red
+    ASSERT_TRUE(p.png(d.file("t.png")));
+    CommandLine cl;
+    cl.background.red = 0;
+    cl.background.green = 0;
+    cl.background.blue = 255;  // transparent pixels become blue
+    TraceJob::Stats st;
+    std::string msg;
+    ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("all.svg"), st, msg), 0) << msg;
+    cl.transparent = true;
+    ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("opaque.svg"), st, msg), 0) << msg;
+    auto read = [](const std::string& path) {
+        std::ifstream in(path);
+        return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    };
+    std::string all = read(d.file("all.svg")), opaque = read(d.file("opaque.svg"));
+    EXPECT_NE(all.find("#0000ff"), std::string::npos);
+    EXPECT_EQ(opaque.find("#0000ff"), std::string::npos);
+    EXPECT_NE(opaque.find("#0ac80a"), std::string::npos);
+}
+
+// Runs that would lose a result or destroy an input are refused before
+// anything is traced or written, and every file stays as it was.
+TEST(Om1trace, RefusesOutputsThatCollideOrOverwriteAnInput) {
+    TempDir d;
+    TestPicture p = shapesPicture();
+    for (const char* folder : {"d1", "d2", "out"})
+        std::filesystem::create_directory(d.file(folder));
+    ASSERT_TRUE(p.png(d.file("d1/x.png")));
+    ASSERT_TRUE(p.jpeg(d.file("d2/x.jpg")));
+    ASSERT_TRUE(p.png(d.file("same.png")));
+    ASSERT_TRUE(p.png(d.file("pic.svg")));  // a PNG whose name ends in .svg
+    ASSERT_TRUE(p.png(d.file("x.png")));
+    const std::string same = readText(d.file("same.png")), pic = readText(d.file("pic.svg"));
+    struct Case {
+        std::string args, says;
+    };
+    for (const Case& c : std::vector<Case>{
+             {d.file("d1/x.png") + " " + d.file("d2/x.jpg") + " -d " + d.file("out"),
+              "are both written to"},
+             {d.file("x.png") + " " + d.path + "/./x.png -d " + d.file("out"),
+              "are both written to"},
+             {d.file("same.png") + " -o " + d.file("same.png"), "would overwrite the input"},
+             {d.file("same.png") + " -o " + d.path + "/../" +
+                  std::filesystem::path(d.path).filename().string() + "/same.png",
+              "would overwrite the input"},
+             {d.file("pic.svg"), "would overwrite the input"},
+             {d.file("x.png") + " " + d.file("pic.svg") + " -d " + d.path,
+              "would overwrite the input"}}) {
+        std::string err;
+        EXPECT_EQ(runTool(c.args, &err), 64) << c.args;
+        EXPECT_EQ(err.rfind("om1trace: ", 0), 0u) << err;
+        EXPECT_NE(err.find(c.says), std::string::npos) << c.args << ": " << err;
+    }
+    EXPECT_EQ(readText(d.file("same.png")), same);
+    EXPECT_EQ(readText(d.file("pic.svg")), pic);
+    EXPECT_FALSE(std::filesystem::exists(d.file("out/x.svg")));  // nothing written
+}
+
+// Unreadable inputs of every kind: exit 65, one prefixed message naming the
+// file, nothing else on the terminal (libjpeg's own warnings included).
+TEST(Om1trace, RefusesCutShortInputsWithPrefixedMessages) {
+    TempDir d;
+    TestPicture p = shapesPicture();
+    ASSERT_TRUE(p.jpeg(d.file("a.jpg")));
+    ASSERT_TRUE(p.gif(d.file("a.gif")));
+    ASSERT_TRUE(p.bmp24(d.file("a.bmp"), false));
+    for (const char* name : {"a.jpg", "a.gif", "a.bmp"}) {
+        std::vector<unsigned char> bytes = readBytes(d.file(name));
+        bytes.resize(bytes.size() * 2 / 3);
+        const std::string cut = d.file(std::string("cut-") + name);
+        ASSERT_TRUE(TestPicture::save(cut, bytes));
+        std::string err;
+        EXPECT_EQ(runTool(cut + " -o " + d.file("o.svg"), &err), 65) << name;
+        EXPECT_EQ(err.rfind("om1trace: " + cut + ": not a readable ", 0), 0u) << err;
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    }
+    // A directory is traced picture by picture; one without pictures is
+    // refused by name.
+    std::string err;
+    const std::string empty = d.file("empty");
+    ASSERT_TRUE(std::filesystem::create_directory(empty));
+    EXPECT_EQ(runTool(empty + " -o " + d.file("o.svg"), &err), 65);
+    EXPECT_EQ(err.rfind("om1trace: " + empty + ": no pictures in this directory", 0), 0u) << err;
+}
+
+// The destination is checked before the input is decoded and traced.
+TEST(TraceJob, ChecksTheDestinationFirst) {
+    TempDir d;
+    TestPicture p = shapesPicture();
+    ASSERT_TRUE(p.png(d.file("s.png")));
+    CommandLine cl;
+    TraceJob::Stats st;
+    std::string msg;
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("no/dir/s.svg"), st, msg), 74);
+    EXPECT_EQ(st.width, 0);                                              // not decoded
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.path, st, msg), 74);  // a directory
+    EXPECT_EQ(st.width, 0);
+    EXPECT_NE(msg.find("cannot write"), std::string::npos) << msg;
+    // A failed job leaves no temporary file behind.
+    EXPECT_EQ(TraceJob::run(cl, d.file("missing.png"), d.file("m.svg"), st, msg), 65);
+    const auto files = std::filesystem::directory_iterator(d.path);
+    EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+}

@@ -1,0 +1,136 @@
+// --preset and the stage options of om1trace: parsing, and whole runs whose
+// written paths are counted.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "decode/TestPictures.h"
+#include "frontends/cli/CommandLine.h"
+#include "ToolProcess.h"
+#include "frontends/cli/TraceJob.h"
+
+namespace {
+
+bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
+    std::vector<char*> argv;
+    static char name[] = "om1trace";
+    argv.push_back(name);
+    for (std::string& a : args) argv.push_back(&a[0]);
+    return cl.parse(static_cast<int>(argv.size()), argv.data(), error);
+}
+
+// Dark discs on white, anti-aliased (4 x 4 samples a pixel).
+TestPicture discs(int count) {
+    TestPicture p(40 * count, 40, 255, 255, 255);
+    for (int d = 0; d < count; ++d)
+        for (int y = 0; y < 40; ++y)
+            for (int x = 0; x < 40; ++x) {
+                int in = 0;
+                for (int s = 0; s < 16; ++s) {
+                    const double dx = x + (s % 4 + 0.5) / 4 - 20, dy = y + (s / 4 + 0.5) / 4 - 20;
+                    in += dx * dx + dy * dy <= (6.0 + d) * (6.0 + d);
+                }
+                const unsigned v = 255 - (255 - 10 * d) * in / 16;
+                p.fill(40 * d + x, y, 1, 1, v, v, 255 - (255 - 40) * in / 16);
+            }
+    return p;
+}
+
+int paths(const TestPicture& p, std::vector<std::string> flags, const std::string& name) {
+    const std::string dir =
+        (std::filesystem::temp_directory_path() / ("om1-presets-" + std::to_string(getpid())))
+            .string();
+    std::filesystem::create_directories(dir);
+    const std::string png = dir + "/" + name + ".png", svg = dir + "/" + name + ".svg";
+    EXPECT_TRUE(p.png(png));
+    flags.push_back(png);
+    CommandLine cl;
+    std::string e;
+    EXPECT_TRUE(parse(flags, cl, e)) << e;
+    TraceJob::Stats st;
+    EXPECT_EQ(TraceJob::run(cl, png, svg, st, e), 0) << e;
+    std::filesystem::remove_all(dir);
+    return st.paths;
+}
+
+}  // namespace
+
+TEST(PresetFlags, ParsedInOrderAndCheckedEarly) {
+    CommandLine cl;
+    std::string e;
+    EXPECT_EQ(cl.preset, om1::Presets::Graphic);
+    ASSERT_TRUE(parse({"a.png", "--preset", "photo", "--speckle", "10", "--max-paths", "5",
+                       "--palette", "#000000,#ffffff"},
+                      cl, e))
+        << e;
+    EXPECT_EQ(cl.preset, om1::Presets::Photo);
+    ASSERT_EQ(cl.stages.size(), 3u);
+    EXPECT_EQ(cl.stages[0].first, "speckle");
+    EXPECT_EQ(cl.stages[2].second, "#000000,#ffffff");
+    for (auto bad : std::vector<std::vector<std::string>>{{"a.png", "--preset", "art"},
+                                                          {"a.png", "--filter", "blur"},
+                                                          {"a.png", "--colors", "1"},
+                                                          {"a.png", "--speckle"},
+                                                          {"a.png", "--palette", "#12"}}) {
+        CommandLine c;
+        e.clear();
+        EXPECT_FALSE(parse(bad, c, e)) << bad[1];
+        EXPECT_FALSE(e.empty());
+    }
+}
+
+TEST(PresetFlags, HalosGoAndThePathBudgetHolds) {
+    const TestPicture p = discs(4);
+    // plain: every ring of in-between colours is regions of its own.
+    EXPECT_GT(paths(p, {"--preset", "plain", "--tolerance", "0"}, "plain"), 20);
+    // The default preset: the white ground and four discs.
+    EXPECT_EQ(paths(p, {}, "graphic"), 5);
+    EXPECT_EQ(paths(p, {"--preset", "bw"}, "bw"), 5);
+    for (int budget : {4, 2, 1})
+        EXPECT_LE(paths(p, {"--max-paths", std::to_string(budget)}, "budget"), budget) << budget;
+}
+
+// Exact colours on a picture of many colours: the pixel preset refuses it
+// at once (exit 3); with the colour limit lifted the tool warns before the
+// long trace (kept short here by the outline limit); a preset that reduces
+// the colours does neither.
+TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
+    TestPicture noise(110, 100, 0, 0, 0);
+    unsigned v = 12345;
+    for (int y = 0; y < noise.h; ++y)
+        for (int x = 0; x < noise.w; ++x) {
+            v = v * 1103515245u + 12345u;
+            noise.fill(x, y, 1, 1, v >> 24, (v >> 16) & 255, (v >> 8) & 255);
+        }
+    const std::string d =
+        (std::filesystem::temp_directory_path() / ("om1-many-" + std::to_string(getpid())))
+            .string();
+    std::filesystem::create_directories(d);
+    const std::string png = d + "/noise.png", err = d + "/err.txt";
+    ASSERT_TRUE(noise.png(png));
+    int code = 0;
+    auto stderrOf = [&](const std::string& flags) {
+        code = runTrace(png + " -o " + d + "/out.svg " + flags + " --max-outlines 1 2>" + err);
+        std::ifstream f(err);
+        return std::string((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    };
+    const std::string refused = stderrOf("--preset pixel");
+    EXPECT_EQ(code, 3);
+    EXPECT_NE(refused.find("more than 128 colours, too many for pixel art"), std::string::npos);
+    EXPECT_EQ(refused.find("regions of exact colours"), std::string::npos);
+    const std::string announced = stderrOf("--preset pixel --max-colors 0");
+    EXPECT_NE(announced.find("regions of exact colours; tracing them all can take long"),
+              std::string::npos)
+        << announced;
+    EXPECT_EQ(stderrOf("--preset pixel --colors 8").find("colours"), std::string::npos);
+    EXPECT_EQ(stderrOf("--preset graphic").find("exact colours"), std::string::npos);
+    std::filesystem::remove_all(d);
+}

@@ -1,0 +1,189 @@
+#include "OutputPictures.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "interface/om1.h"
+#include "shapes/ShapeBuilder.h"
+#include "stb_image.h"
+#include "prepare/Tracer.h"
+
+bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,
+              bool polygon, om1::ShapeSet& set, double curveLimit) {
+    om1::TraceOptions t;
+    t.tolerancePercent = tolerance;
+    t.minOutlineLen = minLen;
+    KvCtree* tree = nullptr;
+    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree) != om1::Tracer::Done) return false;
+    om1::OutputOptions o;
+    o.layout = layout;
+    o.polygon = polygon;
+    o.reconcileTolerance = static_cast<int>(tolerance * 2.55);
+    o.maxCurveAreaError = curveLimit;
+    const bool ok = om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, set);
+    om1_delKvCTree(tree);
+    return ok;
+}
+
+namespace {
+const unsigned kColours[6] = {0xffffff, 0xd02020, 0x2040c0, 0x20a040, 0xf0c000, 0x101010};
+}
+
+std::vector<Picture> hardEdgedPictures(int k) {
+    std::vector<Picture> out;
+    std::mt19937 rng(7);
+    auto n = [&](int m) { return static_cast<int>(rng() % static_cast<unsigned>(m)); };
+    {
+        Picture p("rectangles", 64 * k, 48 * k);
+        p.fill(0, 0, p.w, p.h, kColours[0]);
+        for (int i = 0; i < 12; ++i)
+            p.fill(n(p.w - 4), n(p.h - 4), 1 + n(20 * k), 1 + n(16 * k), kColours[1 + n(5)]);
+        out.push_back(p);
+    }
+    {
+        Picture p("discs", 60 * k, 50 * k);
+        p.fill(0, 0, p.w, p.h, kColours[0]);
+        for (int i = 0; i < 8; ++i) {
+            const int cx = n(p.w), cy = n(p.h), r = 1 + n(14 * k);
+            const unsigned c = kColours[1 + n(5)];
+            for (int y = 0; y < p.h; ++y)
+                for (int x = 0; x < p.w; ++x)
+                    if ((x - cx) * (x - cx) + (y - cy) * (y - cy) <= r * r) p.set(x, y, c);
+        }
+        out.push_back(p);
+    }
+    {
+        Picture p("bands", 50 * k, 40 * k);
+        for (int y = 0; y < p.h; ++y)
+            for (int x = 0; x < p.w; ++x) p.set(x, y, kColours[((x + 2 * y) / (7 * k)) % 4]);
+        out.push_back(p);
+    }
+    {
+        Picture p("lines", 48 * k, 40 * k);
+        p.fill(0, 0, p.w, p.h, kColours[0]);
+        p.fill(3, 5 * k, 40 * k, 1, kColours[1]);
+        p.fill(10 * k, 8, 1, 30 * k, kColours[2]);
+        p.fill(20 * k, 12 * k, 1, 1, kColours[3]);
+        for (int i = 0; i < 20 * k; ++i) p.set(25 * k + i, 15 * k + i, kColours[5]);
+        out.push_back(p);
+    }
+    {
+        Picture p("checker", 24 * k, 20 * k);
+        p.fill(0, 0, p.w, p.h, kColours[0]);
+        for (int y = 4; y < p.h - 4; ++y)
+            for (int x = 4; x < p.w - 4; ++x)
+                if ((x + y) % 2) p.set(x, y, kColours[1]);
+        out.push_back(p);
+    }
+    {
+        Picture p("noise4", 32 * k, 24 * k);
+        for (int y = 0; y < p.h; ++y)
+            for (int x = 0; x < p.w; ++x) p.set(x, y, kColours[n(4)]);
+        p.fill(12, 8, 6, 6, kColours[0]);  // a calm spot for the seed
+        out.push_back(p);
+    }
+    {
+        Picture p("borders", 40 * k, 30 * k);
+        p.fill(0, 0, p.w, p.h, kColours[0]);
+        p.fill(0, 0, p.w, 3 * k, kColours[1]);
+        p.fill(0, 0, 2 * k, p.h, kColours[2]);
+        p.fill(p.w - 3 * k, 10 * k, 3 * k, 20 * k, kColours[3]);
+        p.fill(10 * k, p.h - 1, 20 * k, 1, kColours[4]);
+        p.set(p.w - 1, 0, kColours[5]);
+        out.push_back(p);
+    }
+    return out;
+}
+
+namespace {
+
+void flatten(const std::vector<om1::PointD>& c, std::vector<om1::PointD>& out) {
+    out.clear();
+    if (c.empty()) return;
+    out.push_back(c[0]);
+    for (size_t i = 0; i + 3 < c.size(); i += 3)
+        for (int k = 1; k <= 16; ++k) {
+            const double t = k / 16.0, u = 1 - t;
+            const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
+            out.push_back({b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x,
+                           b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y});
+        }
+}
+
+}  // namespace
+
+std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vector<int>& owner) {
+    const int w = set.width, h = set.height;
+    std::vector<int> count(static_cast<size_t>(w) * h, 0);
+    owner.assign(count.size(), -1);
+    std::vector<std::vector<double>> rows(static_cast<size_t>(h));
+    std::vector<om1::PointD> poly;
+    for (size_t si = 0; si < set.shapes.size(); ++si) {
+        const om1::Shape& s = set.shapes[si];
+        if (s.role == om1::Shape::Role::Frame) continue;
+        for (auto& r : rows) r.clear();
+        for (size_t k = 0; k < s.loops.size(); ++k) {
+            if (curves && k < s.curves.size()) {
+                flatten(s.curves[k], poly);
+            } else {
+                poly.clear();
+                for (const om1::Corner& c : s.loops[k].vertices())
+                    poly.push_back({static_cast<double>(c.x), static_cast<double>(c.y)});
+            }
+            for (size_t i = 0; i < poly.size(); ++i) {
+                const om1::PointD a = poly[i], b = poly[(i + 1) % poly.size()];
+                // Rows whose centre line y + 0.5 the edge crosses (half open).
+                const double lo = std::min(a.y, b.y), hi = std::max(a.y, b.y);
+                for (int y = std::max(0, static_cast<int>(std::ceil(lo - 0.5)));
+                     y < h && y + 0.5 < hi; ++y) {
+                    const double cy = y + 0.5;
+                    if (cy < lo) continue;
+                    rows[y].push_back(a.x + (b.x - a.x) * (cy - a.y) / (b.y - a.y));
+                }
+            }
+        }
+        for (int y = 0; y < h; ++y) {
+            std::vector<double>& xs = rows[y];
+            std::sort(xs.begin(), xs.end());
+            for (size_t i = 0; i + 1 < xs.size(); i += 2)
+                for (int x = std::max(0, static_cast<int>(std::ceil(xs[i] - 0.5)));
+                     x < w && x + 0.5 < xs[i + 1]; ++x) {
+                    ++count[static_cast<size_t>(y) * w + x];
+                    owner[static_cast<size_t>(y) * w + x] = static_cast<int>(si);
+                }
+        }
+    }
+    return count;
+}
+
+// The renderer is a Linux program: the Windows build skips the render-back
+// checks.
+bool haveRenderer() {
+#ifdef _WIN32
+    return false;
+#endif
+    return std::system("command -v rsvg-convert >/dev/null 2>&1") == 0;
+}
+
+std::vector<unsigned> renderSvg(const std::string& svg, int w, int h,
+                                const std::string& background) {
+    const std::string png = svg + ".png";
+    const std::string cmd = "rsvg-convert -w " + std::to_string(w) + " -h " + std::to_string(h) +
+                            " -b '" + background + "' '" + svg + "' -o '" + png + "'";
+    std::vector<unsigned> out;
+    if (std::system(cmd.c_str()) != 0) return out;
+    int rw = 0, rh = 0, n = 0;
+    unsigned char* data = stbi_load(png.c_str(), &rw, &rh, &n, 3);
+    unlink(png.c_str());
+    if (!data) return out;
+    if (rw == w && rh == h) {
+        out.resize(static_cast<size_t>(w) * h);
+        for (size_t i = 0; i < out.size(); ++i)
+            out[i] = data[3 * i] << 16 | data[3 * i + 1] << 8 | data[3 * i + 2];
+    }
+    stbi_image_free(data);
+    return out;
+}

@@ -1,0 +1,57 @@
+// Generated hard-edged pictures for the output tests, and the checks run on
+// their shapes: pixel-centre coverage and render-back with rsvg-convert.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "shapes/OutputOptions.h"
+#include "shapes/Shape.h"
+#include "platform/WinTypes.h"
+
+struct Picture {
+    std::string name;
+    int w, h;
+    std::vector<RGBQUAD> px;  // top-down
+    Picture(std::string n, int w_, int h_) : name(std::move(n)), w(w_), h(h_), px(w_ * h_) {
+        fill(0, 0, w, h, 0);
+    }
+    void set(int x, int y, unsigned rgb) {
+        if (x < 0 || y < 0 || x >= w || y >= h) return;
+        px[static_cast<size_t>(y) * w + x] = RGBQUAD{
+            static_cast<BYTE>(rgb), static_cast<BYTE>(rgb >> 8), static_cast<BYTE>(rgb >> 16), 0};
+    }
+    void fill(int x0, int y0, int ww, int hh, unsigned rgb) {
+        for (int y = y0; y < y0 + hh; ++y)
+            for (int x = x0; x < x0 + ww; ++x) set(x, y, rgb);
+    }
+    unsigned at(int x, int y) const {
+        const RGBQUAD& q = px[static_cast<size_t>(y) * w + x];
+        return q.rgbBlue | q.rgbGreen << 8 | q.rgbRed << 16;
+    }
+};
+
+// The hard-edged corpus: random rectangles, discs, diagonal bands, one-pixel
+// lines, a checkerboard, 4-colour noise, regions on every border. `scale`
+// multiplies the sizes of the pictures and their shapes (lines stay one pixel
+// wide, checker squares and noise one pixel).
+std::vector<Picture> hardEdgedPictures(int scale = 1);
+
+// Traces a picture (tolerance in percent, minimum outline length) and builds
+// its shapes with the given layout, polygon or curve mode and curve limit.
+bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,
+              bool polygon, om1::ShapeSet& set,
+              double curveLimit = om1::OutputOptions().maxCurveAreaError);
+
+// How many shapes cover each pixel centre (even-odd rule on the shapes'
+// polygons, or on their curves flattened, when `curves`); frames skipped.
+// `owner` gets the index of the last shape covering each centre (-1: none).
+std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vector<int>& owner);
+
+// Renders an SVG file with rsvg-convert at w x h on `background`; empty on
+// failure. Pixels as 0xRRGGBB.
+std::vector<unsigned> renderSvg(const std::string& svg, int w, int h,
+                                const std::string& background);
+bool haveRenderer();

@@ -1,0 +1,102 @@
+// The library-level trace: seed choice and options.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "OutputPictures.h"
+#include "interface/om1.h"
+#include "prepare/ColorQuantizer.h"
+#include "prepare/Tracer.h"
+
+namespace {
+
+// Colours of all non-frame nodes, as 0xRRGGBB.
+std::vector<unsigned> colours(const KvCtree* root) {
+    std::vector<unsigned> out;
+    std::vector<const KvCtree*> stack{root};
+    while (!stack.empty()) {
+        const KvCtree* n = stack.back();
+        stack.pop_back();
+        if (!n->isFrame)
+            out.push_back(n->color.rgbRed << 16 | n->color.rgbGreen << 8 | n->color.rgbBlue);
+        for (const KvCtree::Holes* h = n->holes; h; h = h->next)
+            if (h->ctree) stack.push_back(h->ctree);
+    }
+    return out;
+}
+
+}  // namespace
+
+// The centre's ring straddles a red and a white half: the fixed seeds give a
+// region of their mixture, a uniform ring gives only the picture's colours.
+TEST(Tracer, SeedWithAUniformRingKeepsExactColours) {
+    Picture p("halves", 30, 20);
+    p.fill(0, 0, 15, 20, 0xffffff);
+    p.fill(15, 0, 15, 20, 0xff0000);
+    int xs[om1::Tracer::kMaxSeeds], ys[om1::Tracer::kMaxSeeds], n = 0;
+    om1::Tracer::seeds(p.px.data(), p.w, p.h, om1::TraceOptions::Seed::UniformRing, xs, ys, n);
+    // The first uniform block in row order, the six fixed positions with
+    // uniform rings, then all nine.
+    ASSERT_EQ(n, 1 + 6 + 9);
+    EXPECT_EQ(xs[0], 1);
+    EXPECT_EQ(ys[0], 1);
+    EXPECT_EQ(xs[1], 8);  // w/2 - w/4, h/2 - h/4
+    EXPECT_EQ(ys[1], 5);
+    om1::Tracer::seeds(p.px.data(), p.w, p.h, om1::TraceOptions::Seed::Fixed, xs, ys, n);
+    ASSERT_EQ(n, 9);
+    EXPECT_EQ(xs[0], 15);
+    EXPECT_EQ(ys[0], 10);
+
+    for (auto seed : {om1::TraceOptions::Seed::Fixed, om1::TraceOptions::Seed::UniformRing}) {
+        om1::TraceOptions o;
+        o.tolerancePercent = 0;
+        o.seed = seed;
+        KvCtree* tree = nullptr;
+        ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
+        bool mixed = false;
+        for (unsigned c : colours(tree)) mixed |= c != 0xffffff && c != 0xff0000;
+        EXPECT_EQ(mixed, seed == om1::TraceOptions::Seed::Fixed);
+        om1_delKvCTree(tree);
+    }
+}
+
+TEST(Tracer, OptionsAndRefusals) {
+    Picture p("block", 20, 16);
+    p.fill(0, 0, 20, 16, 0xffffff);
+    p.fill(4, 4, 6, 5, 0x2040c0);
+    om1::TraceOptions o;
+    KvCtree* tree = nullptr;
+    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
+    EXPECT_GT(tree->bezierCount, 0);  // curves filled by default
+    om1_delKvCTree(tree);
+    o.treeCurves = false;
+    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
+    EXPECT_EQ(tree->bezierCount, 0);
+    EXPECT_EQ(tree->bezier, nullptr);
+    om1_delKvCTree(tree);
+    // Three colours: a limit of 2 refuses the picture, one of 3 traces it;
+    // quantising to 2 colours first brings it under the limit.
+    p.fill(12, 4, 3, 3, 0x10ff10);
+    EXPECT_EQ(om1::ColorQuantizer::distinct(p.px.data(), p.w, p.h, 100), 3);
+    EXPECT_EQ(om1::ColorQuantizer::distinct(p.px.data(), p.w, p.h, 1), 2);
+    om1::TraceReport report;
+    o.maxColors = 2;
+    EXPECT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree, &report),
+              om1::Tracer::TooManyColors);
+    EXPECT_EQ(tree, nullptr);
+    EXPECT_EQ(report.colors, 3);
+    EXPECT_EQ(report.traces, 0);
+    o.colors = 2;
+    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
+    om1_delKvCTree(tree);
+    o.colors = 0;
+    o.maxColors = 3;
+    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::Done);
+    om1_delKvCTree(tree);
+    o.maxOutlines = 0;
+    EXPECT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, o, tree), om1::Tracer::LimitExceeded);
+    EXPECT_EQ(tree, nullptr);
+    EXPECT_EQ(om1::Tracer::trace(nullptr, 20, 16, o, tree), om1::Tracer::NoOutlines);
+    EXPECT_EQ(om1::Tracer::trace(p.px.data(), 2, 2, o, tree), om1::Tracer::NoOutlines);
+    EXPECT_EQ(tree, nullptr);
+}

@@ -1,0 +1,113 @@
+#include "writers/SvgWriter.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace om1 {
+
+std::string SvgWriter::number(double v) {
+    const double scaled = std::round(v * 100.0);
+    if (std::fabs(scaled) < 1e15) {
+        // Hundredths as an integer: the digits "%.2f" prints for the rounded
+        // value, written without the formatter (it dominated the writer's time).
+        long long k = static_cast<long long>(scaled);
+        if (k == 0) return "0";  // no "-0"
+        char buf[32];
+        char* e = buf + sizeof(buf);
+        char* p = e;
+        const bool negative = k < 0;
+        if (negative) k = -k;
+        const int frac = static_cast<int>(k % 100);
+        k /= 100;
+        if (frac != 0) {
+            if (frac % 10 != 0) *--p = static_cast<char>('0' + frac % 10);
+            *--p = static_cast<char>('0' + frac / 10);
+            *--p = '.';
+        }
+        do {
+            *--p = static_cast<char>('0' + k % 10);
+            k /= 10;
+        } while (k);
+        if (negative) *--p = '-';
+        return std::string(p, e);
+    }
+    char buf[64];
+    double r = scaled / 100.0;
+    if (r == 0) r = 0;  // no "-0"
+    snprintf(buf, sizeof(buf), "%.2f", r);
+    std::string s(buf);
+    while (!s.empty() && s.back() == '0') s.pop_back();
+    if (!s.empty() && s.back() == '.') s.pop_back();
+    return s;
+}
+
+std::string SvgWriter::colour(const RGBQUAD& c) {
+    char buf[8];
+    snprintf(buf, sizeof(buf), "#%02x%02x%02x", c.rgbRed, c.rgbGreen, c.rgbBlue);
+    return buf;
+}
+
+void SvgWriter::pathData(std::ostream& out, const Shape& shape) {
+    for (size_t k = 0; k < shape.loops.size(); ++k) {
+        if (k < shape.curves.size() && shape.curves[k].size() >= 4) {
+            // Straight segments (control points at the thirds) as H, V or L.
+            const std::vector<PointD>& c = shape.curves[k];
+            out << 'M' << number(c[0].x) << ' ' << number(c[0].y);
+            char last = 0;
+            for (size_t i = 1; i + 2 < c.size(); i += 3) {
+                const PointD &a = c[i - 1], &p1 = c[i], &p2 = c[i + 1], &b = c[i + 2];
+                const bool straight = std::fabs(p1.x - (2 * a.x + b.x) / 3) < 1e-6 &&
+                                      std::fabs(p1.y - (2 * a.y + b.y) / 3) < 1e-6 &&
+                                      std::fabs(p2.x - (a.x + 2 * b.x) / 3) < 1e-6 &&
+                                      std::fabs(p2.y - (a.y + 2 * b.y) / 3) < 1e-6;
+                const bool last3 = i + 3 >= c.size();
+                if (straight && last3 && b.x == c[0].x && b.y == c[0].y) break;  // Z closes
+                if (straight && number(a.y) == number(b.y)) {
+                    out << 'H' << number(b.x);
+                    last = 'H';
+                } else if (straight && number(a.x) == number(b.x)) {
+                    out << 'V' << number(b.y);
+                    last = 'V';
+                } else {
+                    const char cmd = straight ? 'L' : 'C';
+                    out << (last == cmd ? ' ' : cmd);
+                    if (!straight)
+                        out << number(p1.x) << ' ' << number(p1.y) << ' ' << number(p2.x) << ' '
+                            << number(p2.y) << ' ';
+                    out << number(b.x) << ' ' << number(b.y);
+                    last = cmd;
+                }
+            }
+            out << 'Z';
+            continue;
+        }
+        const std::vector<Corner> v = shape.loops[k].vertices();
+        if (v.empty()) continue;
+        out << 'M' << v[0].x << ' ' << v[0].y;
+        for (size_t i = 1; i < v.size(); ++i) {
+            if (v[i].x != v[i - 1].x)
+                out << 'H' << v[i].x;
+            else
+                out << 'V' << v[i].y;
+        }
+        out << 'Z';
+    }
+}
+
+bool SvgWriter::write(std::ostream& out, const ShapeSet& set,
+                      const std::function<bool(const Shape&)>& skip) {
+    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << set.width << "\" height=\""
+        << set.height << "\" viewBox=\"0 0 " << set.width << ' ' << set.height << "\">\n";
+    for (const Shape& s : set.shapes) {
+        if (s.role == Shape::Role::Frame || s.loops.empty() || (skip && skip(s))) continue;
+        out << "<path fill=\"" << colour(s.color) << "\" fill-rule=\"evenodd\" d=\"";
+        pathData(out, s);
+        out << "\"/>\n";
+    }
+    out << "</svg>\n";
+    out.flush();
+    return static_cast<bool>(out);
+}
+
+}  // namespace om1

@@ -352,6 +352,28 @@ bool ImageLoader::load(const std::string& path, long long maxPixels, Background 
 
 bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background, RasterImage& out,
                              std::string& error) {
+    std::vector<uint8_t> rgba;  // straight colours and alpha, row 0 at the top
+    if (!decode(f, maxPixels, out, rgba, error)) return false;
+    composite(out, rgba, background);
+    return true;
+}
+
+bool ImageLoader::loadRgba(const std::string& path, long long maxPixels, RasterImage& out,
+                           std::string& error) {
+    std::unique_ptr<FILE, FileCloser> f(fopen(path.c_str(), "rb"));
+    if (!f) {
+        const int e = errno;
+        struct stat st = {};
+        error = stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)
+                    ? std::string("is a directory")
+                    : std::string("cannot open: ") + strerror(e);
+        return false;
+    }
+    return decode(f.get(), maxPixels, out, out.rgba, error);
+}
+
+bool ImageLoader::decode(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,
+                         std::string& error) {
     struct stat st = {};
     const bool known = fileno(f) >= 0 && fstat(fileno(f), &st) == 0;
     if (known && S_ISDIR(st.st_mode)) {
@@ -368,7 +390,6 @@ bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background
     }
     rewind(f);
     bool ok;
-    std::vector<uint8_t> rgba;  // straight colours and alpha, row 0 at the top
     if (got >= 8 && memcmp(magic, "\x89PNG\r\n\x1a\n", 8) == 0) {
 #ifdef _WIN32
         ok = loadWithStb(f, fileSize, "PNG", maxPixels, out, rgba, error);
@@ -389,7 +410,5 @@ bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background
         error = "unsupported format (PNG, JPEG, BMP and GIF are read)";
         return false;
     }
-    if (!ok) return false;
-    composite(out, rgba, background);
-    return true;
+    return ok;
 }

@@ -43,7 +43,16 @@ public:
     static bool loadStream(FILE* f, long long maxPixels, Background background, RasterImage& out,
                            std::string& error);
 
+    // The picture as it is in the file: `out.rgba` (4 bytes a pixel: red,
+    // green, blue, alpha; row 0 at the top), nothing composited; `pixels`
+    // and `alpha` stay empty.
+    static bool loadRgba(const std::string& path, long long maxPixels, RasterImage& out,
+                         std::string& error);
+
 protected:
+    // Tells the format by the first bytes and decodes into `rgba`.
+    static bool decode(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,
+                       std::string& error);
     // Each decoder sets out.width and out.height and fills rgba (4 bytes a
     // pixel: red, green, blue, alpha; row 0 at the top).
 #ifndef _WIN32

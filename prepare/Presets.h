@@ -1,6 +1,5 @@
-// Presets: named sets of TraceOptions, and the stage options by name, for
-// the command-line tool and the bindings (every front end sets options
-// through here, so they agree on names, ranges and messages).
+// Presets: named sets of TraceOptions (the option table of the pipeline
+// names, checks and applies single options on top of them).
 //
 //   plain    the entry points' behaviour: the nine fixed seeds, no stages
 //   graphic  flat colours with anti-aliased edges (logos, icons, clip art):
@@ -37,19 +36,6 @@ public:
     static TraceOptions options(Preset p);
     // Whether the preset's output is exact polygons rather than curves.
     static bool polygonOutput(Preset p);
-
-    // Sets one stage option from text. Keys: filter (none|quadrant|adaptive),
-    // filter-radius (1..8), speckle (0..100000000 pixels, replacing the
-    // preset's share of the area), antialias (on|off),
-    // colors (0 or 2..256), palette (#rrggbb,... or a file of such colours,
-    // separated by commas, spaces or new lines), max-paths (0..2000000000),
-    // threshold (0..255 or auto), restitute (on|off), spots (0..100000000 pixels). False with
-    // `error` set (naming the option) on a bad key or value.
-    static bool set(TraceOptions& options, const std::string& key, const std::string& value,
-                    std::string& error);
-    // Parses a palette list into options.palette; false on a bad entry or
-    // more than 256 colours.
-    static bool parsePalette(const std::string& text, TraceOptions& options, std::string& error);
 };
 
 }  // namespace om1

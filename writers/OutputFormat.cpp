@@ -62,6 +62,12 @@ bool OutputFormat::fromName(const std::string& text, Kind& kind) {
     return false;
 }
 
+bool OutputFormat::at(int index, Kind& kind) {
+    if (index < 0 || index >= static_cast<int>(sizeof(kAll) / sizeof(kAll[0]))) return false;
+    kind = kAll[index];
+    return true;
+}
+
 bool OutputFormat::fromPath(const std::string& path, Kind& kind) {
     const size_t dot = path.find_last_of('.');
     const size_t slash = path.find_last_of('/');

@@ -25,6 +25,8 @@ public:
     // By the extension of a path ("out/a.PDF"), case-insensitive. False
     // without a known extension.
     static bool fromPath(const std::string& path, Kind& kind);
+    // The formats in order (svg first); false past the end.
+    static bool at(int index, Kind& kind);
     static const char* name(Kind kind);
     // The usual extension, without the dot ("pdf").
     static const char* extension(Kind kind);

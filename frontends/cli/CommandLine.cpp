@@ -7,32 +7,12 @@
 #include <cstring>
 #include <utility>
 
+#include <CLI/CLI.hpp>
+
 #include "frontends/cli/FileSystem.h"
+#include "pipeline/OptionTable.h"
 
 namespace {
-
-bool parseInt(const std::string& s, long long lo, long long hi, long long& out) {
-    if (s.empty() || !(isdigit(static_cast<unsigned char>(s[0])) || s[0] == '-')) return false;
-    char* end = nullptr;
-    errno = 0;
-    long long v = strtoll(s.c_str(), &end, 10);
-    if (errno || *end || v < lo || v > hi) return false;
-    out = v;
-    return true;
-}
-
-// Exactly six hexadecimal digits, after an optional '#'.
-bool parseColour(std::string s, ImageLoader::Background& bg) {
-    if (!s.empty() && s[0] == '#') s = s.substr(1);
-    if (s.size() != 6) return false;
-    for (char c : s)
-        if (!isxdigit(static_cast<unsigned char>(c))) return false;
-    unsigned long v = strtoul(s.c_str(), nullptr, 16);
-    bg.red = static_cast<uint8_t>(v >> 16);
-    bg.green = static_cast<uint8_t>(v >> 8);
-    bg.blue = static_cast<uint8_t>(v);
-    return true;
-}
 
 std::string baseName(const std::string& path) {
     size_t slash = FileSystem::lastSeparator(path);
@@ -41,15 +21,63 @@ std::string baseName(const std::string& path) {
     return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
 }
 
+std::string dashed(const char* name) {
+    std::string s = std::string("--") + name;
+    for (char& c : s)
+        if (c == '_') c = '-';
+    return s;
+}
+
+// The tool's own long options (besides the table's).
+const char* const kToolOptions[] = {"--format",  "--jobs",  "--recursive", "--preset",
+                                    "--stats",   "--quiet", "--help",      "--version"};
+
+bool looksLikeNumber(const std::string& a) {
+    return a.size() > 1 && a[0] == '-' && (isdigit(static_cast<unsigned char>(a[1])) || a[1] == '.');
+}
+
+// An argument that names no option, found before CLI11 sees it, so that the
+// message can name the nearest option.
+bool unknownOption(int argc, char** argv, std::string& error) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        if (a == "--") return false;  // the rest are inputs
+        if (a.size() < 2 || a[0] != '-' || looksLikeNumber(a)) continue;
+        if (a == "-h") continue;
+        if (a == "-o" || a == "-d") {
+            ++i;  // the next argument is their value, whatever it is
+            continue;
+        }
+        const std::string name = a.substr(0, a.find('='));
+        bool known = name.size() > 2 && name[1] == '-' && om1::OptionTable::find(name.substr(2));
+        for (const char* t : kToolOptions) known = known || name == t;
+        if (known) continue;
+        std::string near;
+        if (name.size() > 2 && name[1] == '-') {
+            std::vector<std::string> tool;
+            for (const char* t : kToolOptions) tool.push_back(t + 2);
+            near = om1::OptionTable::nearest(name.substr(2), tool);
+            if (!near.empty()) near = dashed(near.c_str());
+        }
+        error = "unknown option " + name + (near.empty() ? "" : "; did you mean " + near + "?");
+        return true;
+    }
+    return false;
+}
+
 }  // namespace
+
+CommandLine::CommandLine() {
+    om1::OptionTable::defaults(options);
+}
 
 std::string CommandLine::usage() {
     return "usage: om1trace INPUT... [-o OUTPUT | -d DIR] [options]\n"
+           "Traces PNG, JPEG, BMP or GIF pictures into vector outlines: SVG, or by the\n"
+           "output's extension .json, .pdf, .eps, .dxf (release 12) or .geojson (y down).\n"
            "An INPUT may be a directory: the pictures in it are traced (-d DIR keeps\n"
            "their relative paths). - reads the picture from standard input (its format\n"
            "told by its first bytes) and, without -o or -d, writes to standard output.\n"
-           "Traces PNG, JPEG, BMP or GIF pictures into vector outlines: SVG, or by the\n"
-           "output's extension .json, .pdf, .eps, .dxf (release 12) or .geojson (y down).\n"
            "  -o OUTPUT               output file (one input only); - writes to standard\n"
            "                          output (SVG unless --format says otherwise)\n"
            "  -d DIR                  write NAME.svg (or the --format's extension) for\n"
@@ -58,154 +86,84 @@ std::string CommandLine::usage() {
            "                          output's extension\n"
            "  --jobs N                pictures traced at once (default: one per core)\n"
            "  --recursive             search directories given as inputs all the way down\n"
-           "  --tolerance PERCENT     colour tolerance, 0..100 (default 10)\n"
-           "  --min-length STEPS      drop outlines shorter than this (default 4)\n"
-           "  --max-outlines N        outline limit of one trace (default 1000000)\n"
-           "  --curve-tolerance PX    straight-line tolerance in pixels (default 1)\n"
-           "  --max-pixels N          refuse larger pictures (default 100000000)\n"
-           "  --background RRGGBB     colour under transparent pixels (default ffffff)\n"
-           "  --transparent           leave out regions that were fully transparent\n"
-           "  --polygon               exact pixel-edge polygons, no curves (lossless on\n"
-           "                          hard-edged pictures; tolerance and min length 0)\n"
-           "  --cutout                every region once as its own area, no stacking;\n"
-           "                          neighbours share their boundaries exactly\n"
-           "  --preset NAME           graphic (default): flat colours with smooth edges;\n"
-           "                          photo: natural pictures; bw: black and white by a\n"
-           "                          luminance threshold; pixel: hard-edged pixel art,\n"
-           "                          exact polygons; plain: no stages\n"
-           "Stages (each preset has its own defaults; these override them):\n"
-           "  --filter none|quadrant|adaptive  edge-preserving pre-filter\n"
-           "  --filter-radius K       filter quadrant side K + 1, 1..8 (default 1)\n"
-           "  --colors N              quantise to N colours, 2..256 (0 off)\n"
-           "  --palette FILE|#rrggbb,...  snap every pixel to the nearest given colour\n"
-           "  --antialias on|off      absorb thin bands of in-between colours\n"
-           "  --speckle PX            regions below PX pixels join their surroundings\n"
-           "  --max-paths N           raise the speckle area until at most N paths\n"
-           "  --max-colors N          refuse pictures of more colours after the stages\n"
-           "                          above (pixel: 128, other presets: 0, no limit)\n"
-           "  --restitute on|off      regions take the mean colour of the pixels they cover\n"
-           "  --merge C               merge neighbouring regions, cheapest first, while a\n"
-           "                          union adds at most C x 128 x the picture's side to\n"
-           "                          the squared colour error; regions take their mean\n"
-           "  --merge-psnr DB         ... and further while the regions' means stay DB\n"
-           "                          (PSNR) from the input\n"
-           "  --spots PX              trace twice: the library weighs the spots, absorbs\n"
-           "                          those of at most PX pixels and repaints the regions\n"
-           "  --threshold L|auto      black below luminance L, else white (bw: auto,\n"
-           "                          the level that best splits the picture in two)\n"
            "  --stats                 print counts and times per input\n"
            "  --quiet                 print nothing but errors\n"
            "  --help, --version\n"
+           "The trace (each preset sets its own defaults; an option given overrides it;\n"
+           "a flag also takes =on or =off):\n" +
+           om1::OptionTable::commandLineHelp() +
            "Exit codes: 0 done, 1 no outlines, 2 outline limit exceeded, 3 more colours\n"
            "than --max-colors, 64 bad usage, 65 unreadable or unsupported input, 74 output\n"
            "cannot be written (a batch exits with the largest code of its inputs).\n";
 }
 
 bool CommandLine::parse(int argc, char** argv, std::string& error) {
-    for (int i = 1; i < argc; ++i) {
-        std::string a = argv[i];
-        auto value = [&](std::string& v) -> bool {
-            if (i + 1 >= argc) {
-                error = a + " needs a value";
-                return false;
-            }
-            v = argv[++i];
-            return true;
-        };
-        auto number = [&](long long lo, long long hi, long long& out) -> bool {
-            std::string v;
-            if (!value(v)) return false;
-            if (!parseInt(v, lo, hi, out)) {
-                error = a + " takes a whole number from " + std::to_string(lo) + " to " +
-                        std::to_string(hi) + ", not '" + v + "'";
-                return false;
-            }
-            return true;
-        };
-        long long n = 0;
-        if (a == "-o") {
-            if (!value(output)) return false;
-        } else if (a == "-d") {
-            if (!value(dir)) return false;
-        } else if (a == "--format") {
-            std::string v;
-            if (!value(v)) return false;
-            if (!om1::OutputFormat::fromName(v, format)) {
-                error = "--format takes one of " + om1::OutputFormat::names() + ", not '" + v + "'";
-                return false;
-            }
-            formatGiven = true;
-        } else if (a == "--jobs") {
-            if (!number(1, 1024, n)) return false;
-            jobs = static_cast<int>(n);
-        } else if (a == "--recursive") {
-            recursive = true;
-        } else if (a == "--tolerance") {
-            if (!number(0, 100, n)) return false;
-            tolerance = static_cast<int>(n);
-            toleranceGiven = true;
-        } else if (a == "--min-length") {
-            if (!number(0, 1000000000, n)) return false;
-            minLength = static_cast<int>(n);
-            minLengthGiven = true;
-        } else if (a == "--max-outlines") {
-            if (!number(1, 2000000000, n)) return false;
-            maxOutlines = static_cast<int>(n);
-        } else if (a == "--curve-tolerance") {
-            if (!number(0, 1000, n)) return false;
-            curveTolerance = static_cast<int>(n);
-        } else if (a == "--max-pixels") {
-            if (!number(9, 2000000000, n)) return false;
-            maxPixels = n;
-        } else if (a == "--background") {
-            std::string v;
-            if (!value(v)) return false;
-            if (!parseColour(v, background)) {
-                error = "--background takes a colour RRGGBB, not '" + v + "'";
-                return false;
-            }
-        } else if (a == "--preset") {
-            std::string v;
-            if (!value(v)) return false;
-            if (!om1::Presets::parse(v, preset)) {
-                error = "--preset takes graphic, photo, bw, pixel or plain, not '" + v + "'";
-                return false;
-            }
-        } else if (a == "--filter" || a == "--filter-radius" || a == "--colors" ||
-                   a == "--palette" || a == "--antialias" || a == "--speckle" ||
-                   a == "--max-paths" || a == "--max-colors" || a == "--threshold" ||
-                   a == "--restitute" || a == "--merge" || a == "--merge-psnr" || a == "--spots") {
-            std::string v;
-            if (!value(v)) return false;
-            om1::TraceOptions scratch;
-            if (!om1::Presets::set(scratch, a.substr(2), v, error)) return false;
-            stages.emplace_back(a.substr(2), v);
-        } else if (a == "--transparent") {
-            transparent = true;
-        } else if (a == "--polygon") {
-            polygon = true;
-        } else if (a == "--cutout") {
-            cutout = true;
-        } else if (a == "--stats") {
-            stats = true;
-        } else if (a == "--quiet") {
-            quiet = true;
-        } else if (a == "--help" || a == "-h") {
-            help = true;
-        } else if (a == "--version") {
-            version = true;
-        } else if (a.size() > 1 && a[0] == '-') {
-            error = "unknown option " + a;
-            return false;
-        } else {
-            inputs.push_back(a);
-        }
+    if (unknownOption(argc, argv, error)) return false;
+    CLI::App app("om1trace");
+    app.set_help_flag();
+    app.allow_extras(false);
+    app.positionals_at_end(false);
+    std::string formatName, presetName, jobsText;
+    app.add_flag("-h,--help", help);
+    app.add_flag("--version", version);
+    app.add_flag("--recursive", recursive);
+    app.add_flag("--stats", stats);
+    app.add_flag("--quiet", quiet);
+    app.add_option("-o", output)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    app.add_option("-d", dir)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    CLI::Option* formatOpt = app.add_option("--format", formatName)
+                                 ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    app.add_option("--jobs", jobsText)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    CLI::Option* presetOpt = app.add_option("--preset", presetName)
+                                 ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    const int rows = om1::OptionTable::rowCount();
+    std::vector<std::string> values(static_cast<size_t>(rows));
+    std::vector<CLI::Option*> opts(static_cast<size_t>(rows));
+    for (int i = 0; i < rows; ++i) {
+        const om1::OptionTable::Row& r = *om1::OptionTable::row(i);
+        const std::string flag = dashed(r.name);
+        opts[i] = r.kind == om1::OptionTable::Kind::Flag
+                      ? app.add_flag(flag + "{on}", values[i])
+                      : app.add_option(flag, values[i]);
+        opts[i]->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     }
-    if (polygon) {
-        if (!toleranceGiven) tolerance = 0;
-        if (!minLengthGiven) minLength = 0;
+    app.add_option("inputs", inputs);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        error = e.what();
+        // "--colors: 1 required TEXT missing" reads better as:
+        if (error.find("required") != std::string::npos && error.find("missing") != std::string::npos)
+            error = error.substr(0, error.find(':')) + " needs a value";
+        return false;
     }
     if (help || version) return true;
+    if (!jobsText.empty()) {
+        char* end = nullptr;
+        const long v = strtol(jobsText.c_str(), &end, 10);
+        if (*end || v < 1 || v > 1024) {
+            error = "--jobs takes a whole number from 1 to 1024, not '" + jobsText + "'";
+            return false;
+        }
+        jobs = static_cast<int>(v);
+    }
+    if (formatOpt->count()) {
+        if (!om1::OutputFormat::fromName(formatName, format)) {
+            error = "--format takes one of " + om1::OutputFormat::names() + ", not '" +
+                    formatName + "'";
+            return false;
+        }
+        formatGiven = true;
+    }
+    if (presetOpt->count() && !om1::Presets::parse(presetName, preset)) {
+        error = "--preset takes graphic, photo, bw, pixel or plain, not '" + presetName + "'";
+        return false;
+    }
+    om1::OptionTable::preset(options, om1::Presets::name(preset));
+    for (int i = 0; i < rows; ++i)
+        if (opts[i]->count()) given.emplace_back(om1::OptionTable::row(i)->name, values[i]);
+    if (om1::OptionTable::apply(options, given, error, om1::OptionTable::Names::Flags) != OM1_OK)
+        return false;
     if (inputs.empty()) {
         error = "no input file";
         return false;

@@ -1,39 +1,24 @@
-// CommandLine: the options of om1trace and their defaults.
+// CommandLine: the command line of om1trace: the tool's own options (inputs,
+// outputs, batch) and every option of the trace from the option table,
+// parsed with CLI11.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "decode/ImageLoader.h"
-#include "writers/OutputFormat.h"
+#include "pipeline/om1types.h"
 #include "prepare/Presets.h"
+#include "writers/OutputFormat.h"
 
 struct CommandLine {
-    // Defaults: 10 % colour tolerance, outlines of fewer than 4 steps
-    // dropped, up to a million outlines, 1-pixel straight-line tolerance.
-    // With them the render-back checks (tests/tools/RenderBackTest.cpp) keep
-    // flat-colour pictures within a few percent of wrong pixels.
-    int tolerance = 10;
-    int minLength = 4;
-    int maxOutlines = 1000000;
-    int curveTolerance = 1;
-    long long maxPixels = 100000000;
-    ImageLoader::Background background;
-    // Leave out regions that were fully transparent: nodes of exactly the
-    // background colour, when most pixels of that colour were transparent.
-    bool transparent = false;
-    // --polygon: exact corner polygons, no curves; tolerance and minimum
-    // length default to 0 (every region kept, exact colours) unless given.
-    bool polygon = false;
-    // --cutout: every region once as its own area, neighbours sharing
-    // their boundaries, nothing stacked.
-    bool cutout = false;
-    // --preset and the stage options (--filter, --speckle, ...), handed to
-    // om1::Presets::set in the order given, after the preset's own settings.
+    // The trace's options: the preset's, then the options given (every
+    // option of the table, as --name-with-dashes), applied in the table's
+    // order.
+    om1_options options;
     om1::Presets::Preset preset = om1::Presets::kDefault;
-    std::vector<std::pair<std::string, std::string>> stages;
-    bool toleranceGiven = false;
-    bool minLengthGiven = false;
+    // The table's options as given (name with underscores, value text); a
+    // flag given without value is "on".
+    std::vector<std::pair<std::string, std::string>> given;
     bool stats = false;
     bool quiet = false;
     bool help = false;
@@ -53,7 +38,9 @@ struct CommandLine {
     // and at a directory's top level), kept under -d DIR.
     std::vector<std::string> subdirs;
 
-    // False with `error` set on bad usage.
+    CommandLine();
+    // False with `error` set on bad usage: one line saying what is wrong
+    // (with the nearest option's name for an unknown one).
     bool parse(int argc, char** argv, std::string& error);
     static std::string usage();
     // The output path for an input: -o, or DIR/NAME.EXT, or NAME.EXT beside

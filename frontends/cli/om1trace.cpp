@@ -20,7 +20,7 @@ int main(int argc, char** argv) {
     CommandLine cl;
     std::string error;
     if (!cl.parse(argc, argv, error)) {
-        fprintf(stderr, "om1trace: %s\n%s", error.c_str(), CommandLine::usage().c_str());
+        fprintf(stderr, "om1trace: %s\nom1trace --help for the options\n", error.c_str());
         return TraceJob::BadUsage;
     }
     if (cl.help) {

@@ -227,11 +227,10 @@ TEST(Presets, ColorsGivesAtMostThatManyFillColours) {
     for (int y = 0; y < 64; ++y)
         for (int x = 0; x < 96; ++x) p.at(x, y) = rgb(x * 255 / 95, y * 255 / 63, 128);
     for (int n : {2, 4, 7}) {
-        // As the tool sets it: merged regions then keep the palette's colours.
+        // As the option table sets it: merged regions then keep the palette's colours.
         TraceOptions o = Presets::options(Presets::Graphic);
-        std::string error;
-        ASSERT_TRUE(Presets::set(o, "colors", std::to_string(n), error));
-        EXPECT_FALSE(o.mergeMeans);
+        o.colors = n;
+        o.mergeMeans = false;
         o.antialias = false;
         Traced t(p, o);
         ASSERT_EQ(t.result, Tracer::Done);
@@ -241,8 +240,10 @@ TEST(Presets, ColorsGivesAtMostThatManyFillColours) {
     }
     // A palette: every fill is one of its entries.
     TraceOptions o;
-    std::string error;
-    ASSERT_TRUE(Presets::set(o, "palette", "#ff0000,#00ff00, #0000ff", error)) << error;
+    o.palette[0] = rgb(255, 0, 0);
+    o.palette[1] = rgb(0, 255, 0);
+    o.palette[2] = rgb(0, 0, 255);
+    o.paletteCount = 3;
     o.tolerancePercent = 0;
     Traced t(p, o);
     ASSERT_EQ(t.result, Tracer::Done);
@@ -313,32 +314,6 @@ TEST(Presets, NamesAndOptionsRoundTrip) {
     EXPECT_EQ(Presets::options(Presets::Plain).seed, TraceOptions::Seed::Fixed);
     EXPECT_TRUE(Presets::polygonOutput(Presets::Pixel));
 
-    TraceOptions o;
-    std::string e;
-    struct Bad {
-        const char* key;
-        const char* value;
-    } bad[] = {
-        {"filter", "median"}, {"filter-radius", "0"}, {"filter-radius", "9"},
-        {"colors", "1"},      {"colors", "257"},      {"speckle", "-1"},
-        {"threshold", "256"}, {"antialias", "yes"},   {"restitute", "1"},
-        {"spots", "-5"},      {"palette", "#12345"},  {"palette", "/nonexistent/palette.txt"},
-        {"max-paths", "x"},   {"bogus", "1"},         {"merge", "-1"},
-        {"merge", "nan"},     {"merge-psnr", "101"},  {"merge-psnr", "30dB"}};
-    for (const Bad& b : bad) {
-        e.clear();
-        EXPECT_FALSE(Presets::set(o, b.key, b.value, e)) << b.key << "=" << b.value;
-        EXPECT_FALSE(e.empty());
-    }
-    ASSERT_TRUE(Presets::set(o, "filter", "adaptive", e));
-    ASSERT_TRUE(Presets::set(o, "threshold", "0", e));
-    ASSERT_TRUE(Presets::set(o, "merge", "0.25", e));
-    ASSERT_TRUE(Presets::set(o, "merge-psnr", "28.5", e));
-    EXPECT_EQ(o.merge, 0.25);
-    EXPECT_EQ(o.mergePsnr, 28.5);
-    EXPECT_EQ(o.filter, TraceOptions::Filter::Adaptive);
-    EXPECT_EQ(o.threshold, 0);
-    EXPECT_EQ(o.paletteCount, 0);  // failed palettes left nothing behind
 }
 
 TEST(Presets, BlackAndWhiteByThreshold) {

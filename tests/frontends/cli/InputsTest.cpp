@@ -51,10 +51,9 @@ TEST(CommandLine, OptionsAndUsageErrors) {
                        "--stats", "-d", "out"},
                       cl, e))
         << e;
-    EXPECT_EQ(cl.tolerance, 20);
-    EXPECT_EQ(cl.minLength, 6);
-    EXPECT_EQ(cl.background.red, 0x10);
-    EXPECT_EQ(cl.background.blue, 0x30);
+    EXPECT_EQ(cl.options.tolerance, 20);
+    EXPECT_EQ(cl.options.min_length, 6);
+    EXPECT_EQ(cl.options.background, 0x102030);
     EXPECT_EQ(cl.outputFor("pics/a.png"), "out/a.svg");
     CommandLine beside;
     ASSERT_TRUE(parse({"pics/b.jpg"}, beside, e));
@@ -161,13 +160,11 @@ TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
     p.fill(24, 8, 10, 12, 200, 10, 10, 0);  // fully transparent red
     ASSERT_TRUE(p.png(d.file("t.png")));
     CommandLine cl;
-    cl.background.red = 0;
-    cl.background.green = 0;
-    cl.background.blue = 255;  // transparent pixels become blue
+    cl.options.background = 0x0000ff;  // transparent pixels become blue
     TraceJob::Stats st;
     std::string msg;
     ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("all.svg"), st, msg), 0) << msg;
-    cl.transparent = true;
+    cl.options.transparent = 1;
     ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("opaque.svg"), st, msg), 0) << msg;
     auto read = [](const std::string& path) {
         std::ifstream in(path);

@@ -75,18 +75,19 @@ std::string modeName(const std::vector<std::string>& m) {
 TEST(Modes, PolygonDefaultsToExactColoursAndEveryRegion) {
     CommandLine cl;
     ASSERT_TRUE(parse({"--polygon", "a.png"}, cl));
-    EXPECT_TRUE(cl.polygon);
-    EXPECT_EQ(cl.tolerance, 0);
-    EXPECT_EQ(cl.minLength, 0);
+    EXPECT_TRUE(cl.options.polygon);
+    EXPECT_EQ(cl.options.tolerance, 0);
+    EXPECT_EQ(cl.options.min_length, 0);
     CommandLine given;
     ASSERT_TRUE(parse({"--tolerance", "7", "--polygon", "--min-length", "9", "a.png"}, given));
-    EXPECT_EQ(given.tolerance, 7);
-    EXPECT_EQ(given.minLength, 9);
+    EXPECT_EQ(given.options.tolerance, 7);
+    EXPECT_EQ(given.options.min_length, 9);
     CommandLine plain;
     ASSERT_TRUE(parse({"--cutout", "a.png"}, plain));
-    EXPECT_TRUE(plain.cutout);
-    EXPECT_EQ(plain.tolerance, 10);
-    EXPECT_EQ(plain.minLength, 4);
+    EXPECT_TRUE(plain.options.cutout);
+    const CommandLine defaults;  // cutout implies nothing else
+    EXPECT_EQ(plain.options.tolerance, defaults.options.tolerance);
+    EXPECT_EQ(plain.options.min_length, 4);
 }
 
 // The red block of the report comes back covering exactly [2, 12) x [3, 10)

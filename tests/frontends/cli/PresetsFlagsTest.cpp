@@ -72,9 +72,13 @@ TEST(PresetFlags, ParsedInOrderAndCheckedEarly) {
                       cl, e))
         << e;
     EXPECT_EQ(cl.preset, om1::Presets::Photo);
-    ASSERT_EQ(cl.stages.size(), 3u);
-    EXPECT_EQ(cl.stages[0].first, "speckle");
-    EXPECT_EQ(cl.stages[2].second, "#000000,#ffffff");
+    ASSERT_EQ(cl.given.size(), 3u);
+    EXPECT_EQ(cl.options.speckle, 10);
+    EXPECT_EQ(cl.options.speckle_share, 0);
+    EXPECT_EQ(cl.options.max_paths, 5);
+    ASSERT_EQ(cl.options.palette_count, 2);
+    EXPECT_EQ(cl.options.palette[1], 0xffffffu);
+    EXPECT_EQ(cl.options.merge_means, 0);
     for (auto bad : std::vector<std::vector<std::string>>{{"a.png", "--preset", "art"},
                                                           {"a.png", "--filter", "blur"},
                                                           {"a.png", "--colors", "1"},

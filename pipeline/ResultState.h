@@ -1,0 +1,36 @@
+// Result::State: what a Result holds: the traced tree and the picture the
+// tracer saw (the shapes are built from them on first use), and the views
+// built so far.
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "companion/KvCtree.h"
+#include "pipeline/Result.h"
+
+namespace om1 {
+
+struct Result::State {
+    struct View {
+        std::once_flag once;
+        bool built = false;
+        double ms = 0;  // building it
+        ShapeSet set;
+    };
+    int status = OM1_OK;
+    int width = 0, height = 0;
+    om1_options options = {};
+    TraceReport report;
+    double traceMs = 0;
+    KvCtree* tree = nullptr;    // owned
+    std::vector<RGBQUAD> seen;  // the picture the tracer saw, after the stages
+    bool dropBackground = false;
+    View drawing, outlines;
+
+    ~State();
+    // Builds a view from the tree (once; see Result::drawing).
+    void build(View& v, bool joinParts);
+};
+
+}  // namespace om1

@@ -15,6 +15,7 @@ traces several pictures at once.
 from __future__ import annotations
 
 import ctypes
+import difflib
 import io
 import os
 from dataclasses import dataclass
@@ -107,11 +108,16 @@ def _options(preset: Optional[str], options: Dict[str, Any]) -> ctypes.Array:
             raise ValueError(
                 "om1: unknown preset %r (presets: %s)" % (preset, ", ".join(PRESET_NAMES))
             )
-    for name, value in options.items():
+    for name in options:
         if name not in OPTION_NAMES:
+            near = difflib.get_close_matches(name, OPTION_NAMES, n=1)
             raise ValueError(
-                "om1: unknown option %r (options: %s)" % (name, ", ".join(OPTION_NAMES))
+                "om1: unknown option %r%s (options: %s)"
+                % (name, "; did you mean %r?" % near[0] if near else "", ", ".join(OPTION_NAMES))
             )
+    # In the table's order: an option that implies others comes first, so an
+    # explicit value wins (polygon sets tolerance and min_length to 0).
+    for name, value in sorted(options.items(), key=lambda kv: OPTION_NAMES.index(kv[0])):
         text = _option_text(name, value)
         code = _native.lib.om1_options_set(record, name.encode(), text.encode())
         if code != _native.OK:

@@ -8,14 +8,15 @@ written (a batch exits with the largest code of its inputs)."""
 from __future__ import annotations
 
 import argparse
+import difflib
 import os
 import sys
 import time
 from concurrent.futures import ThreadPoolExecutor
 from typing import Any, Dict, List, Optional, Sequence, Tuple
 
-from . import FORMAT_EXTENSIONS, FORMAT_NAMES, PRESET_NAMES, TraceError, __version__, _options, trace
-from . import _native
+from . import (FORMAT_EXTENSIONS, FORMAT_NAMES, OPTION_NAMES, PRESET_NAMES, TraceError,
+               __version__, _native, _options, trace)
 
 DONE, NO_OUTLINES, LIMIT_EXCEEDED, TOO_MANY_COLORS = 0, 1, 2, 3
 BAD_USAGE, BAD_INPUT, CANNOT_WRITE = 64, 65, 74
@@ -23,8 +24,16 @@ BAD_USAGE, BAD_INPUT, CANNOT_WRITE = 64, 65, 74
 
 class _Parser(argparse.ArgumentParser):
     def error(self, message: str) -> None:  # type: ignore[override]
-        self.print_usage(sys.stderr)
-        self.exit(BAD_USAGE, "%s: error: %s\n" % (self.prog, message))
+        # One line saying what is wrong, with the nearest option for a typo.
+        if message.startswith("unrecognized arguments:"):
+            unknown = [a for a in message.split(":", 1)[1].split() if a.startswith("-")]
+            if unknown:
+                name = unknown[0].split("=")[0]
+                flags = [f for a in self._actions for f in a.option_strings]
+                near = difflib.get_close_matches(name, flags, n=1)
+                message = "unknown option %s%s" % (name,
+                                                   "; did you mean %s?" % near[0] if near else "")
+        self.exit(BAD_USAGE, "%s: %s\n%s --help for the options\n" % (self.prog, message, self.prog))
 
 
 def _parser() -> argparse.ArgumentParser:
@@ -39,43 +48,19 @@ def _parser() -> argparse.ArgumentParser:
     p.add_argument("--format", choices=FORMAT_NAMES,
                    help="the writer, whatever the output's extension (default: by extension, "
                         "else svg)")
-    p.add_argument("--tolerance", type=int, help="colour tolerance, 0..100 (default 10)")
-    p.add_argument("--min-length", type=int, help="drop outlines shorter than this (default 4)")
-    p.add_argument("--max-outlines", type=int, help="outline limit of one trace (default 1000000)")
-    p.add_argument("--curve-tolerance", type=int, help="straight-line tolerance in pixels (default 1)")
-    p.add_argument("--max-pixels", type=int, help="refuse larger pictures (default 100000000)")
-    p.add_argument("--background", help="colour under transparent pixels, RRGGBB (default ffffff)")
-    p.add_argument("--transparent", action="store_true",
-                   help="leave out regions that were fully transparent")
-    p.add_argument("--polygon", action="store_true",
-                   help="exact pixel-edge polygons, no curves (tolerance and min length 0)")
-    p.add_argument("--cutout", action="store_true",
-                   help="every region once as its own area, no stacking")
-    p.add_argument("--preset", choices=PRESET_NAMES,
-                   help="graphic (default), photo, bw, pixel or plain")
-    stages = p.add_argument_group("stages (each preset has its own defaults; these override them)")
-    stages.add_argument("--filter", choices=["none", "quadrant", "adaptive"],
-                        help="edge-preserving pre-filter")
-    stages.add_argument("--filter-radius", type=int, help="filter quadrant side K + 1, 1..8")
-    stages.add_argument("--colors", type=int, help="quantise to N colours, 2..256 (0 off)")
-    stages.add_argument("--palette", help="snap every pixel to the nearest of #rrggbb,... (or a file)")
-    stages.add_argument("--antialias", choices=["on", "off"],
-                        help="absorb thin bands of in-between colours")
-    stages.add_argument("--speckle", type=int, help="regions below PX pixels join their surroundings")
-    stages.add_argument("--max-paths", type=int, help="raise the speckle area until at most N paths")
-    stages.add_argument("--max-colors", type=int,
-                        help="refuse pictures of more colours after the colour stages "
-                             "(pixel: 128; 0 no limit)")
-    stages.add_argument("--threshold", help="luminance below L (0..255) is black, else white; auto: "
-                                            "chosen from the picture")
-    stages.add_argument("--restitute", choices=["on", "off"],
-                        help="regions take the mean colour of the pixels they cover")
-    stages.add_argument("--merge", type=float,
-                        help="merge neighbouring regions while a union costs at most C")
-    stages.add_argument("--merge-psnr", type=float,
-                        help="... or while the regions' means stay DB from the input")
-    stages.add_argument("--spots", type=int,
-                        help="trace twice: spots up to PX pixels absorbed, regions repainted")
+    presets = "; ".join("%s: %s" % (n, h) for n, h in zip(PRESET_NAMES, _native.PRESET_HELP))
+    p.add_argument("--preset", choices=PRESET_NAMES, help=presets)
+    trace_group = p.add_argument_group(
+        "the trace (each preset sets its own defaults; an option given overrides it)")
+    for info in _native.option_infos():
+        name = info.name.decode()
+        text = "%s [%s]" % (info.help.decode(), info.takes.decode())
+        flag = "--" + name.replace("_", "-")
+        if info.kind == b"flag":
+            trace_group.add_argument(flag, dest=name, action="store_const", const="on",
+                                     help=text)
+        else:
+            trace_group.add_argument(flag, dest=name, metavar=info.value_name.decode(), help=text)
     p.add_argument("--stats", action="store_true", help="print counts and times per input")
     p.add_argument("--quiet", action="store_true", help="print nothing but errors")
     p.add_argument("--version", action="version", version="om1 " + __version__)
@@ -140,28 +125,12 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     if args.output and len(args.inputs) > 1:
         p.error("-o takes one input; use -d DIR for several")
     preset = args.preset
-    options: Dict[str, Any] = {}
-    for name in ("tolerance", "min_length", "max_outlines", "curve_tolerance", "max_pixels",
-                 "background", "filter", "filter_radius", "colors", "palette", "antialias",
-                 "speckle", "max_paths", "max_colors", "threshold", "restitute", "merge", "merge_psnr",
-                 "spots"):
-        value = getattr(args, name)
-        if value is not None:
-            options[name] = value
-    if args.polygon:
-        # As om1trace: exact polygons, and every region in its exact colour
-        # unless a tolerance or minimum length is given.
-        options["polygon"] = True
-        options.setdefault("tolerance", 0)
-        options.setdefault("min_length", 0)
-    if args.cutout:
-        options["cutout"] = True
-    if args.transparent:
-        options["transparent"] = True
+    options: Dict[str, Any] = {name: getattr(args, name) for name in OPTION_NAMES
+                               if getattr(args, name) is not None}
     try:
         _options(preset, options)
     except ValueError as e:
-        p.error(str(e))
+        p.error(str(e)[len("om1: "):] if str(e).startswith("om1: ") else str(e))
     jobs: List[Tuple[str, str, str]] = []
     for i in args.inputs:
         out = _output_for(args, i)

@@ -38,6 +38,7 @@ BAD_INDEX = 10
 OUT_OF_MEMORY = 11
 INTERNAL_ERROR = 12
 TOO_MANY_COLORS = 13
+WRITE_FAILED = 14
 
 ROLE_OUTLINE = 0
 ROLE_HOLE = 1
@@ -73,6 +74,21 @@ class Region(ctypes.Structure):
         ("loop_count", ctypes.c_int),
         ("hole_count", ctypes.c_int),
         ("hidden", ctypes.c_int),
+    ]
+
+
+class OptionInfo(ctypes.Structure):
+    """``om1_option_info``."""
+
+    _fields_ = [
+        ("name", ctypes.c_char_p),
+        ("kind", ctypes.c_char_p),
+        ("min", ctypes.c_double),
+        ("max", ctypes.c_double),
+        ("choices", ctypes.c_char_p),
+        ("value_name", ctypes.c_char_p),
+        ("help", ctypes.c_char_p),
+        ("takes", ctypes.c_char_p),
     ]
 
 
@@ -129,7 +145,9 @@ _prototypes = {
     "om1_options_set": (_c.c_int, [Options, _c.c_char_p, _c.c_char_p]),
     "om1_options_check": (_c.c_int, [Options]),
     "om1_option_name": (_c.c_char_p, [_c.c_int]),
+    "om1_option_info_at": (_c.c_int, [_c.c_int, _P(OptionInfo)]),
     "om1_preset_name": (_c.c_char_p, [_c.c_int]),
+    "om1_preset_help": (_c.c_char_p, [_c.c_int]),
     "om1_trace_rgba": (
         _c.c_int,
         [_c.c_void_p, _c.c_int, _c.c_int, _c.c_int, Options, _P(_c.c_void_p)],
@@ -178,6 +196,17 @@ PRESET_NAMES: List[str] = _names(lib.om1_preset_name)
 FORMAT_NAMES: List[str] = _names(lib.om1_format_name)
 FORMAT_EXTENSIONS: List[str] = _names(lib.om1_format_extension)
 VERSION: str = lib.om1_version().decode()
+PRESET_HELP: List[str] = _names(lib.om1_preset_help)
+
+
+def option_infos() -> List[OptionInfo]:
+    """Every option's name, kind, range and help, in the table's order."""
+    out: List[OptionInfo] = []
+    while True:
+        info = OptionInfo()
+        if lib.om1_option_info_at(len(out), ctypes.byref(info)) != OK:
+            return out
+        out.append(info)
 
 
 def new_options() -> ctypes.Array:

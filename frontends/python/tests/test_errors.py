@@ -98,3 +98,29 @@ def test_other_objects():
     for thing in (None, 3, [[0, 0, 0]] * 3, object()):
         with pytest.raises(TypeError, match="NumPy array"):
             om1.trace(thing)
+
+
+def test_every_table_option_with_its_range():
+    """Every option of the library's table is a keyword with the table's range,
+    and an option of python3 -m om1: the largest value is taken, beyond it refused."""
+    from om1 import _native
+    from om1.__main__ import _parser
+
+    flags = {f for a in _parser()._actions for f in a.option_strings}
+    for info in _native.option_infos():
+        name, kind = info.name.decode(), info.kind.decode()
+        assert "--" + name.replace("_", "-") in flags, name
+        good, bad = {
+            "int": (int(info.max), int(info.max) + 1),
+            "number": (float(info.max), float(info.max) * 1.01 + 1),
+            "flag": (True, 2),
+            "switch": ("off", "maybe"),
+            "colour": ("#ffffff", "#fffffff"),
+            "choice": ("adaptive", "median"),
+            "palette": ("#000000", "#00000"),
+        }[kind]
+        om1._options(None, {name: good})
+        with pytest.raises(ValueError, match=name):
+            om1._options(None, {name: bad})
+    with pytest.raises(ValueError, match="did you mean 'colors'"):
+        om1._options(None, {"colours": 5})

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 #include "frontends/cli/CommandLine.h"
 #include "frontends/cli/OutputPaths.h"
 #include "frontends/cli/TraceJob.h"
+#include "pipeline/OptionTable.h"
 #include "ToolProcess.h"
 
 namespace {
@@ -258,4 +260,54 @@ TEST(TraceJob, ChecksTheDestinationFirst) {
     EXPECT_EQ(TraceJob::run(cl, d.file("missing.png"), d.file("m.svg"), st, msg), 65);
     const auto files = std::filesystem::directory_iterator(d.path);
     EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+}
+
+// Every option of the table is a flag of the tool with the table's range: its
+// largest value is taken, one step beyond it refused with one line naming the
+// flag, and a misspelt flag is answered with the nearest one.
+TEST(CommandLine, EveryTableOptionWithItsRange) {
+    for (int i = 0; om1::OptionTable::row(i); ++i) {
+        const om1::OptionTable::Row& r = *om1::OptionTable::row(i);
+        const std::string flag = om1::OptionTable::shown(r.name, om1::OptionTable::Names::Flags);
+        std::string good = "on", bad = "2";
+        if (r.kind == om1::OptionTable::Kind::Int || r.kind == om1::OptionTable::Kind::LongLong) {
+            good = std::to_string(static_cast<long long>(r.max));
+            bad = std::to_string(static_cast<long long>(r.max) + 1);
+        } else if (r.kind == om1::OptionTable::Kind::Double) {
+            good = std::to_string(r.max);
+            bad = std::to_string(r.max * 1.01 + 1);
+        } else if (r.kind == om1::OptionTable::Kind::Colour) {
+            good = "ffffff";
+            bad = "fffffff";
+        } else if (r.kind == om1::OptionTable::Kind::Choice) {
+            good = "adaptive";
+            bad = "median";
+        } else if (r.kind == om1::OptionTable::Kind::Palette) {
+            good = "#000000";
+            bad = "#00000";
+        }
+        CommandLine ok, refused;
+        std::string e;
+        std::vector<std::string> args{"a.png", flag};
+        if (r.kind != om1::OptionTable::Kind::Flag) args.push_back(good);
+        EXPECT_TRUE(parse(args, ok, e)) << flag << ": " << e;
+        // The same record as the table makes of that value.
+        om1_options expected = CommandLine().options;
+        ASSERT_EQ(om1::OptionTable::set(expected, r, good, e), OM1_OK) << e;
+        EXPECT_EQ(std::memcmp(&ok.options, &expected, sizeof expected), 0) << flag;
+        EXPECT_FALSE(parse({"a.png", flag + "=" + bad}, refused, e)) << flag;
+        EXPECT_EQ(e.find(flag + " takes"), 0u) << e;
+        EXPECT_EQ(e.find('\n'), std::string::npos) << e;
+    }
+    CommandLine cl;
+    std::string e;
+    EXPECT_FALSE(parse({"a.png", "--colours", "5"}, cl, e));
+    EXPECT_EQ(e, "unknown option --colours; did you mean --colors?");
+    EXPECT_FALSE(parse({"a.png", "--jbos", "2"}, cl, e));
+    EXPECT_EQ(e, "unknown option --jbos; did you mean --jobs?");
+    std::string err;
+    EXPECT_EQ(runTool("a.png --min-lenght 3", &err), 64);
+    EXPECT_EQ(err,
+              "om1trace: unknown option --min-lenght; did you mean --min-length?\n"
+              "om1trace --help for the options\n");
 }

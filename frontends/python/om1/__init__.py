@@ -318,16 +318,25 @@ class Trace:
         stats = _native.Stats()
         _raise(_native.lib.om1_result_stats(handle, ctypes.byref(stats)))
         self.stats: Stats = Stats(**{name: getattr(stats, name) for name, _ in _native.Stats._fields_})
-        count = ctypes.c_int(0)
-        _raise(_native.lib.om1_result_region_count(handle, ctypes.byref(count)))
-        self._regions: List[Region] = []
-        info = _native.Region()
-        for i in range(count.value):
-            _raise(_native.lib.om1_result_region(handle, i, ctypes.byref(info)))
-            self._regions.append(Region(self, i, info))
-        for r in self._regions:
-            if 0 <= r.parent_index < len(self._regions):
-                self._regions[r.parent_index]._holes.append(r)
+        self._region_list: Optional[List[Region]] = None
+
+    @property
+    def _regions(self) -> List[Region]:
+        # Read on first use: a trace that is only written needs no regions.
+        if self._region_list is None:
+            handle = self._handle()
+            count = ctypes.c_int(0)
+            _raise(_native.lib.om1_result_region_count(handle, ctypes.byref(count)))
+            regions: List[Region] = []
+            info = _native.Region()
+            for i in range(count.value):
+                _raise(_native.lib.om1_result_region(handle, i, ctypes.byref(info)))
+                regions.append(Region(self, i, info))
+            for r in regions:
+                if 0 <= r.parent_index < len(regions):
+                    regions[r.parent_index]._holes.append(r)
+            self._region_list = regions
+        return self._region_list
 
     def _handle(self) -> ctypes.c_void_p:
         if self._result is None:

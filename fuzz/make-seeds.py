@@ -4,7 +4,9 @@
 fuzz_trace: header bytes (size, flags, palette size, parameters in the
 FuzzInput::parameter encoding), a palette and one palette index a pixel;
 fuzz_curves: parameters, a start and closed walks (four codes a byte);
-fuzz_input: small PNG, BMP (bottom-up and top-down), GIF and JPEG files.
+fuzz_input: small PNG, BMP (bottom-up and top-down), GIF and JPEG files;
+fuzz_pipeline: pictures from a palette with alpha, presets and options,
+and the fuzz_input files.
 """
 import ctypes
 import os
@@ -128,10 +130,29 @@ def input_seeds(tmp):
     return seeds
 
 
+def pipeline_seeds(files):
+    """fuzz_pipeline: source, size, preset, options (row, mode, value bytes),
+    alpha mode, palette (RGBA) and one index a pixel; or a picture file."""
+    seeds = {}
+    palette = bytes([255, 255, 255, 255, 200, 30, 30, 255, 30, 30, 200, 128, 20, 160, 20, 0])
+    squares = bytes(1 if 3 <= x < 10 and 3 <= y < 9 else 2 if 14 <= x < 21 and 5 <= y < 13 else
+                    3 if y > 13 else 0 for y in range(16) for x in range(24))
+    for preset in range(6):
+        for name, options in {"none": b"", "cutout-polygon": bytes([2, 0, 1, 3, 1]),
+                              "colors-transparent": bytes([2, 15, 2, 128, 9, 0]),
+                              "beyond": bytes([1, 2, 3])}.items():
+            head = bytes([0, 24, 16, preset, len(options) // 2 if name != "beyond" else 1])
+            seeds[f"p{preset}-{name}"] = head + options + bytes([1, 4]) + palette + squares
+    for name, data in files.items():
+        seeds["file-" + name] = bytes([1, 0, 0, 0, 0]) + data
+    return seeds
+
+
 def main():
     out = sys.argv[1] if len(sys.argv) > 1 else "build/fuzz/corpus"
+    files = input_seeds(out)
     for target, seeds in {"fuzz_trace": trace_seeds(), "fuzz_curves": curves_seeds(),
-                          "fuzz_input": input_seeds(out)}.items():
+                          "fuzz_input": files, "fuzz_pipeline": pipeline_seeds(files)}.items():
         folder = os.path.join(out, target)
         os.makedirs(folder, exist_ok=True)
         for name, data in seeds.items():

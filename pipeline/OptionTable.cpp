@@ -397,11 +397,15 @@ int OptionTable::set(om1_options& o, const Row& r, const std::string& text, std:
         case Kind::Palette: {
             std::string list = text;
             if (text.empty() || text[0] != '#') {
-                std::ifstream f(text);
+                // A file of colours: 256 of them take a few kilobytes; a larger
+                // file (or a device that never ends) is no palette.
+                const size_t kLargest = 1 << 16;
+                std::ifstream f(text, std::ios::binary);
                 if (!f) return bad("a file or colours #rrggbb,... (cannot read the file)");
-                std::stringstream all;
-                all << f.rdbuf();
-                list = all.str();
+                list.assign(kLargest + 1, '\0');
+                f.read(&list[0], static_cast<std::streamsize>(list.size()));
+                list.resize(static_cast<size_t>(f.gcount()));
+                if (list.size() > kLargest) return bad("a file of at most 64 KiB of colours");
             }
             om1_options copy = o;
             std::string why;

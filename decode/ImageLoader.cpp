@@ -335,8 +335,10 @@ bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, l
     return true;
 }
 
-bool ImageLoader::load(const std::string& path, long long maxPixels, Background background,
-                       RasterImage& out, std::string& error) {
+namespace {
+
+// The file opened for reading, or null with `error` saying why.
+std::unique_ptr<FILE, FileCloser> openPicture(const std::string& path, std::string& error) {
     std::unique_ptr<FILE, FileCloser> f(fopen(path.c_str(), "rb"));
     if (!f) {
         const int e = errno;
@@ -345,9 +347,16 @@ bool ImageLoader::load(const std::string& path, long long maxPixels, Background 
         error = stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)
                     ? std::string("is a directory")
                     : std::string("cannot open: ") + strerror(e);
-        return false;
     }
-    return loadStream(f.get(), maxPixels, background, out, error);
+    return f;
+}
+
+}  // namespace
+
+bool ImageLoader::load(const std::string& path, long long maxPixels, Background background,
+                       RasterImage& out, std::string& error) {
+    const std::unique_ptr<FILE, FileCloser> f = openPicture(path, error);
+    return f && loadStream(f.get(), maxPixels, background, out, error);
 }
 
 bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background, RasterImage& out,
@@ -360,16 +369,8 @@ bool ImageLoader::loadStream(FILE* f, long long maxPixels, Background background
 
 bool ImageLoader::loadRgba(const std::string& path, long long maxPixels, RasterImage& out,
                            std::string& error) {
-    std::unique_ptr<FILE, FileCloser> f(fopen(path.c_str(), "rb"));
-    if (!f) {
-        const int e = errno;
-        struct stat st = {};
-        error = stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)
-                    ? std::string("is a directory")
-                    : std::string("cannot open: ") + strerror(e);
-        return false;
-    }
-    return decode(f.get(), maxPixels, out, out.rgba, error);
+    const std::unique_ptr<FILE, FileCloser> f = openPicture(path, error);
+    return f && decode(f.get(), maxPixels, out, out.rgba, error);
 }
 
 bool ImageLoader::decode(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,

@@ -63,6 +63,13 @@ int shapeAt(const om1_result* r, int index, const om1::Shape*& out) {
     return OM1_OK;
 }
 
+// Loop `loop` of region `index`.
+int loopAt(const om1_result* r, int index, int loop, const om1::Shape*& sh) {
+    const int code = shapeAt(r, index, sh);
+    if (code != OM1_OK) return code;
+    return loop < 0 || static_cast<size_t>(loop) >= sh->loops.size() ? OM1_BAD_INDEX : OM1_OK;
+}
+
 // Copies up to `capacity` points of `c` (x, y pairs) and sets the count.
 template <class P, class T>
 void copyPoints(const std::vector<P>& c, T* xy, size_t capacity, size_t* count) {
@@ -235,10 +242,8 @@ int om1_result_boundary(const om1_result* result, int index, int loop, int32_t* 
     if (!result || !count || (!xy && capacity > 0)) return OM1_NULL_ARGUMENT;
     return guarded([&] {
         const om1::Shape* sh = nullptr;
-        const int code = shapeAt(result, index, sh);
+        const int code = loopAt(result, index, loop, sh);
         if (code != OM1_OK) return code;
-        if (loop < 0 || static_cast<size_t>(loop) >= sh->loops.size())
-            return static_cast<int>(OM1_BAD_INDEX);
         copyPoints(sh->loops[static_cast<size_t>(loop)].vertices(), xy, capacity, count);
         return static_cast<int>(OM1_OK);
     });
@@ -249,10 +254,8 @@ int om1_result_curve(const om1_result* result, int index, int loop, double* xy, 
     if (!result || !count || (!xy && capacity > 0)) return OM1_NULL_ARGUMENT;
     return guarded([&] {
         const om1::Shape* sh = nullptr;
-        const int code = shapeAt(result, index, sh);
+        const int code = loopAt(result, index, loop, sh);
         if (code != OM1_OK) return code;
-        if (loop < 0 || static_cast<size_t>(loop) >= sh->loops.size())
-            return static_cast<int>(OM1_BAD_INDEX);
         static const std::vector<om1::PointD> none;
         const size_t l = static_cast<size_t>(loop);
         copyPoints(l < sh->curves.size() && sh->curves[l].size() >= 4 ? sh->curves[l] : none, xy,

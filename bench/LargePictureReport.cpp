@@ -10,10 +10,11 @@
 // per pixel (index raster, visited map, hierarchy map, owner map of the
 // containment tree) plus the chains, so the peak beyond the caller's
 // pixels stays a small multiple of the pixel count. Memory is reported
-// here, never asserted. Measured (optimised build, 2 cores):
-// 8000 x 8000 peaks at 370 MiB (244 MiB of it the picture), 16000 x 16000,
-// near the limit of 2^28 - 1 pixels, at 1447 MiB (977 MiB the picture), about
-// 2 bytes a pixel beyond the caller's pixels.
+// here, never asserted. Measured (optimised build, 2 busy cores): 8000 x 6000
+// peaks at 279 MiB (183 MiB of it the picture), 11544 x 8658 (100 million
+// pixels) at 571 MiB (381 MiB), 18918 x 14188, near the limit of 2^28 - 1
+// pixels, at 1500 MiB (1024 MiB) in 96 s: about 2 bytes a pixel beyond the
+// caller's pixels. The tool (default preset) peaks at 1.4, 2.8 and 7.4 GiB.
 //
 // Then it paints the tree into a label raster (shapes/LabelRaster) and counts
 // the pixels whose label's colour is not theirs (the correction the writers
@@ -21,10 +22,10 @@
 // pixels at 8000 x 6000, well past the 2^32 / 250 = 17.2 million samples at
 // which a 32-bit sum of one colour byte would wrap; a region must keep its
 // colour however large it grows. With --tool it also writes the picture as a
-// BMP file in /tmp, traces it with that om1trace (default settings, --stats)
-// and reads the tool's own correction count. The exit status is 1 when a trace
-// fails or either count is above 0.1 % of the picture (this hard-edged picture
-// needs none at any size).
+// BMP file in /tmp, traces it with that om1trace (default settings, --stats,
+// --max-pixels of the picture) and reads the tool's own correction count.
+// The exit status is 1 when a trace fails or either count is above 0.1 % of
+// the picture (this hard-edged picture needs none at any size).
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -121,8 +122,9 @@ long long traceWithTool(const std::string& tool, const std::vector<RGBQUAD>& px,
     const std::string svg = std::string(bmp) + ".svg";
     long long corrected = -1;
     if (writeBmp(bmp, px, w, h)) {
-        const std::string cmd =
-            "'" + tool + "' '" + bmp + "' -o '" + svg + "' --format svg --stats 2>&1";
+        const std::string cmd = "'" + tool + "' '" + bmp + "' -o '" + svg +
+                                "' --format svg --stats --max-pixels " + std::to_string(w * h) +
+                                " 2>&1";
         auto t0 = std::chrono::steady_clock::now();
         FILE* p = popen(cmd.c_str(), "r");
         char text[1024];

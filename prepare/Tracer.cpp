@@ -236,9 +236,16 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     if (options.speckleShare > 0)
         area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
     Result result = NoOutlines;
+    // Only a path budget traces more than once: otherwise the stages work
+    // on the one copy.
+    const bool retries = options.maxPaths > 0;
+    const bool exact = options.exactRegions && options.tolerancePercent == 0 && report;
     for (;;) {
         try {
-            work = base;
+            if (retries)
+                work = base;
+            else
+                work.swap(base);
         } catch (...) {
             return NoOutlines;
         }
@@ -276,7 +283,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         }
         // At tolerance 0 every region of the picture is a node: count them
         // before tracing.
-        if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
+        if (!exact && options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
             const long long regions = PictureCleaner::regions(work.data(), width, height);
             if (regions > options.maxPaths) {
                 area = std::max(4LL, area * 2);
@@ -286,13 +293,21 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         if (out) kvctr_deleteKvCtree(out);
         out = nullptr;
         ++rep.traces;
-        result = traceOnce(work.data(), width, height, options, out);
-        rep.paths = result == Done ? paths(out) : 0;
+        if (exact) {
+            if (!rep.regions.build(work.data(), width, height)) return NoOutlines;
+            const int regions = rep.regions.regions();
+            result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;
+            rep.paths = result == Done ? regions : 0;
+        } else {
+            result = traceOnce(work.data(), width, height, options, out);
+            rep.paths = result == Done ? paths(out) : 0;
+        }
         rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
         if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)
             break;
         area = std::max(4LL, area * 2);
     }
+    if (result != Done) rep.regions = RegionTree();
     if (rep.stagesRan) rep.prepared.swap(work);
     return result;
 }

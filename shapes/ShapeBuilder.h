@@ -15,6 +15,7 @@
 #pragma once
 
 #include "companion/KvCtree.h"
+#include "shapes/LabelRaster.h"
 #include "shapes/OutputOptions.h"
 #include "shapes/Shape.h"
 #include "platform/WinTypes.h"
@@ -27,6 +28,12 @@ public:
     // when memory runs out or the size is unusable; `out` is then empty.
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
                       const OutputOptions& options, ShapeSet& out);
+
+    // The shapes of an exact region labelling (LabelRaster::assign), which
+    // needs neither painting nor correcting: every region is one node, a
+    // node's stacked shape is the region with its holes. False when memory
+    // runs out or the raster is empty.
+    static bool build(const LabelRaster& regions, const OutputOptions& options, ShapeSet& out);
 };
 
 }  // namespace om1

@@ -126,6 +126,9 @@ om1::TraceOptions OptionTable::toTrace(const om1_options& o) {
     t.maxOutlines = o.max_outlines;
     t.curveTolerance = o.curve_tolerance;
     t.seed = o.fixed_seeds ? om1::TraceOptions::Seed::Fixed : om1::TraceOptions::Seed::UniformRing;
+    // Plain (the one preset with fixed seeds) traces with the library's
+    // tracer; the others label exact regions at tolerance 0.
+    t.exactRegions = !o.fixed_seeds;
     t.treeCurves = false;  // the output layer fits its own
     t.threshold = o.threshold;
     t.filter = static_cast<om1::TraceOptions::Filter>(o.filter);

@@ -132,7 +132,7 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
     om1::TraceReport report;
     const om1::Tracer::Result traced =
         om1::Tracer::trace(picture.data(), width, height, t, tree, &report);
-    if (traced != om1::Tracer::Done || !tree) {
+    if (traced != om1::Tracer::Done || (!tree && report.regions.parents.empty())) {
         if (tree) kvctr_deleteKvCtree(tree);
         if (traced == om1::Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
         if (traced == om1::Tracer::TooManyColors) return OM1_TOO_MANY_COLORS;
@@ -154,15 +154,27 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
     oo.reconcileTolerance = static_cast<int>(o.tolerance * 2.55);
     bool built = false;
     try {
-        built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->shapes);
+        om1::LabelRaster regions;  // the exact labelling's, when there is no tree
+        if (!tree) {
+            om1::RegionTree& t = report.regions;
+            report.prepared = std::vector<RGBQUAD>();
+            picture = std::vector<RGBQUAD>();
+            built = regions.assign(t.width, t.height, std::move(t.labels), t.parents, t.colors,
+                                   t.rootFrame);
+        }
+        auto shapes = [&](om1::ShapeSet& set) {
+            return tree ? om1::ShapeBuilder::build(tree, seen, width, height, oo, set)
+                        : om1::ShapeBuilder::build(regions, oo, set);
+        };
+        built = (tree || built) && shapes(r->shapes);
         if (built && !o.cutout) {
             oo.joinParts = true;
-            built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->drawn);
+            built = shapes(r->drawn);
         }
     } catch (...) {
         built = false;
     }
-    kvctr_deleteKvCtree(tree);
+    if (tree) kvctr_deleteKvCtree(tree);
     if (!built) {
         delete r;
         return OM1_OUT_OF_MEMORY;

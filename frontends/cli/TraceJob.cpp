@@ -195,8 +195,10 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
         }
     // Exact colours and no stage that reduces them: every speck of its own
     // colour is a region, and the tracer's work grows with the square of the
-    // region count. On a picture of many colours say so before the wait.
-    if (!cl.quiet && options.tolerancePercent == 0 && options.colors == 0 &&
+    // region count. On a picture of many colours say so before the wait
+    // (the labelling of exactRegions takes no longer for many regions).
+    if (!cl.quiet && !options.exactRegions && options.tolerancePercent == 0 &&
+        options.colors == 0 &&
         options.paletteCount == 0 && options.threshold < 0 && options.merge <= 0 &&
         options.speckle <= 1 && options.speckleShare <= 0 &&
         options.filter == om1::TraceOptions::Filter::None) {
@@ -233,12 +235,19 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
                   "--max-colors)";
         return TooManyColors;
     }
-    if (r != om1::Tracer::Done || !tree) {
+    const om1::RegionTree& regions = report.regions;
+    if (r != om1::Tracer::Done || (!tree && regions.parents.empty())) {
         om1_delKvCTree(tree);
         message = input + ": no outlines";
         return NoOutlines;
     }
-    count(tree, stats, false);
+    if (tree) {
+        count(tree, stats, false);
+    } else {
+        stats.frames = regions.rootFrame ? 1 : 0;
+        stats.regions = regions.regions();
+        stats.holes = stats.regions - (regions.rootFrame ? 0 : 1);
+    }
 
     auto t2 = std::chrono::steady_clock::now();
     om1::OutputOptions out;
@@ -252,7 +261,16 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     const om1::OutputFormat::Kind format = cl.formatFor(output);
     out.joinParts = format != om1::OutputFormat::Kind::Json;
     om1::ShapeSet shapes;
-    const bool built = om1::ShapeBuilder::build(tree, traced, img.width, img.height, out, shapes);
+    bool built = false;
+    if (tree) {
+        built = om1::ShapeBuilder::build(tree, traced, img.width, img.height, out, shapes);
+    } else {
+        report.prepared = std::vector<RGBQUAD>();
+        om1::LabelRaster lr;
+        built = lr.assign(regions.width, regions.height, std::move(report.regions.labels),
+                          regions.parents, regions.colors, regions.rootFrame) &&
+                om1::ShapeBuilder::build(lr, out, shapes);
+    }
     om1_delKvCTree(tree);
     if (!built) {
         message = input + ": out of memory while building the shapes";

@@ -44,9 +44,7 @@ public:
     bool build(const RGBQUAD* pixels, int width, int height);
 
     // Regions (nodes that are not the frame).
-    int regions() const {
-        return static_cast<int>(parents.size()) - (rootFrame ? 1 : 0);
-    }
+    int regions() const { return static_cast<int>(parents.size()) - (rootFrame ? 1 : 0); }
 };
 
 }  // namespace om1

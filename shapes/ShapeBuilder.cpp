@@ -246,8 +246,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
     return true;
 }
 
-bool ShapeBuilder::build(const LabelRaster& regions, const OutputOptions& options,
-                         ShapeSet& out) {
+bool ShapeBuilder::build(const LabelRaster& regions, const OutputOptions& options, ShapeSet& out) {
     start(out, regions.width, regions.height, options);
     if (regions.nodes.empty()) return false;
     try {

@@ -198,9 +198,8 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     // region count. On a picture of many colours say so before the wait
     // (the labelling of exactRegions takes no longer for many regions).
     if (!cl.quiet && !options.exactRegions && options.tolerancePercent == 0 &&
-        options.colors == 0 &&
-        options.paletteCount == 0 && options.threshold < 0 && options.merge <= 0 &&
-        options.speckle <= 1 && options.speckleShare <= 0 &&
+        options.colors == 0 && options.paletteCount == 0 && options.threshold < 0 &&
+        options.merge <= 0 && options.speckle <= 1 && options.speckleShare <= 0 &&
         options.filter == om1::TraceOptions::Filter::None) {
         // Not when the colour limit refuses the picture at once.
         const bool refused = options.maxColors > 0 &&

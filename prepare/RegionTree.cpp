@@ -1,5 +1,6 @@
 #include "prepare/RegionTree.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -45,8 +46,8 @@ const int kOutX[4] = {0, 0, -1, -1}, kOutY[4] = {-1, 0, 0, -1};
 // diagonal pixel (it turns away from the region first), so that it separates
 // the region from the one 4-connected group of other pixels that reaches the
 // picture's border, and from nothing else.
-void markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int x, int y,
-                       std::vector<uint64_t>& outerLeft) {
+long long markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int x, int y,
+                            std::vector<uint64_t>& outerLeft) {
     auto at = [&](int px, int py) {
         return px < 0 || py < 0 || px >= w || py >= h ? -1
                                                       : labels[static_cast<size_t>(py) * w + px];
@@ -55,7 +56,9 @@ void markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int x, i
         return at(cx + kInX[d], cy + kInY[d]) == id && at(cx + kOutX[d], cy + kOutY[d]) != id;
     };
     int cx = x, cy = y, d = 0;
+    long long steps = 0;
     for (;;) {
+        ++steps;
         if (d == 1 && cx < w) {
             const size_t p = static_cast<size_t>(cy) * w + cx;
             outerLeft[p >> 6] |= uint64_t{1} << (p & 63);
@@ -74,6 +77,7 @@ void markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int x, i
         if (next < 0 || (cx == x && cy == y)) break;
         d = next;
     }
+    return steps;
 }
 
 }  // namespace
@@ -85,6 +89,7 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
     colors.clear();
     labels.clear();
     rootFrame = false;
+    longestBoundary = 0;
     if (!pixels || w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX) return false;
     try {
         const size_t n = static_cast<size_t>(w) * h;
@@ -142,7 +147,8 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
                 up[id] = outside ? up[t] : t;
             }
             top += up[id] < 0;
-            markOuterBoundary(L, w, h, id, x, y, outerLeft);
+            longestBoundary =
+                std::max(longestBoundary, markOuterBoundary(L, w, h, id, x, y, outerLeft));
         }
         outerLeft = std::vector<uint64_t>();
 

@@ -37,6 +37,10 @@ public:
     std::vector<RGBQUAD> colors;  // per node; a frame's is all zero
     bool rootFrame = false;       // node 0 is a frame that owns no pixel
     std::vector<int32_t> labels;  // width * height node numbers, row 0 first
+    // Pixel edges round the longest outer boundary of a region (a chain
+    // through the boundary pixels' centres has 4 steps fewer when the
+    // region has no one-pixel spurs).
+    long long longestBoundary = 0;
 
     // Labels width x height pixels (rows in memory order). False when the
     // size is unusable (nothing, or more than INT_MAX pixels) or memory runs

@@ -297,6 +297,10 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
             if (!rep.regions.build(work.data(), width, height)) return NoOutlines;
             const int regions = rep.regions.regions();
             result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;
+            // Outlines shorter than minOutlineLen are dropped: with all of
+            // them, nothing is left.
+            if (result == Done && rep.regions.longestBoundary - 4 < options.minOutlineLen)
+                result = NoOutlines;
             rep.paths = result == Done ? regions : 0;
         } else {
             result = traceOnce(work.data(), width, height, options, out);

@@ -108,7 +108,7 @@ typedef struct om1_options {
     int palette_count;    /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
     uint32_t palette[256]; /* 0xRRGGBB */
     int max_colors;        /* more distinct colours after the stages up to antialias: nothing is
-                              traced, OM1_TOO_MANY_COLORS; 0 no limit (0; pixel 128) */
+                              traced, OM1_TOO_MANY_COLORS; 0 no limit (0) */
 } om1_options;
 
 /* Sets the defaults (the "graphic" preset). */
@@ -122,7 +122,7 @@ OM1C_API size_t om1_options_size(void);
  * (flat colours with anti-aliased edges; the default), "photo" (natural
  * pictures: 16 colours, regions merged while the picture stays at 30 dB),
  * "bw" (black and white by luminance), "pixel" (hard-edged pixel art: exact
- * colours, every region kept, exact polygons, at most 128 colours), "plain"
+ * colours, every region kept, exact polygons), "plain"
  * (no stages, fixed seeds, as the entry points).
  * OM1_UNKNOWN_OPTION for other names. */
 OM1C_API int om1_options_preset(om1_options* options, const char* name);

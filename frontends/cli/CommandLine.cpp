@@ -82,7 +82,7 @@ std::string CommandLine::usage() {
            "  --speckle PX            regions below PX pixels join their surroundings\n"
            "  --max-paths N           raise the speckle area until at most N paths\n"
            "  --max-colors N          refuse pictures of more colours after the stages\n"
-           "                          above (pixel: 128, other presets: 0, no limit)\n"
+           "                          above (0, the default: no limit)\n"
            "  --restitute on|off      regions take the mean colour of the pixels they cover\n"
            "  --merge C               merge neighbouring regions, cheapest first, while a\n"
            "                          union adds at most C x 128 x the picture's side to\n"

@@ -65,7 +65,7 @@ def _parser() -> argparse.ArgumentParser:
     stages.add_argument("--max-paths", type=int, help="raise the speckle area until at most N paths")
     stages.add_argument("--max-colors", type=int,
                         help="refuse pictures of more colours after the colour stages "
-                             "(pixel: 128; 0 no limit)")
+                             "(0, the default: no limit)")
     stages.add_argument("--threshold", help="luminance below L (0..255) is black, else white; auto: "
                                             "chosen from the picture")
     stages.add_argument("--restitute", choices=["on", "off"],

@@ -104,6 +104,10 @@ const OptionTable::Row kRows[] = {
             "pictures with transparency: steps of partial opacity kept when the colours are "
             "reduced (0: every pixel opaque or empty by whether it is at least half covered)",
             0, nullptr),
+    OM1_ROW(exact_regions, K::Switch, 0, 1, nullptr, "on|off",
+            "at tolerance 0, take the regions from one labelling of the prepared picture (time "
+            "proportional to its pixels) instead of the library's tracer",
+            0, nullptr),
 };
 const int kRowCount = static_cast<int>(sizeof(kRows) / sizeof(kRows[0]));
 

@@ -28,6 +28,7 @@ TraceOptions OptionsRecord::toTrace(const om1_options& o) {
     t.maxPaths = o.max_paths;
     t.maxColors = o.max_colors;
     t.alphaLevels = o.alpha_levels;
+    t.exactRegions = o.exact_regions != 0;
     t.paletteCount = o.palette_count;
     for (int i = 0; i < o.palette_count && i < 256; ++i)
         t.palette[i] =
@@ -73,6 +74,7 @@ void OptionsRecord::fromTrace(const TraceOptions& t, om1_options& o) {
     o.max_paths = t.maxPaths;
     o.max_colors = t.maxColors;
     o.alpha_levels = t.alphaLevels;
+    o.exact_regions = t.exactRegions;
     o.palette_count = t.paletteCount;
     for (int i = 0; i < 256; ++i)
         o.palette[i] = i < t.paletteCount

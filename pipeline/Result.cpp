@@ -160,7 +160,8 @@ void Result::State::build(View& v, bool joinParts) {
             alpha.levels = levels.data();
             alpha.coverage = coverage.empty() ? nullptr : coverage.data();
         }
-        v.built = ShapeBuilder::build(tree, seen.data(), alpha, width, height, oo, v.set);
+        v.built = tree ? ShapeBuilder::build(tree, seen.data(), alpha, width, height, oo, v.set)
+                       : ShapeBuilder::build(regions, !levels.empty(), oo, v.set);
     } catch (...) {
         v.set.shapes.clear();
         v.built = false;

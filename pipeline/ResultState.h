@@ -9,6 +9,7 @@
 
 #include "companion/KvCtree.h"
 #include "pipeline/Result.h"
+#include "shapes/LabelRaster.h"
 
 namespace om1 {
 
@@ -25,6 +26,9 @@ struct Result::State {
     TraceReport report;
     double traceMs = 0;
     KvCtree* tree = nullptr;    // owned
+    // Without a tree: the exact labelling of the prepared picture
+    // (TraceOptions::exactRegions), ready to be followed.
+    LabelRaster regions;
     std::vector<RGBQUAD> seen;  // the picture the tracer saw, after the stages
     // With transparency: the alpha level of every pixel of `seen`
     // (TraceReport::preparedAlpha) and the input's own alpha; both empty for
@@ -33,7 +37,7 @@ struct Result::State {
     View drawing, outlines;
 
     ~State();
-    // Builds a view from the tree (once; see Result::drawing).
+    // Builds a view from the tree or the labelling (once; see Result::drawing).
     void build(View& v, bool joinParts);
 };
 

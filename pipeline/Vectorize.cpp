@@ -25,7 +25,8 @@ const long long kManyExactRegions = 10000;
 // wait (not when the colour limit refuses the picture at once).
 void announceLongTrace(const std::vector<RGBQUAD>& picture, int width, int height,
                        const TraceOptions& t, const Hooks* hooks) {
-    if (!hooks || !hooks->notice || t.tolerancePercent != 0 || t.colors != 0 ||
+    // (The labelling of exact regions takes no longer for many regions.)
+    if (!hooks || !hooks->notice || t.exactRegions || t.tolerancePercent != 0 || t.colors != 0 ||
         t.paletteCount != 0 || t.threshold >= 0 || t.merge > 0 || t.speckle > 1 ||
         t.speckleShare > 0 || t.filter != TraceOptions::Filter::None)
         return;
@@ -72,7 +73,23 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
     if (traced == Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
     if (traced == Tracer::TooManyColors) return OM1_TOO_MANY_COLORS;
-    if (traced != Tracer::Done || !s.tree) return OM1_NO_OUTLINES;
+    RegionTree& exact = s.report.regions;
+    if (traced != Tracer::Done || (!s.tree && exact.parents.empty())) return OM1_NO_OUTLINES;
+    if (!s.tree) {
+        // The labelling is the shapes' raster; the nodes take the alpha of
+        // their pixels' level.
+        if (!s.regions.assign(exact.width, exact.height, std::move(exact.labels), exact.parents,
+                              exact.colors, exact.rootFrame))
+            return OM1_OUT_OF_MEMORY;
+        exact = RegionTree();
+        const RGBQUAD* prepared = s.report.prepared.empty() ? picture.data() : s.report.prepared.data();
+        if (!s.report.preparedAlpha.empty() &&
+            !s.regions.setAlpha(prepared, s.report.preparedAlpha.data()))
+            return OM1_OUT_OF_MEMORY;
+        s.levels = std::move(s.report.preparedAlpha);
+        s.report.prepared = std::vector<RGBQUAD>();
+        return OM1_OK;
+    }
     // The shapes are checked against the picture the tracer saw.
     if (s.report.prepared.empty())
         s.seen = std::move(picture);

@@ -86,10 +86,13 @@ typedef struct om1_options {
     int palette_count;    /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
     uint32_t palette[256]; /* 0xRRGGBB */
     int max_colors;        /* more distinct colours after the stages up to antialias: nothing is
-                              traced, OM1_TOO_MANY_COLORS; 0 no limit (0; pixel 128) */
+                              traced, OM1_TOO_MANY_COLORS; 0 no limit (0) */
     int alpha_levels;      /* transparency: steps of partial opacity kept when the colours are
                               reduced, 0..64; 0: every pixel opaque or empty by whether it is
                               at least half covered (0; graphic and photo 4) */
+    int exact_regions;     /* 1: at tolerance 0, take the regions from one labelling of the
+                              prepared picture, in time proportional to its pixels, instead of
+                              the library's tracer (1; plain 0) */
 } om1_options;
 
 /* Counts over a whole result. */

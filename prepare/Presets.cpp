@@ -72,9 +72,9 @@ TraceOptions Presets::options(Preset p) {
         case Pixel:
             o.tolerancePercent = 0;
             o.minOutlineLen = 0;
-            o.maxColors = 128;
             break;
     }
+    o.exactRegions = p != Plain;
     return o;
 }
 

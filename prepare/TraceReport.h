@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/WinTypes.h"
+#include "prepare/RegionTree.h"
 
 namespace om1 {
 
@@ -24,6 +25,10 @@ struct TraceReport {
     int speckle = 0;                // speckle area finally used (raised for maxPaths)
     int paths = 0;                  // coloured (non-frame) nodes of the tree
     int traces = 0;                 // runs of the tracer
+    // The regions and their containment when TraceOptions::exactRegions
+    // took the place of the tracer (Tracer::trace then gives no tree);
+    // empty otherwise.
+    RegionTree regions;
 };
 
 }  // namespace om1

@@ -295,10 +295,19 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
     if (options.speckleShare > 0)
         area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
     Result result = NoOutlines;
+    // Only a path budget traces more than once: otherwise the stages work
+    // on the one copy.
+    const bool retries = options.maxPaths > 0;
+    const bool exact = options.exactRegions && options.tolerancePercent == 0 && report;
     for (;;) {
         try {
-            work = base;
-            workAlpha = baseAlpha;
+            if (retries) {
+                work = base;
+                workAlpha = baseAlpha;
+            } else {
+                work.swap(base);
+                workAlpha.swap(baseAlpha);
+            }
         } catch (...) {
             return NoOutlines;
         }
@@ -342,7 +351,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         }
         // At tolerance 0 every region of the picture is a node: count them
         // before tracing.
-        if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
+        if (!exact && options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
             const long long regions = PictureCleaner::regions(work.data(), width, height, wa);
             if (regions > options.maxPaths) {
                 area = std::max(4LL, area * 2);
@@ -353,13 +362,26 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         out = nullptr;
         ++rep.traces;
         if (alpha && !AlphaPicture::standIns(work.data(), wa, n, standIn)) return NoOutlines;
-        result = traceOnce(alpha ? standIn.data() : work.data(), width, height, options, out);
-        rep.paths = result == Done ? paths(out) : 0;
+        RGBQUAD* const traced = alpha ? standIn.data() : work.data();
+        if (exact) {
+            if (!rep.regions.build(traced, width, height)) return NoOutlines;
+            const int regions = rep.regions.regions();
+            result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;
+            // Outlines shorter than minOutlineLen are dropped: with all of
+            // them, nothing is left.
+            if (result == Done && rep.regions.longestBoundary - 4 < options.minOutlineLen)
+                result = NoOutlines;
+            rep.paths = result == Done ? regions : 0;
+        } else {
+            result = traceOnce(traced, width, height, options, out);
+            rep.paths = result == Done ? paths(out) : 0;
+        }
         rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
         if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)
             break;
         area = std::max(4LL, area * 2);
     }
+    if (result != Done) rep.regions = RegionTree();
     if (alpha) {
         rep.prepared.swap(standIn);
         rep.preparedAlpha.swap(workAlpha);

@@ -34,6 +34,11 @@ public:
     // The stages of `options` (see TraceOptions) run on a copy first; the
     // tree then describes that prepared picture, which `report` (when not
     // null) receives for rendering back.
+    //
+    // With options.exactRegions at tolerance 0 and a `report`, the regions
+    // of the prepared picture are labelled instead (report->regions) and
+    // `out` stays null on Done; LimitExceeded then means more regions than
+    // options.maxOutlines.
     static Result trace(const RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                         KvCtree*& out, TraceReport* report = nullptr);
     // The same for a picture with transparency: `pixels` hold straight

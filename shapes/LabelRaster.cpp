@@ -59,6 +59,7 @@ bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD* pixel
 }  // namespace
 
 bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels) {
+    exact_ = false;
     width = w;
     height = h;
     nodes.clear();
@@ -117,6 +118,49 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
         labels.clear();
         return false;
     }
+    return true;
+}
+
+bool LabelRaster::assign(int w, int h, std::vector<int32_t>&& given,
+                         const std::vector<int32_t>& parents, const std::vector<RGBQUAD>& colors,
+                         bool rootFrame) {
+    width = w;
+    height = h;
+    nodes.clear();
+    labels.clear();
+    ends_.clear();
+    exact_ = false;
+    const size_t n = parents.size();
+    if (w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX || n == 0 ||
+        colors.size() != n || n > static_cast<size_t>(INT_MAX) ||
+        given.size() != static_cast<size_t>(w) * h || parents[0] != -1)
+        return false;
+    try {
+        nodes.reserve(n);
+        for (size_t i = 0; i < n; ++i) {
+            const int p = parents[i];
+            if (i > 0 && (p < 0 || static_cast<size_t>(p) >= i)) {
+                nodes.clear();
+                return false;
+            }
+            const bool frame = i == 0 && rootFrame;
+            nodes.push_back({nullptr, p, p < 0 ? 0 : nodes[p].depth + 1,
+                             frame ? RGBQUAD{} : colors[i], frame, true});
+        }
+        const int32_t lo = rootFrame ? 1 : 0, hi = static_cast<int32_t>(n);
+        for (const int32_t l : given)
+            if (l < lo || l >= hi) {
+                nodes.clear();
+                return false;
+            }
+        labels = std::move(given);
+        computeEnds();
+    } catch (...) {
+        nodes.clear();
+        labels.clear();
+        return false;
+    }
+    exact_ = true;
     return true;
 }
 

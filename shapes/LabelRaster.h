@@ -65,6 +65,22 @@ public:
     // null.
     bool build(const KvCtree* root, int width, int height, const RGBQUAD* pixels = nullptr);
 
+    // Takes the regions of an exact labelling instead of painting a tree:
+    // `labels` (width x height node numbers, taken over) already in drawing
+    // order, parents[i] < i for every node but node 0 (whose parent is -1),
+    // one colour per node, node 0 a frame when `rootFrame`. Every node's
+    // subtree is then the region with its holes, so nothing needs
+    // reconciling. False when the parts do not fit together (sizes, parents
+    // or labels out of range) or memory runs out; the raster is then empty.
+    bool assign(int width, int height, std::vector<int32_t>&& labels,
+                const std::vector<int32_t>& parents, const std::vector<RGBQUAD>& colors,
+                bool rootFrame);
+
+    // True after `assign`: the pixels of every subtree are one 4-connected
+    // area without holes whose first pixel in row order is the subtree
+    // root's own.
+    bool exact() const { return exact_; }
+
     // Moves every pixel whose colour differs from its label's colour by more
     // than `tolerance` (the largest difference of red, green or blue), or that
     // has no label: 4-connected groups of such pixels of one colour join a
@@ -99,6 +115,7 @@ public:
 
 private:
     std::vector<int> ends_;  // subtreeEnd of every node
+    bool exact_ = false;
     void computeEnds();
     bool renumber();
 };

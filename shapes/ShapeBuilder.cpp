@@ -117,10 +117,16 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
     }
     std::vector<Box> boxes(static_cast<size_t>(n));
     std::vector<long long> counts(static_cast<size_t>(n), 0);
+    // The first pixel of every node, for the single loop of an exact
+    // labelling's subtree.
+    // (With transparency a subtree's mask can have holes: the masks are used.)
+    std::vector<int32_t> firstPixel(lr.exact() && !transparent ? static_cast<size_t>(n) : 0, -1);
     for (int y = 0; y < lr.height; ++y)
         for (int x = 0; x < lr.width; ++x) {
-            const int32_t l = lr.labels[static_cast<size_t>(y) * lr.width + x];
+            const size_t p = static_cast<size_t>(y) * lr.width + x;
+            const int32_t l = lr.labels[p];
             if (l < 0) continue;
+            if (!firstPixel.empty() && firstPixel[l] < 0) firstPixel[l] = static_cast<int32_t>(p);
             boxes[l].add(x, y);
             ++counts[l];
         }
@@ -135,6 +141,10 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
     std::vector<int> join;
     std::vector<uint8_t> lifted;
     if (joinParts) join = joinGroups(lr, lifted);
+    // liftedBefore[i]: lifted nodes below i, so that a subtree's count is a
+    // difference.
+    std::vector<int> liftedBefore(lifted.empty() ? 0 : static_cast<size_t>(n) + 1, 0);
+    for (size_t i = 0; i < lifted.size(); ++i) liftedBefore[i + 1] = liftedBefore[i] + lifted[i];
     // members[first .. ] of each group, in node order.
     std::vector<std::vector<int>> members(static_cast<size_t>(n));
     for (int i = 0; i < n; ++i) members[join.empty() ? i : join[i]].push_back(i);
@@ -150,6 +160,18 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         }
         if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
         if (transparent && lr.nodes[i].alpha == 0) continue;  // never drawn
+        // An exact labelling's subtree is one area without holes: its one
+        // loop is followed along the labels, without a mask over its box.
+        const int end = lr.subtreeEnd(i);
+        if (!firstPixel.empty() && members[i].size() == 1 &&
+            (liftedBefore.empty() || liftedBefore[end] == liftedBefore[i])) {
+            s.loops.emplace_back();
+            const int32_t f = firstPixel[i];
+            if (!CrackTracer::traceRange(lr.labels.data(), lr.width, lr.height, i, end,
+                                         f % lr.width, f / lr.width, s.loops.back()))
+                return false;
+            continue;
+        }
         const int w = b.x1 - b.x0 + 1, h = b.y1 - b.y0 + 1;
         mask.assign(static_cast<size_t>(w) * h, 0);
         for (int m : members[i]) {
@@ -184,6 +206,63 @@ bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
     return true;
 }
 
+// The shapes of a finished label raster. With `transparent`, the nodes carry
+// their alpha (LabelRaster::setAlpha): the empty region is never drawn.
+bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transparent,
+              ShapeSet& out) {
+    out.transparent = transparent;
+    out.shapes.resize(lr.nodes.size());
+    for (size_t i = 0; i < lr.nodes.size(); ++i) {
+        const LabelRaster::Node& n = lr.nodes[i];
+        Shape& s = out.shapes[i];
+        s.role = n.frame        ? Shape::Role::Frame
+                 : n.parent < 0 ? Shape::Role::Outline
+                                : Shape::Role::Hole;
+        s.parent = n.parent;
+        s.depth = n.depth;
+        s.color = n.color;
+        s.alpha = n.alpha;
+        s.node = n.tree;
+    }
+    const bool cutout = options.layout == OutputOptions::Layout::Cutout;
+    if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, transparent, out)))
+        return false;
+    for (const Shape& s : out.shapes)
+        if (s.alpha != 0) out.loops += static_cast<long long>(s.loops.size());
+    if (!options.polygon) {
+        if (cutout) {
+            if (!CutoutCurves::fit(lr.labels.data(), lr.width, lr.height, options, out))
+                return false;
+        } else {
+            for (Shape& s : out.shapes) {
+                s.curves.resize(s.loops.size());
+                for (size_t k = 0; k < s.loops.size(); ++k) {
+                    bool fitted = false;
+                    if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
+                                              &fitted, options.maxCurveAreaError))
+                        return false;
+                    out.curvedLoops += fitted;
+                }
+            }
+        }
+    }
+    // The empty region is never drawn (in the cutout layout its pieces were
+    // fitted for its neighbours).
+    for (Shape& s : out.shapes)
+        if (s.alpha == 0) {
+            s.loops.clear();
+            s.curves.clear();
+        }
+    return true;
+}
+
+void start(ShapeSet& out, int width, int height, const OutputOptions& options) {
+    out = ShapeSet();
+    out.width = width;
+    out.height = height;
+    out.options = options;
+}
+
 }  // namespace
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
@@ -193,12 +272,8 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
                          int width, int height, const OutputOptions& options, ShapeSet& out) {
-    out = ShapeSet();
-    out.width = width;
-    out.height = height;
-    out.options = options;
+    start(out, width, height, options);
     const uint8_t* levels = pixels ? alpha.levels : nullptr;
-    out.transparent = levels != nullptr;
     try {
         LabelRaster lr;
         if (!lr.build(tree, width, height, pixels)) return false;
@@ -208,56 +283,26 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
             if (moved < 0) return false;
             out.reconciledPixels = moved;
         }
-        out.shapes.resize(lr.nodes.size());
-        for (size_t i = 0; i < lr.nodes.size(); ++i) {
-            const LabelRaster::Node& n = lr.nodes[i];
-            Shape& s = out.shapes[i];
-            s.role = n.frame        ? Shape::Role::Frame
-                     : n.parent < 0 ? Shape::Role::Outline
-                                    : Shape::Role::Hole;
-            s.parent = n.parent;
-            s.depth = n.depth;
-            s.color = n.color;
-            s.alpha = n.alpha;
-            s.node = n.tree;
-        }
-        const bool cutout = options.layout == OutputOptions::Layout::Cutout;
-        if (!(cutout ? cutoutLoops(lr, out)
-                     : stackedLoops(lr, options.joinParts, levels != nullptr, out))) {
+        if (!shapesOf(lr, options, levels != nullptr, out)) {
             out.shapes.clear();
             return false;
         }
-        for (const Shape& s : out.shapes)
-            if (s.alpha != 0) out.loops += static_cast<long long>(s.loops.size());
-        if (!options.polygon) {
-            if (cutout) {
-                if (!CutoutCurves::fit(lr.labels.data(), width, height, options, out)) {
-                    out.shapes.clear();
-                    return false;
-                }
+    } catch (...) {
+        out.shapes.clear();
+        return false;
+    }
+    return true;
+}
 
-            } else {
-                for (Shape& s : out.shapes) {
-                    s.curves.resize(s.loops.size());
-                    for (size_t k = 0; k < s.loops.size(); ++k) {
-                        bool fitted = false;
-                        if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
-                                                  &fitted, options.maxCurveAreaError)) {
-                            out.shapes.clear();
-                            return false;
-                        }
-                        out.curvedLoops += fitted;
-                    }
-                }
-            }
+bool ShapeBuilder::build(const LabelRaster& regions, bool transparent,
+                         const OutputOptions& options, ShapeSet& out) {
+    start(out, regions.width, regions.height, options);
+    if (regions.nodes.empty()) return false;
+    try {
+        if (!shapesOf(regions, options, transparent, out)) {
+            out.shapes.clear();
+            return false;
         }
-        // The empty region is never drawn (in the cutout layout its pieces
-        // were fitted for its neighbours).
-        for (Shape& s : out.shapes)
-            if (s.alpha == 0) {
-                s.loops.clear();
-                s.curves.clear();
-            }
     } catch (...) {
         out.shapes.clear();
         return false;

@@ -15,6 +15,7 @@
 #pragma once
 
 #include "companion/KvCtree.h"
+#include "shapes/LabelRaster.h"
 #include "shapes/OutputOptions.h"
 #include "shapes/PixelAlpha.h"
 #include "shapes/Shape.h"
@@ -41,6 +42,14 @@ public:
     // With alpha.levels null this is the call above.
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
                       int width, int height, const OutputOptions& options, ShapeSet& out);
+
+    // The shapes of an exact region labelling (LabelRaster::assign), which
+    // needs neither painting nor correcting: every region is one node, a
+    // node's stacked shape is the region with its holes. With `transparent`
+    // the nodes carry their alpha (LabelRaster::setAlpha), as above. False
+    // when memory runs out or the raster is empty.
+    static bool build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
+                      ShapeSet& out);
 };
 
 }  // namespace om1

@@ -46,7 +46,7 @@ ImageLike = Union[np.ndarray, "os.PathLike[str]", str, bytes, bytearray, memoryv
 class TraceError(RuntimeError):
     """The picture was read but the trace gave nothing: no outlines, more
     outlines than ``max_outlines`` allows, or more colours than ``max_colors``
-    (the ``pixel`` preset's 256). ``code`` is the C library's code."""
+    (when set). ``code`` is the C library's code."""
 
     def __init__(self, code: int, text: str) -> None:
         super().__init__(text)

@@ -418,10 +418,10 @@ static void testBadArguments(void) {
     o.max_outlines = 1;
     CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_LIMIT_EXCEEDED);
     CHECK(r == NULL);
-    /* Two colours: the pixel preset's limit of 128 lets them through, a
-     * limit of one refuses them before the trace. */
+    /* Two colours: the pixel preset has no colour limit, a limit of one
+     * refuses them before the trace. */
     om1_options_preset(&o, "pixel");
-    CHECK(o.max_colors == 128);
+    CHECK(o.max_colors == 0);
     CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_OK);
     om1_result_free(r);
     CHECK_CODE(om1_options_set(&o, "max_colors", "1"), OM1_OK);

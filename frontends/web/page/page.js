@@ -236,18 +236,18 @@ function scale() {
 }
 
 function layout() {
-  const s = page.stats;
-  if (!s) return;
-  const k = scale();
-  for (const c of document.querySelectorAll('.canvas')) {
-    c.style.width = `${s.width * k}px`;
-    c.style.height = `${s.height * k}px`;
-  }
   const split = document.querySelector('input[name=view]:checked').value === 'split';
   $('views').className = split ? 'split' : 'side';
   $('under').hidden = !split;
   $('split-label').hidden = !split;
   $('traced').style.clipPath = split ? `inset(0 0 0 ${$('split').value}%)` : '';
+  const s = page.stats;
+  if (!s) return;
+  const k = scale(); // of the panes as they are now laid out
+  for (const c of document.querySelectorAll('.canvas')) {
+    c.style.width = `${s.width * k}px`;
+    c.style.height = `${s.height * k}px`;
+  }
 }
 
 function zoomStep(direction) {

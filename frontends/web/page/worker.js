@@ -21,6 +21,31 @@ const ready = om1.init().then(
   (e) => postMessage({ type: 'error', message: 'om1 did not load: ' + (e && e.message ? e.message : e) }),
 );
 
+// A small picture traced once after loading: the engine compiles the
+// module's code fully only once it has run, so the first trace a user asks
+// for would otherwise take several times as long as later ones.
+async function warmUp() {
+  const w = 96, h = 96;
+  const px = new Uint8ClampedArray(w * h * 4);
+  const disks = [[30, 30, 18, [200, 40, 40]], [66, 40, 20, [40, 90, 200]], [48, 72, 16, [240, 200, 40]]];
+  for (let y = 0; y < h; ++y) {
+    for (let x = 0; x < w; ++x) {
+      let c = [240 - x, 230 - y, 200];
+      for (const [cx, cy, r, colour] of disks) {
+        const d = Math.hypot(x + 0.5 - cx, y + 0.5 - cy) - r; // anti-aliased edge
+        const k = Math.min(1, Math.max(0, 0.5 - d));
+        c = c.map((v, i) => v * (1 - k) + colour[i] * k);
+      }
+      px.set([...c, 255], 4 * (y * w + x));
+    }
+  }
+  for (const preset of ['graphic', 'photo', 'plain']) {
+    const t = await om1.trace(px, w, h, { preset });
+    t.export('svg');
+    t.free();
+  }
+}
+
 async function traceBytes({ id, bytes, options }) {
   const progress = (stage, value) => postMessage({ type: 'progress', id, stage, value });
   if (last) {
@@ -61,7 +86,7 @@ async function handle(data) {
 }
 
 // One message at a time, and of several traces asked for meanwhile only the last.
-let queue = Promise.resolve();
+let queue = ready.then(warmUp).catch(() => {});
 let latest = 0;
 onmessage = ({ data }) => {
   if (data.type === 'trace') latest = data.id;

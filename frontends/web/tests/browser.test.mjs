@@ -135,6 +135,8 @@ test('split view, zoom, and the screenshot', async () => {
   assert.equal(await page.$eval('#pane-picture', (e) => getComputedStyle(e).display), 'none');
   assert.match(await page.$eval('#traced', (e) => e.style.clipPath), /inset\(0(px)? 0(px)? 0(px)? 50%\)/);
   await page.click('input[name=view][value=side]');
+  assert.ok(Math.abs((await width()) - 488) < 2, 'fit: two panes of 490 pixels side by side');
+  await page.$eval('#side', (e) => (e.scrollTop = 0));
   await page.screenshot({ path: screenshot });
   assert.deepEqual(page.problems, []);
 });

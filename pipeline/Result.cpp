@@ -64,10 +64,7 @@ const ShapeSet* Result::outlines() const {
 }
 
 bool Result::hidden(const Shape& sh) const {
-    if (!state_ || !state_->dropBackground || sh.role == Shape::Role::Frame) return false;
-    const uint32_t bg = static_cast<uint32_t>(state_->options.background);
-    return sh.color.rgbRed == ((bg >> 16) & 0xFF) && sh.color.rgbGreen == ((bg >> 8) & 0xFF) &&
-           sh.color.rgbBlue == (bg & 0xFF);
+    return sh.role != Shape::Role::Frame && sh.alpha == 0;
 }
 
 int Result::stats(om1_stats& out, OutputFormat::Kind kind) const {
@@ -158,13 +155,17 @@ void Result::State::build(View& v, bool joinParts) {
     OutputOptions oo = OptionsRecord::toOutput(options);
     oo.joinParts = joinParts;
     try {
-        v.built = ShapeBuilder::build(tree, seen.data(), width, height, oo, v.set);
+        PixelAlpha alpha;
+        if (!levels.empty()) {
+            alpha.levels = levels.data();
+            alpha.coverage = coverage.empty() ? nullptr : coverage.data();
+        }
+        v.built = ShapeBuilder::build(tree, seen.data(), alpha, width, height, oo, v.set);
     } catch (...) {
         v.set.shapes.clear();
         v.built = false;
     }
-    v.ms =
-        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+    v.ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
 }
 
 }  // namespace om1

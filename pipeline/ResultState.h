@@ -4,6 +4,7 @@
 #pragma once
 
 #include <mutex>
+#include <cstdint>
 #include <vector>
 
 #include "companion/KvCtree.h"
@@ -25,7 +26,10 @@ struct Result::State {
     double traceMs = 0;
     KvCtree* tree = nullptr;    // owned
     std::vector<RGBQUAD> seen;  // the picture the tracer saw, after the stages
-    bool dropBackground = false;
+    // With transparency: the alpha level of every pixel of `seen`
+    // (TraceReport::preparedAlpha) and the input's own alpha; both empty for
+    // an opaque picture.
+    std::vector<uint8_t> levels, coverage;
     View drawing, outlines;
 
     ~State();

@@ -7,6 +7,7 @@
 #include "pipeline/OptionTable.h"
 #include "pipeline/OptionsRecord.h"
 #include "pipeline/ResultState.h"
+#include "prepare/AlphaPicture.h"
 #include "prepare/ColorQuantizer.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/Tracer.h"
@@ -38,38 +39,6 @@ void announceLongTrace(const std::vector<RGBQUAD>& picture, int width, int heigh
                       "graphic preset reduces the colours first)");
 }
 
-// The pixels composited over the background (rounded to nearest); counts
-// the pixels of exactly the background colour and those of them that were
-// fully transparent.
-void composite(const Picture& p, long long stride, uint32_t background, std::vector<RGBQUAD>& out,
-               long long& bgPixels, long long& bgTransparent) {
-    const unsigned br = (background >> 16) & 0xFF, bgg = (background >> 8) & 0xFF,
-                   bb = background & 0xFF;
-    out.resize(static_cast<size_t>(p.width) * static_cast<size_t>(p.height));
-    bgPixels = bgTransparent = 0;
-    for (int y = 0; y < p.height; ++y) {
-        const uint8_t* row = p.rgba + static_cast<size_t>(y) * static_cast<size_t>(stride);
-        RGBQUAD* dst = out.data() + static_cast<size_t>(y) * static_cast<size_t>(p.width);
-        for (int x = 0; x < p.width; ++x) {
-            const uint8_t* s = row + 4 * static_cast<size_t>(x);
-            const unsigned a = s[3];
-            RGBQUAD& q = dst[x];
-            if (a == 255) {
-                q = RGBQUAD{s[2], s[1], s[0], 0};
-            } else {
-                auto mix = [a](unsigned c, unsigned b) {
-                    return static_cast<BYTE>((c * a + b * (255 - a) + 127) / 255);
-                };
-                q = RGBQUAD{mix(s[2], bb), mix(s[1], bgg), mix(s[0], br), 0};
-            }
-            if (q.rgbRed == br && q.rgbGreen == bgg && q.rgbBlue == bb) {
-                ++bgPixels;
-                if (a == 0) ++bgTransparent;
-            }
-        }
-    }
-}
-
 int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     const om1_options& o = s.options;
     if (!p.rgba) return OM1_NULL_ARGUMENT;
@@ -83,15 +52,22 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     s.height = p.height;
 
     const auto t0 = std::chrono::steady_clock::now();
+    // Transparency is traced unless a background colour asks for the picture
+    // composited over it (and the transparent option does not keep it).
     std::vector<RGBQUAD> picture;
-    long long bgPixels = 0, bgTransparent = 0;
-    composite(p, stride, static_cast<uint32_t>(o.background), picture, bgPixels, bgTransparent);
-    s.dropBackground = o.transparent && bgTransparent * 2 > bgPixels;
+    std::vector<uint8_t> alpha;  // empty for an opaque picture
+    const uint32_t bg = o.background >= 0 ? static_cast<uint32_t>(o.background) : 0xFFFFFFu;
+    const RGBQUAD background = {static_cast<BYTE>(bg), static_cast<BYTE>(bg >> 8),
+                                static_cast<BYTE>(bg >> 16), 0};
+    if (!AlphaPicture::fromRgba(p.rgba, p.width, p.height, static_cast<size_t>(stride),
+                                o.background >= 0 && !o.transparent, background, picture, alpha))
+        return OM1_OUT_OF_MEMORY;
 
     const TraceOptions t = OptionsRecord::toTrace(o);
     announceLongTrace(picture, p.width, p.height, t, hooks);
     const Tracer::Result traced =
-        Tracer::trace(picture.data(), p.width, p.height, t, s.tree, &s.report);
+        Tracer::trace(picture.data(), alpha.empty() ? nullptr : alpha.data(), p.width, p.height, t,
+                      s.tree, &s.report);
     s.traceMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
     if (traced == Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
@@ -102,6 +78,10 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
         s.seen = std::move(picture);
     else
         s.seen = std::move(s.report.prepared);
+    if (!s.report.preparedAlpha.empty()) {
+        s.levels = std::move(s.report.preparedAlpha);
+        s.coverage = std::move(alpha);
+    }
     return OM1_OK;
 }
 

@@ -17,18 +17,18 @@ extern "C" {
 /* Error codes. 1 and 2 are the tracer's own results. */
 typedef enum om1_status {
     OM1_OK = 0,
-    OM1_NO_OUTLINES = 1,     /* nothing was traced */
-    OM1_LIMIT_EXCEEDED = 2,  /* more outlines than max_outlines */
-    OM1_NULL_ARGUMENT = 3,   /* a required pointer was null */
-    OM1_BAD_SIZE = 4,        /* width or height below 1, or more pixels than max_pixels */
-    OM1_TOO_SMALL = 5,       /* a picture narrower or lower than 3 pixels */
-    OM1_BAD_STRIDE = 6,      /* stride below 4 * width */
-    OM1_BAD_OPTION = 7,      /* an option out of its range */
-    OM1_UNKNOWN_OPTION = 8,  /* no option or preset of that name */
-    OM1_UNKNOWN_FORMAT = 9,  /* no output format of that name */
-    OM1_BAD_INDEX = 10,      /* a region, loop or hole index out of range */
-    OM1_OUT_OF_MEMORY = 11,  /* memory ran out */
-    OM1_INTERNAL_ERROR = 12, /* an unexpected failure inside the library */
+    OM1_NO_OUTLINES = 1,      /* nothing was traced */
+    OM1_LIMIT_EXCEEDED = 2,   /* more outlines than max_outlines */
+    OM1_NULL_ARGUMENT = 3,    /* a required pointer was null */
+    OM1_BAD_SIZE = 4,         /* width or height below 1, or more pixels than max_pixels */
+    OM1_TOO_SMALL = 5,        /* a picture narrower or lower than 3 pixels */
+    OM1_BAD_STRIDE = 6,       /* stride below 4 * width */
+    OM1_BAD_OPTION = 7,       /* an option out of its range */
+    OM1_UNKNOWN_OPTION = 8,   /* no option or preset of that name */
+    OM1_UNKNOWN_FORMAT = 9,   /* no output format of that name */
+    OM1_BAD_INDEX = 10,       /* a region, loop or hole index out of range */
+    OM1_OUT_OF_MEMORY = 11,   /* memory ran out */
+    OM1_INTERNAL_ERROR = 12,  /* an unexpected failure inside the library */
     OM1_TOO_MANY_COLORS = 13, /* more colours than max_colors (after the colour stages) */
     OM1_WRITE_FAILED = 14     /* the output stream failed while it was written */
 } om1_status;
@@ -55,8 +55,12 @@ typedef struct om1_options {
     double max_curve_error;  /* a fitted curve is kept only within this many square
                                 pixels per boundary step of the exact boundary, >= 0 (0.05) */
     long long max_pixels;    /* larger pictures are refused with OM1_BAD_SIZE, >= 9 (100000000) */
-    int background;          /* 0xRRGGBB under transparent pixels (0xFFFFFF) */
-    int transparent;         /* 1: writers leave out regions that were fully transparent (0) */
+    int background;          /* 0xRRGGBB: composite transparent pixels over it and trace the
+                                picture as opaque; -1: trace transparency (fully transparent
+                                pixels stay empty, partial alpha becomes the regions'
+                                opacity); EPS and DXF flatten opacity onto it (white at -1)
+                                (-1) */
+    int transparent;         /* 1: trace transparency even with a background colour (0) */
     int fixed_seeds;         /* 1: the entry points' nine fixed seeds (0: a seed in one colour) */
     int threshold;           /* 0..255: luminance below it black, else white; 256: chosen
                                 from the picture (Otsu; "auto" by name); -1 off (-1) */
@@ -83,6 +87,9 @@ typedef struct om1_options {
     uint32_t palette[256]; /* 0xRRGGBB */
     int max_colors;        /* more distinct colours after the stages up to antialias: nothing is
                               traced, OM1_TOO_MANY_COLORS; 0 no limit (0; pixel 128) */
+    int alpha_levels;      /* transparency: steps of partial opacity kept when the colours are
+                              reduced, 0..64; 0: every pixel opaque or empty by whether it is
+                              at least half covered (0; graphic and photo 4) */
 } om1_options;
 
 /* Counts over a whole result. */

@@ -99,6 +99,13 @@ struct TraceOptions {
     // as long as a plain one (seconds on photographs) and whose result nobody
     // wants as pixel art.
     int maxColors = 0;
+    // Pictures with transparency (Tracer::trace with alpha, see
+    // AlphaPicture): when the colours are reduced (colors or palette), the
+    // partial alphas are reduced to at most this many levels between empty
+    // and opaque (0..64; 0: every pixel empty or opaque by whether it is at
+    // least half covered). Without a colour stage alpha stays exact; a
+    // threshold makes every pixel empty or opaque.
+    int alphaLevels = 0;
 };
 
 }  // namespace om1

@@ -2,6 +2,7 @@
 // render the result back or print statistics.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "platform/WinTypes.h"
@@ -12,6 +13,10 @@ struct TraceReport {
     // The picture the tracer was given after the stages (same size as the
     // input); empty when no stage changed anything beyond the copy.
     std::vector<RGBQUAD> prepared;
+    // With transparency: the alpha level of every prepared pixel (0 the
+    // empty region, 255 opaque, see AlphaPicture); `prepared` then holds the
+    // stand-in colours the tracer was given. Empty for opaque pictures.
+    std::vector<uint8_t> preparedAlpha;
     bool stagesRan = false;
     long long antialiasPixels = 0;  // pixels the anti-alias cleanup moved
     int colors = 0;                 // colours after quantising or snapping (0 when not run), or

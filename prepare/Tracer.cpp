@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <new>
+#include <unordered_map>
 #include <vector>
 
 #include "containment/CntmTreeCreator.h"
@@ -13,7 +14,9 @@
 #include "tracer/AllOutLines.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
+#include "prepare/AlphaPicture.h"
 #include "prepare/ColorQuantizer.h"
+#include "prepare/PackedColour.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/PreFilter.h"
 #include "prepare/RegionMerger.h"
@@ -201,7 +204,59 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
     return true;
 }
 
+bool Tracer::prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height, const TraceOptions& o,
+                     TraceReport& report) {
+    if (!alpha) return prepare(pixels, width, height, o, report);
+    const size_t n = static_cast<size_t>(width) * height;
+    report.stagesRan = true;
+    // Alpha first: a threshold or a colour stage reduces it as it reduces
+    // the colours.
+    if (o.threshold >= 0)
+        AlphaPicture::quantizeLevels(alpha, n, 0);
+    else if (o.paletteCount > 0 || o.colors >= 2)
+        AlphaPicture::quantizeLevels(alpha, n, std::min(std::max(o.alphaLevels, 0), 64));
+    // The colour stages see the pixels that are not empty, side by side.
+    std::vector<size_t> seen;
+    std::vector<RGBQUAD> visible;
+    try {
+        for (size_t i = 0; i < n; ++i)
+            if (alpha[i] != AlphaPicture::kEmpty) seen.push_back(i);
+        visible.resize(seen.size());
+    } catch (...) {
+        return false;
+    }
+    for (size_t k = 0; k < seen.size(); ++k) visible[k] = pixels[seen[k]];
+    if (!visible.empty()) {
+        TraceOptions colourOnly = o;
+        colourOnly.antialias = false;
+        colourOnly.filter = TraceOptions::Filter::None;  // it needs the picture's rows
+        if (!prepare(visible.data(), static_cast<int>(visible.size()), 1, colourOnly, report))
+            return false;
+    }
+    for (size_t k = 0; k < seen.size(); ++k) pixels[seen[k]] = visible[k];
+    if (o.filter != TraceOptions::Filter::None) {
+        const PreFilter::Kind kind =
+            o.filter == TraceOptions::Filter::Quadrant ? PreFilter::Quadrant : PreFilter::Adaptive;
+        PreFilter::run(pixels, width, height, kind, o.filterRadius, o.filterTolerance);
+    }
+    for (size_t i = 0; i < n; ++i)
+        if (alpha[i] == AlphaPicture::kEmpty)
+            pixels[i].rgbRed = pixels[i].rgbGreen = pixels[i].rgbBlue = 0;
+    if (o.antialias) {
+        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                                          o.antialiasTolerance, alpha);
+        if (moved < 0) return false;
+        report.antialiasPixels = moved;
+    }
+    return true;
+}
+
 Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
+                             const TraceOptions& options, KvCtree*& out, TraceReport* report) {
+    return trace(pixels, nullptr, width, height, options, out, report);
+}
+
+Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int width, int height,
                              const TraceOptions& options, KvCtree*& out, TraceReport* report) {
     out = nullptr;
     TraceReport local;
@@ -212,13 +267,17 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     const size_t n = static_cast<size_t>(width) * height;
 
     // The manipulator takes a non-const buffer and the stages change it: a copy.
-    std::vector<RGBQUAD> base, work;
+    std::vector<RGBQUAD> base, work, standIn;
+    // With transparency: the alpha levels of base and work.
+    std::vector<uint8_t> baseAlpha, workAlpha;
     try {
         base.assign(pixels, pixels + n);
+        if (alpha) baseAlpha.assign(alpha, alpha + n);
     } catch (...) {
         return NoOutlines;
     }
-    if (!prepare(base.data(), width, height, options, rep)) return NoOutlines;
+    uint8_t* const levels = alpha ? baseAlpha.data() : nullptr;
+    if (!prepare(base.data(), levels, width, height, options, rep)) return NoOutlines;
     if (options.maxColors > 0) {
         const long long colours =
             ColorQuantizer::distinct(base.data(), width, height, options.maxColors);
@@ -239,12 +298,15 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     for (;;) {
         try {
             work = base;
+            workAlpha = baseAlpha;
         } catch (...) {
             return NoOutlines;
         }
+        uint8_t* const wa = alpha ? workAlpha.data() : nullptr;
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
-                                        static_cast<int>(std::min<long long>(area, INT_MAX))) < 0)
+                                        static_cast<int>(std::min<long long>(area, INT_MAX)),
+                                        wa) < 0)
                 return NoOutlines;
             rep.stagesRan = true;
         }
@@ -256,15 +318,19 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
             // The largest union cost grows with the picture's side.
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget,
-                                    options.mergeMeans) < 0)
+                                    options.mergeMeans, wa, alpha) < 0)
                 return NoOutlines;
             rep.stagesRan = true;
         }
         if (options.restitute) {
-            if (!PictureCleaner::restitute(work.data(), pixels, width, height)) return NoOutlines;
+            if (!PictureCleaner::restitute(work.data(), pixels, width, height, wa, alpha))
+                return NoOutlines;
             rep.stagesRan = true;
         }
-        if (options.spots > 0) {
+        if (options.spots > 0 && alpha) {
+            if (!spotsWithAlpha(work, workAlpha, width, height, options)) return NoOutlines;
+            rep.stagesRan = true;
+        } else if (options.spots > 0) {
             if (PictureCleaner::regions(work.data(), width, height) > 0) {
                 std::vector<RGBQUAD> palette;
                 // The repaint keeps at most 256 colours.
@@ -277,7 +343,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         // At tolerance 0 every region of the picture is a node: count them
         // before tracing.
         if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
-            const long long regions = PictureCleaner::regions(work.data(), width, height);
+            const long long regions = PictureCleaner::regions(work.data(), width, height, wa);
             if (regions > options.maxPaths) {
                 area = std::max(4LL, area * 2);
                 continue;
@@ -286,15 +352,53 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         if (out) kvctr_deleteKvCtree(out);
         out = nullptr;
         ++rep.traces;
-        result = traceOnce(work.data(), width, height, options, out);
+        if (alpha && !AlphaPicture::standIns(work.data(), wa, n, standIn)) return NoOutlines;
+        result = traceOnce(alpha ? standIn.data() : work.data(), width, height, options, out);
         rep.paths = result == Done ? paths(out) : 0;
         rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
         if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)
             break;
         area = std::max(4LL, area * 2);
     }
-    if (rep.stagesRan) rep.prepared.swap(work);
+    if (alpha) {
+        rep.prepared.swap(standIn);
+        rep.preparedAlpha.swap(workAlpha);
+    } else if (rep.stagesRan) {
+        rep.prepared.swap(work);
+    }
     return result;
+}
+
+bool Tracer::spotsWithAlpha(std::vector<RGBQUAD>& work, std::vector<uint8_t>& levels, int width,
+                            int height, const TraceOptions& options) {
+    // The clean-up repaints colours from outlines: it runs on the stand-in
+    // colours, which are then read back as colour and level. An empty pixel
+    // stays empty.
+    const size_t n = work.size();
+    std::vector<RGBQUAD> shown;
+    if (!AlphaPicture::standIns(work.data(), levels.data(), n, shown)) return false;
+    std::unordered_map<uint32_t, uint32_t> keyOf;  // stand-in colour -> colour and level
+    try {
+        for (size_t i = 0; i < n; ++i)
+            keyOf.emplace(packColour(shown[i]),
+                          packColour(work[i]) | static_cast<uint32_t>(levels[i]) << 24);
+    } catch (...) {
+        return false;
+    }
+    if (PictureCleaner::regions(shown.data(), width, height) <= 0) return true;
+    std::vector<RGBQUAD> palette;
+    if (!SpotRestitution::run(shown.data(), width, height, options, options.spots)) {
+        if (!ColorQuantizer::quantize(shown.data(), width, height, 256, palette)) return true;
+        SpotRestitution::run(shown.data(), width, height, options, options.spots);
+    }
+    for (size_t i = 0; i < n; ++i) {
+        if (levels[i] == AlphaPicture::kEmpty) continue;
+        auto it = keyOf.find(packColour(shown[i]));
+        if (it == keyOf.end()) continue;
+        unpackColour(work[i], it->second);
+        levels[i] = keyAlpha(it->second);
+    }
+    return true;
 }
 
 }  // namespace om1

@@ -10,6 +10,9 @@
 // tree, since a closed chain has at least 4 steps.
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 #include "companion/KvCtree.h"
 #include "platform/WinTypes.h"
 #include "prepare/TraceOptions.h"
@@ -33,12 +36,28 @@ public:
     // null) receives for rendering back.
     static Result trace(const RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                         KvCtree*& out, TraceReport* report = nullptr);
+    // The same for a picture with transparency: `pixels` hold straight
+    // (not premultiplied) colours and `alpha` one alpha byte per pixel
+    // (AlphaPicture::fromRgba or settle make them; null traces the picture
+    // as opaque, exactly as the call above). Every stage keeps the empty
+    // region and the alpha levels apart (see AlphaPicture); the tree is
+    // traced on stand-in colours, which `report.prepared` receives together
+    // with every pixel's alpha level in `report.preparedAlpha`, for
+    // ShapeBuilder.
+    static Result trace(const RGBQUAD* pixels, const uint8_t* alpha, int width, int height,
+                        const TraceOptions& options, KvCtree*& out, TraceReport* report = nullptr);
 
     // The stages before the trace (threshold, filter, colours, anti-alias),
     // in place; the speckle filter and the path budget belong to trace.
     // False when memory runs out.
     static bool prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                         TraceReport& report);
+    // The same with alpha levels (changed in place; null: as above): alpha
+    // is reduced with the colours (TraceOptions::alphaLevels), the colour
+    // stages see only the pixels that are not empty, and the anti-alias
+    // cleanup measures colours premultiplied by alpha.
+    static bool prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height,
+                        const TraceOptions& options, TraceReport& report);
 
     // Coloured (non-frame) nodes of a tree: the paths a writer draws.
     static int paths(const KvCtree* tree);
@@ -53,6 +72,9 @@ private:
     // One run of the tracer and the conversion on exactly these pixels.
     static Result traceOnce(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                             KvCtree*& out);
+    // The two-pass spot clean-up on a picture with alpha levels.
+    static bool spotsWithAlpha(std::vector<RGBQUAD>& work, std::vector<uint8_t>& levels, int width,
+                               int height, const TraceOptions& options);
 };
 
 }  // namespace om1

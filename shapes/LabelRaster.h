@@ -36,6 +36,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/WinTypes.h"
+
 #include "companion/KvCtree.h"
 
 namespace om1 {
@@ -49,6 +51,8 @@ public:
         RGBQUAD color;        // the region's colour (a frame's is unused)
         bool frame;           // a container without colour of its own
         bool ownChain;        // the chain runs through the node's own pixels
+        // Opacity (see setAlpha): 0 the empty region, 255 opaque.
+        uint8_t alpha = 255;
     };
 
     int width = 0;
@@ -70,7 +74,18 @@ public:
     // then renumbered so that drawing order (parents first, a node's holes in
     // order, added regions last among their siblings) is label order again.
     // Returns the number of pixels moved, -1 when memory runs out.
-    long long reconcile(const RGBQUAD* pixels, int tolerance);
+    //
+    // With `levels` (every pixel's alpha level, after setAlpha) a pixel is
+    // also moved when its level and its label's differ by more than the
+    // tolerance, or when one of them is empty and the other not; a region
+    // added takes the level of its pixels.
+    long long reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels = nullptr);
+
+    // Gives every node the alpha level of the pixels of its colour in
+    // `pixels` (each colour of a prepared picture has one level, see
+    // AlphaPicture), or else the level most of its painted pixels have.
+    // False when memory runs out.
+    bool setAlpha(const RGBQUAD* pixels, const uint8_t* levels);
 
     // The index one past the last descendant of node i: the subtree of i is
     // the labels i .. end(i) - 1.

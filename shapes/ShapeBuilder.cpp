@@ -53,6 +53,7 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted)
         if (a < 0 || b < 0 || a == b) return;
         const LabelRaster::Node &na = lr.nodes[a], &nb = lr.nodes[b];
         if (na.frame || nb.frame || !sameColour(na.color, nb.color)) return;
+        if (na.alpha != nb.alpha || na.alpha == 0) return;
         pairs.emplace_back(std::min(a, b), std::max(a, b));
     };
     const int w = lr.width, h = lr.height;
@@ -97,8 +98,23 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted)
     return join;
 }
 
-bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
+bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, ShapeSet& out) {
     const int n = static_cast<int>(lr.nodes.size());
+    // With transparency a node is drawn under the descendants it reaches
+    // through opaque nodes only: not under the empty region, nor under a
+    // region of partial opacity, which would show it through. barrier[d] is
+    // the deepest node on the path from the root to d (d included) that is
+    // neither opaque nor a frame, -1 when there is none; d's pixels lie in
+    // node i's mask when barrier[d] <= i.
+    std::vector<int> barrier;
+    if (transparent) {
+        barrier.assign(static_cast<size_t>(n), -1);
+        for (int i = 0; i < n; ++i) {
+            const LabelRaster::Node& node = lr.nodes[i];
+            const bool cut = !node.frame && node.alpha != 255;
+            barrier[i] = cut ? i : node.parent >= 0 ? barrier[node.parent] : -1;
+        }
+    }
     std::vector<Box> boxes(static_cast<size_t>(n));
     std::vector<long long> counts(static_cast<size_t>(n), 0);
     for (int y = 0; y < lr.height; ++y)
@@ -133,6 +149,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
             b.add(boxes[m]);
         }
         if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
+        if (transparent && lr.nodes[i].alpha == 0) continue;  // never drawn
         const int w = b.x1 - b.x0 + 1, h = b.y1 - b.y0 + 1;
         mask.assign(static_cast<size_t>(w) * h, 0);
         for (int m : members[i]) {
@@ -144,9 +161,14 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
                 uint8_t* mrow = &mask[static_cast<size_t>(y - b.y0) * w];
                 for (int x = mb.x0; x <= mb.x1; ++x)
                     if (row[x] >= lo && row[x] < hi &&
-                        (lifted.empty() || !lifted[row[x]] || join[row[x]] == i))
+                        (lifted.empty() || !lifted[row[x]] || join[row[x]] == i) &&
+                        (barrier.empty() || barrier[row[x]] <= m))
                         mrow[x - b.x0] = 1;
             }
+        }
+        if (transparent) {
+            s.pixels = 0;
+            for (uint8_t v : mask) s.pixels += v;
         }
         if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops)) return false;
     }
@@ -166,15 +188,23 @@ bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
                          const OutputOptions& options, ShapeSet& out) {
+    return build(tree, pixels, PixelAlpha(), width, height, options, out);
+}
+
+bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
+                         int width, int height, const OutputOptions& options, ShapeSet& out) {
     out = ShapeSet();
     out.width = width;
     out.height = height;
     out.options = options;
+    const uint8_t* levels = pixels ? alpha.levels : nullptr;
+    out.transparent = levels != nullptr;
     try {
         LabelRaster lr;
         if (!lr.build(tree, width, height, pixels)) return false;
+        if (levels && !lr.setAlpha(pixels, levels)) return false;
         if (pixels && options.reconcileTolerance >= 0) {
-            const long long moved = lr.reconcile(pixels, options.reconcileTolerance);
+            const long long moved = lr.reconcile(pixels, options.reconcileTolerance, levels);
             if (moved < 0) return false;
             out.reconciledPixels = moved;
         }
@@ -188,20 +218,24 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
             s.parent = n.parent;
             s.depth = n.depth;
             s.color = n.color;
+            s.alpha = n.alpha;
             s.node = n.tree;
         }
         const bool cutout = options.layout == OutputOptions::Layout::Cutout;
-        if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, out))) {
+        if (!(cutout ? cutoutLoops(lr, out)
+                     : stackedLoops(lr, options.joinParts, levels != nullptr, out))) {
             out.shapes.clear();
             return false;
         }
-        for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
+        for (const Shape& s : out.shapes)
+            if (s.alpha != 0) out.loops += static_cast<long long>(s.loops.size());
         if (!options.polygon) {
             if (cutout) {
                 if (!CutoutCurves::fit(lr.labels.data(), width, height, options, out)) {
                     out.shapes.clear();
                     return false;
                 }
+
             } else {
                 for (Shape& s : out.shapes) {
                     s.curves.resize(s.loops.size());
@@ -217,6 +251,13 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
                 }
             }
         }
+        // The empty region is never drawn (in the cutout layout its pieces
+        // were fitted for its neighbours).
+        for (Shape& s : out.shapes)
+            if (s.alpha == 0) {
+                s.loops.clear();
+                s.curves.clear();
+            }
     } catch (...) {
         out.shapes.clear();
         return false;

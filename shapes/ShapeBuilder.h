@@ -16,6 +16,7 @@
 
 #include "companion/KvCtree.h"
 #include "shapes/OutputOptions.h"
+#include "shapes/PixelAlpha.h"
 #include "shapes/Shape.h"
 #include "platform/WinTypes.h"
 
@@ -27,6 +28,19 @@ public:
     // when memory runs out or the size is unusable; `out` is then empty.
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
                       const OutputOptions& options, ShapeSet& out);
+    // The same for a picture traced with transparency (`pixels` are then
+    // TraceReport::prepared and `alpha.levels` TraceReport::preparedAlpha):
+    // every node gets the alpha level of its pixels (Shape::alpha), the
+    // painted raster is also checked against the levels, and
+    // - the empty region (level 0) gets no loops: it is never drawn, and no
+    //   other shape covers it (a ring around a transparent hole is a ring
+    //   with a hole);
+    // - stacked layout: a node is drawn under the descendants it reaches
+    //   through opaque nodes only, so that a region of partial opacity shows
+    //   what lies behind it in the picture, not its parent.
+    // With alpha.levels null this is the call above.
+    static bool build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
+                      int width, int height, const OutputOptions& options, ShapeSet& out);
 };
 
 }  // namespace om1

@@ -94,9 +94,8 @@ size_t om1_options_size(void) {
 
 int om1_options_preset(om1_options* options, const char* name) {
     if (!options || !name) return OM1_NULL_ARGUMENT;
-    return guarded([&] {
-        return om1::OptionTable::preset(*options, name) ? OM1_OK : OM1_UNKNOWN_OPTION;
-    });
+    return guarded(
+        [&] { return om1::OptionTable::preset(*options, name) ? OM1_OK : OM1_UNKNOWN_OPTION; });
 }
 
 int om1_options_set(om1_options* options, const char* name, const char* value) {
@@ -219,6 +218,7 @@ int om1_result_region(const om1_result* result, int index, om1_region* region) {
         g.loop_count = static_cast<int>(sh->loops.size());
         g.hole_count = static_cast<int>(result->holes[static_cast<size_t>(index)].size());
         g.hidden = result->result.hidden(*sh);
+        g.alpha = sh->alpha;
         *region = g;
         return static_cast<int>(OM1_OK);
     });

@@ -91,7 +91,7 @@ int om1web_region(const om1_result* result, int index, double* out) {
     if (code != OM1_OK) return code;
     const double v[] = {double(r.role),       double(r.parent), double(r.depth),
                         double(r.color),      double(r.pixels), double(r.loop_count),
-                        double(r.hole_count), double(r.hidden)};
+                        double(r.hole_count), double(r.hidden), double(r.alpha)};
     std::memcpy(out, v, sizeof(v));
     return OM1_OK;
 }

@@ -31,8 +31,8 @@ OM1C_API int om1web_decode(const uint8_t* bytes, size_t size, double max_pixels,
  * curved_loops, corrected_pixels. */
 OM1C_API int om1web_stats(const om1_result* result, double* out);
 
-/* One region (om1_region) as 8 numbers, in the record's order: role,
- * parent, depth, color, pixels, loop_count, hole_count, hidden. */
+/* One region (om1_region) as 9 numbers, in the record's order: role,
+ * parent, depth, color, pixels, loop_count, hole_count, hidden, alpha. */
 OM1C_API int om1web_region(const om1_result* result, int index, double* out);
 
 /* One option (om1_option_info): its 6 texts (name, kind, choices,

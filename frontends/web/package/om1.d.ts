@@ -75,8 +75,10 @@ export interface Region {
   /** Boundary loops: outer loops clockwise, hole loops the other way. */
   readonly loops: number;
   readonly holeCount: number;
-  /** Left out by the writers (transparent option). */
+  /** Left out by the writers: the empty region of a picture traced with transparency. */
   readonly hidden: boolean;
+  /** Opacity 0..255: 255 opaque, 0 the empty region. */
+  readonly alpha: number;
   /** The indices of the regions whose parent this is. */
   readonly holes: number[];
   /** The exact corner polygon of a loop: x, y pairs (pixel (x, y) covers [x, x+1] x [y, y+1]), not closed. */

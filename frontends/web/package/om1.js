@@ -289,6 +289,7 @@ class Region {
     this.loops = v[5];
     this.holeCount = v[6];
     this.hidden = v[7] !== 0;
+    this.alpha = v[8];
   }
 
   /** The indices of the regions whose parent this is. */
@@ -371,7 +372,7 @@ export class Trace {
       for (let i = 0; i < n; ++i) {
         const c = M._om1web_region(r, i, scratch);
         if (c !== OK) throw fail(c);
-        list.push(new Region(this, i, f64s(scratch, 8)));
+        list.push(new Region(this, i, f64s(scratch, 9)));
       }
       this.regionList = Object.freeze(list);
     }

@@ -46,8 +46,9 @@ function optionControl(o) {
     input = document.createElement('select');
     for (const c of o.choices) input.add(new Option(c, c));
   } else if (o.kind === 'colour') {
+    // RRGGBB, or a word ("none") where the option takes one.
     input = document.createElement('input');
-    input.type = 'color';
+    input.type = 'text';
   } else {
     input = document.createElement('input');
     // Numbers that also take words ("auto") are typed as text.
@@ -74,13 +75,11 @@ function controls() {
 
 function controlValue(input) {
   if (input.type === 'checkbox') return input.checked ? 'on' : 'off';
-  if (input.type === 'color') return input.value.slice(1).toLowerCase();
   return input.value.trim();
 }
 
 function setControl(input, text) {
   if (input.type === 'checkbox') input.checked = text === 'on';
-  else if (input.type === 'color') input.value = '#' + text;
   else input.value = text;
 }
 

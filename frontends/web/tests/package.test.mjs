@@ -4,11 +4,12 @@
 //   node --test frontends/web/tests/
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
 import { after, before, describe, test } from 'node:test';
 import { fileURLToPath, pathToFileURL } from 'node:url';
+import { deflateSync } from 'node:zlib';
 
 const root = resolve(dirname(fileURLToPath(import.meta.url)), '../../..');
 const packageDir = resolve(process.env.OM1_WEB_PACKAGE ?? join(root, 'build/web/package'));
@@ -48,6 +49,50 @@ async function assertSame(picture, options, flags, format = 'svg') {
   assert.ok(Buffer.from(w).equals(n.bytes), `${picture} ${flags.join(' ')} ${format}: ${w.length} bytes against the tool's ${n.bytes.length}`);
 }
 
+// A PNG file of RGBA pixels (8 bits, no filter), for pictures made here.
+function png(width, height, rgba) {
+  const crcTable = Array.from({ length: 256 }, (_, n) => {
+    let c = n;
+    for (let k = 0; k < 8; ++k) c = c & 1 ? 0xedb88320 ^ (c >>> 1) : c >>> 1;
+    return c >>> 0;
+  });
+  const chunk = (type, data) => {
+    const body = Buffer.concat([Buffer.from(type, 'ascii'), data]);
+    let c = 0xffffffff;
+    for (const b of body) c = crcTable[(c ^ b) & 0xff] ^ (c >>> 8);
+    const out = Buffer.alloc(body.length + 8);
+    out.writeUInt32BE(data.length, 0);
+    body.copy(out, 4);
+    out.writeUInt32BE((c ^ 0xffffffff) >>> 0, body.length + 4);
+    return out;
+  };
+  const head = Buffer.alloc(13);
+  head.writeUInt32BE(width, 0);
+  head.writeUInt32BE(height, 4);
+  head.set([8, 6, 0, 0, 0], 8);
+  const rows = Buffer.alloc((4 * width + 1) * height);
+  for (let y = 0; y < height; ++y) Buffer.from(rgba.buffer, rgba.byteOffset + 4 * width * y, 4 * width).copy(rows, y * (4 * width + 1) + 1);
+  return Buffer.concat([Buffer.from([137, 80, 78, 71, 13, 10, 26, 10]), chunk('IHDR', head),
+                        chunk('IDAT', deflateSync(rows)), chunk('IEND', Buffer.alloc(0))]);
+}
+
+// 120 x 90: empty around an opaque square, a half-transparent disk with a
+// soft edge across it, and a gradient strip.
+function transparentPicture() {
+  const w = 120, h = 90, px = new Uint8Array(w * h * 4);
+  for (let y = 0; y < h; ++y) {
+    for (let x = 0; x < w; ++x) {
+      const p = 4 * (y * w + x);
+      if (x >= 10 && x < 50 && y >= 10 && y < 50) px.set([30, 90, 200, 255], p);
+      const d = Math.hypot(x + 0.5 - 60, y + 0.5 - 45) - 25;
+      const k = Math.min(1, Math.max(0, 0.5 - d / 2));
+      if (k > 0) px.set([220, 60, 40, Math.round(128 * k + px[p + 3] * (1 - k))], p);
+      if (y >= 75) px.set([2 * x, 100, 255 - 2 * x, 255], p);
+    }
+  }
+  return png(w, h, px);
+}
+
 describe('outputs are the native tool\'s, byte for byte', () => {
   before(() => om1.init());
 
@@ -69,6 +114,20 @@ describe('outputs are the native tool\'s, byte for byte', () => {
       [{ preset: 'bw', threshold: 'auto', palette: ['#000000', 0xffffff] }, ['--preset', 'bw', '--threshold', 'auto', '--palette', '#000000,#ffffff']],
     ];
     for (const [options, flags] of cases) await assertSame(examples[0], options, flags);
+  });
+
+  test('a picture with transparency, traced with it and over a background', async () => {
+    const picture = join(tmp, 'transparent.png');
+    writeFileSync(picture, transparentPicture());
+    for (const preset of ['graphic', 'photo', 'pixel'])
+      for (const format of ['svg', 'json', 'eps'])
+        await assertSame(picture, { preset }, ['--preset', preset], format);
+    await assertSame(picture, { background: 'ffffff' }, ['--background', 'ffffff']);
+    await assertSame(picture, { background: 0, transparent: true, alphaLevels: 2 }, ['--background', '000000', '--transparent', '--alpha-levels', '2']);
+    const t = await om1.traceFile(readFileSync(picture));
+    assert.ok(t.regions.some((r) => r.hidden && r.alpha === 0), 'the empty region');
+    assert.ok(t.regions.some((r) => r.alpha > 0 && r.alpha < 255), 'a half-transparent region');
+    t.free();
   });
 
   test('decode then trace is traceFile', async () => {
@@ -164,7 +223,7 @@ describe('the tables come from the library', () => {
     assert.deepEqual(om1.formats().slice(0, 3).map((f) => f.extension), ['svg', 'json', 'pdf']);
     assert.equal(om1.presetValues('pixel').polygon, 'on');
     assert.equal(om1.presetValues('plain').tolerance, '10');
-    assert.equal(om1.presetValues().background, 'ffffff');
+    assert.equal(om1.presetValues().background, 'none');
     assert.match(om1.version(), /^\d+\.\d+\.\d+$/);
     const pkg = JSON.parse(readFileSync(join(packageDir, 'package.json'), 'utf8'));
     assert.equal(pkg.version, om1.version());

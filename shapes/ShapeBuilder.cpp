@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "shapes/CrackTracer.h"
-#include "shapes/CurveFitter.h"
-#include "shapes/CutoutCurves.h"
+#include "shapes/BoundaryCurves.h"
 #include "shapes/LabelRaster.h"
 
 namespace om1 {
@@ -165,7 +164,7 @@ bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
 }  // namespace
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                         const OutputOptions& options, ShapeSet& out) {
+                         const OutputOptions& options, ShapeSet& out, const RGBQUAD* input) {
     out = ShapeSet();
     out.width = width;
     out.height = height;
@@ -197,24 +196,17 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
         }
         for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
         if (!options.polygon) {
-            if (cutout) {
-                if (!CutoutCurves::fit(lr.labels.data(), width, height, options, out)) {
-                    out.shapes.clear();
-                    return false;
-                }
-            } else {
-                for (Shape& s : out.shapes) {
-                    s.curves.resize(s.loops.size());
-                    for (size_t k = 0; k < s.loops.size(); ++k) {
-                        bool fitted = false;
-                        if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
-                                                  &fitted, options.maxCurveAreaError)) {
-                            out.shapes.clear();
-                            return false;
-                        }
-                        out.curvedLoops += fitted;
-                    }
-                }
+            std::vector<RGBQUAD> colours(lr.nodes.size());
+            for (size_t i = 0; i < lr.nodes.size(); ++i) colours[i] = lr.nodes[i].color;
+            EdgeSamples::Picture pic;
+            pic.labels = lr.labels.data();
+            pic.width = width;
+            pic.height = height;
+            pic.pixels = input ? input : pixels;
+            pic.colours = &colours;
+            if (!BoundaryCurves::fit(pic, options, out)) {
+                out.shapes.clear();
+                return false;
             }
         }
     } catch (...) {

@@ -8,10 +8,11 @@
 //   one of its descendants, so that drawing the shapes in order (parents
 //   first, holes on top) reproduces the label raster exactly;
 // - cutout layout: a region's shape is its own pixels; frames get no shape.
-// Curves (unless `polygon`) are fitted on these exact loops by CurveFitter;
-// in the cutout layout the boundaries are cut where three or more regions or
-// the raster border meet, and each piece between two regions is fitted once
-// and used, reversed, by both (CutoutCurves).
+// Curves (unless `polygon`) are fitted on these exact loops, through the
+// edge the picture's anti-aliasing shows between the pixel corners, and kept
+// piece by piece where they reproduce the picture better than the exact
+// staircase (BoundaryCurves); in the cutout layout each piece between two
+// regions is fitted once and used, reversed, by both.
 #pragma once
 
 #include "companion/KvCtree.h"
@@ -23,10 +24,13 @@ namespace om1 {
 
 class ShapeBuilder {
 public:
-    // `pixels` (width x height, rows in the tree's order) may be null. False
-    // when memory runs out or the size is unusable; `out` is then empty.
+    // `pixels` (width x height, rows in the tree's order: the picture the
+    // tree was traced from, after any preparation) may be null. `input`, the
+    // picture before preparation (same size and order), places the curves
+    // and judges them; null: `pixels` does. False when memory runs out or
+    // the size is unusable; `out` is then empty.
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                      const OutputOptions& options, ShapeSet& out);
+                      const OutputOptions& options, ShapeSet& out, const RGBQUAD* input = nullptr);
 };
 
 }  // namespace om1

@@ -154,10 +154,11 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
     oo.reconcileTolerance = static_cast<int>(o.tolerance * 2.55);
     bool built = false;
     try {
-        built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->shapes);
+        built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->shapes, picture.data());
         if (built && !o.cutout) {
             oo.joinParts = true;
-            built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->drawn);
+            built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->drawn,
+                                             picture.data());
         }
     } catch (...) {
         built = false;

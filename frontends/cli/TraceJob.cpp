@@ -252,7 +252,8 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     const om1::OutputFormat::Kind format = cl.formatFor(output);
     out.joinParts = format != om1::OutputFormat::Kind::Json;
     om1::ShapeSet shapes;
-    const bool built = om1::ShapeBuilder::build(tree, traced, img.width, img.height, out, shapes);
+    const bool built = om1::ShapeBuilder::build(tree, traced, img.width, img.height, out, shapes,
+                                                img.pixels.data());
     om1_delKvCTree(tree);
     if (!built) {
         message = input + ": out of memory while building the shapes";

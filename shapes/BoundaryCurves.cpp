@@ -1,10 +1,12 @@
-#include "shapes/CutoutCurves.h"
+#include "shapes/BoundaryCurves.h"
 
 #include <cmath>
 #include <unordered_map>
 #include <vector>
 
+#include "shapes/AreaCoverage.h"
 #include "shapes/CurveFitter.h"
+#include "shapes/CurveJudge.h"
 
 namespace om1 {
 
@@ -117,44 +119,127 @@ void straightPiece(const std::vector<Corner>& corners, Curve& out) {
     }
 }
 
+// The corners of a loop from corner a to corner b (round the loop; b at or
+// before a: the full way round).
+void cornersBetween(const std::vector<Corner>& corners, int a, int b, std::vector<Corner>& pc) {
+    const int n = static_cast<int>(corners.size());
+    pc.clear();
+    for (int k = a;; k = (k + 1) % n) {
+        pc.push_back(corners[static_cast<size_t>(k)]);
+        if (k == b && pc.size() > 1) break;
+    }
+}
+
+// Whether a fitted piece (or an island's whole curve) stays: see the header.
+class Chooser {
+public:
+    Chooser(const EdgeSamples::Picture& pic, const OutputOptions& options)
+        : pic_(pic), options_(options) {}
+
+    bool keep(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
+              int32_t out) {
+        if (options_.maxCurveAreaError < 0) return true;
+        if (out < 0 || in < 0) return false;
+        const CurveJudge::Errors e =
+            CurveJudge::compare(curve, stair, closed, in, out, judgePicture(), cov_, cells_);
+        if (e.area <= 1e-6) return false;  // the staircase itself
+        if (pic_.pixels) return e.curve < e.staircase;
+        const double steps = static_cast<double>(stair.size() - (closed ? 0 : 1));
+        return e.area <= options_.maxCurveAreaError * steps;
+    }
+
+private:
+    // Without a picture the judge still measures the area between the two;
+    // every pixel then reads as its label's colour.
+    const EdgeSamples::Picture& judgePicture() {
+        if (pic_.pixels) return pic_;
+        if (flat_.empty()) {
+            flat_.resize(static_cast<size_t>(pic_.width) * pic_.height);
+            for (size_t i = 0; i < flat_.size(); ++i) {
+                const int32_t l = pic_.labels[i];
+                flat_[i] = l >= 0 ? (*pic_.colours)[static_cast<size_t>(l)] : RGBQUAD{};
+            }
+            flatPic_ = pic_;
+            flatPic_.pixels = flat_.data();
+        }
+        return flatPic_;
+    }
+
+    const EdgeSamples::Picture& pic_;
+    const OutputOptions& options_;
+    AreaCoverage cov_;
+    std::vector<AreaCoverage::Cell> cells_;
+    std::vector<RGBQUAD> flat_;
+    EdgeSamples::Picture flatPic_;
+};
+
+// The labels on either side of the step that leaves corner k of a loop.
+void sides(const Raster& r, const CrackLoop& loop, const std::vector<Corner>& corners, int k,
+           int32_t& in, int32_t& out) {
+    const int d = loop.codes[static_cast<size_t>(k)];
+    const Corner& c = corners[static_cast<size_t>(k)];
+    out = r.at(c.x + kOutX[d], c.y + kOutY[d]);
+    const int o = (d + 3) & 3;
+    in = r.at(c.x + kOutX[d] - kDx[o], c.y + kOutY[d] - kDy[o]);
+}
+
 }  // namespace
 
-bool CutoutCurves::fit(const int32_t* labels, int width, int height, const OutputOptions& options,
-                       ShapeSet& set) {
-    Raster r{labels, width, height};
+bool BoundaryCurves::fit(const EdgeSamples::Picture& pic, const OutputOptions& options,
+                         ShapeSet& set) {
+    Raster r{pic.labels, pic.width, pic.height};
+    const bool cutout = options.layout == OutputOptions::Layout::Cutout;
     try {
-        // Pieces owned by a loop, by the key of their first step.
+        Chooser chooser(pic, options);
+        // Cutout: pieces owned by a loop, by the key of their first step,
+        // and whole loops without junctions, by the key of their first step.
         std::unordered_map<long long, Curve> owned;
-        // Whole loops without junctions, by the key of their first step.
-        std::unordered_map<long long, const Curve*> islands;
-        struct LoopInfo {
-            std::vector<int> junctions;  // indices into the loop's corners
-        };
-        std::vector<std::vector<LoopInfo>> info(set.shapes.size());
-        std::vector<std::vector<Curve>> fitted(set.shapes.size());
+        std::unordered_map<long long, Curve> islands;
+        std::vector<std::vector<std::vector<int>>> junctions(set.shapes.size());
+        std::vector<PointD> samples;
+        std::vector<Corner> pc;
 
-        // Pass 1: fit every loop whole; cut the pieces this label owns.
+        // Pass 1: fit the loops; cut and choose the pieces each owns.
         for (size_t si = 0; si < set.shapes.size(); ++si) {
             Shape& s = set.shapes[si];
             const int32_t label = static_cast<int32_t>(si);
-            info[si].resize(s.loops.size());
-            fitted[si].resize(s.loops.size());
+            junctions[si].resize(s.loops.size());
+            s.curves.assign(s.loops.size(), Curve());
             for (size_t li = 0; li < s.loops.size(); ++li) {
                 const CrackLoop& loop = s.loops[li];
                 const std::vector<Corner> corners = loop.corners();
                 const size_t n = corners.size();
-                std::vector<int>& js = info[si][li].junctions;
+                std::vector<int>& js = junctions[si][li];
                 for (size_t k = 0; k < n; ++k)
                     if (r.junction(corners[k].x, corners[k].y)) js.push_back(static_cast<int>(k));
-                Curve& whole = fitted[si][li];
-                bool curved = false;
-                if (!CurveFitter::fitLoop(loop, options.curveTolerance, whole, &curved,
-                                          options.maxCurveAreaError))
-                    return false;
-                set.curvedLoops += curved;
+                // Which pieces this loop decides.
+                auto owns = [&](int k) {
+                    if (!cutout) return true;
+                    int32_t in, out;
+                    sides(r, loop, corners, k, in, out);
+                    return out < 0 || label < out;
+                };
+                bool any = js.empty() ? owns(0) : false;
+                for (size_t j = 0; j < js.size() && !any; ++j) any = owns(js[j]);
+                if (!any) continue;
+                Curve whole;
+                EdgeSamples::sample(loop, pic, samples);
+                CurveFitter::fitLoop(loop, samples, options.curveTolerance, whole);
+                Curve& result = s.curves[li];
                 if (js.empty()) {
-                    const int d = loop.codes[0];
-                    islands[key(corners[0].x, corners[0].y, d)] = &whole;
+                    int32_t in, out;
+                    sides(r, loop, corners, 0, in, out);
+                    const bool curved = chooser.keep(whole, corners, true, in, out);
+                    if (curved) {
+                        ++set.curvedLoops;
+                        result = whole;
+                    } else {
+                        CurveFitter::polygonCurve(loop, result);
+                    }
+                    if (cutout) {
+                        const int d = loop.codes[0];
+                        islands[key(corners[0].x, corners[0].y, d)] = result;
+                    }
                     continue;
                 }
                 // Flatten the fitted curve for nearest-point searches.
@@ -162,18 +247,12 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                 const int per = 16;
                 std::vector<PointD> pts;
                 std::vector<Pos> where;
-                std::vector<double> arc;
-                double len = 0;
                 for (int sg = 0; sg < segs; ++sg)
                     for (int k = 0; k < per; ++k) {
-                        const PointD p = bezierAt(&whole[3 * sg], static_cast<double>(k) / per);
-                        if (!pts.empty()) len += std::hypot(p.x - pts.back().x, p.y - pts.back().y);
-                        pts.push_back(p);
+                        pts.push_back(bezierAt(&whole[3 * sg], static_cast<double>(k) / per));
                         where.push_back({sg, static_cast<double>(k) / per});
-                        arc.push_back(len);
                     }
                 const size_t m = pts.size();
-                if (m == 0) continue;  // no curve: the pieces keep their polygons
                 auto d2 = [&](size_t i, const Corner& c) {
                     return (pts[i].x - c.x) * (pts[i].x - c.x) +
                            (pts[i].y - c.y) * (pts[i].y - c.y);
@@ -185,9 +264,9 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                 for (size_t i = 1; i < m; ++i)
                     if (d2(i, corners[js[0]]) < d2(best, corners[js[0]])) best = i;
                 at[0] = best;
-                dist[0] = d2(best, corners[js[0]]);
+                dist[0] = m ? d2(best, corners[js[0]]) : 1e9;
                 // The others: searching forward within the piece's length.
-                for (size_t j = 1; j < js.size(); ++j) {
+                for (size_t j = 1; j < js.size() && m; ++j) {
                     const double steps = js[j] - js[j - 1];
                     const size_t from = at[j - 1];
                     size_t b = from;
@@ -202,25 +281,25 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                     at[j] = b;
                     dist[j] = d2(b, corners[js[j]]);
                 }
+                bool anyCurved = false;
+                if (!cutout)
+                    result.push_back({static_cast<double>(corners[js[0]].x),
+                                      static_cast<double>(corners[js[0]].y)});
                 for (size_t j = 0; j < js.size(); ++j) {
                     const size_t j2 = (j + 1) % js.size();
                     const int a = js[j], b = js[j2];
                     const Corner& ca = corners[a];
                     const int d = loop.codes[a];
-                    const int32_t other = r.at(ca.x + kOutX[d], ca.y + kOutY[d]);
-                    if (!(other < 0 || label < other)) continue;  // the neighbour fits it
-                    std::vector<Corner> pc;
-                    for (int k = a;; k = (k + 1) % static_cast<int>(n)) {
-                        pc.push_back(corners[k]);
-                        if (k == b && pc.size() > 1) break;
-                    }
+                    if (!owns(a)) continue;
+                    int32_t in, out;
+                    sides(r, loop, corners, a, in, out);
+                    cornersBetween(corners, a, b, pc);
                     Curve piece;
                     const int steps = static_cast<int>(pc.size()) - 1;
                     const bool closeBy = dist[j] <= 4.0 && dist[j2] <= 4.0;
                     const bool ordered = js.size() == 1 || at[j2] != at[j];
-                    if (steps < 3 || !closeBy || !ordered) {
-                        straightPiece(pc, piece);
-                    } else {
+                    bool curved = false;
+                    if (steps >= 3 && closeBy && ordered && out >= 0) {
                         piece.push_back({static_cast<double>(ca.x), static_cast<double>(ca.y)});
                         appendSection(whole, where[at[j]], where[at[j2]], piece);
                         // Pin both ends exactly onto the junctions.
@@ -235,33 +314,35 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                             e1.x += cb.x - e.x;
                             e1.y += cb.y - e.y;
                             e = {static_cast<double>(cb.x), static_cast<double>(cb.y)};
-                        } else {
-                            straightPiece(pc, piece);
+                            curved = chooser.keep(piece, pc, false, in, out);
                         }
                     }
-                    owned[key(ca.x, ca.y, d)] = std::move(piece);
+                    if (!curved) straightPiece(pc, piece);
+                    anyCurved = anyCurved || curved;
+                    if (cutout)
+                        owned[key(ca.x, ca.y, d)] = std::move(piece);
+                    else
+                        result.insert(result.end(), piece.begin() + 1, piece.end());
                 }
+                set.curvedLoops += anyCurved;
             }
         }
+        if (!cutout) return true;
 
-        // Pass 2: assemble every loop from its pieces.
+        // Pass 2 (cutout): assemble every loop from its pieces.
         for (size_t si = 0; si < set.shapes.size(); ++si) {
             Shape& s = set.shapes[si];
             const int32_t label = static_cast<int32_t>(si);
-            s.curves.assign(s.loops.size(), Curve());
             for (size_t li = 0; li < s.loops.size(); ++li) {
                 const CrackLoop& loop = s.loops[li];
                 const std::vector<Corner> corners = loop.corners();
                 const int n = static_cast<int>(corners.size());
-                const std::vector<int>& js = info[si][li].junctions;
+                const std::vector<int>& js = junctions[si][li];
                 Curve& out = s.curves[li];
                 if (js.empty()) {
                     const int d = loop.codes[0];
                     const int32_t other = r.at(corners[0].x + kOutX[d], corners[0].y + kOutY[d]);
-                    if (other < 0 || label < other) {
-                        out = fitted[si][li];
-                        continue;
-                    }
+                    if (other < 0 || label < other) continue;  // done in pass 1
                     // The neighbour's loop runs the same steps backwards; find it
                     // by any of its steps: the reverse of each of ours.
                     const Curve* theirs = nullptr;
@@ -269,15 +350,15 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                         const int dk = loop.codes[k];
                         const Corner e = {corners[k].x + kDx[dk], corners[k].y + kDy[dk]};
                         auto it = islands.find(key(e.x, e.y, (dk + 2) & 3));
-                        if (it != islands.end()) theirs = it->second;
+                        if (it != islands.end()) theirs = &it->second;
                     }
-                    if (theirs) {
+                    if (theirs)
                         out.assign(theirs->rbegin(), theirs->rend());
-                    } else {
-                        out = fitted[si][li];
-                    }
+                    else
+                        CurveFitter::polygonCurve(loop, out);
                     continue;
                 }
+                out.clear();
                 out.push_back(
                     {static_cast<double>(corners[js[0]].x), static_cast<double>(corners[js[0]].y)});
                 for (size_t j = 0; j < js.size(); ++j) {
@@ -301,11 +382,7 @@ bool CutoutCurves::fit(const int32_t* labels, int width, int height, const Outpu
                     }
                     Curve fallback;
                     if (!piece) {
-                        std::vector<Corner> pc;
-                        for (int k = a;; k = (k + 1) % n) {
-                            pc.push_back(corners[k]);
-                            if (k == b && pc.size() > 1) break;
-                        }
+                        cornersBetween(corners, a, b, pc);
                         straightPiece(pc, fallback);
                         piece = &fallback;
                     }

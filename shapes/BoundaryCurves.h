@@ -18,10 +18,11 @@
 // `maxCurveAreaError` per step; a negative `maxCurveAreaError` keeps every
 // fitted curve.
 //
-// Cutout layout: each piece is fitted and judged once, as part of the loop
-// of the region with the lower label that it bounds; the other region uses
-// the same curve reversed, so neighbours share their boundaries exactly.
-// Stacked layout: every loop's pieces are its own.
+// Each piece (and each island) is fitted and judged once, as part of the
+// first loop that runs along it; every other loop along it (the neighbour's,
+// running it backwards, in either layout) uses the same curve, so
+// neighbours share their boundaries exactly: no seam and no overlap between
+// them.
 #pragma once
 
 #include "shapes/EdgeSamples.h"

@@ -42,12 +42,13 @@ struct Moments {
 // (start + k) mod n, for any k.
 class Loop {
 public:
-    Loop(const std::vector<PointD>& s, const std::vector<uint8_t>& c, int start)
-        : s_(s), c_(c), n_(static_cast<int>(s.size())), start_(start) {
+    Loop(const std::vector<PointD>& s, const std::vector<uint8_t>& c, int start, bool closed)
+        : s_(s), c_(c), n_(static_cast<int>(s.size())), start_(start), closed_(closed) {
         // Coordinates relative to the start keep the sums well conditioned.
         origin_ = s[static_cast<size_t>(start)];
-        sums_.resize(2 * static_cast<size_t>(n_) + 2);
-        for (int k = 0; k <= 2 * n_; ++k) {
+        const int last = closed ? 2 * n_ : n_ - 1;
+        sums_.resize(static_cast<size_t>(last) + 2);
+        for (int k = 0; k <= last; ++k) {
             const PointD p = sub(at(k), origin_);
             Moments m = sums_[static_cast<size_t>(k)];
             m.n += 1;
@@ -60,6 +61,7 @@ public:
         }
     }
     int size() const { return n_; }
+    bool closed() const { return closed_; }
     PointD at(int k) const { return s_[static_cast<size_t>(wrap(k))]; }
     int code(int k) const { return c_[static_cast<size_t>(wrap(k))]; }
     // Samples a..b inclusive (0 <= a <= b <= 2n), relative to the origin.
@@ -74,6 +76,7 @@ private:
     const std::vector<PointD>& s_;
     const std::vector<uint8_t>& c_;
     int n_, start_;
+    bool closed_;
     PointD origin_;
     std::vector<Moments> sums_;
 };
@@ -93,12 +96,14 @@ double chordPenalty(const Loop& L, int a, int b) {
 
 // For every sample k, the longest chord k -> k + lon[k] that passes within
 // eps of every sample between, over steps that do not go in all four
-// directions (at most n - 2 steps, and `cap` when positive).
+// directions (round a loop at most n - 2 steps, and `cap` when positive; on
+// an open path up to its end).
 void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon) {
     const int n = L.size();
     lon.assign(static_cast<size_t>(n), 1);
-    const int limit = cap > 0 ? std::min(cap, n - 2) : n - 2;
     for (int k = 0; k < n; ++k) {
+        int limit = L.closed() ? n - 2 : n - 1 - k;
+        if (cap > 0) limit = std::min(limit, cap);
         const PointD a = L.at(k);
         bool cone = false;
         PointD lo = {0, 0}, hi = {0, 0};
@@ -131,9 +136,10 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon) {
 }
 
 // The polygon with the fewest edges (then the least penalty) from sample 0
-// round to sample n; vertex sample indices, first 0.
+// round to sample n (to the last sample n - 1 of an open path); vertex
+// sample indices, first 0, the end not repeated.
 void optimalPolygon(const Loop& L, const std::vector<int>& lon, std::vector<int>& verts) {
-    const int n = L.size();
+    const int n = L.closed() ? L.size() : L.size() - 1;
     const int inf = std::numeric_limits<int>::max();
     std::vector<int> count(static_cast<size_t>(n) + 1, inf), prev(static_cast<size_t>(n) + 1, -1);
     std::vector<double> pen(static_cast<size_t>(n) + 1, 0);
@@ -442,6 +448,132 @@ private:
 
 }  // namespace
 
+namespace {
+
+// Stages 2 to 4 on the polygon `verts` of L (see the header). A closed
+// polygon has as many vertices as edges; an open one also ends at the last
+// sample, and its two ends stay where they are, as corners.
+bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Settings& settings,
+                std::vector<PointD>& out) {
+    const bool closed = L.closed();
+    const int n = L.size();
+    if (!closed) verts.push_back(n - 1);
+    int M = static_cast<int>(verts.size()) - (closed ? 0 : 1);  // edges
+    const int V = static_cast<int>(verts.size());                 // vertices
+    // Sample index of vertex e, any e (round a loop).
+    auto vert = [&](int e) {
+        if (!closed) return verts[static_cast<size_t>(e)];
+        const int q = ((e % M) + M) % M;
+        return verts[static_cast<size_t>(q)] + (e - q) / M * n;
+    };
+    auto fixedEnd = [&](int e) { return !closed && (e == 0 || e == M); };
+    // Stage 2: every edge's line, every vertex where its two lines meet.
+    // (Over the samples strictly between the vertices where there are enough:
+    // a vertex's sample may lie on the far side of a corner.)
+    std::vector<PointD> linePoint(static_cast<size_t>(M)), lineNormal(static_cast<size_t>(M));
+    for (int e = 0; e < M; ++e) {
+        int a = vert(e), b = vert(e + 1);
+        if (b - a >= 4) ++a, --b;
+        fitLine(L, a, b, linePoint[static_cast<size_t>(e)], lineNormal[static_cast<size_t>(e)]);
+    }
+    std::vector<PointD> v(static_cast<size_t>(V));
+    for (int e = 0; e < V; ++e) {
+        const PointD s = L.at(vert(e));
+        v[static_cast<size_t>(e)] = s;
+        if (fixedEnd(e)) continue;
+        const size_t e1 = static_cast<size_t>((e + M - 1) % M), e2 = static_cast<size_t>(e % M);
+        const PointD n1 = lineNormal[e1], n2 = lineNormal[e2];
+        const PointD c1 = linePoint[e1], c2 = linePoint[e2];
+        const double lambda = 1e-3;
+        double A[4][4] = {{n1.x * n1.x + n2.x * n2.x + lambda, n1.x * n1.y + n2.x * n2.y},
+                          {n1.x * n1.y + n2.x * n2.y, n1.y * n1.y + n2.y * n2.y + lambda}};
+        const double d1 = dot(n1, c1), d2 = dot(n2, c2);
+        double r[4] = {n1.x * d1 + n2.x * d2 + lambda * s.x, n1.y * d1 + n2.y * d2 + lambda * s.y};
+        PointD p = s;
+        if (solve(A, r, 2)) p = {r[0], r[1]};
+        const PointD shift = sub(p, s);
+        const double len = norm(shift);
+        if (len > settings.maxShift) p = add(s, mul(shift, settings.maxShift / len));
+        v[static_cast<size_t>(e)] = p;
+    }
+    // A corner between two samples can leave a short edge across it: when
+    // the lines of its neighbours meet close by, they meet in one vertex.
+    for (int e = closed ? 0 : 1; M > 3 && e < (closed ? M : M - 1);) {
+        const int f = closed ? (e + 1) % M : e + 1;
+        const int pe = (e + M - 1) % M, nf = closed ? (f + 1) % M : f + 1;
+        bool merged = false;
+        if (!fixedEnd(f) && nf != e) {
+            const PointD a = v[static_cast<size_t>(e)], b = v[static_cast<size_t>(f)];
+            const PointD n1 = lineNormal[static_cast<size_t>(pe)],
+                         n2 = lineNormal[static_cast<size_t>(f)];
+            const double det = n1.x * n2.y - n1.y * n2.x;
+            if (norm(sub(b, a)) < 1.5 && std::fabs(det) > 0.3) {
+                const double d1 = dot(n1, linePoint[static_cast<size_t>(pe)]),
+                             d2 = dot(n2, linePoint[static_cast<size_t>(f)]);
+                const PointD x = {(d1 * n2.y - d2 * n1.y) / det, (n1.x * d2 - n2.x * d1) / det};
+                if (norm(sub(x, mul(add(a, b), 0.5))) < 2) {
+                    // Vertex e becomes the meeting point; edge e (to f) goes,
+                    // and the line of edge f now starts at e.
+                    v[static_cast<size_t>(e)] = x;
+                    lineNormal[static_cast<size_t>(e)] = lineNormal[static_cast<size_t>(f)];
+                    linePoint[static_cast<size_t>(e)] = linePoint[static_cast<size_t>(f)];
+                    v.erase(v.begin() + f);
+                    lineNormal.erase(lineNormal.begin() + f);
+                    linePoint.erase(linePoint.begin() + f);
+                    verts.erase(verts.begin() + f);
+                    --M;
+                    merged = true;
+                    if (f == 0) --e;  // the indices after vertex 0 moved down
+                }
+            }
+        }
+        if (!merged) ++e;
+    }
+    const int VV = static_cast<int>(v.size());
+    // Stage 3: corners.
+    std::vector<int> corners;
+    for (int e = 0; e < VV; ++e) {
+        if (fixedEnd(e)) {
+            corners.push_back(e);
+            continue;
+        }
+        const PointD b = v[static_cast<size_t>(e)];
+        const PointD m1 = mul(add(v[static_cast<size_t>((e + VV - 1) % VV)], b), 0.5);
+        const PointD m2 = mul(add(b, v[static_cast<size_t>((e + 1) % VV)]), 0.5);
+        const PointD chord = sub(m2, m1);
+        const double cl = norm(chord);
+        bool corner = true;
+        if (cl > 1e-9) {
+            const double h = std::fabs(cross(chord, sub(b, m1))) / cl;
+            const PointD u = {-chord.y / cl, chord.x / cl};
+            const double r = settings.cornerSlack * (std::fabs(u.x) + std::fabs(u.y));
+            const double alpha = h > r ? (4.0 / 3.0) * (1 - r / h) : 0;
+            corner = alpha > settings.alphaMax;
+        }
+        if (corner) corners.push_back(e);
+    }
+    // Stage 4: the stretches between corners.
+    StretchFitter f(L, settings, out);
+    const PointD none = {0, 0};
+    if (corners.empty()) {
+        const PointD p = f.pointAt(n, 0, 2 * n), t = f.tangentAt(n, 0, 2 * n);
+        out.push_back(p);
+        f.fit(n, 2 * n, p, p, t, t);
+    } else {
+        out.push_back(v[static_cast<size_t>(corners[0])]);
+        const size_t stretches = closed ? corners.size() : corners.size() - 1;
+        for (size_t c = 0; c < stretches; ++c) {
+            const int e = corners[c];
+            const int g = c + 1 < corners.size() ? corners[c + 1] : corners[0] + M;
+            f.fit(vert(e), vert(g), v[static_cast<size_t>(e)],
+                  v[static_cast<size_t>(closed ? g % M : g)], none, none);
+        }
+    }
+    return out.size() >= 4;
+}
+
+}  // namespace
+
 bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<uint8_t>& codes,
                         const Settings& settings, std::vector<PointD>& out) {
     out.clear();
@@ -462,7 +594,7 @@ bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<ui
             start = k;
         }
     }
-    const Loop L(samples, codes, start);
+    const Loop L(samples, codes, start, true);
     std::vector<int> lon, verts;
     straightRuns(L, settings.straightness, 0, lon);
     optimalPolygon(L, lon, verts);
@@ -471,112 +603,20 @@ bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<ui
         optimalPolygon(L, lon, verts);
         if (verts.size() < 3) return false;
     }
-    int M = static_cast<int>(verts.size());
-    auto vert = [&](int e) {  // sample index of vertex e, any e
-        const int q = ((e % M) + M) % M;
-        return verts[static_cast<size_t>(q)] + (e - q) / M * n;
-    };
-    // Stage 2: every edge's line, every vertex where its two lines meet.
-    std::vector<PointD> linePoint(static_cast<size_t>(M)), lineNormal(static_cast<size_t>(M));
-    // (Over the samples strictly between the vertices where there are enough:
-    // a vertex's sample may lie on the far side of a corner.)
-    for (int e = 0; e < M; ++e) {
-        int a = vert(e), b = vert(e + 1);
-        if (b - a >= 4) ++a, --b;
-        fitLine(L, a, b, linePoint[static_cast<size_t>(e)], lineNormal[static_cast<size_t>(e)]);
-    }
-    std::vector<PointD> v(static_cast<size_t>(M));
-    for (int e = 0; e < M; ++e) {
-        const PointD s = L.at(vert(e));
-        const PointD n1 = lineNormal[static_cast<size_t>((e + M - 1) % M)],
-                     n2 = lineNormal[static_cast<size_t>(e)];
-        const PointD c1 = linePoint[static_cast<size_t>((e + M - 1) % M)],
-                     c2 = linePoint[static_cast<size_t>(e)];
-        const double lambda = 1e-3;
-        double A[4][4] = {{n1.x * n1.x + n2.x * n2.x + lambda, n1.x * n1.y + n2.x * n2.y},
-                          {n1.x * n1.y + n2.x * n2.y, n1.y * n1.y + n2.y * n2.y + lambda}};
-        const double d1 = dot(n1, c1), d2 = dot(n2, c2);
-        double r[4] = {n1.x * d1 + n2.x * d2 + lambda * s.x, n1.y * d1 + n2.y * d2 + lambda * s.y};
-        PointD p = s;
-        if (solve(A, r, 2)) p = {r[0], r[1]};
-        const PointD shift = sub(p, s);
-        const double len = norm(shift);
-        if (len > settings.maxShift) p = add(s, mul(shift, settings.maxShift / len));
-        v[static_cast<size_t>(e)] = p;
-    }
-    // A corner between two samples can leave a short edge across it: when
-    // the lines of its neighbours meet close by, they meet in one vertex.
-    for (int e = 0; M > 3 && e < M;) {
-        const int f = (e + 1) % M;
-        const PointD a = v[static_cast<size_t>(e)], b = v[static_cast<size_t>(f)];
-        const int pe = (e + M - 1) % M, nf = (f + 1) % M;
-        const PointD n1 = lineNormal[static_cast<size_t>(pe)],
-                     n2 = lineNormal[static_cast<size_t>(f)];
-        const double det = n1.x * n2.y - n1.y * n2.x;
-        bool merged = false;
-        if (norm(sub(b, a)) < 1.5 && std::fabs(det) > 0.3 && nf != e) {
-            const double d1 = dot(n1, linePoint[static_cast<size_t>(pe)]),
-                         d2 = dot(n2, linePoint[static_cast<size_t>(f)]);
-            const PointD x = {(d1 * n2.y - d2 * n1.y) / det, (n1.x * d2 - n2.x * d1) / det};
-            if (norm(sub(x, mul(add(a, b), 0.5))) < 2) {
-                // Vertex e becomes the meeting point; edge e (to f) goes, and
-                // the line of edge f now starts at e.
-                v[static_cast<size_t>(e)] = x;
-                lineNormal[static_cast<size_t>(e)] = lineNormal[static_cast<size_t>(f)];
-                linePoint[static_cast<size_t>(e)] = linePoint[static_cast<size_t>(f)];
-                v.erase(v.begin() + f);
-                lineNormal.erase(lineNormal.begin() + f);
-                linePoint.erase(linePoint.begin() + f);
-                verts.erase(verts.begin() + f);
-                --M;
-                merged = true;
-                if (f == 0) --e;  // the indices after vertex 0 moved down
-            }
-        }
-        if (!merged) ++e;
-    }
-    // Stage 3: corners.
-    std::vector<int> corners;
-    for (int e = 0; e < M; ++e) {
-        const PointD b = v[static_cast<size_t>(e)];
-        const PointD m1 = mul(add(v[static_cast<size_t>((e + M - 1) % M)], b), 0.5);
-        const PointD m2 = mul(add(b, v[static_cast<size_t>((e + 1) % M)]), 0.5);
-        const PointD chord = sub(m2, m1);
-        const double cl = norm(chord);
-        bool corner = true;
-        if (cl > 1e-9) {
-            const double h = std::fabs(cross(chord, sub(b, m1))) / cl;
-            const PointD u = {-chord.y / cl, chord.x / cl};
-            const double r = settings.cornerSlack * (std::fabs(u.x) + std::fabs(u.y));
-            const double alpha = h > r ? (4.0 / 3.0) * (1 - r / h) : 0;
-            corner = alpha > settings.alphaMax;
-        }
-        if (corner) corners.push_back(e);
-    }
-    if (getenv("OM1_DEBUG_FIT")) {
-        fprintf(stderr, "loop n=%d M=%d\n", n, M);
-        for (int e = 0; e < M; ++e)
-            fprintf(stderr, "  v%d sample %d (%.2f,%.2f) -> (%.2f,%.2f)%s\n", e, vert(e),
-                    L.at(vert(e)).x, L.at(vert(e)).y, v[e].x, v[e].y,
-                    std::find(corners.begin(), corners.end(), e) != corners.end() ? " corner" : "");
-    }
-    // Stage 4: the stretches between corners.
-    StretchFitter f(L, settings, out);
-    const PointD none = {0, 0};
-    if (corners.empty()) {
-        const PointD p = f.pointAt(n, 0, 2 * n), t = f.tangentAt(n, 0, 2 * n);
-        out.push_back(p);
-        f.fit(n, 2 * n, p, p, t, t);
-    } else {
-        out.push_back(v[static_cast<size_t>(corners[0])]);
-        for (size_t c = 0; c < corners.size(); ++c) {
-            const int e = corners[c];
-            const int g = c + 1 < corners.size() ? corners[c + 1] : corners[0] + M;
-            f.fit(vert(e), vert(g), v[static_cast<size_t>(e)], v[static_cast<size_t>(g % M)], none,
-                  none);
-        }
-    }
-    return out.size() >= 4;
+    return fitPolygon(L, verts, settings, out);
+}
+
+bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
+                            const Settings& settings, std::vector<PointD>& out) {
+    out.clear();
+    const int n = static_cast<int>(points.size());
+    if (n < 2 || codes.size() != points.size()) return false;
+    const Loop L(points, codes, 0, false);
+    std::vector<int> lon, verts;
+    straightRuns(L, settings.straightness, 0, lon);
+    optimalPolygon(L, lon, verts);
+    if (verts.empty()) return false;
+    return fitPolygon(L, verts, settings, out);
 }
 
 }  // namespace om1

@@ -47,6 +47,13 @@ public:
     // std::bad_alloc when memory runs out.
     static bool fit(const std::vector<PointD>& samples, const std::vector<uint8_t>& codes,
                     const Settings& settings, std::vector<PointD>& out);
+
+    // The same for an open path from points.front() to points.back(), which
+    // stay where they are (as corners); `codes` gives each point's step
+    // direction (the ends: those of the first and last steps). `out` gets
+    // 3n + 1 points from the first point to the last.
+    static bool fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
+                        const Settings& settings, std::vector<PointD>& out);
 };
 
 }  // namespace om1

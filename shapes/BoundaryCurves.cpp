@@ -1,5 +1,6 @@
 #include "shapes/BoundaryCurves.h"
 
+#include <algorithm>
 #include <cmath>
 #include <unordered_map>
 #include <vector>
@@ -38,6 +39,14 @@ long long key(int x, int y, int d) {
     return ((static_cast<long long>(y) << 32) | static_cast<unsigned>(x)) * 4 + d;
 }
 
+// A straight segment from the curve's end to b.
+void appendLine(Curve& c, PointD b) {
+    const PointD a = c.back();
+    c.push_back({a.x + (b.x - a.x) / 3, a.y + (b.y - a.y) / 3});
+    c.push_back({a.x + 2 * (b.x - a.x) / 3, a.y + 2 * (b.y - a.y) / 3});
+    c.push_back(b);
+}
+
 void straightPiece(const std::vector<Corner>& corners, Curve& out) {
     // Corner polygon of an open piece: its turning corners and the end.
     out.clear();
@@ -64,6 +73,31 @@ void cornersBetween(const std::vector<Corner>& corners, int a, int b, std::vecto
         pc.push_back(corners[static_cast<size_t>(k)]);
         if (k == b && pc.size() > 1) break;
     }
+}
+
+// Where a boundary that leaves the raster border at corner c (its first
+// step in direction d, its first samples s[0..count)) really crosses the
+// border line: the line through those samples met with the border, at most
+// a pixel from c. False at the raster's corners and for steps along the
+// border.
+bool borderCrossing(const Raster& r, const Corner& c, int d, const PointD* s, int count,
+                    PointD& out) {
+    if (count < 2) return false;
+    const bool sideX = c.x == 0 || c.x == r.w, sideY = c.y == 0 || c.y == r.h;
+    if (sideX == sideY) return false;
+    const PointD a = s[0], b = s[count - 1];
+    const double dx = b.x - a.x, dy = b.y - a.y;
+    if (sideX && (d == 0 || d == 2) && std::fabs(dx) > 1e-6) {
+        const double y = a.y + (c.x - a.x) * dy / dx;
+        out = {static_cast<double>(c.x), std::max(c.y - 1.0, std::min(c.y + 1.0, y))};
+        return true;
+    }
+    if (sideY && (d == 1 || d == 3) && std::fabs(dy) > 1e-6) {
+        const double x = a.x + (c.y - a.y) * dx / dy;
+        out = {std::max(c.x - 1.0, std::min(c.x + 1.0, x)), static_cast<double>(c.y)};
+        return true;
+    }
+    return false;
 }
 
 // Whether a fitted piece (or an island's whole curve) stays: see the header.
@@ -154,9 +188,9 @@ void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out)
     for (size_t l = 0; l < n; ++l) {
         const double* s = &sum[4 * l];
         if (s[3] > 0)
-            out[l] = RGBQUAD{static_cast<BYTE>(s[2] / s[3] + 0.5),
-                             static_cast<BYTE>(s[1] / s[3] + 0.5),
-                             static_cast<BYTE>(s[0] / s[3] + 0.5), 0};
+            out[l] =
+                RGBQUAD{static_cast<BYTE>(s[2] / s[3] + 0.5), static_cast<BYTE>(s[1] / s[3] + 0.5),
+                        static_cast<BYTE>(s[0] / s[3] + 0.5), 0};
     }
 }
 
@@ -272,23 +306,50 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         const int steps = static_cast<int>(pc.size()) - 1;
                         points.clear();
                         codes.clear();
-                        points.push_back({static_cast<double>(corners[a].x),
-                                          static_cast<double>(corners[a].y)});
+                        points.push_back(
+                            {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)});
                         codes.push_back(loop.codes[a]);
                         for (int k = 0; k < steps; ++k) {
                             const int i = (a + k) % n;
                             points.push_back(samples[i]);
                             codes.push_back(loop.codes[i]);
                         }
-                        points.push_back({static_cast<double>(corners[b].x),
-                                          static_cast<double>(corners[b].y)});
+                        points.push_back(
+                            {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)});
                         codes.push_back(loop.codes[(b + n - 1) % n]);
+                        // Where the piece leaves the raster border, the fit
+                        // starts where the edge crosses the border line; a
+                        // straight piece along the border joins it to the
+                        // junction.
+                        const int firstSamples = std::min(4, steps);
+                        PointD startX, endX;
+                        std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
+                        std::reverse(tail.begin(), tail.end());
+                        const bool moveStart = borderCrossing(r, corners[a], loop.codes[a],
+                                                              &points[1], firstSamples, startX);
+                        const bool moveEnd =
+                            borderCrossing(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
+                                           tail.data(), firstSamples, endX);
+                        if (moveStart) points.front() = startX;
+                        if (moveEnd) points.back() = endX;
                         Piece p;
-                        p.curved = steps >= 2 && out >= 0 &&
-                                   OutlineFitter::fitOpen(
-                                       points, codes, CurveFitter::settings(options.curveTolerance),
-                                       cut) &&
-                                   chooser.keep(cut, pc, false, in, out);
+                        p.curved =
+                            steps >= 2 && out >= 0 &&
+                            OutlineFitter::fitOpen(
+                                points, codes, CurveFitter::settings(options.curveTolerance), cut);
+                        if (p.curved && (moveStart || moveEnd)) {
+                            Curve joined;
+                            const PointD A = {static_cast<double>(corners[a].x),
+                                              static_cast<double>(corners[a].y)};
+                            const PointD B = {static_cast<double>(corners[b].x),
+                                              static_cast<double>(corners[b].y)};
+                            joined.push_back(A);
+                            if (moveStart) appendLine(joined, startX);
+                            joined.insert(joined.end(), cut.begin() + 1, cut.end());
+                            if (moveEnd) appendLine(joined, B);
+                            cut.swap(joined);
+                        }
+                        p.curved = p.curved && chooser.keep(cut, pc, false, in, out);
                         if (p.curved)
                             p.curve = cut;
                         else

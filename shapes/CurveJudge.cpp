@@ -8,8 +8,9 @@ namespace om1 {
 void CurveJudge::flatten(const std::vector<PointD>& c, std::vector<PointD>& poly) {
     for (size_t i = 0; i + 3 < c.size(); i += 3) {
         const PointD &p0 = c[i], &p1 = c[i + 1], &p2 = c[i + 2], &p3 = c[i + 3];
-        const double dd = std::max(std::hypot(p0.x - 2 * p1.x + p2.x, p0.y - 2 * p1.y + p2.y),
-                                   std::hypot(p1.x - 2 * p2.x + p3.x, p1.y - 2 * p2.y + p3.y));
+        const double dd =
+            std::max(std::fabs(p0.x - 2 * p1.x + p2.x) + std::fabs(p0.y - 2 * p1.y + p2.y),
+                     std::fabs(p1.x - 2 * p2.x + p3.x) + std::fabs(p1.y - 2 * p2.y + p3.y));
         const int k =
             std::min(64, std::max(1, static_cast<int>(std::ceil(std::sqrt(0.75 * dd / 0.02)))));
         for (int j = 1; j <= k; ++j) {
@@ -54,6 +55,25 @@ CurveJudge::Errors CurveJudge::compare(const std::vector<PointD>& curve,
     };
     const RGBQUAD ci = colours[static_cast<size_t>(in)];
     const RGBQUAD co = out >= 0 ? colours[static_cast<size_t>(out)] : ci;
+    // Stacked siblings: the one drawn later covers its share s of a pixel on
+    // the one drawn earlier, which covers 1 - s of it on what lies under
+    // both (the nearest drawn region around both).
+    const RGBQUAD* under = nullptr;
+    if (pic.parents && pic.drawn && out >= 0) {
+        const std::vector<int>& par = *pic.parents;
+        auto ancestorOf = [&](int a, int b) {
+            for (int k = par[static_cast<size_t>(b)]; k >= 0; k = par[static_cast<size_t>(k)])
+                if (k == a) return true;
+            return false;
+        };
+        if (!ancestorOf(in, out) && !ancestorOf(out, in)) {
+            int k = par[static_cast<size_t>(in)];
+            while (k >= 0 && !ancestorOf(k, out)) k = par[static_cast<size_t>(k)];
+            while (k >= 0 && !(*pic.drawn)[static_cast<size_t>(k)]) k = par[static_cast<size_t>(k)];
+            if (k >= 0) under = &colours[static_cast<size_t>(k)];
+        }
+    }
+    const bool inLater = in > out;
     for (const AreaCoverage::Cell& c : cells) {
         if (c.x < 0 || c.y < 0 || c.x >= pic.width || c.y >= pic.height) continue;
         const double d = std::max(-1.0, std::min(1.0, c.share));
@@ -76,9 +96,20 @@ CurveJudge::Errors CurveJudge::compare(const std::vector<PointD>& curve,
         const double s0 = l == in ? 1 : 0;
         const double s1 = std::max(0.0, std::min(1.0, s0 + d));
         auto mix = [&](double s, double& r, double& g, double& b) {
-            r = s * ci.rgbRed + (1 - s) * co.rgbRed;
-            g = s * ci.rgbGreen + (1 - s) * co.rgbGreen;
-            b = s * ci.rgbBlue + (1 - s) * co.rgbBlue;
+            if (!under) {
+                r = s * ci.rgbRed + (1 - s) * co.rgbRed;
+                g = s * ci.rgbGreen + (1 - s) * co.rgbGreen;
+                b = s * ci.rgbBlue + (1 - s) * co.rgbBlue;
+                return;
+            }
+            const RGBQUAD &top = inLater ? ci : co, &low = inLater ? co : ci;
+            const double t = inLater ? s : 1 - s, l = 1 - t;
+            auto one = [&](double ct, double cl, double cu) {
+                return t * ct + (1 - t) * (l * cl + (1 - l) * cu);
+            };
+            r = one(top.rgbRed, low.rgbRed, under->rgbRed);
+            g = one(top.rgbGreen, low.rgbGreen, under->rgbGreen);
+            b = one(top.rgbBlue, low.rgbBlue, under->rgbBlue);
         };
         double r, g, b;
         mix(s0, r, g, b);

@@ -31,6 +31,12 @@ public:
         int width = 0, height = 0;
         const RGBQUAD* pixels = nullptr;                // the picture traced, or null
         const std::vector<RGBQUAD>* colours = nullptr;  // per label
+        // Stacked drawing (null when regions are not stacked): every label's
+        // parent (-1: none) and whether it is drawn (frames are not). Two
+        // regions that share an edge, neither inside the other, both cover
+        // its pixels only in part, and what lies under both shows through.
+        const std::vector<int>* parents = nullptr;
+        const std::vector<uint8_t>* drawn = nullptr;
         int32_t label(int x, int y) const {
             return x < 0 || y < 0 || x >= width || y >= height
                        ? -1

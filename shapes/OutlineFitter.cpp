@@ -26,7 +26,7 @@ double cross(PointD a, PointD b) {
     return a.x * b.y - a.y * b.x;
 }
 double norm(PointD a) {
-    return std::hypot(a.x, a.y);
+    return std::sqrt(a.x * a.x + a.y * a.y);
 }
 PointD unit(PointD a) {
     const double l = norm(a);
@@ -243,8 +243,21 @@ public:
                 emit(seg);
                 return;
             }
+            // The longest segment that fits: doubling lengths, then halving
+            // the last interval (short trial fits cost little).
             int lo = s + 2, hi = b - 2, best = -1;
             PointD bestSeg[4];
+            for (int len = 8; s + len < b - 2; len *= 2) {
+                const int e = s + len;
+                if (!tryFit(s, e, P, pointAt(e, a, b), tP, tangentAt(e, a, b), seg,
+                            s == a && isFree(tA), false)) {
+                    hi = e - 1;
+                    break;
+                }
+                best = e;
+                std::copy(seg, seg + 4, bestSeg);
+                lo = e + 1;
+            }
             while (lo <= hi) {
                 const int mid = lo + (hi - lo) / 2;
                 if (tryFit(s, mid, P, pointAt(mid, a, b), tP, tangentAt(mid, a, b), seg,
@@ -366,6 +379,7 @@ private:
         }
         for (double& u : u_) u /= total;
         double worst = 0;
+        bool good = false;
         for (int iter = 0; iter < 3; ++iter) {
             if (!leastSquares(i0, P0, P3, t0, t3, seg)) heuristic();
             // Sanity: handles forward along their tangents and not too long.
@@ -377,6 +391,7 @@ private:
             if (free3 && norm(sub(P3, seg[2])) > 2 * clen + 1) return false;
             // Newton steps towards the nearest curve points, then the error.
             worst = 0;
+            double sum = 0;
             for (int i = 0; i < m; ++i) {
                 double& u = u_[static_cast<size_t>(i)];
                 const PointD p = L_.at(i0 + i);
@@ -384,12 +399,17 @@ private:
                 const PointD d1 = bezierD1(seg, u), d2 = bezierD2(seg, u);
                 const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
                 if (std::fabs(fd) > 1e-12) u = std::min(1.0, std::max(0.0, u - f / fd));
-                worst = std::max(worst, norm(sub(bezier(seg, u), p)));
+                const double dist = norm(sub(bezier(seg, u), p));
+                worst = std::max(worst, dist);
+                sum += dist * dist;
             }
-            if (worst <= tol) return true;
+            // Within the tolerance everywhere, and within a third of it on
+            // average (the samples' own noise stays well below that).
+            good = worst <= tol && sum <= m * (tol * tol / 9);
+            if (good) return true;
             if (worst > 8 * tol && !sound) return false;
         }
-        return sound || worst <= tol;
+        return sound || good;
     }
 
     // The control points that minimise the squared distances of the samples
@@ -459,7 +479,7 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
     const int n = L.size();
     if (!closed) verts.push_back(n - 1);
     int M = static_cast<int>(verts.size()) - (closed ? 0 : 1);  // edges
-    const int V = static_cast<int>(verts.size());                 // vertices
+    const int V = static_cast<int>(verts.size());               // vertices
     // Sample index of vertex e, any e (round a loop).
     auto vert = [&](int e) {
         if (!closed) return verts[static_cast<size_t>(e)];
@@ -529,6 +549,23 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
         }
         if (!merged) ++e;
     }
+    // An open path's ends are fixed: a short edge next to one only tells
+    // where a sample near the end lies; the end joins the next vertex.
+    while (!closed && M >= 2 && norm(sub(v[1], v[0])) < 2.0) {
+        v.erase(v.begin() + 1);
+        verts.erase(verts.begin() + 1);
+        lineNormal.erase(lineNormal.begin());
+        linePoint.erase(linePoint.begin());
+        --M;
+    }
+    while (!closed && M >= 2 &&
+           norm(sub(v[static_cast<size_t>(M)], v[static_cast<size_t>(M - 1)])) < 2.0) {
+        v.erase(v.begin() + (M - 1));
+        verts.erase(verts.begin() + (M - 1));
+        lineNormal.pop_back();
+        linePoint.pop_back();
+        --M;
+    }
     const int VV = static_cast<int>(v.size());
     // Stage 3: corners.
     std::vector<int> corners;
@@ -551,6 +588,13 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
             corner = alpha > settings.alphaMax;
         }
         if (corner) corners.push_back(e);
+    }
+    if (getenv("OM1_DEBUG_FIT")) {
+        fprintf(stderr, "path n=%d closed=%d M=%d\n", n, closed, M);
+        for (int e = 0; e < VV; ++e)
+            fprintf(stderr, "  v%d sample %d (%.2f,%.2f) -> (%.2f,%.2f)%s\n", e, vert(e),
+                    L.at(vert(e)).x, L.at(vert(e)).y, v[e].x, v[e].y,
+                    std::find(corners.begin(), corners.end(), e) != corners.end() ? " corner" : "");
     }
     // Stage 4: the stretches between corners.
     StretchFitter f(L, settings, out);

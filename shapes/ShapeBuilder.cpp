@@ -204,6 +204,16 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
             pic.height = height;
             pic.pixels = input ? input : pixels;
             pic.colours = &colours;
+            std::vector<int> parents(lr.nodes.size());
+            std::vector<uint8_t> drawn(lr.nodes.size());
+            for (size_t i = 0; i < lr.nodes.size(); ++i) {
+                parents[i] = lr.nodes[i].parent;
+                drawn[i] = !lr.nodes[i].frame;
+            }
+            if (options.layout == OutputOptions::Layout::Stacked) {
+                pic.parents = &parents;
+                pic.drawn = &drawn;
+            }
             if (!BoundaryCurves::fit(pic, options, out)) {
                 out.shapes.clear();
                 return false;

@@ -39,6 +39,42 @@ long long key(int x, int y, int d) {
     return ((static_cast<long long>(y) << 32) | static_cast<unsigned>(x)) * 4 + d;
 }
 
+bool straightSegment(const PointD* p) {
+    auto near = [](double a, double b) { return std::fabs(a - b) < 1e-9; };
+    return near(p[1].x, p[0].x + (p[3].x - p[0].x) / 3) &&
+           near(p[1].y, p[0].y + (p[3].y - p[0].y) / 3) &&
+           near(p[2].x, p[0].x + 2 * (p[3].x - p[0].x) / 3) &&
+           near(p[2].y, p[0].y + 2 * (p[3].y - p[0].y) / 3);
+}
+
+// Removes the straight segments that run to a junction and straight back
+// (the joins of two fitted pieces that end at one point near it).
+void dropSpikes(Curve& c) {
+    Curve out;
+    out.push_back(c[0]);
+    auto same = [](PointD a, PointD b) {
+        return std::fabs(a.x - b.x) < 1e-9 && std::fabs(a.y - b.y) < 1e-9;
+    };
+    for (size_t i = 0; i + 3 < c.size(); i += 3) {
+        const size_t m = out.size();
+        if (m >= 4 && straightSegment(&out[m - 4]) && straightSegment(&c[i]) &&
+            same(out[m - 4], c[i + 3])) {
+            out.resize(m - 3);
+            continue;
+        }
+        out.insert(out.end(), c.begin() + static_cast<long>(i) + 1,
+                   c.begin() + static_cast<long>(i) + 4);
+    }
+    // Round the start: a first segment that goes back along the last.
+    while (out.size() >= 7 && straightSegment(&out[0]) && straightSegment(&out[out.size() - 4]) &&
+           same(out[out.size() - 4], out[3])) {
+        out.resize(out.size() - 3);
+        out.erase(out.begin(), out.begin() + 3);
+        out.back() = out[0];
+    }
+    c.swap(out);
+}
+
 // A straight segment from the curve's end to b.
 void appendLine(Curve& c, PointD b) {
     const PointD a = c.back();
@@ -75,29 +111,42 @@ void cornersBetween(const std::vector<Corner>& corners, int a, int b, std::vecto
     }
 }
 
-// Where a boundary that leaves the raster border at corner c (its first
-// step in direction d, its first samples s[0..count)) really crosses the
-// border line: the line through those samples met with the border, at most
-// a pixel from c. False at the raster's corners and for steps along the
-// border.
-bool borderCrossing(const Raster& r, const Corner& c, int d, const PointD* s, int count,
-                    PointD& out) {
+// Where the edge of a piece that starts at junction c (its first step in
+// direction d, its first samples s[0..count)) really ends near c: on the
+// raster border, where the line through those samples crosses the border
+// line; inside, the point of that line nearest to c. At most `reach` pixels
+// from c; false at the raster's corners, for steps along the border and
+// where the end would move by less than a tenth of a pixel.
+bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count, PointD& out) {
     if (count < 2) return false;
+    const double reach = 0.75;
     const bool sideX = c.x == 0 || c.x == r.w, sideY = c.y == 0 || c.y == r.h;
-    if (sideX == sideY) return false;
     const PointD a = s[0], b = s[count - 1];
     const double dx = b.x - a.x, dy = b.y - a.y;
-    if (sideX && (d == 0 || d == 2) && std::fabs(dx) > 1e-6) {
-        const double y = a.y + (c.x - a.x) * dy / dx;
-        out = {static_cast<double>(c.x), std::max(c.y - 1.0, std::min(c.y + 1.0, y))};
-        return true;
+    if (sideX && sideY) return false;
+    if (sideX || sideY) {
+        if (sideX && (d == 0 || d == 2) && std::fabs(dx) > 1e-6) {
+            const double y = a.y + (c.x - a.x) * dy / dx;
+            out = {static_cast<double>(c.x), std::max(c.y - 1.0, std::min(c.y + 1.0, y))};
+            return true;
+        }
+        if (sideY && (d == 1 || d == 3) && std::fabs(dy) > 1e-6) {
+            const double x = a.x + (c.y - a.y) * dx / dy;
+            out = {std::max(c.x - 1.0, std::min(c.x + 1.0, x)), static_cast<double>(c.y)};
+            return true;
+        }
+        return false;
     }
-    if (sideY && (d == 1 || d == 3) && std::fabs(dy) > 1e-6) {
-        const double x = a.x + (c.y - a.y) * dx / dy;
-        out = {std::max(c.x - 1.0, std::min(c.x + 1.0, x)), static_cast<double>(c.y)};
-        return true;
-    }
-    return false;
+    const double len = std::sqrt(dx * dx + dy * dy);
+    if (len < 1e-6) return false;
+    const double ux = dx / len, uy = dy / len;
+    const double t = (c.x - a.x) * ux + (c.y - a.y) * uy;
+    double mx = a.x + t * ux - c.x, my = a.y + t * uy - c.y;
+    const double m = std::sqrt(mx * mx + my * my);
+    if (m < 0.1) return false;
+    if (m > reach) mx *= reach / m, my *= reach / m;
+    out = {c.x + mx, c.y + my};
+    return true;
 }
 
 // Whether a fitted piece (or an island's whole curve) stays: see the header.
@@ -317,19 +366,19 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         points.push_back(
                             {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)});
                         codes.push_back(loop.codes[(b + n - 1) % n]);
-                        // Where the piece leaves the raster border, the fit
-                        // starts where the edge crosses the border line; a
-                        // straight piece along the border joins it to the
-                        // junction.
+                        // The fit runs between where the edge really ends
+                        // near the junctions (edgeEnd); a straight piece
+                        // joins it to each junction, so that every piece
+                        // still meets its neighbours there.
                         const int firstSamples = std::min(4, steps);
                         PointD startX, endX;
                         std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
                         std::reverse(tail.begin(), tail.end());
-                        const bool moveStart = borderCrossing(r, corners[a], loop.codes[a],
-                                                              &points[1], firstSamples, startX);
+                        const bool moveStart =
+                            edgeEnd(r, corners[a], loop.codes[a], &points[1], firstSamples, startX);
                         const bool moveEnd =
-                            borderCrossing(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
-                                           tail.data(), firstSamples, endX);
+                            edgeEnd(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
+                                    tail.data(), firstSamples, endX);
                         if (moveStart) points.front() = startX;
                         if (moveEnd) points.back() = endX;
                         Piece p;
@@ -370,6 +419,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         result.insert(result.end(), c.begin() + 1, c.end());
                     anyCurved = anyCurved || found[j]->curved;
                 }
+                dropSpikes(result);
                 set.curvedLoops += anyCurved;
             }
         }

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <cstdio>
-#include <cstdlib>
 
 namespace om1 {
 
@@ -588,13 +586,6 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
             corner = alpha > settings.alphaMax;
         }
         if (corner) corners.push_back(e);
-    }
-    if (getenv("OM1_DEBUG_FIT")) {
-        fprintf(stderr, "path n=%d closed=%d M=%d\n", n, closed, M);
-        for (int e = 0; e < VV; ++e)
-            fprintf(stderr, "  v%d sample %d (%.2f,%.2f) -> (%.2f,%.2f)%s\n", e, vert(e),
-                    L.at(vert(e)).x, L.at(vert(e)).y, v[e].x, v[e].y,
-                    std::find(corners.begin(), corners.end(), e) != corners.end() ? " corner" : "");
     }
     // Stage 4: the stretches between corners.
     StretchFitter f(L, settings, out);

@@ -108,6 +108,22 @@ bool Presets::polygonOutput(Preset p) {
     return p == Pixel;
 }
 
+void Presets::exactColours(TraceOptions& o) {
+    o.tolerancePercent = 0;
+    o.threshold = -1;
+    o.filter = TraceOptions::Filter::None;
+    o.colors = 0;
+    o.paletteCount = 0;
+    o.antialias = false;
+    o.speckle = 0;
+    o.speckleShare = 0;
+    o.restitute = false;
+    o.merge = 0;
+    o.mergePsnr = 0;
+    o.spots = 0;
+    o.maxPaths = 0;
+}
+
 bool Presets::parsePalette(const std::string& text, TraceOptions& o, std::string& error) {
     std::string s = text;
     for (char& c : s)

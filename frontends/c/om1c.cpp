@@ -127,7 +127,9 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
     long long bgPixels = 0, bgTransparent = 0;
     composite(pixels, width, height, stride, o.background, picture, bgPixels, bgTransparent);
 
-    const om1::TraceOptions t = om1c::OptionTable::toTrace(o);
+    om1::TraceOptions t = om1c::OptionTable::toTrace(o);
+    // Exact polygons are lossless only on the picture's own colours.
+    if (o.polygon) om1::Presets::exactColours(t);
     KvCtree* tree = nullptr;
     om1::TraceReport report;
     const om1::Tracer::Result traced =
@@ -157,8 +159,8 @@ int trace(const uint8_t* pixels, int width, int height, int stride, const om1_op
         built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->shapes, picture.data());
         if (built && !o.cutout) {
             oo.joinParts = true;
-            built = om1::ShapeBuilder::build(tree, seen, width, height, oo, r->drawn,
-                                             picture.data());
+            built =
+                om1::ShapeBuilder::build(tree, seen, width, height, oo, r->drawn, picture.data());
         }
     } catch (...) {
         built = false;

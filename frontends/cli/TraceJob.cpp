@@ -188,6 +188,8 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     options.curveTolerance = cl.curveTolerance;
     options.seed = om1::TraceOptions::Seed::UniformRing;
     options.treeCurves = false;  // the output layer fits its own
+    // Exact polygons are lossless only on the picture's own colours.
+    if (cl.polygon) om1::Presets::exactColours(options);
     for (const auto& kv : cl.stages)
         if (!om1::Presets::set(options, kv.first, kv.second, error)) {
             message = error;

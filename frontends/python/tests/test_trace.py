@@ -161,3 +161,20 @@ def test_closed_trace(block):
     with pytest.raises(ValueError, match="closed"):
         region.boundary
     assert "closed" in repr(t)
+
+
+@pytest.mark.parametrize("preset", [None, "graphic", "photo", "bw"])
+def test_polygon_keeps_exact_colours_whatever_the_preset(preset):
+    # Exact polygons are lossless on a hard-edged picture only in its own
+    # colours: the colour stages of the preset are off.
+    rng = np.random.default_rng(3)
+    colours = np.array([[255, 255, 255], [208, 32, 32], [32, 64, 192], [32, 160, 64]], np.uint8)
+    picture = colours[rng.integers(0, 4, (40, 56))]
+    picture[10:20, 10:30] = colours[1]
+    t = om1.trace(picture, preset=preset, polygon=True, cutout=True)  # own pixels
+    counts = {}
+    for r in t:
+        if r.role != "frame":
+            counts[r.color] = counts.get(r.color, 0) + r.pixels
+    want = {tuple(int(v) for v in c): int((picture == c).all(axis=2).sum()) for c in colours}
+    assert counts == want

@@ -31,6 +31,11 @@ PointD unit(PointD a) {
     return l > 1e-12 ? mul(a, 1.0 / l) : PointD{0, 0};
 }
 
+// The polygon's edges span at most this many samples: longer straight runs
+// get vertices that are no corners, which the curve passes straight through,
+// and the polygon's cost stays linear in the boundary's length.
+const int kLongestEdge = 100;
+
 // Sums over a run of samples, for straight-line fits in constant time.
 struct Moments {
     double n = 0, x = 0, y = 0, xx = 0, xy = 0, yy = 0;
@@ -378,7 +383,7 @@ private:
         for (double& u : u_) u /= total;
         double worst = 0;
         bool good = false;
-        for (int iter = 0; iter < 3; ++iter) {
+        for (int iter = 0; iter < 2; ++iter) {
             if (!leastSquares(i0, P0, P3, t0, t3, seg)) heuristic();
             // Sanity: handles forward along their tangents and not too long.
             if (!free0 && (dot(sub(seg[1], P0), t0) <= 0 || norm(sub(seg[1], P0)) > 2 * clen))
@@ -631,10 +636,10 @@ bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<ui
     }
     const Loop L(samples, codes, start, true);
     std::vector<int> lon, verts;
-    straightRuns(L, settings.straightness, 0, lon);
+    straightRuns(L, settings.straightness, kLongestEdge, lon);
     optimalPolygon(L, lon, verts);
     if (verts.size() < 3) {
-        straightRuns(L, settings.straightness, n / 3, lon);
+        straightRuns(L, settings.straightness, std::min(kLongestEdge, n / 3), lon);
         optimalPolygon(L, lon, verts);
         if (verts.size() < 3) return false;
     }
@@ -648,7 +653,7 @@ bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector
     if (n < 2 || codes.size() != points.size()) return false;
     const Loop L(points, codes, 0, false);
     std::vector<int> lon, verts;
-    straightRuns(L, settings.straightness, 0, lon);
+    straightRuns(L, settings.straightness, kLongestEdge, lon);
     optimalPolygon(L, lon, verts);
     if (verts.empty()) return false;
     return fitPolygon(L, verts, settings, out);

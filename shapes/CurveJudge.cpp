@@ -66,10 +66,11 @@ CurveJudge::Errors CurveJudge::compare(const std::vector<PointD>& curve,
                 if (k == a) return true;
             return false;
         };
-        if (!ancestorOf(in, out) && !ancestorOf(out, in)) {
+        if (!ancestorOf(in, out) && !ancestorOf(out, in) && in != pic.base && out != pic.base) {
             int k = par[static_cast<size_t>(in)];
             while (k >= 0 && !ancestorOf(k, out)) k = par[static_cast<size_t>(k)];
             while (k >= 0 && !(*pic.drawn)[static_cast<size_t>(k)]) k = par[static_cast<size_t>(k)];
+            if (k < 0) k = pic.base;
             if (k >= 0) under = &colours[static_cast<size_t>(k)];
         }
     }

@@ -37,6 +37,7 @@ public:
         // its pixels only in part, and what lies under both shows through.
         const std::vector<int>* parents = nullptr;
         const std::vector<uint8_t>* drawn = nullptr;
+        int base = -1;  // a label drawn first under all others (-1: none)
         int32_t label(int x, int y) const {
             return x < 0 || y < 0 || x >= width || y >= height
                        ? -1

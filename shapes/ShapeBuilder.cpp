@@ -194,6 +194,34 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
             out.shapes.clear();
             return false;
         }
+        // Stacked: when no region covers the whole picture (the tree's root
+        // is a frame), the first region drawn is drawn as the whole picture
+        // instead; everything drawn after it covers its own pixels, so the
+        // picture stays the same, and every edge between two regions drawn
+        // later has a region under it, not the empty page.
+        int base = -1;
+        if (!cutout) {
+            for (size_t i = 0; i < out.shapes.size() && base < 0; ++i) {
+                const LabelRaster::Node& n = lr.nodes[i];
+                if (n.frame || out.shapes[i].loops.empty()) continue;
+                bool underFrames = true;
+                for (int p = n.parent; p >= 0; p = lr.nodes[static_cast<size_t>(p)].parent)
+                    underFrames = underFrames && lr.nodes[static_cast<size_t>(p)].frame;
+                if (underFrames) base = static_cast<int>(i);
+                break;
+            }
+            if (base >= 0) {
+                CrackLoop whole;
+                whole.codes.reserve(2 * static_cast<size_t>(width) + 2 * height);
+                whole.codes.insert(whole.codes.end(), static_cast<size_t>(width), 0);
+                whole.codes.insert(whole.codes.end(), static_cast<size_t>(height), 1);
+                whole.codes.insert(whole.codes.end(), static_cast<size_t>(width), 2);
+                whole.codes.insert(whole.codes.end(), static_cast<size_t>(height), 3);
+                Shape& b = out.shapes[static_cast<size_t>(base)];
+                b.loops.assign(1, whole);
+                b.pixels = static_cast<long long>(width) * height;  // the area drawn
+            }
+        }
         for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
         if (!options.polygon) {
             std::vector<RGBQUAD> colours(lr.nodes.size());
@@ -210,9 +238,10 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
                 parents[i] = lr.nodes[i].parent;
                 drawn[i] = !lr.nodes[i].frame;
             }
-            if (options.layout == OutputOptions::Layout::Stacked) {
+            if (!cutout) {
                 pic.parents = &parents;
                 pic.drawn = &drawn;
+                pic.base = base;
             }
             if (!BoundaryCurves::fit(pic, options, out)) {
                 out.shapes.clear();

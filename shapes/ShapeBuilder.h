@@ -6,7 +6,10 @@
 // pixel edges (CrackTracer):
 // - stacked layout: a node's shape is every pixel whose label is the node or
 //   one of its descendants, so that drawing the shapes in order (parents
-//   first, holes on top) reproduces the label raster exactly;
+//   first, holes on top) reproduces the label raster exactly; when the root
+//   is a frame (no region covers the whole picture), the first region drawn
+//   is drawn as the whole picture, so that no edge between regions drawn
+//   later lies on the empty page;
 // - cutout layout: a region's shape is its own pixels; frames get no shape.
 // Curves (unless `polygon`) are fitted on these exact loops, through the
 // edge the picture's anti-aliasing shows between the pixel corners, and kept

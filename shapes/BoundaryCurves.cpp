@@ -243,6 +243,21 @@ void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out)
     }
 }
 
+// Whether the pixels on both sides of the step that leaves corner c in
+// direction d show exactly their regions' colours.
+bool ownColour(const EdgeSamples::Picture& pic, const Corner& c, int d, int32_t in, int32_t out) {
+    auto same = [](const RGBQUAD& a, const RGBQUAD& b) {
+        return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+    };
+    const int ox = c.x + kOutX[d], oy = c.y + kOutY[d];
+    const int o = (d + 3) & 3;
+    const int ix = ox - kDx[o], iy = oy - kDy[o];
+    const std::vector<RGBQUAD>& col = *pic.colours;
+    return same(pic.pixels[static_cast<size_t>(oy) * pic.width + ox],
+                col[static_cast<size_t>(out)]) &&
+           same(pic.pixels[static_cast<size_t>(iy) * pic.width + ix], col[static_cast<size_t>(in)]);
+}
+
 }  // namespace
 
 bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions& options,
@@ -381,9 +396,19 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                                     tail.data(), firstSamples, endX);
                         if (moveStart) points.front() = startX;
                         if (moveEnd) points.back() = endX;
+                        // Where the picture shows both regions in their own
+                        // colours on every step, the staircase is exact.
+                        bool exact = given.pixels != nullptr;
+                        for (int k = 0; k < steps && exact; ++k) {
+                            int32_t li, lo;
+                            const int i = (a + k) % n;
+                            sides(r, loop, corners, i, li, lo);
+                            exact = lo >= 0 && li >= 0 &&
+                                    ownColour(given, corners[i], loop.codes[i], li, lo);
+                        }
                         Piece p;
                         p.curved =
-                            steps >= 2 && out >= 0 &&
+                            !exact && steps >= 2 && out >= 0 &&
                             OutlineFitter::fitOpen(
                                 points, codes, CurveFitter::settings(options.curveTolerance), cut);
                         if (p.curved && (moveStart || moveEnd)) {

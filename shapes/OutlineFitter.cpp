@@ -393,18 +393,23 @@ private:
             if (free0 && norm(sub(seg[1], P0)) > 2 * clen + 1) return false;
             if (free3 && norm(sub(P3, seg[2])) > 2 * clen + 1) return false;
             // Newton steps towards the nearest curve points, then the error.
+            // (The distance is taken before the step, which only brings
+            // the curve point nearer; the last round stops at the first
+            // sample out of the tolerance.)
+            const bool last = iter == 1 && !sound;
             worst = 0;
             double sum = 0;
             for (int i = 0; i < m; ++i) {
                 double& u = u_[static_cast<size_t>(i)];
                 const PointD p = L_.at(i0 + i);
                 const PointD d = sub(bezier(seg, u), p);
+                const double dist = norm(d);
+                worst = std::max(worst, dist);
+                sum += dist * dist;
+                if (last && worst > tol) return false;
                 const PointD d1 = bezierD1(seg, u), d2 = bezierD2(seg, u);
                 const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
                 if (std::fabs(fd) > 1e-12) u = std::min(1.0, std::max(0.0, u - f / fd));
-                const double dist = norm(sub(bezier(seg, u), p));
-                worst = std::max(worst, dist);
-                sum += dist * dist;
             }
             // Within the tolerance everywhere, and within a third of it on
             // average (the samples' own noise stays well below that).

@@ -25,8 +25,8 @@ using K = OptionTable::Kind;
 // The order is the order of application (see the header).
 const OptionTable::Row kRows[] = {
     OM1_ROW(polygon, K::Flag, 0, 1, nullptr, nullptr,
-            "exact pixel-edge polygons, no curves (lossless on hard-edged pictures; "
-            "tolerance and min length 0 unless given)",
+            "exact pixel-edge polygons, no curves, in the picture's exact colours (every colour "
+            "stage off, tolerance and min length 0, unless given): lossless on hard-edged pictures",
             0, nullptr),
     OM1_ROW(cutout, K::Flag, 0, 1, nullptr, nullptr,
             "every region once as its own area, no stacking; neighbours share their "
@@ -442,7 +442,11 @@ int OptionTable::set(om1_options& o, const Row& r, const std::string& text, std:
     // What the option implies (applied before the implied options; see the header).
     const std::string name = r.name;
     if (name == "polygon" && v != 0) {
-        o.tolerance = 0;
+        // Exact polygons are lossless only on the picture's own colours:
+        // every stage that changes colours goes off, and every region stays.
+        TraceOptions t = OptionsRecord::toTrace(o);
+        Presets::exactColours(t);
+        OptionsRecord::fromTrace(t, o);
         o.min_length = 0;
     } else if (name == "colors") {
         o.merge_means = 0;

@@ -5,7 +5,8 @@
 // from here, so the front ends accept the same options with the same ranges.
 //
 // Rows are in the order settings are applied: an option that implies others
-// comes before them (polygon sets tolerance and min_length to 0; colors and
+// comes before them (polygon switches every colour stage off and sets
+// tolerance and min_length to 0; colors and
 // palette keep the palette through merging, merge_means 0; speckle replaces
 // the preset's share of the area, speckle_share 0), so that an explicit
 // setting of the implied option wins whatever order a user gave them in.

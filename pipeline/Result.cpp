@@ -160,8 +160,10 @@ void Result::State::build(View& v, bool joinParts) {
             alpha.levels = levels.data();
             alpha.coverage = coverage.empty() ? nullptr : coverage.data();
         }
-        v.built = tree ? ShapeBuilder::build(tree, seen.data(), alpha, width, height, oo, v.set)
-                       : ShapeBuilder::build(regions, !levels.empty(), oo, v.set);
+        const RGBQUAD* before = input.empty() ? nullptr : input.data();
+        v.built = tree ? ShapeBuilder::build(tree, seen.data(), alpha, width, height, oo, v.set,
+                                             before)
+                       : ShapeBuilder::build(regions, !levels.empty(), oo, v.set, before);
     } catch (...) {
         v.set.shapes.clear();
         v.built = false;

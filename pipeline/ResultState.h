@@ -30,6 +30,9 @@ struct Result::State {
     // (TraceOptions::exactRegions), ready to be followed.
     LabelRaster regions;
     std::vector<RGBQUAD> seen;  // the picture the tracer saw, after the stages
+    // The picture before the stages, where they changed it (the curves are
+    // placed and judged against it); empty when it is `seen`.
+    std::vector<RGBQUAD> input;
     // With transparency: the alpha level of every pixel of `seen`
     // (TraceReport::preparedAlpha) and the input's own alpha; both empty for
     // an opaque picture.

@@ -88,13 +88,17 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
             return OM1_OUT_OF_MEMORY;
         s.levels = std::move(s.report.preparedAlpha);
         s.report.prepared = std::vector<RGBQUAD>();
+        s.input = std::move(picture);
         return OM1_OK;
     }
-    // The shapes are checked against the picture the tracer saw.
-    if (s.report.prepared.empty())
+    // The shapes are checked against the picture the tracer saw, their
+    // curves placed against the picture as it came.
+    if (s.report.prepared.empty()) {
         s.seen = std::move(picture);
-    else
+    } else {
         s.seen = std::move(s.report.prepared);
+        s.input = std::move(picture);
+    }
     if (!s.report.preparedAlpha.empty()) {
         s.levels = std::move(s.report.preparedAlpha);
         s.coverage = std::move(alpha);

@@ -82,4 +82,20 @@ bool Presets::polygonOutput(Preset p) {
     return p == Pixel;
 }
 
+void Presets::exactColours(TraceOptions& o) {
+    o.tolerancePercent = 0;
+    o.threshold = -1;
+    o.filter = TraceOptions::Filter::None;
+    o.colors = 0;
+    o.paletteCount = 0;
+    o.antialias = false;
+    o.speckle = 0;
+    o.speckleShare = 0;
+    o.restitute = false;
+    o.merge = 0;
+    o.mergePsnr = 0;
+    o.spots = 0;
+    o.maxPaths = 0;
+}
+
 }  // namespace om1

@@ -36,6 +36,11 @@ public:
     static TraceOptions options(Preset p);
     // Whether the preset's output is exact polygons rather than curves.
     static bool polygonOutput(Preset p);
+    // Switches off every stage that changes colours (threshold, filter,
+    // colours, palette, anti-alias cleanup, speckle, restitution, merging,
+    // spots, path limit) and the colour tolerance: what exact polygons need
+    // to be lossless, whatever the preset.
+    static void exactColours(TraceOptions& options);
 };
 
 }  // namespace om1

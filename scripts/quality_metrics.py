@@ -302,3 +302,67 @@ class SvgShapes:
     def overlap(self, width, height):
         """Pixel centres covered by two or more shapes."""
         return int(np.count_nonzero(self.coverage(width, height) >= 2))
+
+
+# ---------------------------------------------------------------- at 4x
+
+def render_source(svg_path, width, height):
+    """A source SVG rendered at width x height on white (as make-corpus rasterises it), H x W x 3."""
+    r = subprocess.run(["rsvg-convert", "-w", str(width), "-h", str(height), "-b", "white",
+                        "-f", "png", svg_path], capture_output=True)
+    if r.returncode != 0:
+        raise RuntimeError("rsvg-convert failed: " + r.stderr.decode(errors="replace").strip())
+    return np.asarray(Image.open(io.BytesIO(r.stdout)).convert("RGB"))
+
+
+def _blur(a, sigma):
+    """Separable Gaussian blur of a 2-D float array (edges repeated)."""
+    radius = max(1, int(math.ceil(3 * sigma)))
+    x = np.arange(-radius, radius + 1, dtype=np.float64)
+    k = np.exp(-0.5 * (x / sigma) ** 2)
+    k /= k.sum()
+    out = a
+    for axis in (0, 1):
+        pad = [(0, 0), (0, 0)]
+        pad[axis] = (radius, radius)
+        p = np.pad(out, pad, mode="edge")
+        acc = np.zeros_like(out)
+        n = out.shape[axis]
+        for i, w in enumerate(k):
+            acc += w * (p[i:i + n, :] if axis == 0 else p[:, i:i + n])
+        out = acc
+    return out
+
+
+def _sobel(a):
+    p = np.pad(a, 1, mode="edge")
+    gx = (p[:-2, 2:] + 2 * p[1:-1, 2:] + p[2:, 2:]) - (p[:-2, :-2] + 2 * p[1:-1, :-2] + p[2:, :-2])
+    gy = (p[2:, :-2] + 2 * p[2:, 1:-1] + p[2:, 2:]) - (p[:-2, :-2] + 2 * p[:-2, 1:-1] + p[:-2, 2:])
+    return gx, gy
+
+
+def edge_direction_error(source, trace, sigma=1.0):
+    """Gradient-weighted mean angle (degrees) between the edge directions of two renders.
+
+    Both are turned into luminance, blurred lightly (sigma in pixels of the
+    render) and differentiated with Sobel. Over the source's edge pixels
+    (gradient above a quarter of its largest) where the trace also has an edge
+    (above a quarter of the trace's largest), the angle between the two
+    gradients (0 to 90 degrees: an edge is a line, its side does not count) is
+    averaged, weighted by the source's gradient. 0 is a perfect match.
+    """
+    def grad(rgb):
+        lum = rgb[..., :3].astype(np.float64) @ np.array([0.299, 0.587, 0.114])
+        return _sobel(_blur(lum, sigma))
+    sx, sy = grad(source)
+    tx, ty = grad(trace)
+    ms, mt = np.hypot(sx, sy), np.hypot(tx, ty)
+    if ms.max() <= 0 or mt.max() <= 0:
+        return math.nan
+    sel = (ms > 0.25 * ms.max()) & (mt > 0.25 * mt.max())
+    if not sel.any():
+        return math.nan
+    cos = np.abs(sx[sel] * tx[sel] + sy[sel] * ty[sel]) / (ms[sel] * mt[sel])
+    ang = np.degrees(np.arccos(np.clip(cos, 0.0, 1.0)))
+    w = ms[sel]
+    return float(np.sum(ang * w) / np.sum(w))

@@ -1,31 +1,28 @@
-// CurveFitter: closed cubic Bezier curves on exact boundaries, fitted by the
-// library's own CurveConverter (a crack loop is a chain code between
-// corners), with the same straight-line tolerance the tracer's curves use.
+// CurveFitter: the closed cubic curve of one exact boundary, fitted through
+// its edge samples by OutlineFitter; boundaries too small or too thin for it
+// get their corner polygon.
 #pragma once
 
 #include <vector>
 
 #include "shapes/CrackLoop.h"
+#include "shapes/OutlineFitter.h"
 #include "shapes/Shape.h"
 
 namespace om1 {
 
 class CurveFitter {
 public:
-    // 3n + 1 points in picture coordinates. Loops the converter cannot fit
-    // faithfully get their corner polygon as straight cubic segments, so
-    // every loop has a curve: loops of fewer than 8 steps, fits whose area is
-    // off by more than half the loop's, and fits whose areaError exceeds
-    // maxAreaErrorPerStep per step of the loop (negative: no such limit) (a staircase of one-pixel
-    // steps merged into a slanted line, pixel-sized detail smoothed away). False when memory runs
-    // out. `fitted` (when given) is set to whether the converter's curve was kept.
-    static bool fitLoop(const CrackLoop& loop, int tolerance, std::vector<PointD>& out,
-                        bool* fitted = nullptr, double maxAreaErrorPerStep = kMaxAreaErrorPerStep);
-    static constexpr double kMaxAreaErrorPerStep = 0.05;
-    // The area (square pixels) inside the loop and not inside the curve or
-    // the other way round, sampled 4 x 4 per pixel (the curve flattened,
-    // even-odd rule).
-    static double areaError(const CrackLoop& loop, const std::vector<PointD>& curve);
+    // The fit's settings for a curve tolerance (OutputOptions::curveTolerance,
+    // 1 by default: samples within 0.3 px of the curve; every further unit
+    // adds 0.3 px, 0 gives 0.15 px).
+    static OutlineFitter::Settings settings(int curveTolerance);
+
+    // 3n + 1 points in picture coordinates, through `samples` (one per step
+    // of the loop, EdgeSamples). True when the fit succeeded; otherwise `out`
+    // is the corner polygon. Throws std::bad_alloc when memory runs out.
+    static bool fitLoop(const CrackLoop& loop, const std::vector<PointD>& samples,
+                        int curveTolerance, std::vector<PointD>& out);
     // The corner polygon of a loop as straight cubic segments.
     static void polygonCurve(const CrackLoop& loop, std::vector<PointD>& out);
     // Signed area enclosed by a closed cubic curve (positive: clockwise on a

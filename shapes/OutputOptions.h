@@ -16,12 +16,13 @@ struct OutputOptions {
     Layout layout = Layout::Stacked;
     // Corner polygons only, no curve fitting (the lossless mode).
     bool polygon = false;
-    // Straight-line tolerance of the curve fit, in pixels.
+    // Tolerance of the curve fit: 1 keeps the edge samples within 0.3 px of
+    // the curve, every further unit adds 0.3 px (CurveFitter::settings).
     int curveTolerance = 1;
-    // A fitted curve is kept only when the area between it and the exact
-    // boundary is at most this many square pixels per boundary step; else the
-    // exact polygon stands in (CurveFitter). 0.05 keeps hard-edged pictures
-    // at 35 dB or better; a negative value keeps every fit.
+    // With a picture, a fitted piece of boundary is kept where it reproduces
+    // the picture better than the exact staircase (BoundaryCurves). Without
+    // one, only when the area between it and the staircase is at most this
+    // many square pixels per boundary step. A negative value keeps every fit.
     double maxCurveAreaError = 0.05;
     // Largest colour difference (0..255, per channel) a pixel may have from
     // its region's colour before the label raster is corrected against the

@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "shapes/CrackTracer.h"
-#include "shapes/CurveFitter.h"
-#include "shapes/CutoutCurves.h"
+#include "shapes/BoundaryCurves.h"
 #include "shapes/LabelRaster.h"
 
 namespace om1 {
@@ -208,8 +207,11 @@ bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
 
 // The shapes of a finished label raster. With `transparent`, the nodes carry
 // their alpha (LabelRaster::setAlpha): the empty region is never drawn.
+// `pixels` (may be null) is the picture the raster was traced from, `input`
+// (may be null) the picture before preparation, which places the curves.
 bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transparent,
-              ShapeSet& out) {
+              const RGBQUAD* pixels, const RGBQUAD* input, ShapeSet& out) {
+    const int width = lr.width, height = lr.height;
     out.transparent = transparent;
     out.shapes.resize(lr.nodes.size());
     for (size_t i = 0; i < lr.nodes.size(); ++i) {
@@ -227,24 +229,58 @@ bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transpar
     const bool cutout = options.layout == OutputOptions::Layout::Cutout;
     if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, transparent, out)))
         return false;
+    // Stacked: when no region covers the whole picture (the tree's root is a
+    // frame), the first region drawn is drawn as the whole picture instead;
+    // everything drawn after it covers its own pixels, so the picture stays
+    // the same, and every edge between two regions drawn later has a region
+    // under it, not the empty page. Not with transparency: the page shows
+    // where the picture is empty.
+    int base = -1;
+    if (!cutout && !transparent) {
+        for (size_t i = 0; i < out.shapes.size() && base < 0; ++i) {
+            const LabelRaster::Node& n = lr.nodes[i];
+            if (n.frame || out.shapes[i].loops.empty()) continue;
+            bool underFrames = true;
+            for (int p = n.parent; p >= 0; p = lr.nodes[static_cast<size_t>(p)].parent)
+                underFrames = underFrames && lr.nodes[static_cast<size_t>(p)].frame;
+            if (underFrames) base = static_cast<int>(i);
+            break;
+        }
+        if (base >= 0) {
+            CrackLoop whole;
+            whole.codes.reserve(2 * static_cast<size_t>(width) + 2 * height);
+            whole.codes.insert(whole.codes.end(), static_cast<size_t>(width), 0);
+            whole.codes.insert(whole.codes.end(), static_cast<size_t>(height), 1);
+            whole.codes.insert(whole.codes.end(), static_cast<size_t>(width), 2);
+            whole.codes.insert(whole.codes.end(), static_cast<size_t>(height), 3);
+            Shape& b = out.shapes[static_cast<size_t>(base)];
+            b.loops.assign(1, whole);
+            b.pixels = static_cast<long long>(width) * height;  // the area drawn
+        }
+    }
     for (const Shape& s : out.shapes)
         if (s.alpha != 0) out.loops += static_cast<long long>(s.loops.size());
     if (!options.polygon) {
-        if (cutout) {
-            if (!CutoutCurves::fit(lr.labels.data(), lr.width, lr.height, options, out))
-                return false;
-        } else {
-            for (Shape& s : out.shapes) {
-                s.curves.resize(s.loops.size());
-                for (size_t k = 0; k < s.loops.size(); ++k) {
-                    bool fitted = false;
-                    if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
-                                              &fitted, options.maxCurveAreaError))
-                        return false;
-                    out.curvedLoops += fitted;
-                }
-            }
+        std::vector<RGBQUAD> colours(lr.nodes.size());
+        for (size_t i = 0; i < lr.nodes.size(); ++i) colours[i] = lr.nodes[i].color;
+        EdgeSamples::Picture pic;
+        pic.labels = lr.labels.data();
+        pic.width = width;
+        pic.height = height;
+        pic.pixels = input ? input : pixels;
+        pic.colours = &colours;
+        std::vector<int> parents(lr.nodes.size());
+        std::vector<uint8_t> drawn(lr.nodes.size());
+        for (size_t i = 0; i < lr.nodes.size(); ++i) {
+            parents[i] = lr.nodes[i].parent;
+            drawn[i] = !lr.nodes[i].frame && lr.nodes[i].alpha != 0;
         }
+        if (!cutout) {
+            pic.parents = &parents;
+            pic.drawn = &drawn;
+            pic.base = base;
+        }
+        if (!BoundaryCurves::fit(pic, options, out)) return false;
     }
     // The empty region is never drawn (in the cutout layout its pieces were
     // fitted for its neighbours).
@@ -266,12 +302,13 @@ void start(ShapeSet& out, int width, int height, const OutputOptions& options) {
 }  // namespace
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                         const OutputOptions& options, ShapeSet& out) {
-    return build(tree, pixels, PixelAlpha(), width, height, options, out);
+                         const OutputOptions& options, ShapeSet& out, const RGBQUAD* input) {
+    return build(tree, pixels, PixelAlpha(), width, height, options, out, input);
 }
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
-                         int width, int height, const OutputOptions& options, ShapeSet& out) {
+                         int width, int height, const OutputOptions& options, ShapeSet& out,
+                         const RGBQUAD* input) {
     start(out, width, height, options);
     const uint8_t* levels = pixels ? alpha.levels : nullptr;
     try {
@@ -283,7 +320,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
             if (moved < 0) return false;
             out.reconciledPixels = moved;
         }
-        if (!shapesOf(lr, options, levels != nullptr, out)) {
+        if (!shapesOf(lr, options, levels != nullptr, pixels, input, out)) {
             out.shapes.clear();
             return false;
         }
@@ -295,11 +332,11 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
 }
 
 bool ShapeBuilder::build(const LabelRaster& regions, bool transparent,
-                         const OutputOptions& options, ShapeSet& out) {
+                         const OutputOptions& options, ShapeSet& out, const RGBQUAD* input) {
     start(out, regions.width, regions.height, options);
     if (regions.nodes.empty()) return false;
     try {
-        if (!shapesOf(regions, options, transparent, out)) {
+        if (!shapesOf(regions, options, transparent, nullptr, input, out)) {
             out.shapes.clear();
             return false;
         }

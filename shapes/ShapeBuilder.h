@@ -6,12 +6,16 @@
 // pixel edges (CrackTracer):
 // - stacked layout: a node's shape is every pixel whose label is the node or
 //   one of its descendants, so that drawing the shapes in order (parents
-//   first, holes on top) reproduces the label raster exactly;
+//   first, holes on top) reproduces the label raster exactly; when the root
+//   is a frame (no region covers the whole picture), the first region drawn
+//   is drawn as the whole picture, so that no edge between regions drawn
+//   later lies on the empty page;
 // - cutout layout: a region's shape is its own pixels; frames get no shape.
-// Curves (unless `polygon`) are fitted on these exact loops by CurveFitter;
-// in the cutout layout the boundaries are cut where three or more regions or
-// the raster border meet, and each piece between two regions is fitted once
-// and used, reversed, by both (CutoutCurves).
+// Curves (unless `polygon`) are fitted on these exact loops, through the
+// edge the picture's anti-aliasing shows between the pixel corners, and kept
+// piece by piece where they reproduce the picture better than the exact
+// staircase (BoundaryCurves); in the cutout layout each piece between two
+// regions is fitted once and used, reversed, by both.
 #pragma once
 
 #include "companion/KvCtree.h"
@@ -25,10 +29,13 @@ namespace om1 {
 
 class ShapeBuilder {
 public:
-    // `pixels` (width x height, rows in the tree's order) may be null. False
-    // when memory runs out or the size is unusable; `out` is then empty.
+    // `pixels` (width x height, rows in the tree's order: the picture the
+    // tree was traced from, after any preparation) may be null. `input`, the
+    // picture before preparation (same size and order), places the curves
+    // and judges them; null: `pixels` does. False when memory runs out or
+    // the size is unusable; `out` is then empty.
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                      const OutputOptions& options, ShapeSet& out);
+                      const OutputOptions& options, ShapeSet& out, const RGBQUAD* input = nullptr);
     // The same for a picture traced with transparency (`pixels` are then
     // TraceReport::prepared and `alpha.levels` TraceReport::preparedAlpha):
     // every node gets the alpha level of its pixels (Shape::alpha), the
@@ -41,7 +48,8 @@ public:
     //   what lies behind it in the picture, not its parent.
     // With alpha.levels null this is the call above.
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
-                      int width, int height, const OutputOptions& options, ShapeSet& out);
+                      int width, int height, const OutputOptions& options, ShapeSet& out,
+                      const RGBQUAD* input = nullptr);
 
     // The shapes of an exact region labelling (LabelRaster::assign), which
     // needs neither painting nor correcting: every region is one node, a
@@ -49,7 +57,7 @@ public:
     // the nodes carry their alpha (LabelRaster::setAlpha), as above. False
     // when memory runs out or the raster is empty.
     static bool build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
-                      ShapeSet& out);
+                      ShapeSet& out, const RGBQUAD* input = nullptr);
 };
 
 }  // namespace om1

@@ -400,8 +400,9 @@ TEST(Cutout, NoSeamsNoOverlaps) {
         }
 }
 
-// The bundled example with the tool's defaults (tolerance 10): most loops
-// keep their fitted curves, and the cutout still has no seam and no overlap.
+// The bundled example with the tool's defaults (tolerance 10): loops keep
+// their fitted curves where they are truer to the picture than the
+// staircase, and the cutout still has no seam and no overlap.
 TEST(Cutout, BundledExampleWithCurves) {
     int w = 0, h = 0, n = 0;
     unsigned char* data = stbi_load(OM1_SOURCE_DIR "/examples/shapes.png", &w, &h, &n, 3);
@@ -423,7 +424,7 @@ TEST(Cutout, BundledExampleWithCurves) {
            overlaps, set.curvedLoops, set.loops);
     EXPECT_EQ(seams, 0);
     EXPECT_EQ(overlaps, 0);
-    EXPECT_GT(set.curvedLoops * 2, set.loops);
+    EXPECT_GT(set.curvedLoops, 0);
 }
 
 // The writers: one path per region with its fill, no stroke, H/V polygons;

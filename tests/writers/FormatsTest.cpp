@@ -413,7 +413,10 @@ TEST_F(Readers, DxfReadBackWithEzdxf) {
 }
 
 // GeoJSON: closed rings wound as RFC 7946 asks, holes inside their outer
-// ring, and every feature's area its pixel count (exactly for polygons).
+// ring, and every feature's area its pixel count (exactly for polygons; for
+// curves within half a pixel per unit of boundary, as far as they move the
+// edges between the pixel corners where the picture's anti-aliasing puts
+// them).
 TEST_F(Readers, GeoJsonValidAndAreasMatch) {
     const std::string py = python(false);
     if (py.empty()) GTEST_SKIP() << "python3 is missing";
@@ -421,7 +424,7 @@ TEST_F(Readers, GeoJsonValidAndAreasMatch) {
     std::vector<std::string> files;
     for (const Case& c : cases()) {
         files.push_back(writeFile(OutputFormat::Kind::GeoJson, c.set, c.name));
-        args += " '" + files.back() + "' " + (c.set.options.polygon ? "0" : "0.1");
+        args += " '" + files.back() + "' " + (c.set.options.polygon ? "0" : "0.5");
     }
     std::string text;
     const int rc = run(py + " " OM1_SOURCE_DIR "/tests/writers/check_geojson.py" + args, text);

@@ -29,6 +29,17 @@ def disc(size: int = 64, radius: int = 24) -> np.ndarray:
     return a
 
 
+def soft_disc(size: int = 64, radius: float = 24.2) -> np.ndarray:
+    """A blue disc on white as a renderer anti-aliases it (8 x 8 samples a pixel)."""
+    k = 8
+    y, x = (np.mgrid[0:size * k, 0:size * k] + 0.5) / k
+    inside = ((x - size / 2 - 0.3) ** 2 + (y - size / 2 + 0.2) ** 2 < radius * radius)
+    share = inside.reshape(size, k, size, k).mean(axis=(1, 3))
+    a = np.full((size, size, 3), 255.0)
+    a[..., 0] = a[..., 1] = 255 * (1 - share)
+    return np.rint(a).astype(np.uint8)
+
+
 @pytest.fixture
 def block() -> np.ndarray:
     return red_block()

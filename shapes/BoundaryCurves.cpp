@@ -1,0 +1,457 @@
+#include "shapes/BoundaryCurves.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_map>
+#include <vector>
+
+#include "shapes/AreaCoverage.h"
+#include "shapes/CurveFitter.h"
+#include "shapes/CurveJudge.h"
+#include "shapes/OutlineFitter.h"
+
+namespace om1 {
+
+namespace {
+
+const int kDx[4] = {1, 0, -1, 0};
+const int kDy[4] = {0, 1, 0, -1};
+const int kOutX[4] = {0, 0, -1, -1}, kOutY[4] = {-1, 0, 0, -1};
+
+using Curve = std::vector<PointD>;
+
+struct Raster {
+    const int32_t* labels;
+    int w, h;
+    int32_t at(int x, int y) const {
+        return x < 0 || y < 0 || x >= w || y >= h ? -1 : labels[static_cast<size_t>(y) * w + x];
+    }
+    bool junction(int cx, int cy) const {
+        if ((cx == 0 || cx == w) && (cy == 0 || cy == h)) return true;
+        const int32_t a = at(cx - 1, cy - 1), b = at(cx, cy - 1), c = at(cx - 1, cy),
+                      d = at(cx, cy);
+        const int degree = (a != b) + (c != d) + (a != c) + (b != d);
+        return degree >= 3;
+    }
+};
+
+long long key(int x, int y, int d) {
+    return ((static_cast<long long>(y) << 32) | static_cast<unsigned>(x)) * 4 + d;
+}
+
+bool straightSegment(const PointD* p) {
+    auto near = [](double a, double b) { return std::fabs(a - b) < 1e-9; };
+    return near(p[1].x, p[0].x + (p[3].x - p[0].x) / 3) &&
+           near(p[1].y, p[0].y + (p[3].y - p[0].y) / 3) &&
+           near(p[2].x, p[0].x + 2 * (p[3].x - p[0].x) / 3) &&
+           near(p[2].y, p[0].y + 2 * (p[3].y - p[0].y) / 3);
+}
+
+// Removes the straight segments that run to a junction and straight back
+// (the joins of two fitted pieces that end at one point near it).
+void dropSpikes(Curve& c) {
+    Curve out;
+    out.push_back(c[0]);
+    auto same = [](PointD a, PointD b) {
+        return std::fabs(a.x - b.x) < 1e-9 && std::fabs(a.y - b.y) < 1e-9;
+    };
+    for (size_t i = 0; i + 3 < c.size(); i += 3) {
+        const size_t m = out.size();
+        if (m >= 4 && straightSegment(&out[m - 4]) && straightSegment(&c[i]) &&
+            same(out[m - 4], c[i + 3])) {
+            out.resize(m - 3);
+            continue;
+        }
+        out.insert(out.end(), c.begin() + static_cast<long>(i) + 1,
+                   c.begin() + static_cast<long>(i) + 4);
+    }
+    // Round the start: a first segment that goes back along the last.
+    while (out.size() >= 7 && straightSegment(&out[0]) && straightSegment(&out[out.size() - 4]) &&
+           same(out[out.size() - 4], out[3])) {
+        out.resize(out.size() - 3);
+        out.erase(out.begin(), out.begin() + 3);
+        out.back() = out[0];
+    }
+    c.swap(out);
+}
+
+// A straight segment from the curve's end to b.
+void appendLine(Curve& c, PointD b) {
+    const PointD a = c.back();
+    c.push_back({a.x + (b.x - a.x) / 3, a.y + (b.y - a.y) / 3});
+    c.push_back({a.x + 2 * (b.x - a.x) / 3, a.y + 2 * (b.y - a.y) / 3});
+    c.push_back(b);
+}
+
+void straightPiece(const std::vector<Corner>& corners, Curve& out) {
+    // Corner polygon of an open piece: its turning corners and the end.
+    out.clear();
+    out.push_back({static_cast<double>(corners[0].x), static_cast<double>(corners[0].y)});
+    for (size_t i = 1; i < corners.size(); ++i) {
+        const bool turn = i + 1 == corners.size() ||
+                          (corners[i + 1].x - corners[i].x) != (corners[i].x - corners[i - 1].x) ||
+                          (corners[i + 1].y - corners[i].y) != (corners[i].y - corners[i - 1].y);
+        if (!turn) continue;
+        const PointD a = out.back();
+        const PointD b = {static_cast<double>(corners[i].x), static_cast<double>(corners[i].y)};
+        out.push_back({a.x + (b.x - a.x) / 3, a.y + (b.y - a.y) / 3});
+        out.push_back({a.x + 2 * (b.x - a.x) / 3, a.y + 2 * (b.y - a.y) / 3});
+        out.push_back(b);
+    }
+}
+
+// The corners of a loop from corner a to corner b (round the loop; b at or
+// before a: the full way round).
+void cornersBetween(const std::vector<Corner>& corners, int a, int b, std::vector<Corner>& pc) {
+    const int n = static_cast<int>(corners.size());
+    pc.clear();
+    for (int k = a;; k = (k + 1) % n) {
+        pc.push_back(corners[static_cast<size_t>(k)]);
+        if (k == b && pc.size() > 1) break;
+    }
+}
+
+// Where the edge of a piece that starts at junction c (its first step in
+// direction d, its first samples s[0..count)) really ends near c: on the
+// raster border, where the line through those samples crosses the border
+// line; inside, the point of that line nearest to c. At most `reach` pixels
+// from c; false at the raster's corners, for steps along the border and
+// where the end would move by less than a tenth of a pixel.
+bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count, PointD& out) {
+    if (count < 2) return false;
+    const double reach = 0.75;
+    const bool sideX = c.x == 0 || c.x == r.w, sideY = c.y == 0 || c.y == r.h;
+    const PointD a = s[0], b = s[count - 1];
+    const double dx = b.x - a.x, dy = b.y - a.y;
+    if (sideX && sideY) return false;
+    if (sideX || sideY) {
+        if (sideX && (d == 0 || d == 2) && std::fabs(dx) > 1e-6) {
+            const double y = a.y + (c.x - a.x) * dy / dx;
+            out = {static_cast<double>(c.x), std::max(c.y - 1.0, std::min(c.y + 1.0, y))};
+            return true;
+        }
+        if (sideY && (d == 1 || d == 3) && std::fabs(dy) > 1e-6) {
+            const double x = a.x + (c.y - a.y) * dx / dy;
+            out = {std::max(c.x - 1.0, std::min(c.x + 1.0, x)), static_cast<double>(c.y)};
+            return true;
+        }
+        return false;
+    }
+    const double len = std::sqrt(dx * dx + dy * dy);
+    if (len < 1e-6) return false;
+    const double ux = dx / len, uy = dy / len;
+    const double t = (c.x - a.x) * ux + (c.y - a.y) * uy;
+    double mx = a.x + t * ux - c.x, my = a.y + t * uy - c.y;
+    const double m = std::sqrt(mx * mx + my * my);
+    if (m < 0.1) return false;
+    if (m > reach) mx *= reach / m, my *= reach / m;
+    out = {c.x + mx, c.y + my};
+    return true;
+}
+
+// Whether a fitted piece (or an island's whole curve) stays: see the header.
+class Chooser {
+public:
+    Chooser(const EdgeSamples::Picture& pic, const OutputOptions& options)
+        : pic_(pic), options_(options) {}
+
+    bool keep(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
+              int32_t out) {
+        if (options_.maxCurveAreaError < 0) return true;
+        if (out < 0 || in < 0) return false;
+        const CurveJudge::Errors e =
+            CurveJudge::compare(curve, stair, closed, in, out, judgePicture(), cov_, cells_);
+        if (e.area <= 1e-6) return false;  // the staircase itself
+        if (pic_.pixels) return e.curve < e.staircase;
+        const double steps = static_cast<double>(stair.size() - (closed ? 0 : 1));
+        return e.area <= options_.maxCurveAreaError * steps;
+    }
+
+private:
+    // Without a picture the judge still measures the area between the two;
+    // every pixel then reads as its label's colour.
+    const EdgeSamples::Picture& judgePicture() {
+        if (pic_.pixels) return pic_;
+        if (flat_.empty()) {
+            flat_.resize(static_cast<size_t>(pic_.width) * pic_.height);
+            for (size_t i = 0; i < flat_.size(); ++i) {
+                const int32_t l = pic_.labels[i];
+                flat_[i] = l >= 0 ? (*pic_.colours)[static_cast<size_t>(l)] : RGBQUAD{};
+            }
+            flatPic_ = pic_;
+            flatPic_.pixels = flat_.data();
+        }
+        return flatPic_;
+    }
+
+    const EdgeSamples::Picture& pic_;
+    const OutputOptions& options_;
+    AreaCoverage cov_;
+    std::vector<AreaCoverage::Cell> cells_;
+    std::vector<RGBQUAD> flat_;
+    EdgeSamples::Picture flatPic_;
+};
+
+// The labels on either side of the step that leaves corner k of a loop.
+void sides(const Raster& r, const CrackLoop& loop, const std::vector<Corner>& corners, int k,
+           int32_t& in, int32_t& out) {
+    const int d = loop.codes[static_cast<size_t>(k)];
+    const Corner& c = corners[static_cast<size_t>(k)];
+    out = r.at(c.x + kOutX[d], c.y + kOutY[d]);
+    const int o = (d + 3) & 3;
+    in = r.at(c.x + kOutX[d] - kDx[o], c.y + kOutY[d] - kDy[o]);
+}
+
+}  // namespace
+
+namespace {
+
+// A piece of boundary as chosen once for every loop that runs along it.
+struct Piece {
+    Curve curve;  // from the first step's corner onwards
+    bool curved;
+};
+
+// The colour of every region in the picture itself: the mean over its
+// pixels whose four neighbours are of the region too (the region's colour
+// where it has none). The edge samples measure shares against these.
+void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out) {
+    const size_t n = pic.colours->size();
+    std::vector<double> sum(4 * n, 0.0);
+    const int w = pic.width, h = pic.height;
+    for (int y = 1; y + 1 < h; ++y)
+        for (int x = 1; x + 1 < w; ++x) {
+            const size_t i = static_cast<size_t>(y) * w + x;
+            const int32_t l = pic.labels[i];
+            if (l < 0 || pic.labels[i - 1] != l || pic.labels[i + 1] != l ||
+                pic.labels[i - w] != l || pic.labels[i + w] != l)
+                continue;
+            const RGBQUAD& p = pic.pixels[i];
+            double* s = &sum[4 * static_cast<size_t>(l)];
+            s[0] += p.rgbRed;
+            s[1] += p.rgbGreen;
+            s[2] += p.rgbBlue;
+            s[3] += 1;
+        }
+    out = *pic.colours;
+    for (size_t l = 0; l < n; ++l) {
+        const double* s = &sum[4 * l];
+        if (s[3] > 0)
+            out[l] =
+                RGBQUAD{static_cast<BYTE>(s[2] / s[3] + 0.5), static_cast<BYTE>(s[1] / s[3] + 0.5),
+                        static_cast<BYTE>(s[0] / s[3] + 0.5), 0};
+    }
+}
+
+// Whether the pixels on both sides of the step that leaves corner c in
+// direction d show exactly their regions' colours.
+bool ownColour(const EdgeSamples::Picture& pic, const Corner& c, int d, int32_t in, int32_t out) {
+    auto same = [](const RGBQUAD& a, const RGBQUAD& b) {
+        return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+    };
+    const int ox = c.x + kOutX[d], oy = c.y + kOutY[d];
+    const int o = (d + 3) & 3;
+    const int ix = ox - kDx[o], iy = oy - kDy[o];
+    const std::vector<RGBQUAD>& col = *pic.colours;
+    return same(pic.pixels[static_cast<size_t>(oy) * pic.width + ox],
+                col[static_cast<size_t>(out)]) &&
+           same(pic.pixels[static_cast<size_t>(iy) * pic.width + ix], col[static_cast<size_t>(in)]);
+}
+
+}  // namespace
+
+bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions& options,
+                         ShapeSet& set) {
+    Raster r{given.labels, given.width, given.height};
+    try {
+        EdgeSamples::Picture pic = given;
+        std::vector<RGBQUAD> own;
+        if (pic.pixels && pic.colours) {
+            interiorColours(pic, own);
+            pic.colours = &own;
+        }
+        Chooser chooser(given, options);
+        // Every piece between junctions, by the key of its first step, and
+        // every loop without junctions (`islands`, by the key of the first
+        // step of the loop that chose it), each chosen once and used, the
+        // other way round where a loop runs it backwards, by every loop.
+        std::unordered_map<long long, Piece> pieces;
+        std::unordered_map<long long, Piece> islands;
+        std::vector<PointD> samples;
+        std::vector<Corner> pc;
+        std::vector<int> js;
+        std::vector<const Piece*> found;
+        std::vector<uint8_t> reversed, codes;
+        std::vector<PointD> points;
+        Curve whole, cut;
+
+        for (size_t si = 0; si < set.shapes.size(); ++si) {
+            Shape& s = set.shapes[si];
+            s.curves.assign(s.loops.size(), Curve());
+            for (size_t li = 0; li < s.loops.size(); ++li) {
+                const CrackLoop& loop = s.loops[li];
+                const std::vector<Corner> corners = loop.corners();
+                const int n = static_cast<int>(corners.size());
+                Curve& result = s.curves[li];
+                js.clear();
+                for (int k = 0; k < n; ++k)
+                    if (r.junction(corners[k].x, corners[k].y)) js.push_back(k);
+                auto fitWhole = [&]() {
+                    EdgeSamples::sample(loop, pic, samples);
+                    CurveFitter::fitLoop(loop, samples, options.curveTolerance, whole);
+                };
+                if (js.empty()) {
+                    // An island: find it run either way by an earlier loop.
+                    const Piece* theirs = nullptr;
+                    bool back = false;
+                    for (int k = 0; k < n && !theirs; ++k) {
+                        const int dk = loop.codes[k];
+                        auto it = islands.find(key(corners[k].x, corners[k].y, dk));
+                        if (it != islands.end()) {
+                            theirs = &it->second;
+                            break;
+                        }
+                        const Corner e = {corners[k].x + kDx[dk], corners[k].y + kDy[dk]};
+                        it = islands.find(key(e.x, e.y, (dk + 2) & 3));
+                        if (it != islands.end()) {
+                            theirs = &it->second;
+                            back = true;
+                        }
+                    }
+                    if (!theirs) {
+                        int32_t in, out;
+                        sides(r, loop, corners, 0, in, out);
+                        fitWhole();
+                        Piece p;
+                        p.curved = chooser.keep(whole, corners, true, in, out);
+                        if (p.curved)
+                            p.curve = whole;
+                        else
+                            CurveFitter::polygonCurve(loop, p.curve);
+                        theirs = &(islands[key(corners[0].x, corners[0].y, loop.codes[0])] =
+                                       std::move(p));
+                    }
+                    if (back)
+                        result.assign(theirs->curve.rbegin(), theirs->curve.rend());
+                    else
+                        result = theirs->curve;
+                    set.curvedLoops += theirs->curved;
+                    continue;
+                }
+                // The pieces chosen before, run either way.
+                const size_t J = js.size();
+                found.assign(J, nullptr);
+                reversed.assign(J, 0);
+                bool missing = false;
+                for (size_t j = 0; j < J; ++j) {
+                    const int a = js[j], b = js[(j + 1) % J];
+                    auto it = pieces.find(key(corners[a].x, corners[a].y, loop.codes[a]));
+                    if (it == pieces.end()) {
+                        const int dl = loop.codes[(b + n - 1) % n];
+                        it = pieces.find(key(corners[b].x, corners[b].y, (dl + 2) & 3));
+                        reversed[j] = 1;
+                    }
+                    if (it != pieces.end())
+                        found[j] = &it->second;
+                    else
+                        missing = true;
+                }
+                if (missing) {
+                    EdgeSamples::sample(loop, pic, samples);
+                    for (size_t j = 0; j < J; ++j) {
+                        if (found[j]) continue;
+                        const size_t j2 = (j + 1) % J;
+                        const int a = js[j], b = js[j2];
+                        int32_t in, out;
+                        sides(r, loop, corners, a, in, out);
+                        cornersBetween(corners, a, b, pc);
+                        // The piece through its samples, from junction to
+                        // junction.
+                        const int steps = static_cast<int>(pc.size()) - 1;
+                        points.clear();
+                        codes.clear();
+                        points.push_back(
+                            {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)});
+                        codes.push_back(loop.codes[a]);
+                        for (int k = 0; k < steps; ++k) {
+                            const int i = (a + k) % n;
+                            points.push_back(samples[i]);
+                            codes.push_back(loop.codes[i]);
+                        }
+                        points.push_back(
+                            {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)});
+                        codes.push_back(loop.codes[(b + n - 1) % n]);
+                        // The fit runs between where the edge really ends
+                        // near the junctions (edgeEnd); a straight piece
+                        // joins it to each junction, so that every piece
+                        // still meets its neighbours there.
+                        const int firstSamples = std::min(4, steps);
+                        PointD startX, endX;
+                        std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
+                        std::reverse(tail.begin(), tail.end());
+                        const bool moveStart =
+                            edgeEnd(r, corners[a], loop.codes[a], &points[1], firstSamples, startX);
+                        const bool moveEnd =
+                            edgeEnd(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
+                                    tail.data(), firstSamples, endX);
+                        if (moveStart) points.front() = startX;
+                        if (moveEnd) points.back() = endX;
+                        // Where the picture shows both regions in their own
+                        // colours on every step, the staircase is exact.
+                        bool exact = given.pixels != nullptr;
+                        for (int k = 0; k < steps && exact; ++k) {
+                            int32_t li, lo;
+                            const int i = (a + k) % n;
+                            sides(r, loop, corners, i, li, lo);
+                            exact = lo >= 0 && li >= 0 &&
+                                    ownColour(given, corners[i], loop.codes[i], li, lo);
+                        }
+                        Piece p;
+                        p.curved =
+                            !exact && steps >= 2 && out >= 0 &&
+                            OutlineFitter::fitOpen(
+                                points, codes, CurveFitter::settings(options.curveTolerance), cut);
+                        if (p.curved && (moveStart || moveEnd)) {
+                            Curve joined;
+                            const PointD A = {static_cast<double>(corners[a].x),
+                                              static_cast<double>(corners[a].y)};
+                            const PointD B = {static_cast<double>(corners[b].x),
+                                              static_cast<double>(corners[b].y)};
+                            joined.push_back(A);
+                            if (moveStart) appendLine(joined, startX);
+                            joined.insert(joined.end(), cut.begin() + 1, cut.end());
+                            if (moveEnd) appendLine(joined, B);
+                            cut.swap(joined);
+                        }
+                        p.curved = p.curved && chooser.keep(cut, pc, false, in, out);
+                        if (p.curved)
+                            p.curve = cut;
+                        else
+                            straightPiece(pc, p.curve);
+                        found[j] = &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] =
+                                         std::move(p));
+                        reversed[j] = 0;
+                    }
+                }
+                bool anyCurved = false;
+                result.push_back(
+                    {static_cast<double>(corners[js[0]].x), static_cast<double>(corners[js[0]].y)});
+                for (size_t j = 0; j < J; ++j) {
+                    const Curve& c = found[j]->curve;
+                    if (reversed[j])
+                        result.insert(result.end(), c.rbegin() + 1, c.rend());
+                    else
+                        result.insert(result.end(), c.begin() + 1, c.end());
+                    anyCurved = anyCurved || found[j]->curved;
+                }
+                dropSpikes(result);
+                set.curvedLoops += anyCurved;
+            }
+        }
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace om1

@@ -1,0 +1,124 @@
+#include "shapes/CurveJudge.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace om1 {
+
+void CurveJudge::flatten(const std::vector<PointD>& c, std::vector<PointD>& poly) {
+    for (size_t i = 0; i + 3 < c.size(); i += 3) {
+        const PointD &p0 = c[i], &p1 = c[i + 1], &p2 = c[i + 2], &p3 = c[i + 3];
+        const double dd =
+            std::max(std::fabs(p0.x - 2 * p1.x + p2.x) + std::fabs(p0.y - 2 * p1.y + p2.y),
+                     std::fabs(p1.x - 2 * p2.x + p3.x) + std::fabs(p1.y - 2 * p2.y + p3.y));
+        const int k =
+            std::min(64, std::max(1, static_cast<int>(std::ceil(std::sqrt(0.75 * dd / 0.02)))));
+        for (int j = 1; j <= k; ++j) {
+            const double t = static_cast<double>(j) / k, u = 1 - t;
+            const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
+            poly.push_back({b0 * p0.x + b1 * p1.x + b2 * p2.x + b3 * p3.x,
+                            b0 * p0.y + b1 * p1.y + b2 * p2.y + b3 * p3.y});
+        }
+    }
+}
+
+CurveJudge::Errors CurveJudge::compare(const std::vector<PointD>& curve,
+                                       const std::vector<Corner>& stair, bool closed, int32_t in,
+                                       int32_t out, const EdgeSamples::Picture& pic,
+                                       AreaCoverage& cov, std::vector<AreaCoverage::Cell>& cells) {
+    Errors e;
+    if (curve.size() < 4 || stair.empty()) return e;
+    cov.clear();
+    // The curve forwards, the staircase back: the region between them,
+    // positive where the curve gives `in` more area.
+    std::vector<PointD> poly;
+    poly.push_back(curve[0]);
+    flatten(curve, poly);
+    for (size_t i = 1; i < poly.size(); ++i) cov.addLine(poly[i - 1], poly[i]);
+    const size_t n = stair.size();
+    auto corner = [&](size_t i) {
+        return PointD{static_cast<double>(stair[i].x), static_cast<double>(stair[i].y)};
+    };
+    if (closed) {
+        cov.addLine(poly.back(), poly.front());
+        for (size_t i = 0; i < n; ++i) cov.addLine(corner((i + 1) % n), corner(i));
+    } else {
+        cov.addLine(poly.back(), corner(n - 1));
+        for (size_t i = n - 1; i > 0; --i) cov.addLine(corner(i), corner(i - 1));
+        cov.addLine(corner(0), poly.front());
+    }
+    cov.cells(cells);
+    const std::vector<RGBQUAD>& colours = *pic.colours;
+    auto sq = [](const RGBQUAD& p, double r, double g, double b) {
+        const double dr = p.rgbRed - r, dg = p.rgbGreen - g, db = p.rgbBlue - b;
+        return dr * dr + dg * dg + db * db;
+    };
+    const RGBQUAD ci = colours[static_cast<size_t>(in)];
+    const RGBQUAD co = out >= 0 ? colours[static_cast<size_t>(out)] : ci;
+    // Stacked siblings: the one drawn later covers its share s of a pixel on
+    // the one drawn earlier, which covers 1 - s of it on what lies under
+    // both (the nearest drawn region around both).
+    const RGBQUAD* under = nullptr;
+    if (pic.parents && pic.drawn && out >= 0) {
+        const std::vector<int>& par = *pic.parents;
+        auto ancestorOf = [&](int a, int b) {
+            for (int k = par[static_cast<size_t>(b)]; k >= 0; k = par[static_cast<size_t>(k)])
+                if (k == a) return true;
+            return false;
+        };
+        if (!ancestorOf(in, out) && !ancestorOf(out, in) && in != pic.base && out != pic.base) {
+            int k = par[static_cast<size_t>(in)];
+            while (k >= 0 && !ancestorOf(k, out)) k = par[static_cast<size_t>(k)];
+            while (k >= 0 && !(*pic.drawn)[static_cast<size_t>(k)]) k = par[static_cast<size_t>(k)];
+            if (k < 0) k = pic.base;
+            if (k >= 0) under = &colours[static_cast<size_t>(k)];
+        }
+    }
+    const bool inLater = in > out;
+    for (const AreaCoverage::Cell& c : cells) {
+        if (c.x < 0 || c.y < 0 || c.x >= pic.width || c.y >= pic.height) continue;
+        const double d = std::max(-1.0, std::min(1.0, c.share));
+        e.area += std::fabs(d);
+        const int32_t l = pic.labels[static_cast<size_t>(c.y) * pic.width + c.x];
+        const RGBQUAD& p = pic.pixels[static_cast<size_t>(c.y) * pic.width + c.x];
+        if (l != in && l != out) {
+            // A third region: the curve mixes in whichever side it moved.
+            const RGBQUAD base = l >= 0 ? colours[static_cast<size_t>(l)] : p;
+            const RGBQUAD& m = d > 0 ? ci : co;
+            const double a = std::fabs(d);
+            e.staircase += sq(p, base.rgbRed, base.rgbGreen, base.rgbBlue);
+            e.curve += sq(p, base.rgbRed + a * (m.rgbRed - base.rgbRed),
+                          base.rgbGreen + a * (m.rgbGreen - base.rgbGreen),
+                          base.rgbBlue + a * (m.rgbBlue - base.rgbBlue));
+            continue;
+        }
+        // The share of `in` the pixel shows: all or nothing with the
+        // staircase, moved by the area between them with the curve.
+        const double s0 = l == in ? 1 : 0;
+        const double s1 = std::max(0.0, std::min(1.0, s0 + d));
+        auto mix = [&](double s, double& r, double& g, double& b) {
+            if (!under) {
+                r = s * ci.rgbRed + (1 - s) * co.rgbRed;
+                g = s * ci.rgbGreen + (1 - s) * co.rgbGreen;
+                b = s * ci.rgbBlue + (1 - s) * co.rgbBlue;
+                return;
+            }
+            const RGBQUAD &top = inLater ? ci : co, &low = inLater ? co : ci;
+            const double t = inLater ? s : 1 - s, l = 1 - t;
+            auto one = [&](double ct, double cl, double cu) {
+                return t * ct + (1 - t) * (l * cl + (1 - l) * cu);
+            };
+            r = one(top.rgbRed, low.rgbRed, under->rgbRed);
+            g = one(top.rgbGreen, low.rgbGreen, under->rgbGreen);
+            b = one(top.rgbBlue, low.rgbBlue, under->rgbBlue);
+        };
+        double r, g, b;
+        mix(s0, r, g, b);
+        e.staircase += sq(p, r, g, b);
+        mix(s1, r, g, b);
+        e.curve += sq(p, r, g, b);
+    }
+    return e;
+}
+
+}  // namespace om1

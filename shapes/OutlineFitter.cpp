@@ -1,0 +1,667 @@
+#include "shapes/OutlineFitter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace om1 {
+
+namespace {
+
+PointD add(PointD a, PointD b) {
+    return {a.x + b.x, a.y + b.y};
+}
+PointD sub(PointD a, PointD b) {
+    return {a.x - b.x, a.y - b.y};
+}
+PointD mul(PointD a, double k) {
+    return {a.x * k, a.y * k};
+}
+double dot(PointD a, PointD b) {
+    return a.x * b.x + a.y * b.y;
+}
+double cross(PointD a, PointD b) {
+    return a.x * b.y - a.y * b.x;
+}
+double norm(PointD a) {
+    return std::sqrt(a.x * a.x + a.y * a.y);
+}
+PointD unit(PointD a) {
+    const double l = norm(a);
+    return l > 1e-12 ? mul(a, 1.0 / l) : PointD{0, 0};
+}
+
+// The polygon's edges span at most this many samples: longer straight runs
+// get vertices that are no corners, which the curve passes straight through,
+// and the polygon's cost stays linear in the boundary's length.
+const int kLongestEdge = 100;
+
+// Sums over a run of samples, for straight-line fits in constant time.
+struct Moments {
+    double n = 0, x = 0, y = 0, xx = 0, xy = 0, yy = 0;
+};
+
+// A closed boundary seen from a start sample: sample k is the input's
+// (start + k) mod n, for any k.
+class Loop {
+public:
+    Loop(const std::vector<PointD>& s, const std::vector<uint8_t>& c, int start, bool closed)
+        : s_(s), c_(c), n_(static_cast<int>(s.size())), start_(start), closed_(closed) {
+        // Coordinates relative to the start keep the sums well conditioned.
+        origin_ = s[static_cast<size_t>(start)];
+        const int last = closed ? 2 * n_ : n_ - 1;
+        sums_.resize(static_cast<size_t>(last) + 2);
+        for (int k = 0; k <= last; ++k) {
+            const PointD p = sub(at(k), origin_);
+            Moments m = sums_[static_cast<size_t>(k)];
+            m.n += 1;
+            m.x += p.x;
+            m.y += p.y;
+            m.xx += p.x * p.x;
+            m.xy += p.x * p.y;
+            m.yy += p.y * p.y;
+            sums_[static_cast<size_t>(k) + 1] = m;
+        }
+    }
+    int size() const { return n_; }
+    bool closed() const { return closed_; }
+    PointD at(int k) const { return s_[static_cast<size_t>(wrap(k))]; }
+    int code(int k) const { return c_[static_cast<size_t>(wrap(k))]; }
+    // Samples a..b inclusive (0 <= a <= b <= 2n), relative to the origin.
+    Moments range(int a, int b) const {
+        const Moments &hi = sums_[static_cast<size_t>(b) + 1], &lo = sums_[static_cast<size_t>(a)];
+        return {hi.n - lo.n, hi.x - lo.x, hi.y - lo.y, hi.xx - lo.xx, hi.xy - lo.xy, hi.yy - lo.yy};
+    }
+    PointD origin() const { return origin_; }
+
+private:
+    int wrap(int k) const { return ((start_ + k) % n_ + n_) % n_; }
+    const std::vector<PointD>& s_;
+    const std::vector<uint8_t>& c_;
+    int n_, start_;
+    bool closed_;
+    PointD origin_;
+    std::vector<Moments> sums_;
+};
+
+// Sum of squared distances of samples a..b from the chord through samples a
+// and b.
+double chordPenalty(const Loop& L, int a, int b) {
+    const PointD pa = sub(L.at(a), L.origin()), pb = sub(L.at(b), L.origin());
+    const PointD u = unit(sub(pb, pa));
+    const Moments m = L.range(a, b);
+    // distance = u.x * (y - pa.y) - u.y * (x - pa.x) = A y + B x - c
+    const double A = u.x, B = -u.y, c = u.x * pa.y - u.y * pa.x;
+    const double v =
+        A * A * m.yy + B * B * m.xx + 2 * A * B * m.xy - 2 * c * (A * m.y + B * m.x) + m.n * c * c;
+    return std::max(0.0, v);
+}
+
+// For every sample k, the longest chord k -> k + lon[k] that passes within
+// eps of every sample between, over steps that do not go in all four
+// directions (round a loop at most n - 2 steps, and `cap` when positive; on
+// an open path up to its end).
+void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon) {
+    const int n = L.size();
+    lon.assign(static_cast<size_t>(n), 1);
+    for (int k = 0; k < n; ++k) {
+        int limit = L.closed() ? n - 2 : n - 1 - k;
+        if (cap > 0) limit = std::min(limit, cap);
+        const PointD a = L.at(k);
+        bool cone = false;
+        PointD lo = {0, 0}, hi = {0, 0};
+        int dirs = 1 << L.code(k);
+        int best = 1;
+        for (int m = 1; m <= limit; ++m) {
+            dirs |= 1 << L.code(k + m);
+            if (dirs == 15) break;
+            const PointD p = sub(L.at(k + m), a);
+            if (cone && (cross(lo, p) < 0 || cross(p, hi) < 0)) break;
+            best = m;
+            const double d = norm(p);
+            if (d > eps) {
+                const double sa = eps / d, ca = std::sqrt(1 - sa * sa);
+                const PointD r1 = {p.x * ca + p.y * sa, -p.x * sa + p.y * ca};  // turned one way
+                const PointD r2 = {p.x * ca - p.y * sa, p.x * sa + p.y * ca};   // and the other
+                if (!cone) {
+                    lo = r1;
+                    hi = r2;
+                    cone = true;
+                } else {
+                    if (cross(lo, r1) > 0) lo = r1;
+                    if (cross(r2, hi) > 0) hi = r2;
+                    if (cross(lo, hi) < 0) break;
+                }
+            }
+        }
+        lon[static_cast<size_t>(k)] = best;
+    }
+}
+
+// The polygon with the fewest edges (then the least penalty) from sample 0
+// round to sample n (to the last sample n - 1 of an open path); vertex
+// sample indices, first 0, the end not repeated.
+void optimalPolygon(const Loop& L, const std::vector<int>& lon, std::vector<int>& verts) {
+    const int n = L.closed() ? L.size() : L.size() - 1;
+    const int inf = std::numeric_limits<int>::max();
+    std::vector<int> count(static_cast<size_t>(n) + 1, inf), prev(static_cast<size_t>(n) + 1, -1);
+    std::vector<double> pen(static_cast<size_t>(n) + 1, 0);
+    count[0] = 0;
+    for (int k = 0; k < n; ++k) {
+        if (count[static_cast<size_t>(k)] == inf) continue;
+        const int reach = lon[static_cast<size_t>(k)];
+        for (int m = 1; m <= reach && k + m <= n; ++m) {
+            const int j = k + m;
+            const int c = count[static_cast<size_t>(k)] + 1;
+            if (c > count[static_cast<size_t>(j)]) continue;
+            const double p = pen[static_cast<size_t>(k)] + chordPenalty(L, k, j);
+            if (c < count[static_cast<size_t>(j)] || p < pen[static_cast<size_t>(j)]) {
+                count[static_cast<size_t>(j)] = c;
+                pen[static_cast<size_t>(j)] = p;
+                prev[static_cast<size_t>(j)] = k;
+            }
+        }
+    }
+    verts.clear();
+    if (count[static_cast<size_t>(n)] == inf) return;
+    for (int j = n; j > 0; j = prev[static_cast<size_t>(j)])
+        verts.push_back(prev[static_cast<size_t>(j)]);
+    std::reverse(verts.begin(), verts.end());
+}
+
+// The least-squares line through samples a..b: a point on it and its unit
+// normal.
+void fitLine(const Loop& L, int a, int b, PointD& point, PointD& normal) {
+    const Moments m = L.range(a, b);
+    const double mx = m.x / m.n, my = m.y / m.n;
+    const double cxx = m.xx / m.n - mx * mx, cyy = m.yy / m.n - my * my, cxy = m.xy / m.n - mx * my;
+    const double theta = 0.5 * std::atan2(2 * cxy, cxx - cyy);
+    point = add(L.origin(), PointD{mx, my});
+    normal = {-std::sin(theta), std::cos(theta)};
+}
+
+PointD bezier(const PointD* c, double t) {
+    const double u = 1 - t;
+    const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
+    return {b0 * c[0].x + b1 * c[1].x + b2 * c[2].x + b3 * c[3].x,
+            b0 * c[0].y + b1 * c[1].y + b2 * c[2].y + b3 * c[3].y};
+}
+
+PointD bezierD1(const PointD* c, double t) {
+    const double u = 1 - t;
+    return add(add(mul(sub(c[1], c[0]), 3 * u * u), mul(sub(c[2], c[1]), 6 * u * t)),
+               mul(sub(c[3], c[2]), 3 * t * t));
+}
+
+PointD bezierD2(const PointD* c, double t) {
+    const PointD a = add(sub(c[2], mul(c[1], 2)), c[0]);
+    const PointD b = add(sub(c[3], mul(c[2], 2)), c[1]);
+    return add(mul(a, 6 * (1 - t)), mul(b, 6 * t));
+}
+
+// Solves the small symmetric system A x = r (size m <= 4) in place; false
+// when it is singular.
+bool solve(double A[4][4], double r[4], int m) {
+    for (int i = 0; i < m; ++i) {
+        int p = i;
+        for (int k = i + 1; k < m; ++k)
+            if (std::fabs(A[k][i]) > std::fabs(A[p][i])) p = k;
+        if (std::fabs(A[p][i]) < 1e-12) return false;
+        if (p != i) {
+            for (int k = 0; k < m; ++k) std::swap(A[i][k], A[p][k]);
+            std::swap(r[i], r[p]);
+        }
+        for (int k = i + 1; k < m; ++k) {
+            const double f = A[k][i] / A[i][i];
+            for (int j = i; j < m; ++j) A[k][j] -= f * A[i][j];
+            r[k] -= f * r[i];
+        }
+    }
+    for (int i = m - 1; i >= 0; --i) {
+        for (int j = i + 1; j < m; ++j) r[i] -= A[i][j] * r[j];
+        r[i] /= A[i][i];
+    }
+    return true;
+}
+
+class StretchFitter {
+public:
+    StretchFitter(const Loop& L, const OutlineFitter::Settings& s, std::vector<PointD>& out)
+        : L_(L), s_(s), out_(out) {}
+
+    // Covers samples a..b (b > a) from A to B. A tangent of length 0 is
+    // free (a corner); corner ends skip the samples next to them, which the
+    // anti-aliasing rounds off.
+    void fit(int a, int b, PointD A, PointD B, PointD tA, PointD tB) {
+        int s = a;
+        PointD P = A, tP = tA;
+        while (true) {
+            PointD seg[4];
+            if (b - s <= 2) {
+                forceFit(s, b, P, B, tP, tB, seg);
+                emit(seg);
+                return;
+            }
+            if (tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                emit(seg);
+                return;
+            }
+            // The longest segment that fits: doubling lengths, then halving
+            // the last interval (short trial fits cost little).
+            int lo = s + 2, hi = b - 2, best = -1;
+            PointD bestSeg[4];
+            for (int len = 8; s + len < b - 2; len *= 2) {
+                const int e = s + len;
+                if (!tryFit(s, e, P, pointAt(e, a, b), tP, tangentAt(e, a, b), seg,
+                            s == a && isFree(tA), false)) {
+                    hi = e - 1;
+                    break;
+                }
+                best = e;
+                std::copy(seg, seg + 4, bestSeg);
+                lo = e + 1;
+            }
+            while (lo <= hi) {
+                const int mid = lo + (hi - lo) / 2;
+                if (tryFit(s, mid, P, pointAt(mid, a, b), tP, tangentAt(mid, a, b), seg,
+                           s == a && isFree(tA), false)) {
+                    best = mid;
+                    std::copy(seg, seg + 4, bestSeg);
+                    lo = mid + 1;
+                } else {
+                    hi = mid - 1;
+                }
+            }
+            if (best < 0) {
+                best = std::min(s + 2, b - 1);
+                forceFit(s, best, P, pointAt(best, a, b), tP, tangentAt(best, a, b), bestSeg);
+            }
+            emit(bestSeg);
+            P = bestSeg[3];
+            tP = tangentAt(best, a, b);
+            s = best;
+        }
+    }
+
+    // The smoothed sample k (within a..b) and the boundary's direction there.
+    PointD pointAt(int k, int a, int b) const {
+        const PointD p = L_.at(k);
+        if (k <= a || k >= b) return p;
+        return mul(add(add(L_.at(k - 1), mul(p, 2)), L_.at(k + 1)), 0.25);
+    }
+    PointD tangentAt(int k, int a, int b) const {
+        const int w = 3;
+        const int lo = std::max(a, k - w), hi = std::min(b, k + w);
+        PointD t = unit(sub(L_.at(hi), L_.at(lo)));
+        if (t.x == 0 && t.y == 0) t = unit(sub(L_.at(k + 1), L_.at(k - 1)));
+        if (t.x == 0 && t.y == 0) t = {1, 0};
+        return t;
+    }
+
+private:
+    static bool isFree(PointD t) { return t.x == 0 && t.y == 0; }
+
+    // A segment whatever its error: the fit when it is sound, else handles
+    // a third of the chord along the tangents.
+    void forceFit(int s, int e, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg) {
+        if (tryFit(s, e, P0, P3, t0, t3, seg, false, false, true)) return;
+        const PointD chord = sub(P3, P0);
+        const double clen = norm(chord);
+        seg[0] = P0;
+        seg[3] = P3;
+        seg[1] = isFree(t0) ? add(P0, mul(chord, 1.0 / 3)) : add(P0, mul(t0, clen / 3));
+        seg[2] = isFree(t3) ? add(P0, mul(chord, 2.0 / 3)) : sub(P3, mul(t3, clen / 3));
+    }
+
+    void emit(const PointD* seg) {
+        out_.push_back(seg[1]);
+        out_.push_back(seg[2]);
+        out_.push_back(seg[3]);
+    }
+
+    // Fits one cubic from P0 to P3 over samples s..e; true when every
+    // sample used lies within the tolerance.
+    // With `sound`, true whenever the handles are sound, whatever the error.
+    bool tryFit(int s, int e, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg, bool skip0,
+                bool skip3, bool sound = false) {
+        const int skip = 2;
+        int i0 = s + (skip0 ? skip : 1), i1 = e - (skip3 ? skip : 1);
+        seg[0] = P0;
+        seg[3] = P3;
+        const PointD chord = sub(P3, P0);
+        const double clen = norm(chord);
+        const bool free0 = isFree(t0), free3 = isFree(t3);
+        auto straight = [&]() {
+            seg[1] = add(P0, mul(chord, 1.0 / 3));
+            seg[2] = add(P0, mul(chord, 2.0 / 3));
+        };
+        auto heuristic = [&]() {
+            seg[1] = free0 ? add(P0, mul(chord, 1.0 / 3)) : add(P0, mul(t0, clen / 3));
+            seg[2] = free3 ? add(P0, mul(chord, 2.0 / 3)) : sub(P3, mul(t3, clen / 3));
+        };
+        if (i1 < i0) {
+            if (free0 && free3)
+                straight();
+            else
+                heuristic();
+            return true;
+        }
+        // A straight segment when the ends allow it and the samples are close.
+        const PointD cu = unit(chord);
+        const double tol = s_.tolerance;
+        if (clen > 1e-9 && (free0 || cross(t0, cu) * cross(t0, cu) < 1e-4) &&
+            (free3 || cross(t3, cu) * cross(t3, cu) < 1e-4) && (free0 || dot(t0, cu) > 0) &&
+            (free3 || dot(t3, cu) > 0)) {
+            bool ok = true;
+            for (int i = i0; i <= i1 && ok; ++i) {
+                const PointD d = sub(L_.at(i), P0);
+                const double along = dot(d, cu);
+                double dist = std::fabs(cross(cu, d));
+                if (along < 0) dist = norm(d);
+                if (along > clen) dist = norm(sub(L_.at(i), P3));
+                ok = dist <= tol;
+            }
+            if (ok) {
+                straight();
+                return true;
+            }
+        }
+        // Chord-length parameters.
+        const int m = i1 - i0 + 1;
+        u_.assign(static_cast<size_t>(m), 0);
+        double total = norm(sub(L_.at(i0), P0));
+        u_[0] = total;
+        for (int i = 1; i < m; ++i) {
+            total += norm(sub(L_.at(i0 + i), L_.at(i0 + i - 1)));
+            u_[static_cast<size_t>(i)] = total;
+        }
+        total += norm(sub(P3, L_.at(i1)));
+        if (total < 1e-9) {
+            heuristic();
+            return true;
+        }
+        for (double& u : u_) u /= total;
+        double worst = 0;
+        bool good = false;
+        for (int iter = 0; iter < 2; ++iter) {
+            if (!leastSquares(i0, P0, P3, t0, t3, seg)) heuristic();
+            // Sanity: handles forward along their tangents and not too long.
+            if (!free0 && (dot(sub(seg[1], P0), t0) <= 0 || norm(sub(seg[1], P0)) > 2 * clen))
+                return false;
+            if (!free3 && (dot(sub(P3, seg[2]), t3) <= 0 || norm(sub(P3, seg[2])) > 2 * clen))
+                return false;
+            if (free0 && norm(sub(seg[1], P0)) > 2 * clen + 1) return false;
+            if (free3 && norm(sub(P3, seg[2])) > 2 * clen + 1) return false;
+            // Newton steps towards the nearest curve points, then the error.
+            // (The distance is taken before the step, which only brings
+            // the curve point nearer; the last round stops at the first
+            // sample out of the tolerance.)
+            const bool last = iter == 1 && !sound;
+            worst = 0;
+            double sum = 0;
+            for (int i = 0; i < m; ++i) {
+                double& u = u_[static_cast<size_t>(i)];
+                const PointD p = L_.at(i0 + i);
+                const PointD d = sub(bezier(seg, u), p);
+                const double dist = norm(d);
+                worst = std::max(worst, dist);
+                sum += dist * dist;
+                if (last && worst > tol) return false;
+                const PointD d1 = bezierD1(seg, u), d2 = bezierD2(seg, u);
+                const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
+                if (std::fabs(fd) > 1e-12) u = std::min(1.0, std::max(0.0, u - f / fd));
+            }
+            // Within the tolerance everywhere, and within a third of it on
+            // average (the samples' own noise stays well below that).
+            good = worst <= tol && sum <= m * (tol * tol / 9);
+            if (good) return true;
+            if (worst > 8 * tol && !sound) return false;
+        }
+        return sound || good;
+    }
+
+    // The control points that minimise the squared distances of the samples
+    // from their curve points, with the tangents fixed where given.
+    bool leastSquares(int i0, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg) {
+        const bool free0 = isFree(t0), free3 = isFree(t3);
+        double A[4][4] = {}, r[4] = {};
+        const int m = (free0 ? 2 : 1) + (free3 ? 2 : 1);
+        PointD e[4];
+        for (size_t i = 0; i < u_.size(); ++i) {
+            const double u = u_[i], v = 1 - u;
+            const double b0 = v * v * v, b1 = 3 * v * v * u, b2 = 3 * v * u * u, b3 = u * u * u;
+            PointD known = add(mul(P0, b0), mul(P3, b3));
+            int k = 0;
+            if (free0) {
+                e[k++] = {b1, 0};
+                e[k++] = {0, b1};
+            } else {
+                known = add(known, mul(P0, b1));
+                e[k++] = mul(t0, b1);
+            }
+            if (free3) {
+                e[k++] = {b2, 0};
+                e[k++] = {0, b2};
+            } else {
+                known = add(known, mul(P3, b2));
+                e[k++] = mul(t3, -b2);
+            }
+            const PointD res = sub(L_.at(i0 + static_cast<int>(i)), known);
+            for (int a = 0; a < m; ++a) {
+                r[a] += dot(e[a], res);
+                for (int b = 0; b < m; ++b) A[a][b] += dot(e[a], e[b]);
+            }
+        }
+        if (!solve(A, r, m)) return false;
+        int k = 0;
+        if (free0) {
+            seg[1] = {r[0], r[1]};
+            k = 2;
+        } else {
+            seg[1] = add(P0, mul(t0, r[0]));
+            k = 1;
+        }
+        if (free3)
+            seg[2] = {r[k], r[k + 1]};
+        else
+            seg[2] = sub(P3, mul(t3, r[k]));
+        return true;
+    }
+
+    const Loop& L_;
+    const OutlineFitter::Settings& s_;
+    std::vector<PointD>& out_;
+    std::vector<double> u_;
+};
+
+}  // namespace
+
+namespace {
+
+// Stages 2 to 4 on the polygon `verts` of L (see the header). A closed
+// polygon has as many vertices as edges; an open one also ends at the last
+// sample, and its two ends stay where they are, as corners.
+bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Settings& settings,
+                std::vector<PointD>& out) {
+    const bool closed = L.closed();
+    const int n = L.size();
+    if (!closed) verts.push_back(n - 1);
+    int M = static_cast<int>(verts.size()) - (closed ? 0 : 1);  // edges
+    const int V = static_cast<int>(verts.size());               // vertices
+    // Sample index of vertex e, any e (round a loop).
+    auto vert = [&](int e) {
+        if (!closed) return verts[static_cast<size_t>(e)];
+        const int q = ((e % M) + M) % M;
+        return verts[static_cast<size_t>(q)] + (e - q) / M * n;
+    };
+    auto fixedEnd = [&](int e) { return !closed && (e == 0 || e == M); };
+    // Stage 2: every edge's line, every vertex where its two lines meet.
+    // (Over the samples strictly between the vertices where there are enough:
+    // a vertex's sample may lie on the far side of a corner.)
+    std::vector<PointD> linePoint(static_cast<size_t>(M)), lineNormal(static_cast<size_t>(M));
+    for (int e = 0; e < M; ++e) {
+        int a = vert(e), b = vert(e + 1);
+        if (b - a >= 4) ++a, --b;
+        fitLine(L, a, b, linePoint[static_cast<size_t>(e)], lineNormal[static_cast<size_t>(e)]);
+    }
+    std::vector<PointD> v(static_cast<size_t>(V));
+    for (int e = 0; e < V; ++e) {
+        const PointD s = L.at(vert(e));
+        v[static_cast<size_t>(e)] = s;
+        if (fixedEnd(e)) continue;
+        const size_t e1 = static_cast<size_t>((e + M - 1) % M), e2 = static_cast<size_t>(e % M);
+        const PointD n1 = lineNormal[e1], n2 = lineNormal[e2];
+        const PointD c1 = linePoint[e1], c2 = linePoint[e2];
+        const double lambda = 1e-3;
+        double A[4][4] = {{n1.x * n1.x + n2.x * n2.x + lambda, n1.x * n1.y + n2.x * n2.y},
+                          {n1.x * n1.y + n2.x * n2.y, n1.y * n1.y + n2.y * n2.y + lambda}};
+        const double d1 = dot(n1, c1), d2 = dot(n2, c2);
+        double r[4] = {n1.x * d1 + n2.x * d2 + lambda * s.x, n1.y * d1 + n2.y * d2 + lambda * s.y};
+        PointD p = s;
+        if (solve(A, r, 2)) p = {r[0], r[1]};
+        const PointD shift = sub(p, s);
+        const double len = norm(shift);
+        if (len > settings.maxShift) p = add(s, mul(shift, settings.maxShift / len));
+        v[static_cast<size_t>(e)] = p;
+    }
+    // A corner between two samples can leave a short edge across it: when
+    // the lines of its neighbours meet close by, they meet in one vertex.
+    for (int e = closed ? 0 : 1; M > 3 && e < (closed ? M : M - 1);) {
+        const int f = closed ? (e + 1) % M : e + 1;
+        const int pe = (e + M - 1) % M, nf = closed ? (f + 1) % M : f + 1;
+        bool merged = false;
+        if (!fixedEnd(f) && nf != e) {
+            const PointD a = v[static_cast<size_t>(e)], b = v[static_cast<size_t>(f)];
+            const PointD n1 = lineNormal[static_cast<size_t>(pe)],
+                         n2 = lineNormal[static_cast<size_t>(f)];
+            const double det = n1.x * n2.y - n1.y * n2.x;
+            if (norm(sub(b, a)) < 1.5 && std::fabs(det) > 0.3) {
+                const double d1 = dot(n1, linePoint[static_cast<size_t>(pe)]),
+                             d2 = dot(n2, linePoint[static_cast<size_t>(f)]);
+                const PointD x = {(d1 * n2.y - d2 * n1.y) / det, (n1.x * d2 - n2.x * d1) / det};
+                if (norm(sub(x, mul(add(a, b), 0.5))) < 2) {
+                    // Vertex e becomes the meeting point; edge e (to f) goes,
+                    // and the line of edge f now starts at e.
+                    v[static_cast<size_t>(e)] = x;
+                    lineNormal[static_cast<size_t>(e)] = lineNormal[static_cast<size_t>(f)];
+                    linePoint[static_cast<size_t>(e)] = linePoint[static_cast<size_t>(f)];
+                    v.erase(v.begin() + f);
+                    lineNormal.erase(lineNormal.begin() + f);
+                    linePoint.erase(linePoint.begin() + f);
+                    verts.erase(verts.begin() + f);
+                    --M;
+                    merged = true;
+                    if (f == 0) --e;  // the indices after vertex 0 moved down
+                }
+            }
+        }
+        if (!merged) ++e;
+    }
+    // An open path's ends are fixed: a short edge next to one only tells
+    // where a sample near the end lies; the end joins the next vertex.
+    while (!closed && M >= 2 && norm(sub(v[1], v[0])) < 2.0) {
+        v.erase(v.begin() + 1);
+        verts.erase(verts.begin() + 1);
+        lineNormal.erase(lineNormal.begin());
+        linePoint.erase(linePoint.begin());
+        --M;
+    }
+    while (!closed && M >= 2 &&
+           norm(sub(v[static_cast<size_t>(M)], v[static_cast<size_t>(M - 1)])) < 2.0) {
+        v.erase(v.begin() + (M - 1));
+        verts.erase(verts.begin() + (M - 1));
+        lineNormal.pop_back();
+        linePoint.pop_back();
+        --M;
+    }
+    const int VV = static_cast<int>(v.size());
+    // Stage 3: corners.
+    std::vector<int> corners;
+    for (int e = 0; e < VV; ++e) {
+        if (fixedEnd(e)) {
+            corners.push_back(e);
+            continue;
+        }
+        const PointD b = v[static_cast<size_t>(e)];
+        const PointD m1 = mul(add(v[static_cast<size_t>((e + VV - 1) % VV)], b), 0.5);
+        const PointD m2 = mul(add(b, v[static_cast<size_t>((e + 1) % VV)]), 0.5);
+        const PointD chord = sub(m2, m1);
+        const double cl = norm(chord);
+        bool corner = true;
+        if (cl > 1e-9) {
+            const double h = std::fabs(cross(chord, sub(b, m1))) / cl;
+            const PointD u = {-chord.y / cl, chord.x / cl};
+            const double r = settings.cornerSlack * (std::fabs(u.x) + std::fabs(u.y));
+            const double alpha = h > r ? (4.0 / 3.0) * (1 - r / h) : 0;
+            corner = alpha > settings.alphaMax;
+        }
+        if (corner) corners.push_back(e);
+    }
+    // Stage 4: the stretches between corners.
+    StretchFitter f(L, settings, out);
+    const PointD none = {0, 0};
+    if (corners.empty()) {
+        const PointD p = f.pointAt(n, 0, 2 * n), t = f.tangentAt(n, 0, 2 * n);
+        out.push_back(p);
+        f.fit(n, 2 * n, p, p, t, t);
+    } else {
+        out.push_back(v[static_cast<size_t>(corners[0])]);
+        const size_t stretches = closed ? corners.size() : corners.size() - 1;
+        for (size_t c = 0; c < stretches; ++c) {
+            const int e = corners[c];
+            const int g = c + 1 < corners.size() ? corners[c + 1] : corners[0] + M;
+            f.fit(vert(e), vert(g), v[static_cast<size_t>(e)],
+                  v[static_cast<size_t>(closed ? g % M : g)], none, none);
+        }
+    }
+    return out.size() >= 4;
+}
+
+}  // namespace
+
+bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<uint8_t>& codes,
+                        const Settings& settings, std::vector<PointD>& out) {
+    out.clear();
+    const int n = static_cast<int>(samples.size());
+    if (n < 4 || codes.size() != samples.size()) return false;
+    // Start at the sharpest turn: a corner there is a vertex of the polygon.
+    int start = 0;
+    double sharpest = -2;
+    for (int k = 0; k < n; ++k) {
+        const int w = std::min(3, n / 4);
+        const PointD a = unit(
+            sub(samples[static_cast<size_t>(k)], samples[static_cast<size_t>((k - w + n) % n)]));
+        const PointD b =
+            unit(sub(samples[static_cast<size_t>((k + w) % n)], samples[static_cast<size_t>(k)]));
+        const double turn = 1 - dot(a, b);
+        if (turn > sharpest) {
+            sharpest = turn;
+            start = k;
+        }
+    }
+    const Loop L(samples, codes, start, true);
+    std::vector<int> lon, verts;
+    straightRuns(L, settings.straightness, kLongestEdge, lon);
+    optimalPolygon(L, lon, verts);
+    if (verts.size() < 3) {
+        straightRuns(L, settings.straightness, std::min(kLongestEdge, n / 3), lon);
+        optimalPolygon(L, lon, verts);
+        if (verts.size() < 3) return false;
+    }
+    return fitPolygon(L, verts, settings, out);
+}
+
+bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
+                            const Settings& settings, std::vector<PointD>& out) {
+    out.clear();
+    const int n = static_cast<int>(points.size());
+    if (n < 2 || codes.size() != points.size()) return false;
+    const Loop L(points, codes, 0, false);
+    std::vector<int> lon, verts;
+    straightRuns(L, settings.straightness, kLongestEdge, lon);
+    optimalPolygon(L, lon, verts);
+    if (verts.empty()) return false;
+    return fitPolygon(L, verts, settings, out);
+}
+
+}  // namespace om1

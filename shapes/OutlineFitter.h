@@ -1,0 +1,59 @@
+// OutlineFitter: a smooth closed outline through the samples of a boundary,
+// with sharp corners where the boundary turns sharply.
+//
+// The samples are points on the true edge, one per boundary step (the step's
+// midpoint, or the edge found between the pixel corners; EdgeSamples). The
+// fit runs in four stages:
+// 1. the polygon with the fewest edges such that every sample lies within
+//    `straightness` of the edge that spans it (among those, the one with the
+//    least squared distance), an edge never spanning a run that goes in all
+//    four directions;
+// 2. every polygon vertex moved to where the straight lines fitted to its two
+//    edges (least squares over their samples) meet, at most `maxShift` away;
+// 3. a vertex is a corner when a smooth curve through the midpoints of its
+//    two edges could come no closer to it than `cornerSlack` (half a pixel
+//    measured across the diagonal of a pixel) with handles of `alphaMax`
+//    times the way to the vertex; with the default 1 a right angle between
+//    edges of six pixels or more is a corner;
+// 4. every stretch between corners (the whole loop when there is none) is
+//    covered by as few cubic segments as keep every sample within
+//    `tolerance`: the longest segment that fits is taken first, segments
+//    meet with one tangent, and a stretch within `tolerance` of its chord is
+//    one straight segment.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "shapes/Shape.h"
+
+namespace om1 {
+
+class OutlineFitter {
+public:
+    struct Settings {
+        double straightness = 0.5;  // pixels, stage 1
+        double maxShift = 1.5;      // pixels, stage 2
+        double cornerSlack = 0.5;   // pixels, stage 3
+        double alphaMax = 1.0;      // stage 3
+        double tolerance = 0.3;     // pixels, stage 4
+    };
+
+    // `samples` and `codes` (the step directions, 0 = +x, 1 = +y, 2 = -x,
+    // 3 = -y) describe one closed boundary, one entry per step. `out` gets a
+    // closed curve of 3n + 1 points (straight segments have their control
+    // points at the thirds). False when the boundary is too small or too
+    // thin for a polygon of three edges; `out` is then empty. Throws
+    // std::bad_alloc when memory runs out.
+    static bool fit(const std::vector<PointD>& samples, const std::vector<uint8_t>& codes,
+                    const Settings& settings, std::vector<PointD>& out);
+
+    // The same for an open path from points.front() to points.back(), which
+    // stay where they are (as corners); `codes` gives each point's step
+    // direction (the ends: those of the first and last steps). `out` gets
+    // 3n + 1 points from the first point to the last.
+    static bool fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
+                        const Settings& settings, std::vector<PointD>& out);
+};
+
+}  // namespace om1

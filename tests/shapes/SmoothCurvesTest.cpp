@@ -1,0 +1,232 @@
+// Curves on anti-aliased pictures: the fit through the edge the shares of
+// the pixels show, corners, the choice against the picture, shared pieces.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "OutputPictures.h"
+#include "interface/om1.h"
+#include "prepare/Presets.h"
+#include "prepare/Tracer.h"
+#include "shapes/AreaCoverage.h"
+#include "shapes/CurveJudge.h"
+#include "shapes/EdgeSamples.h"
+#include "shapes/LabelRaster.h"
+#include "shapes/ShapeBuilder.h"
+
+using om1::OutputOptions;
+using om1::PointD;
+using om1::ShapeSet;
+
+namespace {
+
+// A picture drawn as a renderer anti-aliases: every pixel takes the colour
+// of the shape over it in the share of 16 x 16 samples the shape covers
+// (`shape` gives the colour at a point, 0xRRGGBB).
+Picture antialiased(const std::string& name, int w, int h,
+                    const std::function<unsigned(double, double)>& shape) {
+    Picture p(name, w, h);
+    const int k = 16;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            double r = 0, g = 0, b = 0;
+            for (int j = 0; j < k; ++j)
+                for (int i = 0; i < k; ++i) {
+                    const unsigned c = shape(x + (i + 0.5) / k, y + (j + 0.5) / k);
+                    r += c >> 16;
+                    g += (c >> 8) & 255;
+                    b += c & 255;
+                }
+            const double n = k * k;
+            p.set(x, y,
+                  static_cast<unsigned>(std::lround(r / n)) << 16 |
+                      static_cast<unsigned>(std::lround(g / n)) << 8 |
+                      static_cast<unsigned>(std::lround(b / n)));
+        }
+    return p;
+}
+
+// Traces with the default preset (its exact regions) and builds the shapes,
+// with the input picture for the curves.
+void trace(const Picture& p, OutputOptions::Layout layout, ShapeSet& set) {
+    om1::TraceOptions t = om1::Presets::options(om1::Presets::kDefault);
+    t.seed = om1::TraceOptions::Seed::UniformRing;
+    om1::TraceReport report;
+    KvCtree* tree = nullptr;
+    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report), om1::Tracer::Done)
+        << p.name;
+    OutputOptions o;
+    o.layout = layout;
+    o.reconcileTolerance = 0;
+    if (!tree) {  // the preset's exact regions
+        om1::RegionTree& r = report.regions;
+        om1::LabelRaster lr;
+        ASSERT_TRUE(lr.assign(r.width, r.height, std::move(r.labels), r.parents, r.colors,
+                              r.rootFrame));
+        ASSERT_TRUE(om1::ShapeBuilder::build(lr, false, o, set, p.px.data()));
+        return;
+    }
+    const RGBQUAD* prepared = report.prepared.empty() ? p.px.data() : report.prepared.data();
+    ASSERT_TRUE(om1::ShapeBuilder::build(tree, prepared, p.w, p.h, o, set, p.px.data()));
+    om1_delKvCTree(tree);
+}
+
+// The shape of a colour (the first one drawn in it).
+const om1::Shape* shapeOf(const ShapeSet& set, unsigned rgb) {
+    for (const om1::Shape& s : set.shapes)
+        if (s.role != om1::Shape::Role::Frame && !s.loops.empty() &&
+            std::abs(s.color.rgbRed - static_cast<int>(rgb >> 16)) <= 8 &&
+            std::abs(s.color.rgbGreen - static_cast<int>((rgb >> 8) & 255)) <= 8 &&
+            std::abs(s.color.rgbBlue - static_cast<int>(rgb & 255)) <= 8)
+            return &s;
+    return nullptr;
+}
+
+// Points along every segment of a curve, 32 a segment.
+std::vector<PointD> flat(const std::vector<PointD>& c) {
+    std::vector<PointD> out;
+    for (size_t i = 0; i + 3 < c.size(); i += 3)
+        for (int k = 0; k < 32; ++k) {
+            const double t = k / 32.0, u = 1 - t;
+            const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
+            out.push_back({b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x,
+                           b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y});
+        }
+    return out;
+}
+
+size_t segments(const std::vector<PointD>& curve) {
+    return (curve.size() - 1) / 3;
+}
+
+const unsigned kWhite = 0xffffff, kRed = 0xd02020, kBlue = 0x2040c0;
+
+}  // namespace
+
+// A disc becomes a handful of segments within a small error of the true
+// circle, in both layouts; a sharp-cornered rectangle next to it keeps its
+// four exact segments.
+TEST(SmoothCurves, DiscAndRectangle) {
+    const double cx = 30.4, cy = 31.7, r = 20.3;
+    const Picture p = antialiased("disc", 96, 64, [&](double x, double y) {
+        if ((x - cx) * (x - cx) + (y - cy) * (y - cy) <= r * r) return kRed;
+        if (x >= 60 && x < 88 && y >= 12 && y < 50) return kBlue;
+        return kWhite;
+    });
+    for (auto layout : {OutputOptions::Layout::Stacked, OutputOptions::Layout::Cutout}) {
+        ShapeSet set;
+        trace(p, layout, set);
+        const om1::Shape* disc = shapeOf(set, kRed);
+        ASSERT_NE(disc, nullptr);
+        ASSERT_EQ(disc->curves.size(), 1u);
+        EXPECT_LE(segments(disc->curves[0]), 8u);
+        double worst = 0;
+        for (const PointD& q : flat(disc->curves[0]))
+            worst = std::max(worst, std::fabs(std::hypot(q.x - cx, q.y - cy) - r));
+        EXPECT_LT(worst, 0.2);
+        const om1::Shape* box = shapeOf(set, kBlue);
+        ASSERT_NE(box, nullptr);
+        ASSERT_EQ(box->curves.size(), 1u);
+        const std::vector<PointD>& c = box->curves[0];
+        ASSERT_EQ(segments(c), 4u);
+        for (size_t i = 0; i < c.size(); i += 3) {
+            EXPECT_EQ(c[i].x, std::round(c[i].x));
+            EXPECT_EQ(c[i].y, std::round(c[i].y));
+            EXPECT_TRUE(c[i].x == 60 || c[i].x == 88) << c[i].x;
+            EXPECT_TRUE(c[i].y == 12 || c[i].y == 50) << c[i].y;
+        }
+        printf("disc %s: %zu segments, %.3f px from the circle at most\n",
+               layout == OutputOptions::Layout::Cutout ? "cutout" : "stacked",
+               segments(disc->curves[0]), worst);
+    }
+}
+
+// A slanted anti-aliased edge lands within 0.1 px of its true position,
+// between the pixel corners, at several slopes and offsets.
+TEST(SmoothCurves, SlantedEdgeWithinATenth) {
+    struct Edge {
+        double slope, offset;
+    };
+    for (const Edge e : {Edge{0.3, 20.37}, Edge{-0.62, 40.81}, Edge{1.9, -20.2}}) {
+        // Red below the line y = offset + slope * x.
+        const Picture p = antialiased("slant", 64, 64, [&](double x, double y) {
+            return y > e.offset + e.slope * x ? kRed : kWhite;
+        });
+        ShapeSet set;
+        trace(p, OutputOptions::Layout::Stacked, set);
+        double worst = 0;
+        int checked = 0;
+        const double norm = std::hypot(1.0, e.slope);
+        for (const om1::Shape& s : set.shapes)  // the one drawn first covers the picture
+            for (const std::vector<PointD>& c : s.curves)
+                for (const PointD& q : flat(c)) {
+                    // Away from the picture's border, which the boundary follows.
+                    if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
+                    worst = std::max(worst, std::fabs(q.y - e.offset - e.slope * q.x) / norm);
+                    ++checked;
+                }
+        EXPECT_GT(checked, 10);
+        EXPECT_LT(worst, 0.1) << "slope " << e.slope;
+        printf("slope %5.2f: %d points, %.3f px from the line at most\n", e.slope, checked, worst);
+    }
+}
+
+// Neighbours share every piece in the cutout layout, fitted or not: no
+// pixel centre is left uncovered or covered twice on anti-aliased pictures.
+TEST(SmoothCurves, CutoutSeamsStayZero) {
+    const Picture pictures[] = {
+        antialiased("rings", 80, 70,
+                    [](double x, double y) {
+                        const double d = std::hypot(x - 37.3, y - 33.9);
+                        return d < 9.2 ? kBlue : d < 21.6 ? kRed : d < 30.1 ? 0x20a040u : kWhite;
+                    }),
+        antialiased("star", 72, 72,
+                    [](double x, double y) {
+                        const double a = std::atan2(y - 36, x - 36), d = std::hypot(x - 36, y - 36);
+                        const double rim = 16 + 12 * std::cos(5 * a);
+                        return d < rim ? kRed : (x + y < 60 ? kBlue : kWhite);
+                    }),
+    };
+    for (const Picture& p : pictures) {
+        ShapeSet set;
+        trace(p, OutputOptions::Layout::Cutout, set);
+        std::vector<int> owner;
+        const std::vector<int> count = centreCoverage(set, true, owner);
+        int seams = 0, overlaps = 0;
+        for (int c : count) {
+            seams += c == 0;
+            overlaps += c > 1;
+        }
+        EXPECT_EQ(seams, 0) << p.name;
+        EXPECT_EQ(overlaps, 0) << p.name;
+        EXPECT_GT(set.curvedLoops, 0) << p.name;
+    }
+}
+
+// The share of a pixel's colour between two region colours, and exact
+// signed pixel coverage of a polygon.
+TEST(SmoothCurves, SharesAndCoverage) {
+    const RGBQUAD in = {0, 0, 200, 0}, out = {255, 255, 255, 0};
+    EXPECT_DOUBLE_EQ(om1::EdgeSamples::share(in, in, out), 1.0);
+    EXPECT_DOUBLE_EQ(om1::EdgeSamples::share(out, in, out), 0.0);
+    const RGBQUAD half = {128, 128, 228, 0};
+    EXPECT_NEAR(om1::EdgeSamples::share(half, in, out), 0.5, 0.01);
+    EXPECT_EQ(om1::EdgeSamples::share(in, in, RGBQUAD{5, 5, 205, 0}), -1);  // too close to tell
+
+    // A clockwise triangle (0,0) (2,0) (0,2) on the picture: the pixels on
+    // its diagonal are half covered, the one in the corner fully.
+    om1::AreaCoverage cov;
+    const PointD t[3] = {{0, 0}, {2, 0}, {0, 2}};
+    for (int i = 0; i < 3; ++i) cov.addLine(t[i], t[(i + 1) % 3]);
+    std::vector<om1::AreaCoverage::Cell> cells;
+    cov.cells(cells);
+    double total = 0;
+    for (const auto& c : cells) {
+        total += c.share;
+        const double want = c.x + c.y == 0 ? 1.0 : c.x + c.y == 1 ? 0.5 : 0.0;
+        EXPECT_NEAR(c.share, want, 1e-12) << c.x << "," << c.y;
+    }
+    EXPECT_NEAR(total, 2.0, 1e-12);
+}

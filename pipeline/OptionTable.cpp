@@ -20,7 +20,7 @@ namespace {
 using K = OptionTable::Kind;
 
 #define OM1_ROW(field, kind, lo, hi, choices, value, help, lowestOn, words) \
-    {#field, kind, offsetof(om1_options, field), lo, hi, choices, value, help, lowestOn, words}
+    { #field, kind, offsetof(om1_options, field), lo, hi, choices, value, help, lowestOn, words }
 
 // The order is the order of application (see the header).
 const OptionTable::Row kRows[] = {
@@ -436,7 +436,8 @@ int OptionTable::set(om1_options& o, const Row& r, const std::string& text, std:
     return OM1_OK;
 }
 
-int OptionTable::apply(om1_options& o, const std::vector<std::pair<std::string, std::string>>& given,
+int OptionTable::apply(om1_options& o,
+                       const std::vector<std::pair<std::string, std::string>>& given,
                        std::string& error, Names names) {
     std::vector<std::pair<const Row*, const std::string*>> rows;
     for (const auto& g : given) {

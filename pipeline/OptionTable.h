@@ -53,7 +53,8 @@ public:
     // The option name nearest to `name` (edit distance), for "did you mean";
     // empty when none is near. A front end adds its own options' names in
     // `others` (with underscores).
-    static std::string nearest(const std::string& name, const std::vector<std::string>& others = {});
+    static std::string nearest(const std::string& name,
+                               const std::vector<std::string>& others = {});
 
     // The default preset's settings.
     static void defaults(om1_options& o);

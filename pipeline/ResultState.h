@@ -7,13 +7,15 @@
 #include <vector>
 
 #include "companion/KvCtree.h"
+#include "pipeline/Progress.h"
 #include "pipeline/Result.h"
 
 namespace om1 {
 
 struct Result::State {
     struct View {
-        std::once_flag once;
+        std::mutex lock;
+        bool tried = false;  // built, or failed for want of memory
         bool built = false;
         double ms = 0;  // building it
         ShapeSet set;
@@ -29,8 +31,12 @@ struct Result::State {
     View drawing, outlines;
 
     ~State();
-    // Builds a view from the tree (once; see Result::drawing).
-    void build(View& v, bool joinParts);
+    // Builds a view from the tree once (see Result::drawing): OM1_OK,
+    // OM1_OUT_OF_MEMORY, or OM1_CANCELLED when `progress` stopped it (a later
+    // call builds it again).
+    int view(View& v, bool joinParts, Progress* progress);
+    // The view a format writes.
+    int viewFor(OutputFormat::Kind kind, Progress* progress);
 };
 
 }  // namespace om1

@@ -6,6 +6,7 @@
 
 #include "pipeline/OptionTable.h"
 #include "pipeline/OptionsRecord.h"
+#include "pipeline/Progress.h"
 #include "pipeline/ResultState.h"
 #include "prepare/ColorQuantizer.h"
 #include "prepare/PictureCleaner.h"
@@ -41,13 +42,15 @@ void announceLongTrace(const std::vector<RGBQUAD>& picture, int width, int heigh
 // The pixels composited over the background (rounded to nearest); counts
 // the pixels of exactly the background colour and those of them that were
 // fully transparent.
-void composite(const Picture& p, long long stride, uint32_t background, std::vector<RGBQUAD>& out,
-               long long& bgPixels, long long& bgTransparent) {
+// False when the progress asked to stop (every 256 rows).
+bool composite(const Picture& p, long long stride, uint32_t background, std::vector<RGBQUAD>& out,
+               long long& bgPixels, long long& bgTransparent, Progress& progress) {
     const unsigned br = (background >> 16) & 0xFF, bgg = (background >> 8) & 0xFF,
                    bb = background & 0xFF;
     out.resize(static_cast<size_t>(p.width) * static_cast<size_t>(p.height));
     bgPixels = bgTransparent = 0;
     for (int y = 0; y < p.height; ++y) {
+        if ((y & 255) == 0 && !progress.at(Progress::kComposited * y / p.height)) return false;
         const uint8_t* row = p.rgba + static_cast<size_t>(y) * static_cast<size_t>(stride);
         RGBQUAD* dst = out.data() + static_cast<size_t>(y) * static_cast<size_t>(p.width);
         for (int x = 0; x < p.width; ++x) {
@@ -68,6 +71,7 @@ void composite(const Picture& p, long long stride, uint32_t background, std::vec
             }
         }
     }
+    return true;
 }
 
 int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
@@ -85,15 +89,21 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     const auto t0 = std::chrono::steady_clock::now();
     std::vector<RGBQUAD> picture;
     long long bgPixels = 0, bgTransparent = 0;
-    composite(p, stride, static_cast<uint32_t>(o.background), picture, bgPixels, bgTransparent);
+    Progress progress(hooks);
+    if (!composite(p, stride, static_cast<uint32_t>(o.background), picture, bgPixels, bgTransparent,
+                   progress))
+        return OM1_CANCELLED;
     s.dropBackground = o.transparent && bgTransparent * 2 > bgPixels;
 
     const TraceOptions t = OptionsRecord::toTrace(o);
     announceLongTrace(picture, p.width, p.height, t, hooks);
     const Tracer::Result traced =
-        Tracer::trace(picture.data(), p.width, p.height, t, s.tree, &s.report);
+        Tracer::trace(picture.data(), p.width, p.height, t, s.tree, &s.report,
+                      progress.active() ? progress.span(Progress::kComposited, Progress::kTraced)
+                                        : Tracer::Progress());
     s.traceMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+    if (traced == Tracer::Cancelled || !progress.at(Progress::kTraced)) return OM1_CANCELLED;
     if (traced == Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
     if (traced == Tracer::TooManyColors) return OM1_TOO_MANY_COLORS;
     if (traced != Tracer::Done || !s.tree) return OM1_NO_OUTLINES;

@@ -17,20 +17,21 @@ extern "C" {
 /* Error codes. 1 and 2 are the tracer's own results. */
 typedef enum om1_status {
     OM1_OK = 0,
-    OM1_NO_OUTLINES = 1,     /* nothing was traced */
-    OM1_LIMIT_EXCEEDED = 2,  /* more outlines than max_outlines */
-    OM1_NULL_ARGUMENT = 3,   /* a required pointer was null */
-    OM1_BAD_SIZE = 4,        /* width or height below 1, or more pixels than max_pixels */
-    OM1_TOO_SMALL = 5,       /* a picture narrower or lower than 3 pixels */
-    OM1_BAD_STRIDE = 6,      /* stride below 4 * width */
-    OM1_BAD_OPTION = 7,      /* an option out of its range */
-    OM1_UNKNOWN_OPTION = 8,  /* no option or preset of that name */
-    OM1_UNKNOWN_FORMAT = 9,  /* no output format of that name */
-    OM1_BAD_INDEX = 10,      /* a region, loop or hole index out of range */
-    OM1_OUT_OF_MEMORY = 11,  /* memory ran out */
-    OM1_INTERNAL_ERROR = 12, /* an unexpected failure inside the library */
+    OM1_NO_OUTLINES = 1,      /* nothing was traced */
+    OM1_LIMIT_EXCEEDED = 2,   /* more outlines than max_outlines */
+    OM1_NULL_ARGUMENT = 3,    /* a required pointer was null */
+    OM1_BAD_SIZE = 4,         /* width or height below 1, or more pixels than max_pixels */
+    OM1_TOO_SMALL = 5,        /* a picture narrower or lower than 3 pixels */
+    OM1_BAD_STRIDE = 6,       /* stride below 4 * width */
+    OM1_BAD_OPTION = 7,       /* an option out of its range */
+    OM1_UNKNOWN_OPTION = 8,   /* no option or preset of that name */
+    OM1_UNKNOWN_FORMAT = 9,   /* no output format of that name */
+    OM1_BAD_INDEX = 10,       /* a region, loop or hole index out of range */
+    OM1_OUT_OF_MEMORY = 11,   /* memory ran out */
+    OM1_INTERNAL_ERROR = 12,  /* an unexpected failure inside the library */
     OM1_TOO_MANY_COLORS = 13, /* more colours than max_colors (after the colour stages) */
-    OM1_WRITE_FAILED = 14     /* the output stream failed while it was written */
+    OM1_WRITE_FAILED = 14,    /* the output stream failed while it was written */
+    OM1_CANCELLED = 15        /* the host's progress callback asked to stop */
 } om1_status;
 
 /* Region roles. A frame is a container without colour of its own; it is not

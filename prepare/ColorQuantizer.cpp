@@ -45,8 +45,10 @@ void measure(const std::vector<Entry>& e, Box& b) {
 }  // namespace
 
 bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
-                              std::vector<RGBQUAD>& palette) {
+                              std::vector<RGBQUAD>& palette,
+                              const std::function<bool(double)>& progress) {
     palette.clear();
+    auto at = [&](double share) { return !progress || progress(share); };
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
     const size_t n = static_cast<size_t>(width) * height;
     try {
@@ -59,6 +61,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             for (size_t i = 0; i < n; ++i) key[i] = packColour(pixels[i]);
             std::vector<size_t> start(4097);
             for (int pass = 0; pass < 2; ++pass) {
+                if (!at(0.1 + 0.2 * pass)) return false;
                 const int shift = 12 * pass;
                 std::fill(start.begin(), start.end(), 0);
                 for (size_t i = 0; i < n; ++i) ++start[((key[i] >> shift) & 4095) + 1];
@@ -74,6 +77,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     order.swap(tmp);
                 }
             }
+            if (!at(0.5)) return false;
             for (size_t k = 0; k < n;) {
                 const uint32_t c = key[order[k]];
                 const uint32_t id = static_cast<uint32_t>(entries.size());
@@ -140,6 +144,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         std::vector<uint32_t> nearest(entries.size(), 0);
         std::vector<double> mr(k), mg(k), mb(k);
         for (int round = 0; round < 4; ++round) {
+            if (!at(0.6 + 0.05 * round)) return false;
             for (size_t b = 0; b < k; ++b) {
                 mr[b] = mean[3 * b];
                 mg[b] = mean[3 * b + 1];
@@ -187,6 +192,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         for (size_t i = 0; i < entries.size(); ++i) nearestOf[entries[i].id] = nearest[i];
         std::vector<bool> used(k, false);
         for (size_t i = 0; i < n; ++i) {
+            if ((i & 0xFFFFF) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;
             const uint32_t b = nearestOf[entryOf[i]];
             used[b] = true;
             const BYTE reserved = pixels[i].rgbReserved;

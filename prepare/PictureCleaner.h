@@ -5,6 +5,8 @@
 // the regions the tracer finds at tolerance 0.
 #pragma once
 
+#include <functional>
+
 #include "platform/WinTypes.h"
 
 namespace om1 {
@@ -31,7 +33,9 @@ public:
     // between its neighbours) is kept. Decisions read the picture as it was,
     // so the result does not depend on the order of the pixels. Returns the
     // number of pixels changed, -1 when memory runs out (pixels unchanged).
-    static long long antialias(RGBQUAD* pixels, int width, int height, int radius, int tolerance);
+    // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
+    static long long antialias(RGBQUAD* pixels, int width, int height, int radius, int tolerance,
+                               const std::function<bool(double)>& progress = {});
 
     // Speckle filter: every region of fewer than `area` pixels takes the
     // colour of the neighbouring region it shares the longest boundary with
@@ -42,7 +46,9 @@ public:
     // speckle across a noisy patch; ties go to the nearer colour, then to
     // the larger region.
     // Returns the number of regions left, -1 when memory runs out.
-    static long long speckle(RGBQUAD* pixels, int width, int height, int area);
+    // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
+    static long long speckle(RGBQUAD* pixels, int width, int height, int area,
+                             const std::function<bool(double)>& progress = {});
 
     // Colour restitution from the picture: every region of `pixels` takes the
     // mean colour (rounded per channel) of the same pixels in `original`, so

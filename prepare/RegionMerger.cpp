@@ -26,13 +26,16 @@ struct Candidate {
 }  // namespace
 
 long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
-                              double cost, double budget, bool means) {
+                              double cost, double budget, bool means,
+                              const std::function<bool(double)>& progress) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
+    auto at = [&](double share) { return !progress || progress(share); };
     const size_t n = static_cast<size_t>(width) * height;
     try {
         const std::vector<uint32_t> c = packColours(pixels, n);
         std::vector<int32_t> labels, queue;
         const int32_t m = static_cast<int32_t>(labelRegions(c, width, height, labels, queue));
+        if (!at(0.2)) return -1;
         std::vector<double> size(m, 0), sum(3 * static_cast<size_t>(m), 0);
         std::vector<uint32_t> paint(m);
         double squares = 0;
@@ -53,6 +56,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             for (int k = 0; k < 3; ++k) error -= sum[3 * r + k] * sum[3 * r + k] / size[r];
         // Neighbour pairs, each once.
         std::vector<uint64_t> pairs;
+        if (!at(0.3)) return -1;
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 const size_t i = static_cast<size_t>(y) * width + x;
@@ -64,6 +68,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         pairs.push_back(static_cast<uint64_t>(std::min(a, b)) << 32 |
                                         static_cast<uint32_t>(std::max(a, b)));
             }
+        if (!at(0.4)) return -1;
         std::sort(pairs.begin(), pairs.end());
         pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         std::vector<std::vector<int32_t>> adjacent(m);
@@ -112,7 +117,10 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     heap.push({k, a, b, 0, 0});
                 }
         long long left = m;
-        while (!heap.empty()) {
+        if (!at(0.6)) return -1;
+        // Every 4096 candidates (the share: regions merged of those there were).
+        for (unsigned step = 1; !heap.empty(); ++step) {
+            if ((step & 4095) == 0 && !at(0.6 + 0.3 * static_cast<double>(m - left) / m)) return -1;
             const Candidate top = heap.top();
             if (top.cost > cost && error + top.cost > budget) break;
             heap.pop();
@@ -155,6 +163,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             }
             std::vector<int32_t>().swap(added);
         }
+        if (!at(0.9)) return -1;
         if (means)
             for (int32_t r = 0; r < m; ++r) {
                 if (parent[r] != r) continue;

@@ -15,6 +15,8 @@
 // above `budget`.
 #pragma once
 
+#include <functional>
+
 #include "platform/WinTypes.h"
 
 namespace om1 {
@@ -26,9 +28,11 @@ public:
     // union keeps the colour its larger part has in `pixels` instead of the
     // mean, so the picture keeps its palette (the costs are the same).
     // Returns the number of regions left, -1 when memory runs out (pixels
-    // unchanged).
+    // unchanged). `progress`, when given, hears the share done (0..1) between
+    // the steps and every few thousand unions; false stops the work (-1).
     static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
-                           double cost, double budget, bool means = true);
+                           double cost, double budget, bool means = true,
+                           const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

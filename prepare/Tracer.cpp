@@ -1,9 +1,13 @@
 #include "prepare/Tracer.h"
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cmath>
+#include <condition_variable>
+#include <mutex>
 #include <new>
+#include <thread>
 #include <vector>
 
 #include "containment/CntmTreeCreator.h"
@@ -53,6 +57,63 @@ void release(AllOutLines& all) {
     all.outLines = nullptr;
 }
 
+// A share of the caller's progress: what a step reports in [from, to].
+Tracer::Progress part(const Tracer::Progress& p, double from, double to) {
+    if (!p) return Tracer::Progress();
+    return [&p, from, to](double s) {
+        return p(from + (to - from) * std::min(std::max(s, 0.0), 1.0));
+    };
+}
+
+// One run of the region tracer. With a progress it runs on a thread of its
+// own: this thread reports every kReportMs (the share grows with the time
+// spent against a rough duration for the picture's size) and, when told to
+// stop, sets the tracer's outline limit to 0, which the tracer checks after
+// every region it traces; the run then ends as over the limit. `stopped`
+// tells the two apart.
+int runTracer(Ombrel& tracer, AllOutLines& all, CPoint seed, int maxOutlines,
+              const Tracer::Progress& progress, bool& stopped) {
+    stopped = false;
+    if (!progress) return tracer.DoOmbrel_(all, seed, maxOutlines);
+    if (!progress(0)) {
+        stopped = true;
+        return Ombrel::LimitExceeded;
+    }
+    std::mutex m;
+    std::condition_variable cv;
+    bool done = false;
+    int result = Ombrel::NotTraced;
+    std::thread worker([&] {
+        const int r = tracer.DoOmbrel_(all, seed, maxOutlines);
+        std::lock_guard<std::mutex> g(m);
+        result = r;
+        done = true;
+        cv.notify_one();
+    });
+    const auto t0 = std::chrono::steady_clock::now();
+    // About 0.25 microseconds a pixel on a desktop processor.
+    const double expectedMs = 2.5e-4 * tracer.size + 1;
+    std::unique_lock<std::mutex> lock(m);
+    while (!cv.wait_for(lock, std::chrono::milliseconds(Tracer::kReportMs), [&] { return done; })) {
+        if (stopped) continue;
+        const double ms =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0)
+                .count();
+        lock.unlock();
+        const bool go = progress(ms / (ms + expectedMs));
+        lock.lock();
+        if (!go) {
+            stopped = true;
+            // The tracer reads the limit between regions; the store is atomic
+            // where the processor's int stores are (every platform we build).
+            __atomic_store_n(&tracer.maxOutlines, 0, __ATOMIC_RELAXED);
+        }
+    }
+    lock.unlock();
+    worker.join();
+    return result;
+}
+
 }  // namespace
 
 void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::Seed choice, int* xs,
@@ -93,7 +154,8 @@ void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::S
 }
 
 Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
-                                 const TraceOptions& options, KvCtree*& out) {
+                                 const TraceOptions& options, KvCtree*& out,
+                                 const Progress& progress) {
     out = nullptr;
     const int tol = static_cast<int>(std::min(std::max(options.tolerancePercent, 0), 100) * 2.55);
     const int tracerMinLen = std::max(options.minOutlineLen, 4);
@@ -102,7 +164,9 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
     seeds(pixels, width, height, options.seed, xs, ys, n);
     AllOutLines all;
     int result = 1;
-    for (int i = 0; i < n; ++i) {
+    bool stopped = false;
+    const Progress tracing = part(progress, 0, 0.9);
+    for (int i = 0; i < n && !stopped; ++i) {
         OutLineManipulator* olm =
             new (std::nothrow) OutLineManipulator(pixels, width, height, tol, tracerMinLen, 3, 0);
         if (!olm) continue;
@@ -113,11 +177,16 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
             continue;
         }
         release(all);
-        result = tracer->DoOmbrel_(all, CPoint(xs[i], ys[i]), options.maxOutlines);
+        result =
+            runTracer(*tracer, all, CPoint(xs[i], ys[i]), options.maxOutlines, tracing, stopped);
         delete tracer;
         delete olm;
         if (result == 2) break;
         if (all.outLines && all.outLines->parts) break;
+    }
+    if (stopped || (progress && !progress(0.9))) {
+        release(all);
+        return Cancelled;
     }
     if (result == 2) {
         release(all);
@@ -136,6 +205,11 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
         delete creator;
         delete exported;
         return NoOutlines;
+    }
+    if (progress && !progress(0.97)) {
+        delete creator;
+        delete exported;
+        return Cancelled;
     }
     kvMngr manager(width, height);
     manager.delSmallOutLn(options.minOutlineLen, exported->exportTree);
@@ -167,18 +241,23 @@ int Tracer::paths(const KvCtree* tree) {
 }
 
 bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& o,
-                     TraceReport& report) {
+                     TraceReport& report, const Progress& progress) {
+    // Each stage that runs takes its share; false ends the preparation.
+    auto at = [&](double share) { return !progress || progress(share); };
+    if (!at(0)) return false;
     if (o.threshold >= 0) {
         PictureCleaner::threshold(pixels, width, height,
                                   std::min(o.threshold, +TraceOptions::kAutoThreshold));
         report.stagesRan = true;
     }
+    if (!at(0.05)) return false;
     if (o.filter != TraceOptions::Filter::None) {
         const PreFilter::Kind kind =
             o.filter == TraceOptions::Filter::Quadrant ? PreFilter::Quadrant : PreFilter::Adaptive;
         if (PreFilter::run(pixels, width, height, kind, o.filterRadius, o.filterTolerance))
             report.stagesRan = true;
     }
+    if (!at(0.15)) return false;
     if (o.paletteCount > 0) {
         if (!ColorQuantizer::snap(pixels, width, height, o.palette, std::min(o.paletteCount, 256)))
             return false;
@@ -186,23 +265,26 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
         report.stagesRan = true;
     } else if (o.colors >= 2) {
         std::vector<RGBQUAD> palette;
-        if (!ColorQuantizer::quantize(pixels, width, height, std::min(o.colors, 256), palette))
+        if (!ColorQuantizer::quantize(pixels, width, height, std::min(o.colors, 256), palette,
+                                      part(progress, 0.15, 0.7)))
             return false;
         report.colors = static_cast<int>(palette.size());
         report.stagesRan = true;
     }
+    if (!at(0.7)) return false;
     if (o.antialias) {
-        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
-                                                          o.antialiasTolerance);
+        const long long moved = PictureCleaner::antialias(
+            pixels, width, height, o.antialiasRadius, o.antialiasTolerance, part(progress, 0.7, 1));
         if (moved < 0) return false;
         report.antialiasPixels = moved;
         report.stagesRan = true;
     }
-    return true;
+    return at(1);
 }
 
 Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
-                             const TraceOptions& options, KvCtree*& out, TraceReport* report) {
+                             const TraceOptions& options, KvCtree*& out, TraceReport* report,
+                             const Progress& progress) {
     out = nullptr;
     TraceReport local;
     TraceReport& rep = report ? *report : local;
@@ -218,7 +300,15 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     } catch (...) {
         return NoOutlines;
     }
-    if (!prepare(base.data(), width, height, options, rep)) return NoOutlines;
+    // Shares: the stages before the trace, the clean-up stages, the tracer.
+    bool stopped = false;
+    const Progress watched = !progress ? Progress() : Progress([&](double share) {
+        stopped = stopped || !progress(share);
+        return !stopped;
+    });
+    auto at = [&](double share) { return !watched || watched(share); };
+    if (!prepare(base.data(), width, height, options, rep, part(watched, 0, 0.45)))
+        return stopped ? Cancelled : NoOutlines;
     if (options.maxColors > 0) {
         const long long colours =
             ColorQuantizer::distinct(base.data(), width, height, options.maxColors);
@@ -237,6 +327,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
     Result result = NoOutlines;
     for (;;) {
+        if (!at(0.45)) return Cancelled;
         try {
             work = base;
         } catch (...) {
@@ -244,10 +335,12 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         }
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
-                                        static_cast<int>(std::min<long long>(area, INT_MAX))) < 0)
-                return NoOutlines;
+                                        static_cast<int>(std::min<long long>(area, INT_MAX)),
+                                        part(watched, 0.45, 0.55)) < 0)
+                return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
+        if (!at(0.55)) return Cancelled;
         if (options.merge > 0) {
             const double budget =
                 options.mergePsnr > 0
@@ -256,14 +349,16 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
             // The largest union cost grows with the picture's side.
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget,
-                                    options.mergeMeans) < 0)
-                return NoOutlines;
+                                    options.mergeMeans, part(watched, 0.55, 0.62)) < 0)
+                return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
+        if (!at(0.62)) return Cancelled;
         if (options.restitute) {
             if (!PictureCleaner::restitute(work.data(), pixels, width, height)) return NoOutlines;
             rep.stagesRan = true;
         }
+        if (!at(0.64)) return Cancelled;
         if (options.spots > 0) {
             if (PictureCleaner::regions(work.data(), width, height) > 0) {
                 std::vector<RGBQUAD> palette;
@@ -276,6 +371,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         }
         // At tolerance 0 every region of the picture is a node: count them
         // before tracing.
+        if (!at(0.66)) return Cancelled;
         if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
             const long long regions = PictureCleaner::regions(work.data(), width, height);
             if (regions > options.maxPaths) {
@@ -286,7 +382,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         if (out) kvctr_deleteKvCtree(out);
         out = nullptr;
         ++rep.traces;
-        result = traceOnce(work.data(), width, height, options, out);
+        result = traceOnce(work.data(), width, height, options, out, part(watched, 0.68, 1));
+        if (result == Cancelled) return Cancelled;
         rep.paths = result == Done ? paths(out) : 0;
         rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
         if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)

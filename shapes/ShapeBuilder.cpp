@@ -165,14 +165,20 @@ bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
 }  // namespace
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                         const OutputOptions& options, ShapeSet& out) {
+                         const OutputOptions& options, ShapeSet& out,
+                         const std::function<bool(double)>& progress) {
     out = ShapeSet();
+    auto at = [&](double share) {
+        if (!progress || progress(share)) return true;
+        out.shapes.clear();
+        return false;
+    };
     out.width = width;
     out.height = height;
     out.options = options;
     try {
         LabelRaster lr;
-        if (!lr.build(tree, width, height, pixels)) return false;
+        if (!at(0) || !lr.build(tree, width, height, pixels) || !at(0.25)) return false;
         if (pixels && options.reconcileTolerance >= 0) {
             const long long moved = lr.reconcile(pixels, options.reconcileTolerance);
             if (moved < 0) return false;
@@ -191,11 +197,13 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
             s.node = n.tree;
         }
         const bool cutout = options.layout == OutputOptions::Layout::Cutout;
+        if (!at(0.35)) return false;
         if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, out))) {
             out.shapes.clear();
             return false;
         }
         for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
+        if (!at(0.6)) return false;
         if (!options.polygon) {
             if (cutout) {
                 if (!CutoutCurves::fit(lr.labels.data(), width, height, options, out)) {
@@ -203,7 +211,9 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
                     return false;
                 }
             } else {
-                for (Shape& s : out.shapes) {
+                for (size_t i = 0; i < out.shapes.size(); ++i) {
+                    Shape& s = out.shapes[i];
+                    if (!at(0.6 + 0.4 * static_cast<double>(i) / out.shapes.size())) return false;
                     s.curves.resize(s.loops.size());
                     for (size_t k = 0; k < s.loops.size(); ++k) {
                         bool fitted = false;
@@ -221,7 +231,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
         out.shapes.clear();
         return false;
     }
-    return true;
+    return at(1);
 }
 
 }  // namespace om1

@@ -14,6 +14,8 @@
 // and used, reversed, by both (CutoutCurves).
 #pragma once
 
+#include <functional>
+
 #include "companion/KvCtree.h"
 #include "shapes/OutputOptions.h"
 #include "shapes/Shape.h"
@@ -25,8 +27,11 @@ class ShapeBuilder {
 public:
     // `pixels` (width x height, rows in the tree's order) may be null. False
     // when memory runs out or the size is unusable; `out` is then empty.
+    // `progress`, when given, hears the share done (0..1) between the steps
+    // and between the shapes' curve fits; false stops the work (false).
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                      const OutputOptions& options, ShapeSet& out);
+                      const OutputOptions& options, ShapeSet& out,
+                      const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

@@ -18,12 +18,17 @@ bool Progress::at(double share) {
     if (!hook_) return true;
     share = std::min(std::max(share, share_), 1.0);  // never backwards
     const auto now = std::chrono::steady_clock::now();
-    if (told_ && share < 1.0 && now - last_ < kInterval) return true;
+    if (told_ && now - last_ < kInterval) return true;
     told_ = true;
     last_ = now;
     share_ = share;
     stopped_ = !(*hook_)(share);
     return !stopped_;
+}
+
+bool Progress::reached(double share) {
+    told_ = false;
+    return at(share);
 }
 
 std::function<bool(double)> Progress::span(double from, double to) {

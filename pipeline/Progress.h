@@ -6,6 +6,7 @@
 // kShaped, the writing up to 1. The host hears at most one report every
 // kInterval (besides the first and the last), so a lower layer may report as
 // often as it likes; once the host answers false every report answers false.
+// The end of each call's span is always told.
 #pragma once
 
 #include <chrono>
@@ -27,6 +28,9 @@ public:
 
     // The job is at `share` (0..1). False when the host asked to stop.
     bool at(double share);
+    // The same, told to the host whatever the time since the last report:
+    // the end of a call's span.
+    bool reached(double share);
     // What a lower layer calls with its own share (0..1), placed in [from, to].
     std::function<bool(double)> span(double from, double to);
     bool stopped() const { return stopped_; }

@@ -66,7 +66,7 @@ int Result::shapes(OutputFormat::Kind kind, const Hooks* hooks) const {
     Progress progress(hooks);
     const int code = state_->viewFor(kind, &progress);
     if (code != OM1_OK) return code;
-    return progress.at(Progress::kShaped) ? OM1_OK : OM1_CANCELLED;
+    return progress.reached(Progress::kShaped) ? OM1_OK : OM1_CANCELLED;
 }
 
 bool Result::hidden(const Shape& sh) const {
@@ -114,7 +114,8 @@ int Result::write(std::ostream& out, OutputFormat::Kind kind, const Hooks* hooks
     const int code = state_->viewFor(kind, &progress);
     if (code != OM1_OK) return code;
     const ShapeSet* set = kind == OutputFormat::Kind::Json ? outlines() : drawing();
-    if (!set || !progress.at(Progress::kShaped)) return set ? OM1_CANCELLED : OM1_OUT_OF_MEMORY;
+    if (!set || !progress.reached(Progress::kShaped))
+        return set ? OM1_CANCELLED : OM1_OUT_OF_MEMORY;
     try {
         // The writers ask for every shape in turn whether it is left out:
         // there the share moves, and a stop fails the stream, so that the
@@ -128,7 +129,8 @@ int Result::write(std::ostream& out, OutputFormat::Kind kind, const Hooks* hooks
             return hidden(sh);
         });
         if (progress.stopped()) return OM1_CANCELLED;
-        if (ok && !progress.at(1)) return OM1_CANCELLED;
+        // Done: what the host answers to the last report changes nothing.
+        if (ok) progress.reached(1);
         return ok ? OM1_OK : OM1_WRITE_FAILED;
     } catch (const std::bad_alloc&) {
         return OM1_OUT_OF_MEMORY;

@@ -103,7 +103,7 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
                                         : Tracer::Progress());
     s.traceMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
-    if (traced == Tracer::Cancelled || !progress.at(Progress::kTraced)) return OM1_CANCELLED;
+    if (traced == Tracer::Cancelled || !progress.reached(Progress::kTraced)) return OM1_CANCELLED;
     if (traced == Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
     if (traced == Tracer::TooManyColors) return OM1_TOO_MANY_COLORS;
     if (traced != Tracer::Done || !s.tree) return OM1_NO_OUTLINES;

@@ -25,6 +25,8 @@
 
 namespace om1 {
 
+const int Tracer::kReportMs;
+
 namespace {
 
 bool samePixel(const RGBQUAD& a, const RGBQUAD& b) {

@@ -27,8 +27,10 @@ int main() {
     picture.rgba = rgba.data();
     picture.width = w;
     picture.height = h;
-    int steps = 1;
-    const om1::Result result = om1::vectorize(picture, &o);
+    int steps = 0;
+    om1::Hooks hooks;
+    hooks.progress = [&](double) { return ++steps > 0; };
+    const om1::Result result = om1::vectorize(picture, &o, &hooks);
     std::ostringstream svg;
     const int written = result.write(svg, om1::OutputFormat::Kind::Svg);
     om1_stats s;

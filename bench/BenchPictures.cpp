@@ -2,8 +2,8 @@
 //   BenchPictures DIR
 // gives DIR/flag-512x384.png (flat colours, anti-aliased edges) and
 // DIR/photo-4096.png (a photograph-like picture enlarged 8 times with
-// bilinear interpolation and mild noise), and DIR/mosaic-1.png, -4.png, -8.png (the
-// 1x picture and the 4 x 4 and 8 x 8 mosaics of the pipeline benchmark).
+// bilinear interpolation and mild noise), and DIR/mosaic-1.png, -2, -4, -8.png (the
+// 1x picture and the 2 x 2, 4 x 4 and 8 x 8 mosaics of the pipeline benchmark).
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
     ok =
         writePng(dir + "/photo-4096.png", scaledUp(photoLike(512, 512), 512, 512, 8), 4096, 4096) &&
         ok;
-    for (int n : {1, 4, 8})
+    for (int n : {1, 2, 4, 8})
         ok = writePng(dir + "/mosaic-" + std::to_string(n) + ".png",
                       mosaic(photoLike(256, 192), 256, 192, n), 256 * n, 192 * n) &&
              ok;

@@ -19,8 +19,8 @@ set(OM1_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/om1)
 set(OM1_HOST_HEADERS
     pipeline/Vectorize.h pipeline/Hooks.h pipeline/Picture.h pipeline/Result.h
     pipeline/OptionTable.h pipeline/om1types.h
-    prepare/TraceReport.h shapes/CrackLoop.h shapes/OutputOptions.h shapes/Shape.h
-    writers/OutputFormat.h)
+    prepare/RegionTree.h prepare/TraceReport.h shapes/CrackLoop.h shapes/OutputOptions.h
+    shapes/Shape.h writers/OutputFormat.h)
 # Core headers, installed with the path they are included by ("interface/om1.h").
 set(OM1_HOST_CORE_HEADERS
     interface/om1.h interface/Om1Export.h companion/KvCtree.h platform/WinTypes.h)

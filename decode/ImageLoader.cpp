@@ -1,6 +1,6 @@
 #include "decode/ImageLoader.h"
 
-#ifndef _WIN32
+#ifndef OM1_DECODE_STB_ONLY
 #include <jpeglib.h>
 #include <setjmp.h>
 #include <spng.h>
@@ -43,7 +43,7 @@ bool sizeAllowed(long long w, long long h, long long maxPixels, std::string& err
     return true;
 }
 
-#ifndef _WIN32
+#ifndef OM1_DECODE_STB_ONLY
 struct JpegError {
     jpeg_error_mgr mgr;
     jmp_buf jump;
@@ -136,7 +136,7 @@ bool checkBmp(FILE* f, long long fileSize, std::string& error) {
     return true;
 }
 
-#ifdef _WIN32
+#ifdef OM1_DECODE_STB_ONLY
 uint32_t be(const unsigned char* p) {
     return static_cast<uint32_t>(p[0]) << 24 | p[1] << 16 | p[2] << 8 | p[3];
 }
@@ -214,7 +214,7 @@ void ImageLoader::composite(RasterImage& img, const std::vector<uint8_t>& rgba, 
     }
 }
 
-#ifndef _WIN32
+#ifndef OM1_DECODE_STB_ONLY
 bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out,
                           std::vector<uint8_t>& rgba, std::string& error) {
     std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> ctx(spng_ctx_new(0), spng_ctx_free);
@@ -301,7 +301,7 @@ bool ImageLoader::loadWithStb(FILE* f, long long fileSize, const char* format, l
         return false;
     }
     bool endCut = false;  // a PNG ending inside its end chunk's checksum
-#ifdef _WIN32
+#ifdef OM1_DECODE_STB_ONLY
     if (strcmp(format, "PNG") == 0 && !checkPng(f, endCut, error)) {
         error = prefix + error;
         return false;
@@ -373,6 +373,11 @@ bool ImageLoader::loadRgba(const std::string& path, long long maxPixels, RasterI
     return f && decode(f.get(), maxPixels, out, out.rgba, error);
 }
 
+bool ImageLoader::loadRgbaStream(FILE* f, long long maxPixels, RasterImage& out,
+                                 std::string& error) {
+    return decode(f, maxPixels, out, out.rgba, error);
+}
+
 bool ImageLoader::decode(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,
                          std::string& error) {
     struct stat st = {};
@@ -392,13 +397,13 @@ bool ImageLoader::decode(FILE* f, long long maxPixels, RasterImage& out, std::ve
     rewind(f);
     bool ok;
     if (got >= 8 && memcmp(magic, "\x89PNG\r\n\x1a\n", 8) == 0) {
-#ifdef _WIN32
+#ifdef OM1_DECODE_STB_ONLY
         ok = loadWithStb(f, fileSize, "PNG", maxPixels, out, rgba, error);
 #else
         ok = loadPng(f, maxPixels, out, rgba, error);
 #endif
     } else if (got >= 3 && magic[0] == 0xFF && magic[1] == 0xD8 && magic[2] == 0xFF) {
-#ifdef _WIN32
+#ifdef OM1_DECODE_STB_ONLY
         ok = loadWithStb(f, fileSize, "JPEG", maxPixels, out, rgba, error);
 #else
         ok = loadJpeg(f, maxPixels, out, rgba, error);

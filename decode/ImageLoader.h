@@ -17,7 +17,8 @@
 // before decoding, as stb_image checks neither), any read past the end of the
 // file, and the JPEG markers stb_image does not know (such as
 // one inside the entropy-coded data). Damage that keeps a JPEG's structure
-// intact is decoded as the data says, where libjpeg would warn.
+// intact is decoded as the data says, where libjpeg would warn. The
+// WebAssembly build (Emscripten) decodes as Windows does.
 #pragma once
 
 #include <cstdint>
@@ -26,6 +27,10 @@
 #include <vector>
 
 #include "decode/RasterImage.h"
+
+#if defined(_WIN32) || defined(__EMSCRIPTEN__)
+#define OM1_DECODE_STB_ONLY 1
+#endif
 
 class ImageLoader {
 public:
@@ -48,6 +53,9 @@ public:
     // and `alpha` stay empty.
     static bool loadRgba(const std::string& path, long long maxPixels, RasterImage& out,
                          std::string& error);
+    // The same from an open stream positioned at its start (memory opened
+    // with fmemopen: the WebAssembly build decodes a file's bytes so).
+    static bool loadRgbaStream(FILE* f, long long maxPixels, RasterImage& out, std::string& error);
 
 protected:
     // Tells the format by the first bytes and decodes into `rgba`.
@@ -55,7 +63,7 @@ protected:
                        std::string& error);
     // Each decoder sets out.width and out.height and fills rgba (4 bytes a
     // pixel: red, green, blue, alpha; row 0 at the top).
-#ifndef _WIN32
+#ifndef OM1_DECODE_STB_ONLY
     static bool loadPng(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,
                         std::string& error);
     static bool loadJpeg(FILE* f, long long maxPixels, RasterImage& out, std::vector<uint8_t>& rgba,

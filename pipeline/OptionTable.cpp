@@ -46,10 +46,17 @@ const OptionTable::Row kRows[] = {
             0, nullptr),
     OM1_ROW(max_pixels, K::LongLong, 9, 2000000000, nullptr, "N", "refuse larger pictures", 0,
             nullptr),
-    OM1_ROW(background, K::Colour, 0, 0xFFFFFF, nullptr, "RRGGBB",
-            "colour under transparent pixels", 0, nullptr),
+    OM1_ROW(background, K::Colour, -1, 0xFFFFFF, nullptr, "RRGGBB|none",
+            "composite transparent pixels over this colour and trace the picture as opaque; "
+            "none: trace transparency (fully transparent pixels stay empty, partial alpha "
+            "becomes the shapes' opacity: SVG fill-opacity, PDF /ca, JSON alpha, GeoJSON "
+            "opacity); EPS and DXF have no opacity and flatten onto this colour (white for "
+            "none)",
+            0, "none=-1"),
     OM1_ROW(transparent, K::Flag, 0, 1, nullptr, nullptr,
-            "leave out regions that were fully transparent", 0, nullptr),
+            "trace transparency even with a background colour (which then only flattens EPS "
+            "and DXF)",
+            0, nullptr),
     OM1_ROW(fixed_seeds, K::Flag, 0, 1, nullptr, nullptr,
             "seed the tracer at the entry points' nine fixed positions", 0, nullptr),
     OM1_ROW(threshold, K::Int, -1, 256, nullptr, "L|auto",
@@ -93,6 +100,14 @@ const OptionTable::Row kRows[] = {
     OM1_ROW(max_colors, K::Int, 0, 16777216, nullptr, "N",
             "refuse pictures of more colours after the colour stages (0 no limit; exit 3)", 0,
             nullptr),
+    OM1_ROW(alpha_levels, K::Int, 0, 64, nullptr, "N",
+            "pictures with transparency: steps of partial opacity kept when the colours are "
+            "reduced (0: every pixel opaque or empty by whether it is at least half covered)",
+            0, nullptr),
+    OM1_ROW(exact_regions, K::Switch, 0, 1, nullptr, "on|off",
+            "at tolerance 0, take the regions from one labelling of the prepared picture (time "
+            "proportional to its pixels) instead of the library's tracer",
+            0, nullptr),
 };
 const int kRowCount = static_cast<int>(sizeof(kRows) / sizeof(kRows[0]));
 
@@ -307,7 +322,7 @@ bool OptionTable::preset(om1_options& o, const std::string& name) {
     std::memset(&o, 0, sizeof o);
     o.max_curve_error = 0.05;
     o.max_pixels = 100000000;
-    o.background = 0xFFFFFF;
+    o.background = -1;
     OptionsRecord::fromTrace(Presets::options(p), o);
     o.polygon = Presets::polygonOutput(p);
     return true;
@@ -327,7 +342,7 @@ std::string OptionTable::takes(const Row& r) {
         case Kind::Switch:
             return "on or off";
         case Kind::Colour:
-            return "a colour RRGGBB";
+            return r.words ? "a colour RRGGBB or none" : "a colour RRGGBB";
         case Kind::Choice: {
             std::string c = r.choices;
             std::replace(c.begin(), c.end(), '|', ',');
@@ -374,6 +389,7 @@ int OptionTable::set(om1_options& o, const Row& r, const std::string& text, std:
             break;
         case Kind::Colour: {
             uint32_t c = 0;
+            if (word(r, lower(text), v)) break;
             if (!parseColour(text, c)) return bad("");
             v = c;
             break;
@@ -483,6 +499,7 @@ std::string OptionTable::valueText(const om1_options& o, const Row& r) {
         case Kind::Switch:
             return v != 0 ? "on" : "off";
         case Kind::Colour: {
+            if (v < 0) return "none";
             char buf[8];
             std::snprintf(buf, sizeof buf, "%06x", static_cast<unsigned>(v) & 0xFFFFFFu);
             return buf;

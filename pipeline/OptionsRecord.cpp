@@ -27,6 +27,8 @@ TraceOptions OptionsRecord::toTrace(const om1_options& o) {
     t.spots = o.spots;
     t.maxPaths = o.max_paths;
     t.maxColors = o.max_colors;
+    t.alphaLevels = o.alpha_levels;
+    t.exactRegions = o.exact_regions != 0;
     t.paletteCount = o.palette_count;
     for (int i = 0; i < o.palette_count && i < 256; ++i)
         t.palette[i] =
@@ -44,6 +46,7 @@ OutputOptions OptionsRecord::toOutput(const om1_options& o) {
     // Pixels further from their region's colour than the tracer's tolerance
     // are corrected against the picture.
     out.reconcileTolerance = static_cast<int>(o.tolerance * 2.55);
+    out.background = o.background >= 0 ? o.background : 0xFFFFFF;
     return out;
 }
 
@@ -70,6 +73,8 @@ void OptionsRecord::fromTrace(const TraceOptions& t, om1_options& o) {
     o.spots = t.spots;
     o.max_paths = t.maxPaths;
     o.max_colors = t.maxColors;
+    o.alpha_levels = t.alphaLevels;
+    o.exact_regions = t.exactRegions;
     o.palette_count = t.paletteCount;
     for (int i = 0; i < 256; ++i)
         o.palette[i] = i < t.paletteCount

@@ -70,10 +70,7 @@ int Result::shapes(OutputFormat::Kind kind, const Hooks* hooks) const {
 }
 
 bool Result::hidden(const Shape& sh) const {
-    if (!state_ || !state_->dropBackground || sh.role == Shape::Role::Frame) return false;
-    const uint32_t bg = static_cast<uint32_t>(state_->options.background);
-    return sh.color.rgbRed == ((bg >> 16) & 0xFF) && sh.color.rgbGreen == ((bg >> 8) & 0xFF) &&
-           sh.color.rgbBlue == (bg & 0xFF);
+    return sh.role != Shape::Role::Frame && sh.alpha == 0;
 }
 
 int Result::stats(om1_stats& out, OutputFormat::Kind kind, const Hooks* hooks) const {
@@ -188,10 +185,17 @@ int Result::State::view(View& v, bool joinParts, Progress* progress) {
     OutputOptions oo = OptionsRecord::toOutput(options);
     oo.joinParts = joinParts;
     try {
-        v.built = ShapeBuilder::build(tree, seen.data(), width, height, oo, v.set,
-                                      progress && progress->active()
-                                          ? progress->span(Progress::kTraced, Progress::kShaped)
-                                          : std::function<bool(double)>());
+        PixelAlpha alpha;
+        if (!levels.empty()) {
+            alpha.levels = levels.data();
+            alpha.coverage = coverage.empty() ? nullptr : coverage.data();
+        }
+        const std::function<bool(double)> watch =
+            progress && progress->active() ? progress->span(Progress::kTraced, Progress::kShaped)
+                                           : std::function<bool(double)>();
+        v.built =
+            tree ? ShapeBuilder::build(tree, seen.data(), alpha, width, height, oo, v.set, watch)
+                 : ShapeBuilder::build(regions, !levels.empty(), oo, v.set, watch);
     } catch (...) {
         v.built = false;
     }

@@ -44,9 +44,8 @@ public:
     // C interface give them; the drawing itself in the cutout layout. Shape i
     // of both views is the same region.
     const ShapeSet* outlines() const;
-    // Whether the writers leave a shape out: with the transparent option, a
-    // region of exactly the background colour when most pixels of that colour
-    // were fully transparent.
+    // Whether the writers leave a shape out: the empty region of a picture
+    // traced with transparency (it has no loops either).
     bool hidden(const Shape& shape) const;
     // Counts of what a format writes (the drawing formats alike; JSON keeps
     // every outline and leaves nothing out): OM1_OK, or the status, or

@@ -3,12 +3,14 @@
 // built so far.
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 #include <vector>
 
 #include "companion/KvCtree.h"
 #include "pipeline/Progress.h"
 #include "pipeline/Result.h"
+#include "shapes/LabelRaster.h"
 
 namespace om1 {
 
@@ -25,15 +27,21 @@ struct Result::State {
     om1_options options = {};
     TraceReport report;
     double traceMs = 0;
-    KvCtree* tree = nullptr;    // owned
+    KvCtree* tree = nullptr;  // owned
+    // Without a tree: the exact labelling of the prepared picture
+    // (TraceOptions::exactRegions), ready to be followed.
+    LabelRaster regions;
     std::vector<RGBQUAD> seen;  // the picture the tracer saw, after the stages
-    bool dropBackground = false;
+    // With transparency: the alpha level of every pixel of `seen`
+    // (TraceReport::preparedAlpha) and the input's own alpha; both empty for
+    // an opaque picture.
+    std::vector<uint8_t> levels, coverage;
     View drawing, outlines;
 
     ~State();
-    // Builds a view from the tree once (see Result::drawing): OM1_OK,
-    // OM1_OUT_OF_MEMORY, or OM1_CANCELLED when `progress` stopped it (a later
-    // call builds it again).
+    // Builds a view from the tree or the labelling once (see Result::drawing):
+    // OM1_OK, OM1_OUT_OF_MEMORY, or OM1_CANCELLED when `progress` stopped it
+    // (a later call builds it again).
     int view(View& v, bool joinParts, Progress* progress);
     // The view a format writes.
     int viewFor(OutputFormat::Kind kind, Progress* progress);

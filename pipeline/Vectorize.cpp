@@ -8,6 +8,7 @@
 #include "pipeline/OptionsRecord.h"
 #include "pipeline/Progress.h"
 #include "pipeline/ResultState.h"
+#include "prepare/AlphaPicture.h"
 #include "prepare/ColorQuantizer.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/Tracer.h"
@@ -25,7 +26,8 @@ const long long kManyExactRegions = 10000;
 // wait (not when the colour limit refuses the picture at once).
 void announceLongTrace(const std::vector<RGBQUAD>& picture, int width, int height,
                        const TraceOptions& t, const Hooks* hooks) {
-    if (!hooks || !hooks->notice || t.tolerancePercent != 0 || t.colors != 0 ||
+    // (The labelling of exact regions takes no longer for many regions.)
+    if (!hooks || !hooks->notice || t.exactRegions || t.tolerancePercent != 0 || t.colors != 0 ||
         t.paletteCount != 0 || t.threshold >= 0 || t.merge > 0 || t.speckle > 1 ||
         t.speckleShare > 0 || t.filter != TraceOptions::Filter::None)
         return;
@@ -37,41 +39,6 @@ void announceLongTrace(const std::vector<RGBQUAD>& picture, int width, int heigh
         hooks->notice(std::to_string(regions) +
                       " regions of exact colours; tracing them all can take long (the photo or "
                       "graphic preset reduces the colours first)");
-}
-
-// The pixels composited over the background (rounded to nearest); counts
-// the pixels of exactly the background colour and those of them that were
-// fully transparent.
-// False when the progress asked to stop (every 256 rows).
-bool composite(const Picture& p, long long stride, uint32_t background, std::vector<RGBQUAD>& out,
-               long long& bgPixels, long long& bgTransparent, Progress& progress) {
-    const unsigned br = (background >> 16) & 0xFF, bgg = (background >> 8) & 0xFF,
-                   bb = background & 0xFF;
-    out.resize(static_cast<size_t>(p.width) * static_cast<size_t>(p.height));
-    bgPixels = bgTransparent = 0;
-    for (int y = 0; y < p.height; ++y) {
-        if ((y & 255) == 0 && !progress.at(Progress::kComposited * y / p.height)) return false;
-        const uint8_t* row = p.rgba + static_cast<size_t>(y) * static_cast<size_t>(stride);
-        RGBQUAD* dst = out.data() + static_cast<size_t>(y) * static_cast<size_t>(p.width);
-        for (int x = 0; x < p.width; ++x) {
-            const uint8_t* s = row + 4 * static_cast<size_t>(x);
-            const unsigned a = s[3];
-            RGBQUAD& q = dst[x];
-            if (a == 255) {
-                q = RGBQUAD{s[2], s[1], s[0], 0};
-            } else {
-                auto mix = [a](unsigned c, unsigned b) {
-                    return static_cast<BYTE>((c * a + b * (255 - a) + 127) / 255);
-                };
-                q = RGBQUAD{mix(s[2], bb), mix(s[1], bgg), mix(s[0], br), 0};
-            }
-            if (q.rgbRed == br && q.rgbGreen == bgg && q.rgbBlue == bb) {
-                ++bgPixels;
-                if (a == 0) ++bgTransparent;
-            }
-        }
-    }
-    return true;
 }
 
 int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
@@ -87,18 +54,25 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     s.height = p.height;
 
     const auto t0 = std::chrono::steady_clock::now();
+    // Transparency is traced unless a background colour asks for the picture
+    // composited over it (and the transparent option does not keep it).
     std::vector<RGBQUAD> picture;
-    long long bgPixels = 0, bgTransparent = 0;
+    std::vector<uint8_t> alpha;  // empty for an opaque picture
+    const uint32_t bg = o.background >= 0 ? static_cast<uint32_t>(o.background) : 0xFFFFFFu;
+    const RGBQUAD background = {static_cast<BYTE>(bg), static_cast<BYTE>(bg >> 8),
+                                static_cast<BYTE>(bg >> 16), 0};
     Progress progress(hooks);
-    if (!composite(p, stride, static_cast<uint32_t>(o.background), picture, bgPixels, bgTransparent,
-                   progress))
-        return OM1_CANCELLED;
-    s.dropBackground = o.transparent && bgTransparent * 2 > bgPixels;
+    if (!progress.at(0)) return OM1_CANCELLED;
+    if (!AlphaPicture::fromRgba(p.rgba, p.width, p.height, static_cast<size_t>(stride),
+                                o.background >= 0 && !o.transparent, background, picture, alpha))
+        return OM1_OUT_OF_MEMORY;
+    if (!progress.at(Progress::kComposited)) return OM1_CANCELLED;
 
     const TraceOptions t = OptionsRecord::toTrace(o);
     announceLongTrace(picture, p.width, p.height, t, hooks);
     const Tracer::Result traced =
-        Tracer::trace(picture.data(), p.width, p.height, t, s.tree, &s.report,
+        Tracer::trace(picture.data(), alpha.empty() ? nullptr : alpha.data(), p.width, p.height, t,
+                      s.tree, &s.report,
                       progress.active() ? progress.span(Progress::kComposited, Progress::kTraced)
                                         : Tracer::Progress());
     s.traceMs =
@@ -106,12 +80,33 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     if (traced == Tracer::Cancelled || !progress.reached(Progress::kTraced)) return OM1_CANCELLED;
     if (traced == Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
     if (traced == Tracer::TooManyColors) return OM1_TOO_MANY_COLORS;
-    if (traced != Tracer::Done || !s.tree) return OM1_NO_OUTLINES;
+    RegionTree& exact = s.report.regions;
+    if (traced != Tracer::Done || (!s.tree && exact.parents.empty())) return OM1_NO_OUTLINES;
+    if (!s.tree) {
+        // The labelling is the shapes' raster; the nodes take the alpha of
+        // their pixels' level.
+        if (!s.regions.assign(exact.width, exact.height, std::move(exact.labels), exact.parents,
+                              exact.colors, exact.rootFrame))
+            return OM1_OUT_OF_MEMORY;
+        exact = RegionTree();
+        const RGBQUAD* prepared =
+            s.report.prepared.empty() ? picture.data() : s.report.prepared.data();
+        if (!s.report.preparedAlpha.empty() &&
+            !s.regions.setAlpha(prepared, s.report.preparedAlpha.data()))
+            return OM1_OUT_OF_MEMORY;
+        s.levels = std::move(s.report.preparedAlpha);
+        s.report.prepared = std::vector<RGBQUAD>();
+        return OM1_OK;
+    }
     // The shapes are checked against the picture the tracer saw.
     if (s.report.prepared.empty())
         s.seen = std::move(picture);
     else
         s.seen = std::move(s.report.prepared);
+    if (!s.report.preparedAlpha.empty()) {
+        s.levels = std::move(s.report.preparedAlpha);
+        s.coverage = std::move(alpha);
+    }
     return OM1_OK;
 }
 

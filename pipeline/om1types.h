@@ -56,8 +56,12 @@ typedef struct om1_options {
     double max_curve_error;  /* a fitted curve is kept only within this many square
                                 pixels per boundary step of the exact boundary, >= 0 (0.05) */
     long long max_pixels;    /* larger pictures are refused with OM1_BAD_SIZE, >= 9 (100000000) */
-    int background;          /* 0xRRGGBB under transparent pixels (0xFFFFFF) */
-    int transparent;         /* 1: writers leave out regions that were fully transparent (0) */
+    int background;          /* 0xRRGGBB: composite transparent pixels over it and trace the
+                                picture as opaque; -1: trace transparency (fully transparent
+                                pixels stay empty, partial alpha becomes the regions'
+                                opacity); EPS and DXF flatten opacity onto it (white at -1)
+                                (-1) */
+    int transparent;         /* 1: trace transparency even with a background colour (0) */
     int fixed_seeds;         /* 1: the entry points' nine fixed seeds (0: a seed in one colour) */
     int threshold;           /* 0..255: luminance below it black, else white; 256: chosen
                                 from the picture (Otsu; "auto" by name); -1 off (-1) */
@@ -83,7 +87,13 @@ typedef struct om1_options {
     int palette_count;    /* 0..256 entries of palette; > 0 snaps every pixel to one (0) */
     uint32_t palette[256]; /* 0xRRGGBB */
     int max_colors;        /* more distinct colours after the stages up to antialias: nothing is
-                              traced, OM1_TOO_MANY_COLORS; 0 no limit (0; pixel 128) */
+                              traced, OM1_TOO_MANY_COLORS; 0 no limit (0) */
+    int alpha_levels;      /* transparency: steps of partial opacity kept when the colours are
+                              reduced, 0..64; 0: every pixel opaque or empty by whether it is
+                              at least half covered (0; graphic and photo 4) */
+    int exact_regions;     /* 1: at tolerance 0, take the regions from one labelling of the
+                              prepared picture, in time proportional to its pixels, instead of
+                              the library's tracer (1; plain 0) */
 } om1_options;
 
 /* Counts over a whole result. */

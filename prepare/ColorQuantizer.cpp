@@ -52,41 +52,34 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        // Distinct colours and their counts: pixel numbers sorted by colour
-        // (two 12-bit counting passes), runs of one colour become entries.
-        std::vector<Entry> entries;
-        std::vector<uint32_t> entryOf(n);
-        {
-            std::vector<uint32_t> key(n), order(n), tmp(n);
-            for (size_t i = 0; i < n; ++i) key[i] = packColour(pixels[i]);
-            std::vector<size_t> start(4097);
-            for (int pass = 0; pass < 2; ++pass) {
-                if (!at(0.1 + 0.2 * pass)) return false;
-                const int shift = 12 * pass;
-                std::fill(start.begin(), start.end(), 0);
-                for (size_t i = 0; i < n; ++i) ++start[((key[i] >> shift) & 4095) + 1];
-                for (int b = 0; b < 4096; ++b) start[b + 1] += start[b];
-                if (pass == 0) {
-                    for (size_t i = 0; i < n; ++i)
-                        order[start[key[i] & 4095]++] = static_cast<uint32_t>(i);
-                } else {
-                    for (size_t k = 0; k < n; ++k) {
-                        const uint32_t i = order[k];
-                        tmp[start[(key[i] >> 12) & 4095]++] = i;
-                    }
-                    order.swap(tmp);
-                }
-            }
-            if (!at(0.5)) return false;
-            for (size_t k = 0; k < n;) {
-                const uint32_t c = key[order[k]];
-                const uint32_t id = static_cast<uint32_t>(entries.size());
-                size_t j = k;
-                while (j < n && key[order[j]] == c) entryOf[order[j++]] = id;
-                entries.push_back({c, static_cast<long long>(j - k), id});
-                k = j;
-            }
+        // Distinct colours and their counts, in colour order: a bit per
+        // possible colour, and a colour's entry is its rank among the set
+        // bits (counted per 64-bit word).
+        std::vector<uint64_t> present(size_t{1} << 18, 0);
+        if (!at(0.1)) return false;
+        for (size_t i = 0; i < n; ++i) {
+            const uint32_t c = packColour(pixels[i]);
+            present[c >> 6] |= uint64_t{1} << (c & 63);
         }
+        if (!at(0.3)) return false;
+        std::vector<uint32_t> rank(present.size());
+        uint32_t distinct = 0;
+        for (size_t k = 0; k < present.size(); ++k) {
+            rank[k] = distinct;
+            distinct += static_cast<uint32_t>(__builtin_popcountll(present[k]));
+        }
+        auto entryOf = [&](size_t i) {
+            const uint32_t c = packColour(pixels[i]);
+            const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
+            return rank[c >> 6] + static_cast<uint32_t>(__builtin_popcountll(below));
+        };
+        std::vector<Entry> entries(distinct);
+        for (size_t k = 0, id = 0; k < present.size(); ++k)
+            for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
+                entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0,
+                               static_cast<uint32_t>(id)};
+        for (size_t i = 0; i < n; ++i) ++entries[entryOf(i)].count;
+        if (!at(0.5)) return false;
         std::vector<Entry> sorted(entries.size());
         std::vector<Box> boxes(1);
         boxes[0].begin = 0;
@@ -193,7 +186,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         std::vector<bool> used(k, false);
         for (size_t i = 0; i < n; ++i) {
             if ((i & 0xFFFFF) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;
-            const uint32_t b = nearestOf[entryOf[i]];
+            const uint32_t b = nearestOf[entryOf(i)];
             used[b] = true;
             const BYTE reserved = pixels[i].rgbReserved;
             pixels[i] = colours[b];

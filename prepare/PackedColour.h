@@ -21,6 +21,20 @@ inline std::vector<uint32_t> packColours(const RGBQUAD* pixels, size_t n) {
     return c;
 }
 
+// Colour and alpha as one key, 0xAABBGGRR: pixels of one colour and
+// different opacity are different regions. Without alpha (null) the key is
+// the colour alone, as packColours gives it.
+inline std::vector<uint32_t> packKeys(const RGBQUAD* pixels, const uint8_t* alpha, size_t n) {
+    std::vector<uint32_t> c(n);
+    for (size_t i = 0; i < n; ++i)
+        c[i] = packColour(pixels[i]) | (alpha ? static_cast<uint32_t>(alpha[i]) << 24 : 0u);
+    return c;
+}
+
+inline uint8_t keyAlpha(uint32_t key) {
+    return static_cast<uint8_t>(key >> 24);
+}
+
 // Channel 0 is red, 1 green, 2 blue.
 inline int colourChannel(uint32_t c, int channel) {
     return (c >> (8 * channel)) & 0xFF;

@@ -32,20 +32,50 @@ int colourDistance(uint32_t a, uint32_t b) {
 // began outweighs any number of edges to speckles merged before it.
 const long long kLargeEdge = 1LL << 32;
 
+// The channels a colour key is measured in: red, green and blue; with alpha
+// (keys of packKeys) premultiplied by it, and alpha as a fourth, so that a
+// pixel half covered by a shape lies half way between the shape and the
+// empty region.
+int keyChannels(uint32_t k, bool withAlpha, double* out) {
+    if (!withAlpha) {
+        for (int i = 0; i < 3; ++i) out[i] = colourChannel(k, i);
+        return 3;
+    }
+    const double a = keyAlpha(k);
+    for (int i = 0; i < 3; ++i) out[i] = colourChannel(k, i) * a / 255.0;
+    out[3] = a;
+    return 4;
+}
+
 // Distance (largest channel difference) of p from the segment a..b, and the
 // parameter t of its nearest point (0 at a, 1 at b).
-double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t) {
-    double d[3], v[3], dd = 0, dv = 0;
-    for (int i = 0; i < 3; ++i) {
-        d[i] = colourChannel(b, i) - colourChannel(a, i);
-        v[i] = colourChannel(p, i) - colourChannel(a, i);
+double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t, bool withAlpha = false) {
+    double pa[4], pb[4], pp[4];
+    const int m = keyChannels(a, withAlpha, pa);
+    keyChannels(b, withAlpha, pb);
+    keyChannels(p, withAlpha, pp);
+    double d[4], v[4], dd = 0, dv = 0;
+    for (int i = 0; i < m; ++i) {
+        d[i] = pb[i] - pa[i];
+        v[i] = pp[i] - pa[i];
         dd += d[i] * d[i];
         dv += d[i] * v[i];
     }
     t = dd > 0 ? std::min(std::max(dv / dd, 0.0), 1.0) : 0.0;
     double worst = 0;
-    for (int i = 0; i < 3; ++i) worst = std::max(worst, std::abs(v[i] - t * d[i]));
+    for (int i = 0; i < m; ++i) worst = std::max(worst, std::abs(v[i] - t * d[i]));
     return worst;
+}
+
+// The largest channel difference of two keys, measured as fromSegment does.
+double keyDiff(uint32_t a, uint32_t b, bool withAlpha) {
+    if (!withAlpha) return maxDiff(a, b);
+    double pa[4], pb[4];
+    const int m = keyChannels(a, withAlpha, pa);
+    keyChannels(b, withAlpha, pb);
+    double d = 0;
+    for (int i = 0; i < m; ++i) d = std::max(d, std::abs(pa[i] - pb[i]));
+    return d;
 }
 
 int luminance(const RGBQUAD& q) {
@@ -92,7 +122,8 @@ void PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int thres
 }
 
 long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int radius,
-                                    int tolerance, const std::function<bool(double)>& progress) {
+                                    int tolerance, uint8_t* alpha,
+                                    const std::function<bool(double)>& progress) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     // Every 64 rows of each of the two passes.
     auto at = [&](int pass, int y) {
@@ -100,10 +131,11 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     };
     const size_t n = static_cast<size_t>(width) * height;
     radius = std::max(1, std::min(radius, 8));
+    const bool withAlpha = alpha != nullptr;
     std::vector<uint32_t> c;
     std::vector<uint8_t> flat;
     try {
-        c = packColours(pixels, n);
+        c = packKeys(pixels, alpha, n);
         flat.assign(n, 1);
     } catch (...) {
         return -1;
@@ -123,7 +155,8 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                 }
         }
     }
-    // The colours of flat pixels, kNone elsewhere (colours have 24 bits).
+    // The colours of flat pixels, kNone elsewhere (colours have 24 bits; with
+    // alpha the flags tell, as every key is a colour).
     const uint32_t kNone = 0xFFFFFFFFu;
     std::vector<uint32_t> flatColour;
     try {
@@ -139,15 +172,19 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
         for (int x = 0; x < width; ++x) {
             const size_t i = static_cast<size_t>(y) * width + x;
             if (flat[i]) continue;
+            // An empty pixel stays empty.
+            if (withAlpha && alpha[i] == 0) continue;
             // The distinct flat colours of the window, in row order.
             int k = 0;
             const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
             const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
             for (int ny = y0; ny <= y1 && k < 16; ++ny) {
-                const uint32_t* row = &flatColour[static_cast<size_t>(ny) * width];
+                const size_t rowStart = static_cast<size_t>(ny) * width;
+                const uint32_t* row = &flatColour[rowStart];
                 for (int nx = x0; nx <= x1 && k < 16; ++nx) {
                     const uint32_t v = row[nx];
-                    if (v == kNone || (k > 0 && v == cand[k - 1])) continue;
+                    if (withAlpha ? !flat[rowStart + nx] : v == kNone) continue;
+                    if (k > 0 && v == cand[k - 1]) continue;
                     if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
                 }
             }
@@ -158,16 +195,19 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
             for (int a = 0; a < k; ++a)
                 for (int b = a + 1; b < k; ++b) {
                     double t = 0;
-                    const double d = fromSegment(p, cand[a], cand[b], t);
+                    const double d = fromSegment(p, cand[a], cand[b], t, withAlpha);
                     if (d < best) {
                         best = d;
                         to = t < 0.5 ? cand[a] : cand[b];
                         // Equally near both ends: the one nearer by the colour measure.
-                        if (t == 0.5 && maxDiff(p, cand[b]) < maxDiff(p, cand[a])) to = cand[b];
+                        if (t == 0.5 &&
+                            keyDiff(p, cand[b], withAlpha) < keyDiff(p, cand[a], withAlpha))
+                            to = cand[b];
                     }
                 }
             if (to != p) {
                 unpackColour(pixels[i], to);
+                if (withAlpha) alpha[i] = keyAlpha(to);
                 ++changed;
             }
         }
@@ -175,11 +215,12 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     return changed;
 }
 
-long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height) {
+long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height,
+                                  const uint8_t* alpha) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        const std::vector<uint32_t> c = packColours(pixels, n);
+        const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
         std::vector<int32_t> labels, queue;
         return labelRegions(c, width, height, labels, queue);
     } catch (...) {
@@ -187,8 +228,11 @@ long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height) 
     }
 }
 
-bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height) {
+bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
+                               uint8_t* alpha, const uint8_t* originalAlpha) {
     if (!pixels || !original || width <= 0 || height <= 0) return false;
+    if (alpha && originalAlpha)
+        return restituteWithAlpha(pixels, original, width, height, alpha, originalAlpha);
     const size_t n = static_cast<size_t>(width) * height;
     try {
         const std::vector<uint32_t> c = packColours(pixels, n);
@@ -215,7 +259,47 @@ bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int wid
     return true;
 }
 
-long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area,
+bool PictureCleaner::restituteWithAlpha(RGBQUAD* pixels, const RGBQUAD* original, int width,
+                                        int height, uint8_t* alpha, const uint8_t* originalAlpha) {
+    const size_t n = static_cast<size_t>(width) * height;
+    try {
+        const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
+        std::vector<int32_t> labels, queue;
+        const long long m = labelRegions(c, width, height, labels, queue);
+        // Colours weighted by their alpha, and the alpha.
+        std::vector<double> sum(4 * m, 0);
+        std::vector<long long> count(m, 0);
+        for (size_t i = 0; i < n; ++i) {
+            const int32_t r = labels[i];
+            const double a = originalAlpha[i];
+            ++count[r];
+            sum[4 * r] += original[i].rgbRed * a;
+            sum[4 * r + 1] += original[i].rgbGreen * a;
+            sum[4 * r + 2] += original[i].rgbBlue * a;
+            sum[4 * r + 3] += a;
+        }
+        for (size_t i = 0; i < n; ++i) {
+            const int32_t r = labels[i];
+            const uint8_t level = alpha[i];
+            if (level == 0 || sum[4 * r + 3] <= 0) continue;  // the empty region stays
+            auto channel = [&](int k) {
+                return static_cast<BYTE>(std::min(255.0, sum[4 * r + k] / sum[4 * r + 3] + 0.5));
+            };
+            pixels[i].rgbRed = channel(0);
+            pixels[i].rgbGreen = channel(1);
+            pixels[i].rgbBlue = channel(2);
+            if (level != 255) {
+                const double mean = sum[4 * r + 3] / static_cast<double>(count[r]);
+                alpha[i] = static_cast<uint8_t>(std::min(254.0, std::max(1.0, mean + 0.5)));
+            }
+        }
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area, uint8_t* alpha,
                                   const std::function<bool(double)>& progress) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     // Between the steps of each pass: a pass takes at most half of what was left.
@@ -223,7 +307,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     auto at = [&](double part) { return !progress || progress(share + (1 - share) * part / 2); };
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        std::vector<uint32_t> c = packColours(pixels, n);
+        std::vector<uint32_t> c = packKeys(pixels, alpha, n);
         std::vector<int32_t> labels, queue;
         long long count = labelRegions(c, width, height, labels, queue);
         // Reused by every pass (a pass has no more regions than the last).
@@ -268,6 +352,8 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             if (!at(0.3)) return -1;
             for (int32_t r : small) {
                 if (find(r) != r || size[r] >= area) continue;
+                // The empty region is never painted.
+                if (alpha && keyAlpha(colour[r]) == 0) continue;
                 touched.clear();
                 for (int32_t k = start[r]; k < start[r + 1]; ++k) {
                     const int32_t p = order[k];
@@ -305,6 +391,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 if (nc != c[i]) {
                     c[i] = nc;
                     unpackColour(pixels[i], nc);
+                    if (alpha) alpha[i] = keyAlpha(nc);
                 }
             }
             if (!at(0.7)) return -1;

@@ -3,8 +3,14 @@
 //
 // Regions here are the 4-connected groups of pixels of exactly one colour,
 // the regions the tracer finds at tolerance 0.
+//
+// Stages that take `alpha` (one alpha level per pixel, see AlphaPicture;
+// null for an opaque picture) treat colour and level as one key: a region
+// is one colour at one level. They never paint an empty pixel (level 0),
+// and they change the level of a pixel whose colour they change.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include "platform/WinTypes.h"
@@ -33,8 +39,13 @@ public:
     // between its neighbours) is kept. Decisions read the picture as it was,
     // so the result does not depend on the order of the pixels. Returns the
     // number of pixels changed, -1 when memory runs out (pixels unchanged).
+    // With alpha, colours are measured premultiplied by their alpha, with
+    // the alpha as a fourth channel: a pixel on the edge of a shape against
+    // transparency lies between the shape and the empty region and goes to
+    // the shape when it covers at least half of it.
     // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
     static long long antialias(RGBQUAD* pixels, int width, int height, int radius, int tolerance,
+                               uint8_t* alpha = nullptr,
                                const std::function<bool(double)>& progress = {});
 
     // Speckle filter: every region of fewer than `area` pixels takes the
@@ -45,19 +56,30 @@ public:
     // pass began come first, so a colour never spreads from speckle to
     // speckle across a noisy patch; ties go to the nearer colour, then to
     // the larger region.
-    // Returns the number of regions left, -1 when memory runs out.
+    // Returns the number of regions left, -1 when memory runs out. With
+    // alpha, a small region may join the empty region, never the other way.
     // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
     static long long speckle(RGBQUAD* pixels, int width, int height, int area,
+                             uint8_t* alpha = nullptr,
                              const std::function<bool(double)>& progress = {});
 
     // Colour restitution from the picture: every region of `pixels` takes the
     // mean colour (rounded per channel) of the same pixels in `original`, so
     // that quantised or merged regions get back the colour they cover.
-    // False when memory runs out (pixels unchanged).
-    static bool restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height);
+    // False when memory runs out (pixels unchanged). With alpha (and the
+    // input's `originalAlpha`) colours are means weighted by the input's
+    // alpha, and a region of partial opacity takes the mean input alpha
+    // (1..254); opaque regions stay opaque, the empty region stays empty.
+    static bool restitute(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
+                          uint8_t* alpha = nullptr, const uint8_t* originalAlpha = nullptr);
 
     // The number of regions, -1 when memory runs out.
-    static long long regions(const RGBQUAD* pixels, int width, int height);
+    static long long regions(const RGBQUAD* pixels, int width, int height,
+                             const uint8_t* alpha = nullptr);
+
+private:
+    static bool restituteWithAlpha(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
+                                   uint8_t* alpha, const uint8_t* originalAlpha);
 };
 
 }  // namespace om1

@@ -1,8 +1,6 @@
 #include "prepare/Presets.h"
 
-
 namespace om1 {
-
 
 bool Presets::parse(const std::string& n, Preset& out) {
     static const Preset all[] = {Plain, Graphic, Photo, Bw, Pixel};
@@ -49,6 +47,8 @@ TraceOptions Presets::options(Preset p) {
             // the rest by colour, which keeps thin lines the area would cut.
             o.speckle = 2;
             o.merge = 20;
+            // Shadows and glows keep a few steps of opacity.
+            o.alphaLevels = 4;
             o.tolerancePercent = 0;
             break;
         case Photo:
@@ -61,6 +61,7 @@ TraceOptions Presets::options(Preset p) {
             o.speckle = 6;
             o.merge = 0.3;
             o.mergePsnr = 30;
+            o.alphaLevels = 4;
             o.tolerancePercent = 0;
             break;
         case Bw:
@@ -71,9 +72,9 @@ TraceOptions Presets::options(Preset p) {
         case Pixel:
             o.tolerancePercent = 0;
             o.minOutlineLen = 0;
-            o.maxColors = 128;
             break;
     }
+    o.exactRegions = p != Plain;
     return o;
 }
 

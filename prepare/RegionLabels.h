@@ -10,14 +10,15 @@ namespace om1 {
 
 // 4-connected regions of one colour: labels and the count. A region's label
 // is its rank by its first pixel in row order. Two passes over the rows with
-// a union-find whose root is always the set's first pixel (`scratch` holds
-// the parents).
+// a union-find kept in the labels themselves, every set rooted at its first
+// pixel: parents point to earlier pixels, whose labels are final by the time
+// the second pass reads them. `scratch` is no longer needed (left empty).
 inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
                               std::vector<int32_t>& labels, std::vector<int32_t>& scratch) {
     const size_t n = c.size();
+    scratch.clear();
     labels.resize(n);
-    scratch.resize(n);
-    int32_t* parent = scratch.data();
+    int32_t* parent = labels.data();
     auto find = [parent](int32_t i) {
         while (parent[i] != i) i = parent[i] = parent[parent[i]];
         return i;
@@ -34,16 +35,20 @@ inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
         const int32_t row = y * w;
         for (int x = 0; x < w; ++x) {
             const int32_t i = row + x;
-            parent[i] = i;
-            if (x > 0 && c[i] == c[i - 1]) join(i, i - 1);
-            if (y > 0 && c[i] == c[i - w]) join(i, i - w);
+            const bool left = x > 0 && c[i] == c[i - 1];
+            const bool up = y > 0 && c[i] == c[i - w];
+            if (left) {
+                parent[i] = parent[i - 1];
+                // Joined already through the pixel above the left one.
+                if (up && c[i - w - 1] != c[i]) join(i - 1, i - w);
+            } else {
+                parent[i] = up ? parent[i - w] : i;
+            }
         }
     }
     int32_t next = 0;
-    for (size_t i = 0; i < n; ++i) {
-        const int32_t r = find(static_cast<int32_t>(i));
-        labels[i] = r == static_cast<int32_t>(i) ? next++ : labels[r];
-    }
+    for (size_t i = 0; i < n; ++i)
+        labels[i] = labels[i] == static_cast<int32_t>(i) ? next++ : labels[labels[i]];
     return next;
 }
 

@@ -26,34 +26,58 @@ struct Candidate {
 }  // namespace
 
 long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
-                              double cost, double budget, bool means,
+                              double cost, double budget, bool means, uint8_t* alpha,
+                              const uint8_t* originalAlpha,
                               const std::function<bool(double)>& progress) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
+    if (!originalAlpha) alpha = nullptr;
     auto at = [&](double share) { return !progress || progress(share); };
     const size_t n = static_cast<size_t>(width) * height;
+    // Channels: red, green, blue; with alpha premultiplied, and alpha.
+    const int K = alpha ? 4 : 3;
     try {
-        const std::vector<uint32_t> c = packColours(pixels, n);
+        const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
         std::vector<int32_t> labels, queue;
         const int32_t m = static_cast<int32_t>(labelRegions(c, width, height, labels, queue));
         if (!at(0.2)) return -1;
-        std::vector<double> size(m, 0), sum(3 * static_cast<size_t>(m), 0);
+        std::vector<double> size(m, 0), sum(K * static_cast<size_t>(m), 0);
         std::vector<uint32_t> paint(m);
+        // Per region with alpha: 0 empty, 255 opaque, else partial.
+        std::vector<uint8_t> level(alpha ? m : 0);
         double squares = 0;
         for (size_t i = 0; i < n; ++i) {
             const int32_t r = labels[i];
-            const double red = original[i].rgbRed, green = original[i].rgbGreen,
-                         blue = original[i].rgbBlue;
+            double red = original[i].rgbRed, green = original[i].rgbGreen,
+                   blue = original[i].rgbBlue;
             size[r] += 1;
             paint[r] = c[i];
-            sum[3 * r] += red;
-            sum[3 * r + 1] += green;
-            sum[3 * r + 2] += blue;
+            if (alpha) {
+                const double a = originalAlpha[i];
+                red *= a / 255.0;
+                green *= a / 255.0;
+                blue *= a / 255.0;
+                sum[K * r + 3] += a;
+                squares += a * a;
+                level[r] = alpha[i];
+            }
+            sum[K * r] += red;
+            sum[K * r + 1] += green;
+            sum[K * r + 2] += blue;
             squares += red * red + green * green + blue * blue;
         }
         // The squared error of the picture painted in region means.
         double error = squares;
         for (int32_t r = 0; r < m; ++r)
-            for (int k = 0; k < 3; ++k) error -= sum[3 * r + k] * sum[3 * r + k] / size[r];
+            for (int k = 0; k < K; ++k) error -= sum[K * r + k] * sum[K * r + k] / size[r];
+        // With alpha the empty region joins nothing but regions of partial
+        // opacity (which then become empty), and opaque regions join
+        // nothing empty.
+        auto allowed = [&](int32_t a, int32_t b) {
+            if (!alpha) return true;
+            const bool partialA = level[a] != 0 && level[a] != 255;
+            const bool partialB = level[b] != 0 && level[b] != 255;
+            return (level[a] != 0 || partialB) && (level[b] != 0 || partialA);
+        };
         // Neighbour pairs, each once.
         std::vector<uint64_t> pairs;
         if (!at(0.3)) return -1;
@@ -88,8 +112,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         };
         auto unionCost = [&](int32_t a, int32_t b) {
             double d2 = 0;
-            for (int k = 0; k < 3; ++k) {
-                const double d = sum[3 * a + k] / size[a] - sum[3 * b + k] / size[b];
+            for (int k = 0; k < K; ++k) {
+                const double d = sum[K * a + k] / size[a] - sum[K * b + k] / size[b];
                 d2 += d * d;
             }
             return size[a] * size[b] / (size[a] + size[b]) * d2;
@@ -125,17 +149,25 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             if (top.cost > cost && error + top.cost > budget) break;
             heap.pop();
             if (parent[top.a] != top.a || parent[top.b] != top.b || stamp[top.a] != top.stampA ||
-                stamp[top.b] != top.stampB)
+                stamp[top.b] != top.stampB || !allowed(top.a, top.b))
                 continue;
             error += top.cost;
             // The region with more neighbours keeps its list.
             int32_t keep = top.a, gone = top.b;
             if (adjacent[keep].size() < adjacent[gone].size()) std::swap(keep, gone);
-            const bool small = size[gone] * 16 <= size[keep];
+            bool small = size[gone] * 16 <= size[keep];
+            if (alpha) {
+                // Empty wins; else the larger part's opacity class.
+                const uint8_t joined = level[keep] == 0 || level[gone] == 0 ? 0
+                                       : size[gone] > size[keep]            ? level[gone]
+                                                                            : level[keep];
+                if (joined != level[keep]) small = false;  // its pairs change
+                level[keep] = joined;
+            }
             parent[gone] = keep;
             if (size[gone] > size[keep]) paint[keep] = paint[gone];
             size[keep] += size[gone];
-            for (int k = 0; k < 3; ++k) sum[3 * keep + k] += sum[3 * gone + k];
+            for (int k = 0; k < K; ++k) sum[K * keep + k] += sum[K * gone + k];
             --left;
             std::vector<int32_t>& list = adjacent[keep];
             std::vector<int32_t>& added = adjacent[gone];
@@ -164,6 +196,35 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             std::vector<int32_t>().swap(added);
         }
         if (!at(0.9)) return -1;
+        if (alpha) {
+            for (int32_t r = 0; r < m; ++r) {
+                if (parent[r] != r) continue;
+                const double a = sum[K * r + 3];
+                uint32_t v = paint[r] & 0xFFFFFF;
+                if (level[r] == 0) {
+                    v = 0;
+                } else if (means && a > 0) {
+                    v = 0;
+                    for (int k = 0; k < 3; ++k)
+                        v |=
+                            static_cast<uint32_t>(std::min(255.0, sum[K * r + k] * 255.0 / a + 0.5))
+                            << (8 * k);
+                }
+                // Opaque and empty stay so; partial takes the mean alpha.
+                uint32_t l = level[r];
+                if (l != 0 && l != 255 && means)
+                    l = static_cast<uint32_t>(std::min(254.0, std::max(1.0, a / size[r] + 0.5)));
+                else if (l != 0 && l != 255)
+                    l = keyAlpha(paint[r]);
+                paint[r] = v | l << 24;
+            }
+            for (size_t i = 0; i < n; ++i) {
+                const uint32_t v = paint[find(labels[i])];
+                unpackColour(pixels[i], v);
+                alpha[i] = keyAlpha(v);
+            }
+            return left;
+        }
         if (means)
             for (int32_t r = 0; r < m; ++r) {
                 if (parent[r] != r) continue;

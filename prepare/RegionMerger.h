@@ -15,6 +15,7 @@
 // above `budget`.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include "platform/WinTypes.h"
@@ -30,8 +31,19 @@ public:
     // Returns the number of regions left, -1 when memory runs out (pixels
     // unchanged). `progress`, when given, hears the share done (0..1) between
     // the steps and every few thousand unions; false stops the work (-1).
+    //
+    // With `alpha` (the pixels' alpha levels, see AlphaPicture, changed in
+    // place) and `originalAlpha` (the input's alpha), a region is one colour
+    // at one level, colours are measured premultiplied by the input's alpha
+    // with alpha as a fourth channel, and the classes stay apart: the empty
+    // region joins only regions of partial opacity (which become empty),
+    // an opaque region never joins the empty one, and a union of an opaque
+    // and a partial region is of the larger part's class. Regions of partial
+    // opacity take their mean input alpha (1..254); colours are the means
+    // weighted by alpha.
     static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
-                           double cost, double budget, bool means = true,
+                           double cost, double budget, bool means = true, uint8_t* alpha = nullptr,
+                           const uint8_t* originalAlpha = nullptr,
                            const std::function<bool(double)>& progress = {});
 };
 

@@ -91,14 +91,21 @@ struct TraceOptions {
     bool mergeMeans = true;
     int spots = 0;     // two-pass spot restitution up to this area; 0 off
     int maxPaths = 0;  // at most this many coloured nodes; 0 no limit
+    // At tolerance 0, take the regions from one labelling of the prepared
+    // picture (RegionTree, in time proportional to the pixels) instead of
+    // the library's tracer: every region is one node, in the report's
+    // `regions` rather than a contour tree. Every preset but plain sets it.
+    bool exactRegions = false;
     // More distinct colours than this after stages 1 to 4: no trace, the
-    // result is TooManyColors; 0 no limit. The pixel preset sets 128: pixel
-    // art keeps to a small palette (the hard-edged art of our corpus has 2 to
-    // 24 colours), while the exact colours of a photograph or of anti-aliased
-    // edges are thousands of regions, whose trace takes the tracer many times
-    // as long as a plain one (seconds on photographs) and whose result nobody
-    // wants as pixel art.
+    // result is TooManyColors; 0 no limit.
     int maxColors = 0;
+    // Pictures with transparency (Tracer::trace with alpha, see
+    // AlphaPicture): when the colours are reduced (colors or palette), the
+    // partial alphas are reduced to at most this many levels between empty
+    // and opaque (0..64; 0: every pixel empty or opaque by whether it is at
+    // least half covered). Without a colour stage alpha stays exact; a
+    // threshold makes every pixel empty or opaque.
+    int alphaLevels = 0;
 };
 
 }  // namespace om1

@@ -1,13 +1,10 @@
 #include "prepare/Tracer.h"
 
 #include <algorithm>
-#include <chrono>
 #include <climits>
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
 #include <new>
-#include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "containment/CntmTreeCreator.h"
@@ -17,15 +14,15 @@
 #include "tracer/AllOutLines.h"
 #include "tracer/ListOfOutLines.h"
 #include "tracer/Ombrel.h"
+#include "prepare/AlphaPicture.h"
 #include "prepare/ColorQuantizer.h"
+#include "prepare/PackedColour.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/PreFilter.h"
 #include "prepare/RegionMerger.h"
 #include "prepare/SpotRestitution.h"
 
 namespace om1 {
-
-const int Tracer::kReportMs;
 
 namespace {
 
@@ -65,55 +62,6 @@ Tracer::Progress part(const Tracer::Progress& p, double from, double to) {
     return [&p, from, to](double s) {
         return p(from + (to - from) * std::min(std::max(s, 0.0), 1.0));
     };
-}
-
-// One run of the region tracer. With a progress it runs on a thread of its
-// own: this thread reports every kReportMs (the share grows with the time
-// spent against a rough duration for the picture's size) and, when told to
-// stop, sets the tracer's outline limit to 0, which the tracer checks after
-// every region it traces; the run then ends as over the limit. `stopped`
-// tells the two apart.
-int runTracer(Ombrel& tracer, AllOutLines& all, CPoint seed, int maxOutlines,
-              const Tracer::Progress& progress, bool& stopped) {
-    stopped = false;
-    if (!progress) return tracer.DoOmbrel_(all, seed, maxOutlines);
-    if (!progress(0)) {
-        stopped = true;
-        return Ombrel::LimitExceeded;
-    }
-    std::mutex m;
-    std::condition_variable cv;
-    bool done = false;
-    int result = Ombrel::NotTraced;
-    std::thread worker([&] {
-        const int r = tracer.DoOmbrel_(all, seed, maxOutlines);
-        std::lock_guard<std::mutex> g(m);
-        result = r;
-        done = true;
-        cv.notify_one();
-    });
-    const auto t0 = std::chrono::steady_clock::now();
-    // About 0.25 microseconds a pixel on a desktop processor.
-    const double expectedMs = 2.5e-4 * tracer.size + 1;
-    std::unique_lock<std::mutex> lock(m);
-    while (!cv.wait_for(lock, std::chrono::milliseconds(Tracer::kReportMs), [&] { return done; })) {
-        if (stopped) continue;
-        const double ms =
-            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0)
-                .count();
-        lock.unlock();
-        const bool go = progress(ms / (ms + expectedMs));
-        lock.lock();
-        if (!go) {
-            stopped = true;
-            // The tracer reads the limit between regions; the store is atomic
-            // where the processor's int stores are (every platform we build).
-            __atomic_store_n(&tracer.maxOutlines, 0, __ATOMIC_RELAXED);
-        }
-    }
-    lock.unlock();
-    worker.join();
-    return result;
 }
 
 }  // namespace
@@ -167,8 +115,12 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
     AllOutLines all;
     int result = 1;
     bool stopped = false;
-    const Progress tracing = part(progress, 0, 0.9);
-    for (int i = 0; i < n && !stopped; ++i) {
+    for (int i = 0; i < n; ++i) {
+        // The tracer itself cannot be stopped: ask before each run.
+        if (progress && !progress(0.9 * i / n)) {
+            stopped = true;
+            break;
+        }
         OutLineManipulator* olm =
             new (std::nothrow) OutLineManipulator(pixels, width, height, tol, tracerMinLen, 3, 0);
         if (!olm) continue;
@@ -179,8 +131,7 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
             continue;
         }
         release(all);
-        result =
-            runTracer(*tracer, all, CPoint(xs[i], ys[i]), options.maxOutlines, tracing, stopped);
+        result = tracer->DoOmbrel_(all, CPoint(xs[i], ys[i]), options.maxOutlines);
         delete tracer;
         delete olm;
         if (result == 2) break;
@@ -275,8 +226,9 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
     }
     if (!at(0.7)) return false;
     if (o.antialias) {
-        const long long moved = PictureCleaner::antialias(
-            pixels, width, height, o.antialiasRadius, o.antialiasTolerance, part(progress, 0.7, 1));
+        const long long moved =
+            PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                      o.antialiasTolerance, nullptr, part(progress, 0.7, 1));
         if (moved < 0) return false;
         report.antialiasPixels = moved;
         report.stagesRan = true;
@@ -284,7 +236,66 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
     return at(1);
 }
 
+bool Tracer::prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height, const TraceOptions& o,
+                     TraceReport& report, const Progress& progress) {
+    if (!alpha) return prepare(pixels, width, height, o, report, progress);
+    auto at = [&](double share) { return !progress || progress(share); };
+    if (!at(0)) return false;
+    const size_t n = static_cast<size_t>(width) * height;
+    report.stagesRan = true;
+    // Alpha first: a threshold or a colour stage reduces it as it reduces
+    // the colours.
+    if (o.threshold >= 0)
+        AlphaPicture::quantizeLevels(alpha, n, 0);
+    else if (o.paletteCount > 0 || o.colors >= 2)
+        AlphaPicture::quantizeLevels(alpha, n, std::min(std::max(o.alphaLevels, 0), 64));
+    // The colour stages see the pixels that are not empty, side by side.
+    std::vector<size_t> seen;
+    std::vector<RGBQUAD> visible;
+    try {
+        for (size_t i = 0; i < n; ++i)
+            if (alpha[i] != AlphaPicture::kEmpty) seen.push_back(i);
+        visible.resize(seen.size());
+    } catch (...) {
+        return false;
+    }
+    for (size_t k = 0; k < seen.size(); ++k) visible[k] = pixels[seen[k]];
+    if (!visible.empty()) {
+        TraceOptions colourOnly = o;
+        colourOnly.antialias = false;
+        colourOnly.filter = TraceOptions::Filter::None;  // it needs the picture's rows
+        if (!prepare(visible.data(), static_cast<int>(visible.size()), 1, colourOnly, report,
+                     part(progress, 0, 0.6)))
+            return false;
+    }
+    if (!at(0.6)) return false;
+    for (size_t k = 0; k < seen.size(); ++k) pixels[seen[k]] = visible[k];
+    if (o.filter != TraceOptions::Filter::None) {
+        const PreFilter::Kind kind =
+            o.filter == TraceOptions::Filter::Quadrant ? PreFilter::Quadrant : PreFilter::Adaptive;
+        PreFilter::run(pixels, width, height, kind, o.filterRadius, o.filterTolerance);
+    }
+    if (!at(0.7)) return false;
+    for (size_t i = 0; i < n; ++i)
+        if (alpha[i] == AlphaPicture::kEmpty)
+            pixels[i].rgbRed = pixels[i].rgbGreen = pixels[i].rgbBlue = 0;
+    if (o.antialias) {
+        const long long moved =
+            PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                      o.antialiasTolerance, alpha, part(progress, 0.7, 1));
+        if (moved < 0) return false;
+        report.antialiasPixels = moved;
+    }
+    return at(1);
+}
+
 Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
+                             const TraceOptions& options, KvCtree*& out, TraceReport* report,
+                             const Progress& progress) {
+    return trace(pixels, nullptr, width, height, options, out, report, progress);
+}
+
+Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int width, int height,
                              const TraceOptions& options, KvCtree*& out, TraceReport* report,
                              const Progress& progress) {
     out = nullptr;
@@ -296,9 +307,12 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     const size_t n = static_cast<size_t>(width) * height;
 
     // The manipulator takes a non-const buffer and the stages change it: a copy.
-    std::vector<RGBQUAD> base, work;
+    std::vector<RGBQUAD> base, work, standIn;
+    // With transparency: the alpha levels of base and work.
+    std::vector<uint8_t> baseAlpha, workAlpha;
     try {
         base.assign(pixels, pixels + n);
+        if (alpha) baseAlpha.assign(alpha, alpha + n);
     } catch (...) {
         return NoOutlines;
     }
@@ -309,7 +323,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         return !stopped;
     });
     auto at = [&](double share) { return !watched || watched(share); };
-    if (!prepare(base.data(), width, height, options, rep, part(watched, 0, 0.45)))
+    uint8_t* const levels = alpha ? baseAlpha.data() : nullptr;
+    if (!prepare(base.data(), levels, width, height, options, rep, part(watched, 0, 0.45)))
         return stopped ? Cancelled : NoOutlines;
     if (options.maxColors > 0) {
         const long long colours =
@@ -328,16 +343,27 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
     if (options.speckleShare > 0)
         area = std::max(area, static_cast<long long>(std::min(options.speckleShare, 1.0) * size));
     Result result = NoOutlines;
+    // Only a path budget traces more than once: otherwise the stages work
+    // on the one copy.
+    const bool retries = options.maxPaths > 0;
+    const bool exact = options.exactRegions && options.tolerancePercent == 0 && report;
     for (;;) {
         if (!at(0.45)) return Cancelled;
         try {
-            work = base;
+            if (retries) {
+                work = base;
+                workAlpha = baseAlpha;
+            } else {
+                work.swap(base);
+                workAlpha.swap(baseAlpha);
+            }
         } catch (...) {
             return NoOutlines;
         }
+        uint8_t* const wa = alpha ? workAlpha.data() : nullptr;
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
-                                        static_cast<int>(std::min<long long>(area, INT_MAX)),
+                                        static_cast<int>(std::min<long long>(area, INT_MAX)), wa,
                                         part(watched, 0.45, 0.55)) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
@@ -351,17 +377,21 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
             // The largest union cost grows with the picture's side.
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget,
-                                    options.mergeMeans, part(watched, 0.55, 0.62)) < 0)
+                                    options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62)) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
         if (!at(0.62)) return Cancelled;
         if (options.restitute) {
-            if (!PictureCleaner::restitute(work.data(), pixels, width, height)) return NoOutlines;
+            if (!PictureCleaner::restitute(work.data(), pixels, width, height, wa, alpha))
+                return NoOutlines;
             rep.stagesRan = true;
         }
         if (!at(0.64)) return Cancelled;
-        if (options.spots > 0) {
+        if (options.spots > 0 && alpha) {
+            if (!spotsWithAlpha(work, workAlpha, width, height, options)) return NoOutlines;
+            rep.stagesRan = true;
+        } else if (options.spots > 0) {
             if (PictureCleaner::regions(work.data(), width, height) > 0) {
                 std::vector<RGBQUAD> palette;
                 // The repaint keeps at most 256 colours.
@@ -374,8 +404,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         // At tolerance 0 every region of the picture is a node: count them
         // before tracing.
         if (!at(0.66)) return Cancelled;
-        if (options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
-            const long long regions = PictureCleaner::regions(work.data(), width, height);
+        if (!exact && options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
+            const long long regions = PictureCleaner::regions(work.data(), width, height, wa);
             if (regions > options.maxPaths) {
                 area = std::max(4LL, area * 2);
                 continue;
@@ -384,16 +414,68 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
         if (out) kvctr_deleteKvCtree(out);
         out = nullptr;
         ++rep.traces;
-        result = traceOnce(work.data(), width, height, options, out, part(watched, 0.68, 1));
-        if (result == Cancelled) return Cancelled;
-        rep.paths = result == Done ? paths(out) : 0;
+        if (alpha && !AlphaPicture::standIns(work.data(), wa, n, standIn)) return NoOutlines;
+        RGBQUAD* const traced = alpha ? standIn.data() : work.data();
+        if (exact) {
+            if (!rep.regions.build(traced, width, height, part(watched, 0.68, 1)))
+                return stopped ? Cancelled : NoOutlines;
+            const int regions = rep.regions.regions();
+            result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;
+            // Outlines shorter than minOutlineLen are dropped: with all of
+            // them, nothing is left.
+            if (result == Done && rep.regions.longestBoundary - 4 < options.minOutlineLen)
+                result = NoOutlines;
+            rep.paths = result == Done ? regions : 0;
+        } else {
+            result = traceOnce(traced, width, height, options, out, part(watched, 0.68, 1));
+            if (result == Cancelled) return Cancelled;
+            rep.paths = result == Done ? paths(out) : 0;
+        }
         rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));
         if (result != Done || options.maxPaths <= 0 || rep.paths <= options.maxPaths || area > size)
             break;
         area = std::max(4LL, area * 2);
     }
-    if (rep.stagesRan) rep.prepared.swap(work);
+    if (result != Done) rep.regions = RegionTree();
+    if (alpha) {
+        rep.prepared.swap(standIn);
+        rep.preparedAlpha.swap(workAlpha);
+    } else if (rep.stagesRan) {
+        rep.prepared.swap(work);
+    }
     return result;
+}
+
+bool Tracer::spotsWithAlpha(std::vector<RGBQUAD>& work, std::vector<uint8_t>& levels, int width,
+                            int height, const TraceOptions& options) {
+    // The clean-up repaints colours from outlines: it runs on the stand-in
+    // colours, which are then read back as colour and level. An empty pixel
+    // stays empty.
+    const size_t n = work.size();
+    std::vector<RGBQUAD> shown;
+    if (!AlphaPicture::standIns(work.data(), levels.data(), n, shown)) return false;
+    std::unordered_map<uint32_t, uint32_t> keyOf;  // stand-in colour -> colour and level
+    try {
+        for (size_t i = 0; i < n; ++i)
+            keyOf.emplace(packColour(shown[i]),
+                          packColour(work[i]) | static_cast<uint32_t>(levels[i]) << 24);
+    } catch (...) {
+        return false;
+    }
+    if (PictureCleaner::regions(shown.data(), width, height) <= 0) return true;
+    std::vector<RGBQUAD> palette;
+    if (!SpotRestitution::run(shown.data(), width, height, options, options.spots)) {
+        if (!ColorQuantizer::quantize(shown.data(), width, height, 256, palette)) return true;
+        SpotRestitution::run(shown.data(), width, height, options, options.spots);
+    }
+    for (size_t i = 0; i < n; ++i) {
+        if (levels[i] == AlphaPicture::kEmpty) continue;
+        auto it = keyOf.find(packColour(shown[i]));
+        if (it == keyOf.end()) continue;
+        unpackColour(work[i], it->second);
+        levels[i] = keyAlpha(it->second);
+    }
+    return true;
 }
 
 }  // namespace om1

@@ -10,7 +10,9 @@
 // tree, since a closed chain has at least 4 steps.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <vector>
 
 #include "companion/KvCtree.h"
 #include "platform/WinTypes.h"
@@ -27,12 +29,12 @@ public:
     enum Result { Done = 0, NoOutlines = 1, LimitExceeded = 2, TooManyColors = 3, Cancelled = 4 };
 
     // Told the share of the trace done (0..1) between the stages, inside the
-    // long ones, and while the tracer runs; false asks to stop. The tracer
-    // itself stops at its next outline count check: with a progress, it runs
-    // on a thread of its own while the calling thread reports (every
-    // kReportMs) and, asked to stop, lowers the tracer's outline limit.
+    // long ones and inside the exact region labelling; false asks to stop.
+    // The library's tracer (the path at a colour tolerance above 0, or
+    // without exact regions) cannot be interrupted: the progress is asked
+    // only before and after each of its runs, so a stop asked while it runs
+    // lands when it returns. Everything runs on the calling thread.
     using Progress = std::function<bool(double)>;
-    static const int kReportMs = 5;
 
     // Traces width x height pixels (rows in memory order). On Done `out` is a
     // new tree the caller releases with om1_delKvCTree (or
@@ -42,8 +44,24 @@ public:
     // The stages of `options` (see TraceOptions) run on a copy first; the
     // tree then describes that prepared picture, which `report` (when not
     // null) receives for rendering back.
+    //
+    // With options.exactRegions at tolerance 0 and a `report`, the regions
+    // of the prepared picture are labelled instead (report->regions) and
+    // `out` stays null on Done; LimitExceeded then means more regions than
+    // options.maxOutlines.
     static Result trace(const RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                         KvCtree*& out, TraceReport* report = nullptr,
+                        const Progress& progress = Progress());
+    // The same for a picture with transparency: `pixels` hold straight
+    // (not premultiplied) colours and `alpha` one alpha byte per pixel
+    // (AlphaPicture::fromRgba or settle make them; null traces the picture
+    // as opaque, exactly as the call above). Every stage keeps the empty
+    // region and the alpha levels apart (see AlphaPicture); the tree is
+    // traced on stand-in colours, which `report.prepared` receives together
+    // with every pixel's alpha level in `report.preparedAlpha`, for
+    // ShapeBuilder.
+    static Result trace(const RGBQUAD* pixels, const uint8_t* alpha, int width, int height,
+                        const TraceOptions& options, KvCtree*& out, TraceReport* report = nullptr,
                         const Progress& progress = Progress());
 
     // The stages before the trace (threshold, filter, colours, anti-alias),
@@ -51,6 +69,13 @@ public:
     // False when memory runs out.
     static bool prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                         TraceReport& report, const Progress& progress = Progress());
+    // The same with alpha levels (changed in place; null: as above): alpha
+    // is reduced with the colours (TraceOptions::alphaLevels), the colour
+    // stages see only the pixels that are not empty, and the anti-alias
+    // cleanup measures colours premultiplied by alpha.
+    static bool prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height,
+                        const TraceOptions& options, TraceReport& report,
+                        const Progress& progress = Progress());
 
     // Coloured (non-frame) nodes of a tree: the paths a writer draws.
     static int paths(const KvCtree* tree);
@@ -65,6 +90,9 @@ private:
     // One run of the tracer and the conversion on exactly these pixels.
     static Result traceOnce(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
                             KvCtree*& out, const Progress& progress);
+    // The two-pass spot clean-up on a picture with alpha levels.
+    static bool spotsWithAlpha(std::vector<RGBQUAD>& work, std::vector<uint8_t>& levels, int width,
+                               int height, const TraceOptions& options);
 };
 
 }  // namespace om1

@@ -19,11 +19,54 @@ struct Grid {
     int32_t at(int x, int y) const {
         return x < 0 || y < 0 || x >= w || y >= h ? -1 : labels[static_cast<size_t>(y) * w + x];
     }
-    // True when step d from corner (cx, cy) is a boundary step of label l.
-    bool step(int cx, int cy, int d, int32_t l) const {
-        return at(cx + kInX[d], cy + kInY[d]) == l && at(cx + kOutX[d], cy + kOutY[d]) != l;
+};
+
+// The pixels of one label.
+struct OneLabel {
+    const Grid& g;
+    int32_t l;
+    bool operator()(int x, int y) const { return g.at(x, y) == l; }
+};
+
+// The pixels whose label lies in [lo, hi).
+struct LabelRange {
+    const Grid& g;
+    int32_t lo, hi;
+    bool operator()(int x, int y) const {
+        const int32_t l = g.at(x, y);
+        return l >= lo && l < hi;
     }
 };
+
+// True when step d from corner (cx, cy) is a boundary step of the area.
+template <class Area>
+bool boundaryStep(const Area& in, int cx, int cy, int d) {
+    return in(cx + kInX[d], cy + kInY[d]) && !in(cx + kOutX[d], cy + kOutY[d]);
+}
+
+// Follows the loop that starts with step 0 at corner (x, y); `mark` is told
+// every step. May throw std::bad_alloc.
+template <class Area, class Mark>
+void follow(const Area& in, int x, int y, CrackLoop& loop, Mark mark) {
+    int cx = x, cy = y, d = 0;
+    for (;;) {
+        mark(cx, cy, d);
+        loop.codes.push_back(static_cast<uint8_t>(d));
+        cx += kDx[d];
+        cy += kDy[d];
+        // Turn towards the region first, then straight on, then away.
+        const int order[3] = {(d + 1) & 3, d, (d + 3) & 3};
+        int next = -1;
+        for (int e : order)
+            if (boundaryStep(in, cx, cy, e)) {
+                next = e;
+                break;
+            }
+        if (next < 0) break;  // cannot happen on a label raster
+        if (cx == x && cy == y && next == 0) break;
+        d = next;
+    }
+}
 
 }  // namespace
 
@@ -41,35 +84,40 @@ bool CrackTracer::trace(const int32_t* labels, int width, int height, int offset
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const int32_t l = g.at(x, y);
-            if (l < 0 || !g.step(x, y, 0, l) || (used[y * cw + x] & 1)) continue;
+            if (l < 0 || (used[y * cw + x] & 1)) continue;
+            const OneLabel in{g, l};
+            if (!boundaryStep(in, x, y, 0)) continue;
             Labelled item;
             item.label = l;
             item.loop.x = x + offsetX;
             item.loop.y = y + offsetY;
-            int cx = x, cy = y, d = 0;
             try {
-                for (;;) {
+                follow(in, x, y, item.loop, [&](int cx, int cy, int d) {
                     used[cy * cw + cx] |= static_cast<uint8_t>(1u << d);
-                    item.loop.codes.push_back(static_cast<uint8_t>(d));
-                    cx += kDx[d];
-                    cy += kDy[d];
-                    // Turn towards the region first, then straight on, then away.
-                    const int order[3] = {(d + 1) & 3, d, (d + 3) & 3};
-                    int next = -1;
-                    for (int e : order)
-                        if (g.step(cx, cy, e, l)) {
-                            next = e;
-                            break;
-                        }
-                    if (next < 0) break;  // cannot happen on a label raster
-                    if (cx == x && cy == y && next == 0) break;
-                    d = next;
-                }
+                });
                 out.push_back(std::move(item));
             } catch (...) {
                 return false;
             }
         }
+    }
+    return true;
+}
+
+bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
+                             int x, int y, CrackLoop& out) {
+    out = CrackLoop();
+    if (!labels || x < 0 || y < 0 || x >= width || y >= height) return true;
+    const Grid g{labels, width, height};
+    const LabelRange in{g, lo, hi};
+    if (!boundaryStep(in, x, y, 0)) return true;
+    out.x = x;
+    out.y = y;
+    try {
+        follow(in, x, y, out, [](int, int, int) {});
+    } catch (...) {
+        out = CrackLoop();
+        return false;
     }
     return true;
 }

@@ -29,6 +29,13 @@ public:
     static bool trace(const int32_t* labels, int width, int height, int offsetX, int offsetY,
                       std::vector<Labelled>& out);
 
+    // The one loop that starts on the top edge of pixel (x, y) round the
+    // pixels whose label lies in [lo, hi): the loop `trace` gives first for
+    // an area whose first pixel in row order is (x, y). Empty when that edge
+    // is no boundary of the area. False when memory runs out.
+    static bool traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
+                           int x, int y, CrackLoop& out);
+
     // Loops of the pixels whose mask byte is non-zero.
     static bool traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
                           std::vector<CrackLoop>& out);

@@ -1,6 +1,7 @@
 #include "shapes/LabelRaster.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <climits>
 #include <cstdlib>
 
@@ -16,6 +17,10 @@ namespace {
 int distance(const RGBQUAD& a, const RGBQUAD& b) {
     return std::max({std::abs(a.rgbRed - b.rgbRed), std::abs(a.rgbGreen - b.rgbGreen),
                      std::abs(a.rgbBlue - b.rgbBlue)});
+}
+
+uint32_t pack(const RGBQUAD& c) {
+    return c.rgbRed | c.rgbGreen << 8 | c.rgbBlue << 16;
 }
 
 bool same(const RGBQUAD& a, const RGBQUAD& b) {
@@ -54,6 +59,7 @@ bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD* pixel
 }  // namespace
 
 bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels) {
+    exact_ = false;
     width = w;
     height = h;
     nodes.clear();
@@ -115,6 +121,49 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
     return true;
 }
 
+bool LabelRaster::assign(int w, int h, std::vector<int32_t>&& given,
+                         const std::vector<int32_t>& parents, const std::vector<RGBQUAD>& colors,
+                         bool rootFrame) {
+    width = w;
+    height = h;
+    nodes.clear();
+    labels.clear();
+    ends_.clear();
+    exact_ = false;
+    const size_t n = parents.size();
+    if (w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX || n == 0 ||
+        colors.size() != n || n > static_cast<size_t>(INT_MAX) ||
+        given.size() != static_cast<size_t>(w) * h || parents[0] != -1)
+        return false;
+    try {
+        nodes.reserve(n);
+        for (size_t i = 0; i < n; ++i) {
+            const int p = parents[i];
+            if (i > 0 && (p < 0 || static_cast<size_t>(p) >= i)) {
+                nodes.clear();
+                return false;
+            }
+            const bool frame = i == 0 && rootFrame;
+            nodes.push_back({nullptr, p, p < 0 ? 0 : nodes[p].depth + 1,
+                             frame ? RGBQUAD{} : colors[i], frame, true});
+        }
+        const int32_t lo = rootFrame ? 1 : 0, hi = static_cast<int32_t>(n);
+        for (const int32_t l : given)
+            if (l < lo || l >= hi) {
+                nodes.clear();
+                return false;
+            }
+        labels = std::move(given);
+        computeEnds();
+    } catch (...) {
+        nodes.clear();
+        labels.clear();
+        return false;
+    }
+    exact_ = true;
+    return true;
+}
+
 void LabelRaster::computeEnds() {
     const int n = static_cast<int>(nodes.size());
     ends_.assign(static_cast<size_t>(n), 0);
@@ -129,17 +178,57 @@ int LabelRaster::subtreeEnd(int i) const {
     return i >= 0 && i < static_cast<int>(ends_.size()) ? ends_[i] : i + 1;
 }
 
-long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance) {
+bool LabelRaster::setAlpha(const RGBQUAD* pixels, const uint8_t* levels) {
+    if (!pixels || !levels) return true;
+    try {
+        std::unordered_map<uint32_t, uint8_t> levelOf;
+        const size_t n = labels.size();
+        for (size_t i = 0; i < n; ++i) levelOf.emplace(pack(pixels[i]), levels[i]);
+        // Nodes of a colour the picture does not have: votes of their pixels.
+        std::unordered_map<int32_t, std::vector<int>> votes;
+        for (size_t k = 0; k < nodes.size(); ++k) {
+            Node& node = nodes[k];
+            if (node.frame) continue;
+            auto it = levelOf.find(pack(node.color));
+            if (it != levelOf.end())
+                node.alpha = it->second;
+            else
+                votes[static_cast<int32_t>(k)].assign(256, 0);
+        }
+        if (votes.empty()) return true;
+        for (size_t i = 0; i < n; ++i) {
+            auto it = labels[i] >= 0 ? votes.find(labels[i]) : votes.end();
+            if (it != votes.end()) ++it->second[levels[i]];
+        }
+        for (auto& v : votes) {
+            const int best = static_cast<int>(std::max_element(v.second.begin(), v.second.end()) -
+                                              v.second.begin());
+            nodes[v.first].alpha = v.second[best] > 0 ? static_cast<uint8_t>(best) : 255;
+        }
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
+long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels) {
     if (!pixels || labels.empty() || nodes.empty()) return 0;
     const int w = width, h = height;
     long long moved = 0;
+    // Whether a pixel's level fits a node's.
+    auto fits = [&](const Node& node, size_t i) {
+        if (!levels) return true;
+        const int a = node.alpha, b = levels[i];
+        return (a == 0) == (b == 0) && std::abs(a - b) <= tolerance;
+    };
     try {
         const size_t n = labels.size();
         std::vector<uint8_t> wrong(n, 0);
         bool any = false;
         for (size_t i = 0; i < n; ++i) {
             const int32_t l = labels[i];
-            if (l < 0 || nodes[l].frame || distance(nodes[l].color, pixels[i]) > tolerance) {
+            if (l < 0 || nodes[l].frame || distance(nodes[l].color, pixels[i]) > tolerance ||
+                !fits(nodes[l], i)) {
                 wrong[i] = 1;
                 any = true;
             }
@@ -170,7 +259,8 @@ long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance) {
                         wrong[q] = 2;
                         stack.push_back(q);
                     } else if (wrong[q] == 0 &&
-                               distance(nodes[labels[q]].color, pixels[s]) <= tolerance) {
+                               distance(nodes[labels[q]].color, pixels[s]) <= tolerance &&
+                               fits(nodes[labels[q]], s)) {
                         touched.push_back(labels[q]);
                     }
                 }
@@ -216,6 +306,7 @@ long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance) {
                 added.color.rgbRed = static_cast<BYTE>((r + c / 2) / c);
                 added.color.rgbGreen = static_cast<BYTE>((g + c / 2) / c);
                 added.color.rgbBlue = static_cast<BYTE>((bl + c / 2) / c);
+                if (levels) added.alpha = levels[s];
                 target = static_cast<int32_t>(nodes.size());
                 nodes.push_back(added);
             }

@@ -36,6 +36,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/WinTypes.h"
+
 #include "companion/KvCtree.h"
 
 namespace om1 {
@@ -49,6 +51,8 @@ public:
         RGBQUAD color;        // the region's colour (a frame's is unused)
         bool frame;           // a container without colour of its own
         bool ownChain;        // the chain runs through the node's own pixels
+        // Opacity (see setAlpha): 0 the empty region, 255 opaque.
+        uint8_t alpha = 255;
     };
 
     int width = 0;
@@ -61,6 +65,22 @@ public:
     // null.
     bool build(const KvCtree* root, int width, int height, const RGBQUAD* pixels = nullptr);
 
+    // Takes the regions of an exact labelling instead of painting a tree:
+    // `labels` (width x height node numbers, taken over) already in drawing
+    // order, parents[i] < i for every node but node 0 (whose parent is -1),
+    // one colour per node, node 0 a frame when `rootFrame`. Every node's
+    // subtree is then the region with its holes, so nothing needs
+    // reconciling. False when the parts do not fit together (sizes, parents
+    // or labels out of range) or memory runs out; the raster is then empty.
+    bool assign(int width, int height, std::vector<int32_t>&& labels,
+                const std::vector<int32_t>& parents, const std::vector<RGBQUAD>& colors,
+                bool rootFrame);
+
+    // True after `assign`: the pixels of every subtree are one 4-connected
+    // area without holes whose first pixel in row order is the subtree
+    // root's own.
+    bool exact() const { return exact_; }
+
     // Moves every pixel whose colour differs from its label's colour by more
     // than `tolerance` (the largest difference of red, green or blue), or that
     // has no label: 4-connected groups of such pixels of one colour join a
@@ -70,7 +90,18 @@ public:
     // then renumbered so that drawing order (parents first, a node's holes in
     // order, added regions last among their siblings) is label order again.
     // Returns the number of pixels moved, -1 when memory runs out.
-    long long reconcile(const RGBQUAD* pixels, int tolerance);
+    //
+    // With `levels` (every pixel's alpha level, after setAlpha) a pixel is
+    // also moved when its level and its label's differ by more than the
+    // tolerance, or when one of them is empty and the other not; a region
+    // added takes the level of its pixels.
+    long long reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels = nullptr);
+
+    // Gives every node the alpha level of the pixels of its colour in
+    // `pixels` (each colour of a prepared picture has one level, see
+    // AlphaPicture), or else the level most of its painted pixels have.
+    // False when memory runs out.
+    bool setAlpha(const RGBQUAD* pixels, const uint8_t* levels);
 
     // The index one past the last descendant of node i: the subtree of i is
     // the labels i .. end(i) - 1.
@@ -84,6 +115,7 @@ public:
 
 private:
     std::vector<int> ends_;  // subtreeEnd of every node
+    bool exact_ = false;
     void computeEnds();
     bool renumber();
 };

@@ -33,6 +33,9 @@ struct OutputOptions {
     // first of them drawn, when that leaves the drawing exact (every other
     // one's parent is drawn before that slot); the others get no loops.
     bool joinParts = false;
+    // 0xRRGGBB: the colour the formats without opacity (EPS, DXF) flatten
+    // shapes of partial opacity onto.
+    int background = 0xFFFFFF;
 };
 
 }  // namespace om1

@@ -3,6 +3,7 @@
 // [x, x+1] x [y, y+1].
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "companion/KvCtree.h"
@@ -19,9 +20,12 @@ struct PointD {
 struct Shape {
     enum class Role { Outline, Hole, Frame };
     Role role = Role::Outline;
-    int parent = -1;                // index in ShapeSet::shapes, -1 for the root
-    int depth = 0;                  // 0 for the root
-    RGBQUAD color = {};             // unused for frames
+    int parent = -1;     // index in ShapeSet::shapes, -1 for the root
+    int depth = 0;       // 0 for the root
+    RGBQUAD color = {};  // unused for frames
+    // Opacity: 255 opaque, 1..254 drawn with that opacity, 0 the empty
+    // region of a picture with transparency (no loops: never drawn).
+    uint8_t alpha = 255;
     const KvCtree* node = nullptr;  // the tree node; null for a region added by reconcile
     long long pixels = 0;           // pixels the shape covers (its own in cutout layout)
     // The exact boundary: clockwise outer loops, counter-clockwise holes. In
@@ -42,6 +46,9 @@ struct ShapeSet {
     long long reconciledPixels = 0;  // pixels LabelRaster::reconcile moved
     long long loops = 0;             // boundary loops of all shapes
     long long curvedLoops = 0;       // loops whose fitted curve was kept (not the polygon)
+    // Traced with transparency (PixelAlpha given): shapes carry their alpha,
+    // and the writers say it (SVG fill-opacity, PDF /ca, JSON, GeoJSON).
+    bool transparent = false;
 };
 
 }  // namespace om1

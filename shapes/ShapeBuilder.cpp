@@ -53,6 +53,7 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted)
         if (a < 0 || b < 0 || a == b) return;
         const LabelRaster::Node &na = lr.nodes[a], &nb = lr.nodes[b];
         if (na.frame || nb.frame || !sameColour(na.color, nb.color)) return;
+        if (na.alpha != nb.alpha || na.alpha == 0) return;
         pairs.emplace_back(std::min(a, b), std::max(a, b));
     };
     const int w = lr.width, h = lr.height;
@@ -97,14 +98,35 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted)
     return join;
 }
 
-bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
+bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, ShapeSet& out) {
     const int n = static_cast<int>(lr.nodes.size());
+    // With transparency a node is drawn under the descendants it reaches
+    // through opaque nodes only: not under the empty region, nor under a
+    // region of partial opacity, which would show it through. barrier[d] is
+    // the deepest node on the path from the root to d (d included) that is
+    // neither opaque nor a frame, -1 when there is none; d's pixels lie in
+    // node i's mask when barrier[d] <= i.
+    std::vector<int> barrier;
+    if (transparent) {
+        barrier.assign(static_cast<size_t>(n), -1);
+        for (int i = 0; i < n; ++i) {
+            const LabelRaster::Node& node = lr.nodes[i];
+            const bool cut = !node.frame && node.alpha != 255;
+            barrier[i] = cut ? i : node.parent >= 0 ? barrier[node.parent] : -1;
+        }
+    }
     std::vector<Box> boxes(static_cast<size_t>(n));
     std::vector<long long> counts(static_cast<size_t>(n), 0);
+    // The first pixel of every node, for the single loop of an exact
+    // labelling's subtree.
+    // (With transparency a subtree's mask can have holes: the masks are used.)
+    std::vector<int32_t> firstPixel(lr.exact() && !transparent ? static_cast<size_t>(n) : 0, -1);
     for (int y = 0; y < lr.height; ++y)
         for (int x = 0; x < lr.width; ++x) {
-            const int32_t l = lr.labels[static_cast<size_t>(y) * lr.width + x];
+            const size_t p = static_cast<size_t>(y) * lr.width + x;
+            const int32_t l = lr.labels[p];
             if (l < 0) continue;
+            if (!firstPixel.empty() && firstPixel[l] < 0) firstPixel[l] = static_cast<int32_t>(p);
             boxes[l].add(x, y);
             ++counts[l];
         }
@@ -119,6 +141,10 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
     std::vector<int> join;
     std::vector<uint8_t> lifted;
     if (joinParts) join = joinGroups(lr, lifted);
+    // liftedBefore[i]: lifted nodes below i, so that a subtree's count is a
+    // difference.
+    std::vector<int> liftedBefore(lifted.empty() ? 0 : static_cast<size_t>(n) + 1, 0);
+    for (size_t i = 0; i < lifted.size(); ++i) liftedBefore[i + 1] = liftedBefore[i] + lifted[i];
     // members[first .. ] of each group, in node order.
     std::vector<std::vector<int>> members(static_cast<size_t>(n));
     for (int i = 0; i < n; ++i) members[join.empty() ? i : join[i]].push_back(i);
@@ -133,6 +159,19 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
             b.add(boxes[m]);
         }
         if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
+        if (transparent && lr.nodes[i].alpha == 0) continue;  // never drawn
+        // An exact labelling's subtree is one area without holes: its one
+        // loop is followed along the labels, without a mask over its box.
+        const int end = lr.subtreeEnd(i);
+        if (!firstPixel.empty() && members[i].size() == 1 &&
+            (liftedBefore.empty() || liftedBefore[end] == liftedBefore[i])) {
+            s.loops.emplace_back();
+            const int32_t f = firstPixel[i];
+            if (!CrackTracer::traceRange(lr.labels.data(), lr.width, lr.height, i, end,
+                                         f % lr.width, f / lr.width, s.loops.back()))
+                return false;
+            continue;
+        }
         const int w = b.x1 - b.x0 + 1, h = b.y1 - b.y0 + 1;
         mask.assign(static_cast<size_t>(w) * h, 0);
         for (int m : members[i]) {
@@ -144,9 +183,14 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, ShapeSet& out) {
                 uint8_t* mrow = &mask[static_cast<size_t>(y - b.y0) * w];
                 for (int x = mb.x0; x <= mb.x1; ++x)
                     if (row[x] >= lo && row[x] < hi &&
-                        (lifted.empty() || !lifted[row[x]] || join[row[x]] == i))
+                        (lifted.empty() || !lifted[row[x]] || join[row[x]] == i) &&
+                        (barrier.empty() || barrier[row[x]] <= m))
                         mrow[x - b.x0] = 1;
             }
+        }
+        if (transparent) {
+            s.pixels = 0;
+            for (uint8_t v : mask) s.pixels += v;
         }
         if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops)) return false;
     }
@@ -162,70 +206,120 @@ bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
     return true;
 }
 
+// The shapes of a finished label raster. With `transparent`, the nodes carry
+// their alpha (LabelRaster::setAlpha): the empty region is never drawn.
+// `at` hears the share of the whole build done (0.35..1); false stops it.
+bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transparent, ShapeSet& out,
+              const std::function<bool(double)>& at) {
+    out.transparent = transparent;
+    out.shapes.resize(lr.nodes.size());
+    for (size_t i = 0; i < lr.nodes.size(); ++i) {
+        const LabelRaster::Node& n = lr.nodes[i];
+        Shape& s = out.shapes[i];
+        s.role = n.frame        ? Shape::Role::Frame
+                 : n.parent < 0 ? Shape::Role::Outline
+                                : Shape::Role::Hole;
+        s.parent = n.parent;
+        s.depth = n.depth;
+        s.color = n.color;
+        s.alpha = n.alpha;
+        s.node = n.tree;
+    }
+    const bool cutout = options.layout == OutputOptions::Layout::Cutout;
+    if (!at(0.35)) return false;
+    if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, transparent, out)))
+        return false;
+    for (const Shape& s : out.shapes)
+        if (s.alpha != 0) out.loops += static_cast<long long>(s.loops.size());
+    if (!at(0.6)) return false;
+    if (!options.polygon) {
+        if (cutout) {
+            if (!CutoutCurves::fit(lr.labels.data(), lr.width, lr.height, options, out))
+                return false;
+        } else {
+            for (size_t i = 0; i < out.shapes.size(); ++i) {
+                Shape& s = out.shapes[i];
+                if (!at(0.6 + 0.4 * static_cast<double>(i) / out.shapes.size())) return false;
+                s.curves.resize(s.loops.size());
+                for (size_t k = 0; k < s.loops.size(); ++k) {
+                    bool fitted = false;
+                    if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
+                                              &fitted, options.maxCurveAreaError))
+                        return false;
+                    out.curvedLoops += fitted;
+                }
+            }
+        }
+    }
+    // The empty region is never drawn (in the cutout layout its pieces were
+    // fitted for its neighbours).
+    for (Shape& s : out.shapes)
+        if (s.alpha == 0) {
+            s.loops.clear();
+            s.curves.clear();
+        }
+    return true;
+}
+
+void start(ShapeSet& out, int width, int height, const OutputOptions& options) {
+    out = ShapeSet();
+    out.width = width;
+    out.height = height;
+    out.options = options;
+}
+
 }  // namespace
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
                          const OutputOptions& options, ShapeSet& out,
                          const std::function<bool(double)>& progress) {
-    out = ShapeSet();
-    auto at = [&](double share) {
+    return build(tree, pixels, PixelAlpha(), width, height, options, out, progress);
+}
+
+bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
+                         int width, int height, const OutputOptions& options, ShapeSet& out,
+                         const std::function<bool(double)>& progress) {
+    start(out, width, height, options);
+    const std::function<bool(double)> at = [&](double share) {
         if (!progress || progress(share)) return true;
         out.shapes.clear();
         return false;
     };
-    out.width = width;
-    out.height = height;
-    out.options = options;
+    const uint8_t* levels = pixels ? alpha.levels : nullptr;
     try {
         LabelRaster lr;
-        if (!at(0) || !lr.build(tree, width, height, pixels) || !at(0.25)) return false;
+        if (!at(0) || !lr.build(tree, width, height, pixels)) return false;
+        if (levels && !lr.setAlpha(pixels, levels)) return false;
+        if (!at(0.25)) return false;
         if (pixels && options.reconcileTolerance >= 0) {
-            const long long moved = lr.reconcile(pixels, options.reconcileTolerance);
+            const long long moved = lr.reconcile(pixels, options.reconcileTolerance, levels);
             if (moved < 0) return false;
             out.reconciledPixels = moved;
         }
-        out.shapes.resize(lr.nodes.size());
-        for (size_t i = 0; i < lr.nodes.size(); ++i) {
-            const LabelRaster::Node& n = lr.nodes[i];
-            Shape& s = out.shapes[i];
-            s.role = n.frame        ? Shape::Role::Frame
-                     : n.parent < 0 ? Shape::Role::Outline
-                                    : Shape::Role::Hole;
-            s.parent = n.parent;
-            s.depth = n.depth;
-            s.color = n.color;
-            s.node = n.tree;
-        }
-        const bool cutout = options.layout == OutputOptions::Layout::Cutout;
-        if (!at(0.35)) return false;
-        if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, out))) {
+        if (!shapesOf(lr, options, levels != nullptr, out, at)) {
             out.shapes.clear();
             return false;
         }
-        for (const Shape& s : out.shapes) out.loops += static_cast<long long>(s.loops.size());
-        if (!at(0.6)) return false;
-        if (!options.polygon) {
-            if (cutout) {
-                if (!CutoutCurves::fit(lr.labels.data(), width, height, options, out)) {
-                    out.shapes.clear();
-                    return false;
-                }
-            } else {
-                for (size_t i = 0; i < out.shapes.size(); ++i) {
-                    Shape& s = out.shapes[i];
-                    if (!at(0.6 + 0.4 * static_cast<double>(i) / out.shapes.size())) return false;
-                    s.curves.resize(s.loops.size());
-                    for (size_t k = 0; k < s.loops.size(); ++k) {
-                        bool fitted = false;
-                        if (!CurveFitter::fitLoop(s.loops[k], options.curveTolerance, s.curves[k],
-                                                  &fitted, options.maxCurveAreaError)) {
-                            out.shapes.clear();
-                            return false;
-                        }
-                        out.curvedLoops += fitted;
-                    }
-                }
-            }
+    } catch (...) {
+        out.shapes.clear();
+        return false;
+    }
+    return at(1);
+}
+
+bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
+                         ShapeSet& out, const std::function<bool(double)>& progress) {
+    start(out, regions.width, regions.height, options);
+    if (regions.nodes.empty()) return false;
+    const std::function<bool(double)> at = [&](double share) {
+        if (!progress || progress(share)) return true;
+        out.shapes.clear();
+        return false;
+    };
+    try {
+        if (!at(0) || !shapesOf(regions, options, transparent, out, at)) {
+            out.shapes.clear();
+            return false;
         }
     } catch (...) {
         out.shapes.clear();

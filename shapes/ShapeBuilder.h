@@ -17,7 +17,9 @@
 #include <functional>
 
 #include "companion/KvCtree.h"
+#include "shapes/LabelRaster.h"
 #include "shapes/OutputOptions.h"
+#include "shapes/PixelAlpha.h"
 #include "shapes/Shape.h"
 #include "platform/WinTypes.h"
 
@@ -32,6 +34,28 @@ public:
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
                       const OutputOptions& options, ShapeSet& out,
                       const std::function<bool(double)>& progress = {});
+    // The same for a picture traced with transparency (`pixels` are then
+    // TraceReport::prepared and `alpha.levels` TraceReport::preparedAlpha):
+    // every node gets the alpha level of its pixels (Shape::alpha), the
+    // painted raster is also checked against the levels, and
+    // - the empty region (level 0) gets no loops: it is never drawn, and no
+    //   other shape covers it (a ring around a transparent hole is a ring
+    //   with a hole);
+    // - stacked layout: a node is drawn under the descendants it reaches
+    //   through opaque nodes only, so that a region of partial opacity shows
+    //   what lies behind it in the picture, not its parent.
+    // With alpha.levels null this is the call above.
+    static bool build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
+                      int width, int height, const OutputOptions& options, ShapeSet& out,
+                      const std::function<bool(double)>& progress = {});
+
+    // The shapes of an exact region labelling (LabelRaster::assign), which
+    // needs neither painting nor correcting: every region is one node, a
+    // node's stacked shape is the region with its holes. With `transparent`
+    // the nodes carry their alpha (LabelRaster::setAlpha), as above. False
+    // when memory runs out or the raster is empty.
+    static bool build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
+                      ShapeSet& out, const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

@@ -5,6 +5,7 @@
 #include <set>
 #include <vector>
 
+#include "writers/EpsWriter.h"
 #include "writers/Polylines.h"
 #include "writers/SvgWriter.h"
 
@@ -89,7 +90,8 @@ bool DxfWriter::write(std::ostream& out, const ShapeSet& set,
     for (const Shape& s : set.shapes) {
         if (s.role == Shape::Role::Frame || s.loops.empty() || (skip && skip(s))) continue;
         shapes.push_back(&s);
-        colours.insert(s.color.rgbRed << 16 | s.color.rgbGreen << 8 | s.color.rgbBlue);
+        const RGBQUAD c = EpsWriter::flattened(s, set.options.background);
+        colours.insert(c.rgbRed << 16 | c.rgbGreen << 8 | c.rgbBlue);
     }
     group(out, 999, "om1trace");
     group(out, 0, "SECTION");
@@ -134,7 +136,7 @@ bool DxfWriter::write(std::ostream& out, const ShapeSet& set,
     group(out, 2, "ENTITIES");
     std::vector<PointD> line;
     for (const Shape* s : shapes) {
-        const std::string layer = layerName(s->color);
+        const std::string layer = layerName(EpsWriter::flattened(*s, set.options.background));
         for (size_t k = 0; k < s->loops.size(); ++k) {
             Polylines::loop(*s, k, line);
             if (line.size() < 3) continue;

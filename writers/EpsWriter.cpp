@@ -4,6 +4,19 @@
 
 namespace om1 {
 
+RGBQUAD EpsWriter::flattened(const Shape& shape, int background) {
+    if (shape.alpha == 255) return shape.color;
+    const unsigned a = shape.alpha;
+    auto over = [a](unsigned c, unsigned b) {
+        return static_cast<BYTE>((c * a + b * (255 - a) + 127) / 255);
+    };
+    RGBQUAD c = shape.color;
+    c.rgbRed = over(c.rgbRed, (background >> 16) & 0xFF);
+    c.rgbGreen = over(c.rgbGreen, (background >> 8) & 0xFF);
+    c.rgbBlue = over(c.rgbBlue, background & 0xFF);
+    return c;
+}
+
 bool EpsWriter::write(std::ostream& out, const ShapeSet& set,
                       const std::function<bool(const Shape&)>& skip) {
     out << "%!PS-Adobe-3.0 EPSF-3.0\n"
@@ -17,8 +30,9 @@ bool EpsWriter::write(std::ostream& out, const ShapeSet& set,
         << "save\n0 " << set.height << " translate 1 -1 scale\n";
     for (const Shape& s : set.shapes) {
         if (s.role == Shape::Role::Frame || s.loops.empty() || (skip && skip(s))) continue;
-        out << PdfWriter::unit(s.color.rgbRed) << ' ' << PdfWriter::unit(s.color.rgbGreen) << ' '
-            << PdfWriter::unit(s.color.rgbBlue) << " rg\nnewpath\n";
+        const RGBQUAD c = flattened(s, set.options.background);
+        out << PdfWriter::unit(c.rgbRed) << ' ' << PdfWriter::unit(c.rgbGreen) << ' '
+            << PdfWriter::unit(c.rgbBlue) << " rg\nnewpath\n";
         PdfWriter::pathOps(out, s);
         out << "f\n";
     }

@@ -3,7 +3,9 @@
 // ("0 H translate 1 -1 scale") so that the paths carry the picture's
 // coordinates, rounded as SvgWriter rounds them. One path per shape in
 // drawing order, filled by the even-odd rule (eofill) in its exact colour;
-// the prolog defines m, l, c and h, so the paths read as in the PDF. Frames,
+// the prolog defines m, l, c and h, so the paths read as in the PDF. PostScript
+// has no opacity: a shape of partial opacity is drawn in its colour
+// composited over the background (flattened). Frames,
 // shapes without a boundary and shapes whose `skip` test is true are left
 // out.
 #pragma once
@@ -20,6 +22,10 @@ public:
     // False when the stream failed.
     static bool write(std::ostream& out, const ShapeSet& set,
                       const std::function<bool(const Shape&)>& skip = nullptr);
+    // The colour a shape is drawn in where a format has no opacity (EPS,
+    // DXF): a shape of partial opacity composited over the background
+    // (OutputOptions::background, 0xRRGGBB) as the picture would be.
+    static RGBQUAD flattened(const Shape& shape, int background);
 };
 
 }  // namespace om1

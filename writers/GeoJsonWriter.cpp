@@ -37,8 +37,10 @@ bool GeoJsonWriter::write(std::ostream& out, const ShapeSet& set,
         out << (first ? "\n" : ",\n") << "{\"type\": \"Feature\", \"properties\": {\"color\": \""
             << SvgWriter::colour(s.color) << "\", \"role\": \""
             << (s.role == Shape::Role::Hole ? "hole" : "outline") << "\", \"pixels\": " << s.pixels
-            << ", \"depth\": " << s.depth << "}, \"geometry\": {\"type\": \""
-            << (multi ? "MultiPolygon" : "Polygon") << "\", \"coordinates\": [";
+            << ", \"depth\": " << s.depth;
+        if (set.transparent) out << ", \"opacity\": " << SvgWriter::opacity(s.alpha);
+        out << "}, \"geometry\": {\"type\": \"" << (multi ? "MultiPolygon" : "Polygon")
+            << "\", \"coordinates\": [";
         first = false;
         for (size_t o = 0; o < outers.size(); ++o) {
             out << (o ? ", " : "") << (multi ? "[" : "");

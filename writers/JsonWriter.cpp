@@ -12,10 +12,12 @@ const char* roleName(Shape::Role r) {
     return r == Shape::Role::Frame ? "frame" : r == Shape::Role::Hole ? "hole" : "outline";
 }
 
-void openNode(std::ostream& out, const Shape& s, int depth) {
+void openNode(std::ostream& out, const Shape& s, int depth, bool transparent) {
     const std::string pad(static_cast<size_t>(depth) * 2, ' ');
     out << pad << "{\"role\": \"" << roleName(s.role) << "\", \"color\": \""
-        << SvgWriter::colour(s.color) << "\", \"pixels\": " << s.pixels << ", \"boundary\": [";
+        << SvgWriter::colour(s.color) << '"';
+    if (transparent) out << ", \"alpha\": " << static_cast<int>(s.alpha);
+    out << ", \"pixels\": " << s.pixels << ", \"boundary\": [";
     for (size_t k = 0; k < s.loops.size(); ++k) {
         out << (k ? ", [" : "[");
         const std::vector<Corner> v = s.loops[k].vertices();
@@ -64,7 +66,7 @@ bool JsonWriter::write(std::ostream& out, const ShapeSet& set) {
             out << (hasChild.back() ? ",\n" : "\n");
             hasChild.back() = true;
         }
-        openNode(out, s, static_cast<int>(open.size()) + 1);
+        openNode(out, s, static_cast<int>(open.size()) + 1, set.transparent);
         open.push_back(s.depth);
         hasChild.push_back(false);
     }

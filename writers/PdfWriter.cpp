@@ -78,14 +78,36 @@ bool PdfWriter::write(std::ostream& target, const ShapeSet& set,
     object();
     out << "<< /Type /Pages /Kids [3 0 R] /Count 1 >>\nendobj\n";
     object();
+    // Shapes of partial opacity: one graphics state per alpha (/ca).
+    bool alphas[256] = {};
+    bool anyAlpha = false;
+    for (const Shape& s : set.shapes) {
+        if (s.role == Shape::Role::Frame || s.loops.empty() || s.alpha == 255 || (skip && skip(s)))
+            continue;
+        alphas[s.alpha] = anyAlpha = true;
+    }
     out << "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 " << set.width << ' ' << set.height
-        << "] /Resources << >> /Contents 4 0 R >>\nendobj\n";
+        << "] /Resources << ";
+    if (anyAlpha) {
+        alphas[255] = true;
+        out << "/ExtGState << ";
+        for (int a = 0; a < 256; ++a)
+            if (alphas[a])
+                out << "/a" << a << " << /ca " << unit(static_cast<unsigned char>(a)) << " >> ";
+        out << ">> ";
+    }
+    out << ">> /Contents 4 0 R >>\nendobj\n";
     object();
     out << "<< /Length 5 0 R >>\nstream\n";
     const long long start = counter.count();
     out << "1 0 0 -1 0 " << set.height << " cm\n";
+    uint8_t current = 255;
     for (const Shape& s : set.shapes) {
         if (s.role == Shape::Role::Frame || s.loops.empty() || (skip && skip(s))) continue;
+        if (s.alpha != current) {
+            current = s.alpha;
+            out << "/a" << static_cast<int>(current) << " gs\n";
+        }
         out << unit(s.color.rgbRed) << ' ' << unit(s.color.rgbGreen) << ' ' << unit(s.color.rgbBlue)
             << " rg\n";
         pathOps(out, s);

@@ -5,7 +5,9 @@
 // two decimals for curves). One filled path per shape in drawing order, its
 // outer boundaries and the boundaries of its holes as subpaths filled by the
 // even-odd rule (f*), in its exact colour (each 0..255 channel written as a
-// fraction that rounds back to it). Frames, shapes without a boundary and
+// fraction that rounds back to it); a shape of partial opacity through a
+// graphics state with a constant alpha (/ca), one per alpha used, named
+// /aNNN in the page's resources. Frames, shapes without a boundary and
 // shapes whose `skip` test is true are left out. The content stream is not
 // compressed; its length is a separate object written after it, and the
 // cross-reference offsets are counted as the bytes go out.

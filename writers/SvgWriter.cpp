@@ -47,6 +47,15 @@ std::string SvgWriter::colour(const RGBQUAD& c) {
     return buf;
 }
 
+std::string SvgWriter::opacity(uint8_t alpha) {
+    char buf[16];
+    snprintf(buf, sizeof(buf), "%.3f", alpha / 255.0);
+    std::string s(buf);
+    while (s.back() == '0') s.pop_back();
+    if (s.back() == '.') s.pop_back();
+    return s;
+}
+
 void SvgWriter::pathData(std::ostream& out, const Shape& shape) {
     for (size_t k = 0; k < shape.loops.size(); ++k) {
         if (k < shape.curves.size() && shape.curves[k].size() >= 4) {
@@ -101,7 +110,9 @@ bool SvgWriter::write(std::ostream& out, const ShapeSet& set,
         << set.height << "\" viewBox=\"0 0 " << set.width << ' ' << set.height << "\">\n";
     for (const Shape& s : set.shapes) {
         if (s.role == Shape::Role::Frame || s.loops.empty() || (skip && skip(s))) continue;
-        out << "<path fill=\"" << colour(s.color) << "\" fill-rule=\"evenodd\" d=\"";
+        out << "<path fill=\"" << colour(s.color);
+        if (s.alpha != 255) out << "\" fill-opacity=\"" << opacity(s.alpha);
+        out << "\" fill-rule=\"evenodd\" d=\"";
         pathData(out, s);
         out << "\"/>\n";
     }

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "platform/WinTypes.h"
 
@@ -63,6 +64,9 @@ struct KVCT_API KvCtree {
     bool newBezier(int count);
 };
 
+// The offsets of a 64-bit build, which hosts rely on; the WebAssembly build
+// (32-bit pointers) keeps the tree inside its own module.
+#if UINTPTR_MAX > 0xFFFFFFFFu
 static_assert(offsetof(KvCtree, isFrame) == 0, "isFrame at 0");
 static_assert(offsetof(KvCtree, holes) == 8, "holes at 8");
 static_assert(offsetof(KvCtree, dirNum) == 44, "dirNum at 44");
@@ -73,6 +77,7 @@ static_assert(offsetof(KvCtree, bezierCount) == 68, "bezierCount at 68");
 static_assert(offsetof(KvCtree, bezier) == 72, "bezier at 72");
 static_assert(offsetof(KvCtree::Holes, ctree) == 0 && offsetof(KvCtree::Holes, next) == 8,
               "hole entry layout");
+#endif
 static_assert(sizeof(KvPoint) == 16, "a point is two doubles");
 
 // A new empty root node (all fields zero), or null when memory is short.

@@ -1,4 +1,5 @@
 // Primitive marking per step and per node.
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 

@@ -97,4 +97,8 @@ static_assert(sizeof(POINT) == 8, "POINT is two LONGs");
 static_assert(sizeof(RGBQUAD) == 4, "RGBQUAD is four bytes, blue first");
 static_assert(sizeof(BITMAPINFOHEADER) == 40, "BITMAPINFOHEADER is 40 bytes");
 static_assert(offsetof(BITMAPINFO, bmiColors) == 40, "colour table follows the header");
+// With pointers: the 64-bit layout hosts rely on. The WebAssembly build
+// (32-bit pointers) has no host outside its own module to share it with.
+#if UINTPTR_MAX > 0xFFFFFFFFu
 static_assert(sizeof(BITMAP) == 32, "BITMAP is 32 bytes in a 64-bit build");
+#endif

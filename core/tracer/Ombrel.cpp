@@ -238,9 +238,9 @@ void Ombrel::AddColorOfPoint(POINT p) {
 
 void Ombrel::UpdateRegionColor() {
     if (sampleCount == 0) return;
-    DWORD n = static_cast<DWORD>(sampleCount);
-    regionColor = (static_cast<DWORD>(sumRed) / n) | (static_cast<DWORD>(sumGreen) / n) << 8 |
-                  (static_cast<DWORD>(sumBlue) / n) << 16;
+    const long long n = sampleCount;
+    regionColor = static_cast<DWORD>(sumRed / n) | static_cast<DWORD>(sumGreen / n) << 8 |
+                  static_cast<DWORD>(sumBlue / n) << 16;
 }
 
 void Ombrel::RePaintRegion() {

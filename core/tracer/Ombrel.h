@@ -42,9 +42,12 @@ public:
 
     int avgRadius;
     int sampleCount;
-    int sumRed;
-    int sumGreen;
-    int sumBlue;
+    // Sums of the sampled red, green and blue bytes. 64 bits: a region of
+    // more than 2^32 / 255 (about 16.8 million) bright pixels would wrap a
+    // 32-bit sum, and its running colour with it.
+    long long sumRed;
+    long long sumGreen;
+    long long sumBlue;
     DWORD paletteSize;
     POINT seedPoint;
     BoundChain* chain;       // owned
@@ -238,9 +241,9 @@ private:
     }
     void addColour(DWORD c) {
         ++sampleCount;
-        sumRed += static_cast<int>(c & 0xFF);
-        sumGreen += static_cast<int>((c >> 8) & 0xFF);
-        sumBlue += static_cast<int>((c >> 16) & 0xFF);
+        sumRed += c & 0xFF;
+        sumGreen += (c >> 8) & 0xFF;
+        sumBlue += (c >> 16) & 0xFF;
     }
 
     // The positions of a new level's chain whose outward pixel is claimed

@@ -102,9 +102,9 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
     regionColor = static_cast<DWORD>((s1 / n) & 0xFF) | static_cast<DWORD>((s2 / n) & 0xFF) << 8 |
                   static_cast<DWORD>((s3 / n) & 0xFF) << 16;
     sampleCount = n;
-    sumRed = static_cast<int>(s1);
-    sumGreen = static_cast<int>(s2);
-    sumBlue = static_cast<int>(s3);
+    sumRed = s1;
+    sumGreen = s2;
+    sumBlue = s3;
     // When no outward pixel has a colour the mean accepts, the first step
     // with the mean grows nowhere: it fails at every position, or cuts at the
     // first claimed one on the chain. It need not walk the chain to say so.
@@ -170,9 +170,9 @@ bool Ombrel::GenerateInitBoundChain(ListOfOutLines* o) {
             if (r != 0 && stepsOnRing && !ring->store(c)) r = 0;
             if (r != 0) {
                 sampleCount = 1;
-                sumRed = static_cast<int>(regionColor & 0xFF);
-                sumGreen = static_cast<int>((regionColor >> 8) & 0xFF);
-                sumBlue = static_cast<int>((regionColor >> 16) & 0xFF);
+                sumRed = regionColor & 0xFF;
+                sumGreen = (regionColor >> 8) & 0xFF;
+                sumBlue = (regionColor >> 16) & 0xFF;
             }
             if (c.lastOffset >= 0) SetVisited(c.lastOffset, 0);
             if (r != 0) {

@@ -238,6 +238,7 @@ int om1_result_region(const om1_result* result, int index, om1_region* region) {
         g.loop_count = static_cast<int>(sh->loops.size());
         g.hole_count = static_cast<int>(result->holes[static_cast<size_t>(index)].size());
         g.hidden = result->result.hidden(*sh);
+        g.alpha = sh->alpha;
         *region = g;
         return static_cast<int>(OM1_OK);
     });

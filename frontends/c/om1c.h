@@ -98,8 +98,10 @@ OM1C_API const char* om1_preset_help(int index);
 typedef struct om1_result om1_result;
 
 /* Traces width x height pixels, 4 bytes each (red, green, blue, alpha), rows
- * `stride` bytes apart, row 0 at the top. Transparent pixels are composited
- * over the background colour. `options` null means the defaults. On OM1_OK
+ * `stride` bytes apart, row 0 at the top. Transparency is traced (fully
+ * transparent pixels stay empty, partial alpha becomes the regions' alpha)
+ * unless the background option asks for the pixels composited over a
+ * colour. `options` null means the defaults. On OM1_OK
  * `*out` is a new result the caller releases with om1_result_free;
  * otherwise `*out` is null. The pixels are only read. */
 OM1C_API int om1_trace_rgba(const uint8_t* pixels, int width, int height, int stride,
@@ -134,7 +136,9 @@ typedef struct om1_region {
                          what is drawn on top of it) */
     int loop_count;   /* boundary loops: outer loops clockwise, hole loops the other way */
     int hole_count;   /* regions whose parent this is */
-    int hidden;       /* 1: left out by the writers (transparent option) */
+    int hidden;       /* 1: left out by the writers: the empty region of a picture traced with
+                         transparency */
+    int alpha;        /* opacity 0..255: 255 opaque, 0 the empty region (hidden) */
 } om1_region;
 
 OM1C_API int om1_result_region_count(const om1_result* result, int* count);

@@ -164,9 +164,11 @@ TEST(OptionTable, PresetsAndTheirDefaults) {
     EXPECT_STREQ(OptionTable::presetName(0), "graphic");  // the default
     OptionTable::preset(o, "pixel");
     EXPECT_EQ(o.polygon, 1);
-    EXPECT_EQ(o.max_colors, 128);
+    EXPECT_EQ(o.max_colors, 0);  // any number of colours: exact regions cost no more
+    EXPECT_EQ(o.exact_regions, 1);
     OptionTable::preset(o, "plain");
     EXPECT_EQ(o.fixed_seeds, 1);
+    EXPECT_EQ(o.exact_regions, 0);
     EXPECT_EQ(o.tolerance, 10);
     // The help names every option once, with its default and the presets that differ.
     const std::string help = OptionTable::commandLineHelp();

@@ -1,6 +1,7 @@
 // Progress and cancel through the pipeline: the shares a host hears, the
 // same output with and without a progress, and a stop at every kind of place
-// (the composite, the stages, the tracer, the shapes, the writing) ending in
+// (the composite, the stages, around the core's tracer, inside the region
+// labelling, the shapes, the writing) ending in
 // OM1_CANCELLED with everything released (the asan preset checks that).
 #include <gtest/gtest.h>
 
@@ -11,7 +12,9 @@
 
 #include "pipeline/OptionTable.h"
 #include "pipeline/Progress.h"
+#include "pipeline/OptionsRecord.h"
 #include "pipeline/Vectorize.h"
+#include "prepare/Tracer.h"
 
 namespace {
 
@@ -144,20 +147,18 @@ TEST_F(ProgressTest, AStopAnywhereEndsInCancelled) {
     }
 }
 
-// The tracer runs on a thread of its own while the host hears the time
-// pass; a stop there ends the trace at the tracer's next region.
-TEST_F(ProgressTest, AStopWhileTheTracerRunsEndsItAtTheNextRegion) {
-    const TestPicture many = makePicture(900, 900, 3);
+// The core's tracer cannot be interrupted: it is asked before it runs and
+// after, never while it runs, and a stop heard after it ends the trace.
+TEST_F(ProgressTest, TheCoreTracerIsAskedBeforeAndAfterItRuns) {
+    const TestPicture many = makePicture(600, 600, 3);
     om1_options o;
     om1::OptionTable::preset(o, "plain");
     o.max_outlines = 10000000;
-    // The tracer's span starts after the stages (none here): its first
-    // report is the start; the next ones, until the tracer ends, tell the
-    // time passing on the thread that waits for it.
-    const double start =
-        om1::Progress::kComposited + (om1::Progress::kTraced - om1::Progress::kComposited) * 0.68;
-    const double end = om1::Progress::kComposited +
-                       (om1::Progress::kTraced - om1::Progress::kComposited) * (0.68 + 0.32 * 0.9);
+    // The tracer's span starts after the stages (none here); the report
+    // after its run is at 0.9 of it.
+    const double span = om1::Progress::kTraced - om1::Progress::kComposited;
+    const double start = om1::Progress::kComposited + span * 0.68;
+    const double after = om1::Progress::kComposited + span * (0.68 + 0.32 * 0.9);
     double stoppedAt = -1;
     om1::Hooks hooks;
     hooks.progress = [&](double s) {
@@ -165,9 +166,45 @@ TEST_F(ProgressTest, AStopWhileTheTracerRunsEndsItAtTheNextRegion) {
         return stoppedAt < 0;
     };
     const om1::Result r = om1::vectorize(many.picture(), &o, &hooks);
-    EXPECT_GT(stoppedAt, start);
-    EXPECT_LT(stoppedAt, end);
+    EXPECT_GE(stoppedAt, after - 1e-12);
     EXPECT_EQ(r.status(), OM1_CANCELLED);
+}
+
+// The exact region labelling (every preset but plain) hears the progress
+// every few hundred rows and regions: a stop inside it ends the trace there.
+TEST(TracerProgress, AStopInsideTheRegionLabellingEndsTheTrace) {
+    const TestPicture many = makePicture(600, 600, 3);
+    std::vector<RGBQUAD> px(static_cast<size_t>(many.width) * many.height);
+    for (size_t i = 0; i < px.size(); ++i)
+        px[i] = RGBQUAD{many.rgba[4 * i + 2], many.rgba[4 * i + 1], many.rgba[4 * i], 0};
+    om1_options o;
+    om1::OptionTable::defaults(o);
+    const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
+    ASSERT_TRUE(t.exactRegions);
+    // The labelling's span of the trace, and the reports heard inside it.
+    const double from = 0.68;
+    for (const bool stop : {false, true}) {
+        std::vector<double> inside;
+        const om1::Tracer::Progress progress = [&](double s) {
+            if (s > from + 1e-12 && s < 1) inside.push_back(s);
+            return !stop || inside.empty();
+        };
+        KvCtree* tree = nullptr;
+        om1::TraceReport report;
+        const om1::Tracer::Result r =
+            om1::Tracer::trace(px.data(), many.width, many.height, t, tree, &report, progress);
+        EXPECT_EQ(tree, nullptr);
+        if (!stop) {
+            EXPECT_EQ(r, om1::Tracer::Done);
+            EXPECT_GE(inside.size(), 4u);  // rows, regions, the steps between
+            continue;
+        }
+        EXPECT_EQ(r, om1::Tracer::Cancelled);
+        ASSERT_EQ(inside.size(), 1u);
+        EXPECT_LT(inside[0], 0.68 + 0.32 * 0.3);  // in the first pass over the rows
+        EXPECT_TRUE(report.regions.parents.empty());
+        EXPECT_TRUE(report.regions.labels.empty());
+    }
 }
 
 TEST(ProgressRecord, TheCancelledCodeHasItsSentence) {

@@ -75,6 +75,9 @@ struct Traced {
     Traced(const Picture& p, const TraceOptions& o) {
         result = Tracer::trace(p.px.data(), p.w, p.h, o, tree, &report);
         if (tree) fillColours(tree, colours);
+        const om1::RegionTree& r = report.regions;
+        for (size_t i = r.rootFrame ? 1 : 0; i < r.colors.size(); ++i)
+            colours.push_back(r.colors[i]);
     }
     ~Traced() { om1_delKvCTree(tree); }
     std::set<uint32_t> distinct() const {

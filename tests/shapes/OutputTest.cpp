@@ -168,43 +168,58 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
     struct Case {
         const Picture& picture;
         om1::Presets::Preset preset;
-        int nodes, joined;  // coloured nodes; shapes written with joinParts
+        // Coloured nodes and shapes written with joinParts: from the
+        // library's tracer, and from the exact labelling (one node a region).
+        int nodes, joined, exactNodes, exactJoined;
     };
-    const Case cases[] = {{diagonal, om1::Presets::Pixel, 2, 2},
-                          {island, om1::Presets::Pixel, 3, 2},
-                          {stripes, om1::Presets::Pixel, 5, 5},
-                          {arch, om1::Presets::Graphic, 4, 2}};
-    for (const Case& c : cases) {
-        const Picture& p = c.picture;
-        KvCtree* tree = nullptr;
-        om1::TraceReport report;
-        ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, om1::Presets::options(c.preset), tree,
-                                     &report),
-                  om1::Tracer::Done)
-            << p.name;
-        const std::vector<RGBQUAD>& seen = report.prepared.empty() ? p.px : report.prepared;
-        for (bool join : {false, true}) {
-            OutputOptions o;
-            o.polygon = true;
-            o.joinParts = join;
-            ShapeSet set;
-            ASSERT_TRUE(om1::ShapeBuilder::build(tree, seen.data(), p.w, p.h, o, set)) << p.name;
-            int drawn = 0;
-            for (const om1::Shape& s : set.shapes) drawn += !s.loops.empty();
-            EXPECT_EQ(drawn, join ? c.joined : c.nodes) << p.name;
-            std::vector<int> owner;
-            centreCoverage(set, false, owner);
-            int wrong = 0;
-            for (size_t i = 0; i < owner.size(); ++i) {
-                const RGBQUAD& a = set.shapes[owner[i]].color;
-                const RGBQUAD& b = seen[i];
-                wrong += owner[i] < 0 || a.rgbRed != b.rgbRed || a.rgbGreen != b.rgbGreen ||
-                         a.rgbBlue != b.rgbBlue;
+    const Case cases[] = {{diagonal, om1::Presets::Pixel, 2, 2, 3, 2},
+                          {island, om1::Presets::Pixel, 3, 2, 3, 2},
+                          {stripes, om1::Presets::Pixel, 5, 5, 5, 5},
+                          {arch, om1::Presets::Graphic, 4, 2, 2, 2}};
+    for (const Case& c : cases)
+        for (bool exact : {false, true}) {
+            const Picture& p = c.picture;
+            om1::TraceOptions t = om1::Presets::options(c.preset);
+            t.exactRegions = exact;
+            KvCtree* tree = nullptr;
+            om1::TraceReport report;
+            ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report),
+                      om1::Tracer::Done)
+                << p.name;
+            ASSERT_EQ(tree == nullptr, exact) << p.name;
+            const std::vector<RGBQUAD>& seen = report.prepared.empty() ? p.px : report.prepared;
+            om1::LabelRaster regions;
+            if (exact) {
+                ASSERT_TRUE(regions.assign(p.w, p.h, std::move(report.regions.labels),
+                                           report.regions.parents, report.regions.colors,
+                                           report.regions.rootFrame));
             }
-            EXPECT_EQ(wrong, 0) << p.name << (join ? " joined" : "");
+            for (bool join : {false, true}) {
+                OutputOptions o;
+                o.polygon = true;
+                o.joinParts = join;
+                ShapeSet set;
+                ASSERT_TRUE(exact ? om1::ShapeBuilder::build(regions, false, o, set)
+                                  : om1::ShapeBuilder::build(tree, seen.data(), p.w, p.h, o, set))
+                    << p.name;
+                int drawn = 0;
+                for (const om1::Shape& s : set.shapes) drawn += !s.loops.empty();
+                EXPECT_EQ(drawn, exact ? (join ? c.exactJoined : c.exactNodes)
+                                       : (join ? c.joined : c.nodes))
+                    << p.name << (exact ? " exact" : "");
+                std::vector<int> owner;
+                centreCoverage(set, false, owner);
+                int wrong = 0;
+                for (size_t i = 0; i < owner.size(); ++i) {
+                    const RGBQUAD& a = set.shapes[owner[i]].color;
+                    const RGBQUAD& b = seen[i];
+                    wrong += owner[i] < 0 || a.rgbRed != b.rgbRed || a.rgbGreen != b.rgbGreen ||
+                             a.rgbBlue != b.rgbBlue;
+                }
+                EXPECT_EQ(wrong, 0) << p.name << (join ? " joined" : "") << (exact ? " exact" : "");
+            }
+            om1_delKvCTree(tree);
         }
-        om1_delKvCTree(tree);
-    }
     // Noise and checkerboards: many corner contacts, still exact.
     for (const Picture& p : hardEdgedPictures()) {
         ShapeSet plain, joined;

@@ -49,7 +49,7 @@ ImageLike = Union[np.ndarray, "os.PathLike[str]", str, bytes, bytearray, memoryv
 class TraceError(RuntimeError):
     """The picture was read but the trace gave nothing: no outlines, more
     outlines than ``max_outlines`` allows, or more colours than ``max_colors``
-    (the ``pixel`` preset's 256). ``code`` is the C library's code."""
+    (when set). ``code`` is the C library's code."""
 
     def __init__(self, code: int, text: str) -> None:
         super().__init__(text)
@@ -108,6 +108,8 @@ def _is_rgb(value: Any) -> bool:
 
 
 def _option_text(name: str, value: Any) -> str:
+    if value is None and name == "background":
+        return "none"
     if isinstance(value, (bool, np.bool_)):
         return "true" if value else "false"
     if isinstance(value, (int, np.integer)):
@@ -247,7 +249,7 @@ class Region:
     float64 array per loop, empty where the exact polygon stands in).
     """
 
-    __slots__ = ("_trace", "index", "role", "parent_index", "depth", "pixels", "hidden",
+    __slots__ = ("_trace", "index", "role", "parent_index", "depth", "pixels", "hidden", "alpha",
                  "_color", "_loops", "_holes", "_boundary", "_curves")
 
     _ROLES = {_native.ROLE_OUTLINE: "outline", _native.ROLE_HOLE: "hole",
@@ -261,6 +263,8 @@ class Region:
         self.depth: int = info.depth
         self.pixels: int = info.pixels
         self.hidden: bool = bool(info.hidden)
+        #: opacity 0..255: 255 opaque, 0 the empty region of a transparent picture (not drawn)
+        self.alpha: int = int(info.alpha)
         self._color = int(info.color)
         self._loops = int(info.loop_count)
         self._holes: List[Region] = []
@@ -510,7 +514,8 @@ def trace(image: ImageLike, preset: Optional[str] = None, progress: Any = None,
     :data:`OPTION_NAMES` (the fields of ``om1_options`` in ``om1c.h``):
     ``tolerance`` (percent, 0..100), ``min_length``, ``max_outlines``,
     ``curve_tolerance``, ``polygon``, ``cutout``, ``max_curve_error``,
-    ``max_pixels``, ``background`` (``"#rrggbb"``, 0xRRGGBB or (r, g, b)),
+    ``max_pixels``, ``background`` (``"#rrggbb"``, 0xRRGGBB or (r, g, b):
+    composite over it; None, the default: RGBA arrays keep their alpha),
     ``transparent``, and the stages ``threshold``, ``filter`` ("none",
     "quadrant", "adaptive"), ``filter_radius``, ``colors``, ``palette`` (a
     list of (r, g, b) or "#rrggbb"), ``antialias``, ``speckle``,

@@ -75,6 +75,7 @@ class Region(ctypes.Structure):
         ("loop_count", ctypes.c_int),
         ("hole_count", ctypes.c_int),
         ("hidden", ctypes.c_int),
+        ("alpha", ctypes.c_int),
     ]
 
 

@@ -69,15 +69,22 @@ def test_grey_and_alpha():
     grey[4:8, 4:8] = 10
     t = om1.trace(grey, preset="pixel")
     assert sorted(r.color for r in t) == [(10, 10, 10), (200, 200, 200)]
-    # Fully transparent pixels become the background colour; `transparent`
-    # hides their region from the writers.
+    # RGBA arrays keep their alpha: fully transparent pixels are one empty
+    # region (alpha 0, hidden, no boundary); a background colour composites
+    # them; `transparent` keeps the alpha with a background colour too.
     rgba = np.zeros((12, 12, 4), np.uint8)
     rgba[4:8, 4:8] = (0, 255, 0, 255)
-    kept = om1.trace(rgba, preset="pixel", background="#102030")
-    assert "#102030" in kept.svg()
-    hidden = om1.trace(rgba, preset="pixel", background=(16, 32, 48), transparent=True)
-    assert "#102030" not in hidden.svg() and "#00ff00" in hidden.svg()
-    assert [r.hidden for r in hidden if r.hex == "#102030"] == [True]
+    rgba[2, 2:10] = (0, 0, 255, 128)
+    for t in (om1.trace(rgba, preset="pixel"),
+              om1.trace(rgba, preset="pixel", background=(16, 32, 48), transparent=True)):
+        empty = [(r.hidden, r.boundary) for r in t if r.alpha == 0]
+        assert empty and all(e == (True, []) for e in empty)
+        assert [r.alpha for r in t if r.hex == "#0000ff"] == [128]
+        assert "#102030" not in t.svg() and "fill-opacity=\"0.502\"" in t.svg()
+        assert '"alpha": 128' in t.json()
+    flat = om1.trace(rgba, preset="pixel", background="#102030")
+    assert "#102030" in flat.svg() and "fill-opacity" not in flat.svg()
+    assert all(r.alpha == 255 and not r.hidden for r in flat)
 
 
 def test_every_format_by_name_and_extension(tmp_path, block):
@@ -95,12 +102,7 @@ def test_every_format_by_name_and_extension(tmp_path, block):
 @pytest.mark.parametrize("preset", om1.PRESET_NAMES)
 def test_presets_and_stages(preset):
     picture = np.asarray(Image.open(EXAMPLE).convert("RGB"))
-    options = {}
-    if preset == "pixel":  # the example's anti-aliased edges have 247 colours
-        with pytest.raises(om1.TraceError, match="max_colors"):
-            om1.trace(picture, preset=preset)
-        options["max_colors"] = 0
-    t = om1.trace(picture, preset=preset, **options)
+    t = om1.trace(picture, preset=preset)  # pixel: all 247 colours of the anti-aliased edges
     assert len(t) >= 2 and t.svg().startswith("<?xml")
     if preset == "pixel":
         assert t.stats.curved_loops == 0

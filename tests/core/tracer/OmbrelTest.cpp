@@ -135,6 +135,29 @@ TEST(OmbrelStartRing, LaysTheRingWithTenSamplesInsideTheBorder) {
     EXPECT_TRUE(border.t->checkLoopValid());
 }
 
+TEST(OmbrelStartRing, RunningColourHoldsWhenTheSumsPassTwoToThe32) {
+    // The region's colour is the mean of its samples. A region of more than
+    // 2^32 / 255 = 16,843,009 samples of a bright byte (a flat picture above
+    // about 40 megapixels has one) must keep its colour: a sum wrapped at 32
+    // bits made it nearly black, and the region stopped growing there.
+    for (DWORD colour : {kWhite, DWORD{0x3264C8}}) {
+        Image img(20, 20, colour);
+        Traced tr(img, 0, 0, 3);
+        POINT seed = {5, 5};
+        tr.t->Initialization(seed);
+        for (int n : {16843009, 1 << 28}) {  // 255 n = 2^32 - 1; the largest picture
+            tr.t->sampleCount = n;
+            tr.t->sumRed = static_cast<long long>(n) * (colour & 0xFF);
+            tr.t->sumGreen = static_cast<long long>(n) * ((colour >> 8) & 0xFF);
+            tr.t->sumBlue = static_cast<long long>(n) * ((colour >> 16) & 0xFF);
+            EXPECT_TRUE(tr.t->IsPointOK(true, POINT{12, 12}));  // one sample more
+            EXPECT_EQ(tr.t->sampleCount, n + 1);
+            tr.t->UpdateRegionColor();
+            EXPECT_EQ(tr.t->regionColor, colour) << n;
+        }
+    }
+}
+
 TEST(OmbrelGrowth, WorkedFirstStepFromSeed55) {
     Image img(30, 30, kWhite);
     Traced tr(img, 0, 0, 3);

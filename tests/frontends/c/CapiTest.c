@@ -80,7 +80,7 @@ static void testOptions(void) {
     CHECK(o.filter == OM1_FILTER_NONE && o.palette_count == 0 && o.fixed_seeds == 0);
     CHECK(o.curve_tolerance == 1 && o.polygon == 0 && o.cutout == 0);
     CHECK(o.max_curve_error == 0.05 && o.max_pixels == 100000000LL);
-    CHECK(o.background == 0xFFFFFF && o.transparent == 0);
+    CHECK(o.background == -1 && o.transparent == 0);
     CHECK_CODE(om1_options_check(&o), OM1_OK);
 
     /* Every name is settable; the list ends with null. */
@@ -326,8 +326,10 @@ static void testCurves(void) {
     free(p);
 }
 
-/* With the transparent option, the region of transparent pixels is kept in
- * the tree but hidden from the writers. */
+/* Transparency is traced by default: the region of transparent pixels is
+ * kept in the tree with alpha 0, hidden from the writers; a background
+ * colour composites the picture (its region is drawn); the transparent
+ * option keeps the transparency with a background colour too. */
 static void testTransparent(void) {
     const int w = 16, h = 12;
     uint8_t* p = picture(w, h, 4 * w, 0x000000, 0);
@@ -335,17 +337,27 @@ static void testTransparent(void) {
     om1_options o;
     om1_options_preset(&o, "pixel");
     om1_result* r = NULL;
-    for (int transparent = 0; transparent <= 1; ++transparent) {
-        o.transparent = transparent;
+    for (int run = 0; run < 3; ++run) {
+        o.background = run == 0 ? -1 : 0xFFFFFF;
+        o.transparent = run == 2;
+        const int kept = run != 1;
         CHECK_CODE(om1_trace_rgba(p, w, h, 4 * w, &o, &r), OM1_OK);
         if (!r) continue;
-        int bg = regionOf(r, 0xFFFFFF);
-        om1_region g;
-        CHECK(bg >= 0 && om1_result_region(r, bg, &g) == OM1_OK && g.hidden == transparent);
+        int n = 0, empty = 0, green = 0;
+        om1_result_region_count(r, &n);
+        for (int i = 0; i < n; ++i) {
+            om1_region g;
+            CHECK_CODE(om1_result_region(r, i, &g), OM1_OK);
+            if (g.role == OM1_ROLE_FRAME) continue;
+            if (g.alpha == 0) empty += g.hidden == 1 && g.loop_count == 0;
+            if (g.color == 0x00FF00) green += g.alpha == 255 && g.hidden == 0;
+        }
+        CHECK(empty == kept && green == 1);
+        CHECK((regionOf(r, 0xFFFFFF) >= 0) == !kept);
         char* svg = NULL;
         size_t size = 0;
         CHECK_CODE(om1_result_write(r, "svg", &svg, &size), OM1_OK);
-        CHECK(svg && (strstr(svg, "#ffffff") != NULL) == !transparent && strstr(svg, "#00ff00"));
+        CHECK(svg && (strstr(svg, "#ffffff") != NULL) == !kept && strstr(svg, "#00ff00"));
         om1_buffer_free(svg);
         om1_result_free(r);
     }
@@ -406,10 +418,10 @@ static void testBadArguments(void) {
     o.max_outlines = 1;
     CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_LIMIT_EXCEEDED);
     CHECK(r == NULL);
-    /* Two colours: the pixel preset's limit of 128 lets them through, a
-     * limit of one refuses them before the trace. */
+    /* Two colours: the pixel preset has no colour limit, a limit of one
+     * refuses them before the trace. */
     om1_options_preset(&o, "pixel");
-    CHECK(o.max_colors == 128);
+    CHECK(o.max_colors == 0);
     CHECK_CODE(om1_trace_rgba(board, 40, 40, 160, &o, &r), OM1_OK);
     om1_result_free(r);
     CHECK_CODE(om1_options_set(&o, "max_colors", "1"), OM1_OK);

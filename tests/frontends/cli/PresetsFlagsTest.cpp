@@ -102,10 +102,10 @@ TEST(PresetFlags, HalosGoAndThePathBudgetHolds) {
         EXPECT_LE(paths(p, {"--max-paths", std::to_string(budget)}, "budget"), budget) << budget;
 }
 
-// Exact colours on a picture of many colours: the pixel preset refuses it
-// at once (exit 3); with the colour limit lifted the tool warns before the
-// long trace (kept short here by the outline limit); a preset that reduces
-// the colours does neither.
+// Exact colours on a picture of many colours: the pixel preset labels them
+// (no refusal, no warning; here it stops at the outline limit, exit 2);
+// --max-colors still refuses (exit 3); plain, which traces them with the
+// library's tracer, warns before the long trace.
 TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
     TestPicture noise(110, 100, 0, 0, 0);
     unsigned v = 12345;
@@ -126,11 +126,13 @@ TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
         std::ifstream f(err);
         return std::string((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
     };
-    const std::string refused = stderrOf("--preset pixel");
+    const std::string pixel = stderrOf("--preset pixel");
+    EXPECT_EQ(code, 2);
+    EXPECT_EQ(pixel.find("colours"), std::string::npos) << pixel;
+    const std::string refused = stderrOf("--preset pixel --max-colors 128");
     EXPECT_EQ(code, 3);
     EXPECT_NE(refused.find("more than 128 colours, too many for pixel art"), std::string::npos);
-    EXPECT_EQ(refused.find("regions of exact colours"), std::string::npos);
-    const std::string announced = stderrOf("--preset pixel --max-colors 0");
+    const std::string announced = stderrOf("--preset plain --tolerance 0");
     EXPECT_NE(announced.find("regions of exact colours; tracing them all can take long"),
               std::string::npos)
         << announced;

@@ -1,0 +1,239 @@
+#include "prepare/AlphaPicture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <unordered_map>
+
+#include "prepare/PackedColour.h"
+
+namespace om1 {
+
+namespace {
+
+// One bit per colour of the 2^24 (2 MB).
+class ColourSet {
+public:
+    ColourSet() : bits_(size_t(1) << 18, 0) {}
+    bool has(uint32_t c) const { return bits_[c >> 6] >> (c & 63) & 1; }
+    void add(uint32_t c) { bits_[c >> 6] |= uint64_t(1) << (c & 63); }
+
+private:
+    std::vector<uint64_t> bits_;
+};
+
+uint32_t pack(int r, int g, int b) {
+    return static_cast<uint32_t>(r) | static_cast<uint32_t>(g) << 8 |
+           static_cast<uint32_t>(b) << 16;
+}
+
+// The colour nobody has nearest to c (largest channel difference), in a
+// fixed order within each distance; c itself when it is free.
+uint32_t nearestFree(const ColourSet& used, uint32_t c) {
+    if (!used.has(c)) return c;
+    const int r = colourChannel(c, 0), g = colourChannel(c, 1), b = colourChannel(c, 2);
+    for (int d = 1; d < 256; ++d)
+        for (int dr = -d; dr <= d; ++dr)
+            for (int dg = -d; dg <= d; ++dg)
+                for (int db = -d; db <= d; ++db) {
+                    if (std::max({std::abs(dr), std::abs(dg), std::abs(db)}) != d) continue;
+                    const int x = r + dr, y = g + dg, z = b + db;
+                    if (x < 0 || y < 0 || z < 0 || x > 255 || y > 255 || z > 255) continue;
+                    const uint32_t k = pack(x, y, z);
+                    if (!used.has(k)) return k;
+                }
+    return c;
+}
+
+// A free colour far from every used one: the centre of the cell of a
+// 32 x 32 x 32 grid (8 levels a side) farthest (in cells, largest channel
+// difference) from every cell that holds a used colour; the first in cell
+// order among equals.
+uint32_t farthestFree(const ColourSet& used, const std::vector<uint32_t>& colours) {
+    const int kSide = 32;
+    std::vector<int> dist(kSide * kSide * kSide, -1);
+    std::vector<int> queue;
+    for (uint32_t c : colours) {
+        const int cell = (colourChannel(c, 0) >> 3) + kSide * (colourChannel(c, 1) >> 3) +
+                         kSide * kSide * (colourChannel(c, 2) >> 3);
+        if (dist[cell] < 0) {
+            dist[cell] = 0;
+            queue.push_back(cell);
+        }
+    }
+    if (queue.empty()) return 0;
+    for (size_t q = 0; q < queue.size(); ++q) {
+        const int cell = queue[q];
+        const int x = cell % kSide, y = cell / kSide % kSide, z = cell / (kSide * kSide);
+        for (int dz = -1; dz <= 1; ++dz)
+            for (int dy = -1; dy <= 1; ++dy)
+                for (int dx = -1; dx <= 1; ++dx) {
+                    const int nx = x + dx, ny = y + dy, nz = z + dz;
+                    if (nx < 0 || ny < 0 || nz < 0 || nx >= kSide || ny >= kSide || nz >= kSide)
+                        continue;
+                    const int n = nx + kSide * ny + kSide * kSide * nz;
+                    if (dist[n] >= 0) continue;
+                    dist[n] = dist[cell] + 1;
+                    queue.push_back(n);
+                }
+    }
+    const int best = static_cast<int>(std::max_element(dist.begin(), dist.end()) - dist.begin());
+    if (dist[best] > 0)
+        return pack((best % kSide) * 8 + 4, (best / kSide % kSide) * 8 + 4,
+                    (best / (kSide * kSide)) * 8 + 4);
+    // Every cell holds a colour: the first free one.
+    for (uint32_t c = 0; c < (1u << 24); ++c)
+        if (!used.has(c)) return c;
+    return 0;
+}
+
+}  // namespace
+
+void AlphaPicture::settle(std::vector<RGBQUAD>& pixels, std::vector<uint8_t>& alpha, bool composite,
+                          RGBQUAD background) {
+    const size_t n = std::min(pixels.size(), alpha.size());
+    if (composite) {
+        for (size_t i = 0; i < n; ++i) {
+            RGBQUAD& q = pixels[i];
+            const unsigned a = alpha[i];
+            q.rgbRed = over(q.rgbRed, a, background.rgbRed);
+            q.rgbGreen = over(q.rgbGreen, a, background.rgbGreen);
+            q.rgbBlue = over(q.rgbBlue, a, background.rgbBlue);
+        }
+        std::vector<uint8_t>().swap(alpha);
+        return;
+    }
+    bool any = false;
+    for (size_t i = 0; i < n && !any; ++i) any = alpha[i] != kOpaque;
+    if (!any || alpha.size() != pixels.size()) {
+        std::vector<uint8_t>().swap(alpha);
+        return;
+    }
+    // The colour of a pixel nobody sees is no colour: one for all.
+    for (size_t i = 0; i < n; ++i)
+        if (alpha[i] == kEmpty) pixels[i].rgbRed = pixels[i].rgbGreen = pixels[i].rgbBlue = 0;
+}
+
+bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t stride,
+                            bool composite, RGBQUAD background, std::vector<RGBQUAD>& pixels,
+                            std::vector<uint8_t>& alpha) {
+    pixels.clear();
+    alpha.clear();
+    if (!rgba || width <= 0 || height <= 0) return false;
+    try {
+        const size_t n = static_cast<size_t>(width) * height;
+        pixels.resize(n);
+        alpha.resize(n);
+        for (int y = 0; y < height; ++y) {
+            const uint8_t* row = rgba + static_cast<size_t>(y) * stride;
+            for (int x = 0; x < width; ++x) {
+                const uint8_t* p = row + 4 * static_cast<size_t>(x);
+                const size_t i = static_cast<size_t>(y) * width + x;
+                pixels[i] = RGBQUAD{p[2], p[1], p[0], 0};
+                alpha[i] = p[3];
+            }
+        }
+    } catch (...) {
+        pixels.clear();
+        alpha.clear();
+        return false;
+    }
+    settle(pixels, alpha, composite, background);
+    return true;
+}
+
+bool AlphaPicture::quantizeLevels(uint8_t* alpha, size_t n, int levels) {
+    if (!alpha) return false;
+    uint8_t map[256];
+    if (levels <= 0) {
+        for (int v = 0; v < 256; ++v) map[v] = v >= 128 ? kOpaque : kEmpty;
+    } else {
+        double count[256] = {};
+        for (size_t i = 0; i < n; ++i) count[alpha[i]] += 1;
+        levels = std::min(levels, 254);
+        std::vector<double> level(static_cast<size_t>(levels) + 2);
+        level[0] = 0;
+        level[levels + 1] = 255;
+        for (int j = 1; j <= levels; ++j) level[j] = 255.0 * j / (levels + 1);
+        std::vector<int> nearest(256, 0);
+        auto assign = [&]() {
+            for (int v = 0; v < 256; ++v) {
+                int best = 0;
+                for (int j = 1; j < levels + 2; ++j)
+                    if (std::abs(v - level[j]) < std::abs(v - level[best])) best = j;
+                nearest[v] = best;
+            }
+        };
+        for (int round = 0; round < 16; ++round) {
+            assign();
+            std::vector<double> sum(level.size(), 0), weight(level.size(), 0);
+            for (int v = 1; v < 255; ++v) {
+                sum[nearest[v]] += v * count[v];
+                weight[nearest[v]] += count[v];
+            }
+            bool moved = false;
+            for (int j = 1; j <= levels; ++j) {
+                if (weight[j] <= 0) continue;
+                const double m = sum[j] / weight[j];
+                if (m != level[j]) moved = true;
+                level[j] = m;
+            }
+            if (!moved) break;
+        }
+        assign();
+        for (int v = 0; v < 256; ++v) {
+            const long r = std::lround(level[nearest[v]]);
+            map[v] =
+                static_cast<uint8_t>(nearest[v] == 0            ? kEmpty
+                                     : nearest[v] == levels + 1 ? kOpaque
+                                                                : std::min(254L, std::max(1L, r)));
+        }
+    }
+    for (size_t i = 0; i < n; ++i) alpha[i] = map[alpha[i]];
+    return true;
+}
+
+bool AlphaPicture::standIns(const RGBQUAD* colours, const uint8_t* alpha, size_t n,
+                            std::vector<RGBQUAD>& out) {
+    try {
+        out.assign(colours, colours + n);
+        if (!alpha) return true;
+        ColourSet used;
+        std::vector<uint32_t> distinct;  // used colours, each once
+        bool anyEmpty = false;
+        for (size_t i = 0; i < n; ++i) {
+            if (alpha[i] == kEmpty) anyEmpty = true;
+            if (alpha[i] != kOpaque) continue;
+            const uint32_t c = packColour(colours[i]);
+            if (!used.has(c)) {
+                used.add(c);
+                distinct.push_back(c);
+            }
+        }
+        // Partial levels in row order of their first pixel.
+        std::unordered_map<uint32_t, uint32_t> partial;
+        for (size_t i = 0; i < n; ++i) {
+            if (alpha[i] == kEmpty || alpha[i] == kOpaque) continue;
+            const uint32_t key = packColour(colours[i]) | static_cast<uint32_t>(alpha[i]) << 24;
+            auto it = partial.find(key);
+            if (it == partial.end()) {
+                const uint32_t s = nearestFree(used, key & 0xFFFFFF);
+                used.add(s);
+                distinct.push_back(s);
+                it = partial.emplace(key, s).first;
+            }
+            unpackColour(out[i], it->second);
+        }
+        if (anyEmpty) {
+            const uint32_t e = farthestFree(used, distinct);
+            for (size_t i = 0; i < n; ++i)
+                if (alpha[i] == kEmpty) unpackColour(out[i], e);
+        }
+    } catch (...) {
+        out.clear();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace om1

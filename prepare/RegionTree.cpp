@@ -1,0 +1,212 @@
+#include "prepare/RegionTree.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+namespace om1 {
+
+namespace {
+
+// Thrown inside build when the progress asks to stop; the catch there
+// empties the tree as it does when memory runs out.
+struct Stopped {};
+
+inline uint32_t colourKey(const RGBQUAD* p, size_t i) {
+    uint32_t v;
+    std::memcpy(&v, p + i, sizeof v);
+    return v & 0x00FFFFFFu;  // blue, green, red; the fourth byte is not a colour
+}
+
+// Union-find over pixel numbers; every set is rooted at its smallest member.
+inline int32_t findRoot(int32_t* parent, int32_t i) {
+    while (parent[i] != i) {
+        parent[i] = parent[parent[i]];
+        i = parent[i];
+    }
+    return i;
+}
+
+inline void join(int32_t* parent, int32_t a, int32_t b) {
+    a = findRoot(parent, a);
+    b = findRoot(parent, b);
+    if (a < b)
+        parent[b] = a;
+    else if (b < a)
+        parent[a] = b;
+}
+
+// Steps between pixel corners: 0 = +x, 1 = +y, 2 = -x, 3 = -y. The pixel on
+// the region's side of step d from corner (cx, cy), and the one across.
+const int kDx[4] = {1, 0, -1, 0};
+const int kDy[4] = {0, 1, 0, -1};
+const int kInX[4] = {0, -1, -1, 0}, kInY[4] = {0, 0, -1, -1};
+const int kOutX[4] = {0, 0, -1, -1}, kOutY[4] = {-1, 0, 0, -1};
+
+// Follows the outer boundary of region `id` from the top left corner of its
+// first pixel (x, y), clockwise, and marks in `outerLeft` every pixel whose
+// left edge the boundary passes with the region on the left. At a corner
+// where the region's pixels touch diagonally the boundary goes on to the
+// diagonal pixel (it turns away from the region first), so that it separates
+// the region from the one 4-connected group of other pixels that reaches the
+// picture's border, and from nothing else.
+long long markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int x, int y,
+                            std::vector<uint64_t>& outerLeft) {
+    auto at = [&](int px, int py) {
+        return px < 0 || py < 0 || px >= w || py >= h ? -1
+                                                      : labels[static_cast<size_t>(py) * w + px];
+    };
+    auto boundary = [&](int cx, int cy, int d) {
+        return at(cx + kInX[d], cy + kInY[d]) == id && at(cx + kOutX[d], cy + kOutY[d]) != id;
+    };
+    int cx = x, cy = y, d = 0;
+    long long steps = 0;
+    for (;;) {
+        ++steps;
+        if (d == 1 && cx < w) {
+            const size_t p = static_cast<size_t>(cy) * w + cx;
+            outerLeft[p >> 6] |= uint64_t{1} << (p & 63);
+        }
+        cx += kDx[d];
+        cy += kDy[d];
+        const int order[3] = {(d + 3) & 3, d, (d + 1) & 3};
+        int next = -1;
+        for (int e : order)
+            if (boundary(cx, cy, e)) {
+                next = e;
+                break;
+            }
+        // The first pixel's top left corner has no other pixel of the
+        // region, so the boundary passes it once.
+        if (next < 0 || (cx == x && cy == y)) break;
+        d = next;
+    }
+    return steps;
+}
+
+}  // namespace
+
+bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
+                       const std::function<bool(double)>& progress) {
+    auto at = [&](double share) { return !progress || progress(share); };
+    width = w;
+    height = h;
+    parents.clear();
+    colors.clear();
+    labels.clear();
+    rootFrame = false;
+    longestBoundary = 0;
+    if (!pixels || w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX) return false;
+    try {
+        const size_t n = static_cast<size_t>(w) * h;
+        labels.resize(n);
+        int32_t* L = labels.data();
+
+        // Pass 1: union-find, parents in the label array.
+        for (int y = 0; y < h; ++y) {
+            if ((y & 255) == 0 && !at(0.3 * y / h)) throw Stopped();
+            const size_t row = static_cast<size_t>(y) * w;
+            uint32_t left = 0;
+            for (int x = 0; x < w; ++x) {
+                const size_t i = row + x;
+                const uint32_t c = colourKey(pixels, i);
+                const bool sameLeft = x > 0 && c == left;
+                const bool sameUp = y > 0 && c == colourKey(pixels, i - w);
+                if (sameLeft) {
+                    L[i] = L[i - 1];
+                    // Left and up are joined already when the pixel above
+                    // the left one has the colour too.
+                    if (sameUp && colourKey(pixels, i - w - 1) != c)
+                        join(L, static_cast<int32_t>(i - 1), static_cast<int32_t>(i - w));
+                } else if (sameUp) {
+                    L[i] = L[i - w];
+                } else {
+                    L[i] = static_cast<int32_t>(i);
+                }
+                left = c;
+            }
+        }
+        // Pass 2: regions numbered by first pixel. Parents point to smaller
+        // pixels, whose labels are final by the time they are read.
+        std::vector<int32_t> first;
+        for (size_t i = 0; i < n; ++i) {
+            if ((i & 0xFFFFF) == 0 && !at(0.3 + 0.1 * static_cast<double>(i) / n)) throw Stopped();
+            if (L[i] == static_cast<int32_t>(i)) {
+                L[i] = static_cast<int32_t>(first.size());
+                first.push_back(static_cast<int32_t>(i));
+            } else {
+                L[i] = L[L[i]];
+            }
+        }
+        const int32_t count = static_cast<int32_t>(first.size());
+
+        // Pass 3: containment, region by region in label order.
+        std::vector<uint64_t> outerLeft((n + 63) / 64, 0);
+        std::vector<int32_t> up(static_cast<size_t>(count));
+        int32_t top = 0;
+        for (int32_t id = 0; id < count; ++id) {
+            if ((id & 4095) == 0 && !at(0.4 + 0.4 * static_cast<double>(id) / count))
+                throw Stopped();
+            const int32_t s = first[id];
+            const int x = s % w, y = s / w;
+            if (x == 0) {
+                up[id] = -1;
+            } else {
+                const int32_t t = L[s - 1];
+                const bool outside = (outerLeft[static_cast<size_t>(s) >> 6] >> (s & 63)) & 1;
+                up[id] = outside ? up[t] : t;
+            }
+            top += up[id] < 0;
+            longestBoundary =
+                std::max(longestBoundary, markOuterBoundary(L, w, h, id, x, y, outerLeft));
+        }
+        outerLeft = std::vector<uint64_t>();
+        if (!at(0.8)) throw Stopped();
+
+        // Children lists in label order (a virtual root `count` holds the
+        // regions that lie in no other), then the drawing order depth first.
+        rootFrame = top > 1;
+        std::vector<int32_t> start(static_cast<size_t>(count) + 2, 0);
+        for (int32_t id = 0; id < count; ++id) ++start[(up[id] < 0 ? count : up[id]) + 1];
+        for (int32_t k = 0; k <= count; ++k) start[k + 1] += start[k];
+        std::vector<int32_t> children(static_cast<size_t>(count));
+        {
+            std::vector<int32_t> fill(start.begin(), start.end() - 1);
+            for (int32_t id = 0; id < count; ++id)
+                children[fill[up[id] < 0 ? count : up[id]]++] = id;
+        }
+        std::vector<int32_t> index(static_cast<size_t>(count) + 1);
+        const size_t nodes = static_cast<size_t>(count) + (rootFrame ? 1 : 0);
+        parents.resize(nodes);
+        colors.resize(nodes);
+        std::vector<int32_t> stack;
+        stack.push_back(rootFrame ? count : 0);
+        int32_t k = 0;
+        while (!stack.empty()) {
+            const int32_t v = stack.back();
+            stack.pop_back();
+            index[v] = k;
+            if (v == count) {
+                parents[k] = -1;
+                colors[k] = RGBQUAD{};
+            } else {
+                parents[k] = up[v] < 0 ? (rootFrame ? 0 : -1) : index[up[v]];
+                colors[k] = pixels[first[v]];
+                colors[k].rgbReserved = 0;
+            }
+            ++k;
+            for (int32_t c = start[v + 1]; c > start[v];) stack.push_back(children[--c]);
+        }
+        if (!at(0.9)) throw Stopped();
+        for (size_t i = 0; i < n; ++i) L[i] = index[L[i]];
+    } catch (...) {
+        parents.clear();
+        colors.clear();
+        labels.clear();
+        rootFrame = false;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace om1

@@ -1,7 +1,8 @@
 // How soon a trace stops once the host asks: a large picture is traced with
 // a progress that answers false at points spread over the whole job
 // (vectorize, the shapes, the writing); the time from that answer to the
-// return of the call is the latency.
+// return of the call is the latency. The wait counts from the moment the host
+// wanted to stop: longer where nothing asks the host (the core's tracer).
 //   CancelLatency PICTURE.png [preset] [points]
 // (BenchPictures writes photo-4096.png.)
 #include <algorithm>
@@ -73,18 +74,24 @@ int main(int argc, char** argv) {
     job(p, o, -1, share, total);
     std::printf("%d x %d, preset %s: whole job %.0f ms\n", p.width, p.height,
                 argc > 2 ? argv[2] : "graphic", total);
-    std::vector<double> latencies;
+    std::vector<double> latencies, waits;
     for (int i = 0; i < points; ++i) {
         const double at = total * (i + 0.5) / points;
         double t = 0;
         const double ms = job(p, o, at, share, t);
         if (ms < 0) continue;
         latencies.push_back(ms);
-        std::printf("stop at %6.0f ms (share %.3f): returned after %6.1f ms\n", at, share, ms);
+        waits.push_back(t - at);
+        std::printf("stop at %6.0f ms (share %.3f): returned after %6.1f ms, waited %6.1f ms\n", at,
+                    share, ms, t - at);
     }
     std::sort(latencies.begin(), latencies.end());
+    std::sort(waits.begin(), waits.end());
     if (!latencies.empty())
-        std::printf("latency: median %.1f ms, largest %.1f ms over %zu stops\n",
-                    latencies[latencies.size() / 2], latencies.back(), latencies.size());
+        std::printf(
+            "latency: median %.1f ms, largest %.1f ms over %zu stops; waited: median %.1f "
+            "ms, largest %.1f ms\n",
+            latencies[latencies.size() / 2], latencies.back(), latencies.size(),
+            waits[waits.size() / 2], waits.back());
     return 0;
 }

@@ -52,24 +52,34 @@ const ShapeSet* Result::drawing() const {
     const bool cutout = s.options.cutout != 0;
     // In the cutout layout the drawing and the outlines are one view.
     State::View& v = cutout ? s.outlines : s.drawing;
-    std::call_once(v.once, [&] { s.build(v, !cutout); });
-    return v.built ? &v.set : nullptr;
+    return s.view(v, !cutout, nullptr) == OM1_OK ? &v.set : nullptr;
 }
 
 const ShapeSet* Result::outlines() const {
     if (!state_ || state_->status != OM1_OK) return nullptr;
     State& s = *state_;
-    std::call_once(s.outlines.once, [&] { s.build(s.outlines, false); });
-    return s.outlines.built ? &s.outlines.set : nullptr;
+    return s.view(s.outlines, false, nullptr) == OM1_OK ? &s.outlines.set : nullptr;
+}
+
+int Result::shapes(OutputFormat::Kind kind, const Hooks* hooks) const {
+    if (!state_ || state_->status != OM1_OK) return status();
+    Progress progress(hooks);
+    const int code = state_->viewFor(kind, &progress);
+    if (code != OM1_OK) return code;
+    return progress.reached(Progress::kShaped) ? OM1_OK : OM1_CANCELLED;
 }
 
 bool Result::hidden(const Shape& sh) const {
     return sh.role != Shape::Role::Frame && sh.alpha == 0;
 }
 
-int Result::stats(om1_stats& out, OutputFormat::Kind kind) const {
+int Result::stats(om1_stats& out, OutputFormat::Kind kind, const Hooks* hooks) const {
     out = om1_stats{};
     if (!state_ || state_->status != OM1_OK) return status();
+    if (hooks) {
+        const int code = shapes(kind, hooks);
+        if (code != OM1_OK) return code;
+    }
     const bool json = kind == OutputFormat::Kind::Json;
     const ShapeSet* set = json ? outlines() : drawing();
     if (!set) return OM1_OUT_OF_MEMORY;
@@ -95,13 +105,29 @@ int Result::stats(om1_stats& out, OutputFormat::Kind kind) const {
     return OM1_OK;
 }
 
-int Result::write(std::ostream& out, OutputFormat::Kind kind) const {
+int Result::write(std::ostream& out, OutputFormat::Kind kind, const Hooks* hooks) const {
     if (!state_ || state_->status != OM1_OK) return status();
+    Progress progress(hooks);
+    const int code = state_->viewFor(kind, &progress);
+    if (code != OM1_OK) return code;
     const ShapeSet* set = kind == OutputFormat::Kind::Json ? outlines() : drawing();
-    if (!set) return OM1_OUT_OF_MEMORY;
+    if (!set || !progress.reached(Progress::kShaped))
+        return set ? OM1_CANCELLED : OM1_OUT_OF_MEMORY;
     try {
-        const bool ok =
-            OutputFormat::write(out, kind, *set, [&](const Shape& sh) { return hidden(sh); });
+        // The writers ask for every shape in turn whether it is left out:
+        // there the share moves, and a stop fails the stream, so that the
+        // rest is skipped.
+        size_t asked = 0;
+        const double each = (1 - Progress::kShaped) / std::max<size_t>(set->shapes.size(), 1);
+        const bool ok = OutputFormat::write(out, kind, *set, [&](const Shape& sh) {
+            if (progress.active() &&
+                !progress.at(Progress::kShaped + each * static_cast<double>(asked++)))
+                out.setstate(std::ios::badbit);
+            return hidden(sh);
+        });
+        if (progress.stopped()) return OM1_CANCELLED;
+        // Done: what the host answers to the last report changes nothing.
+        if (ok) progress.reached(1);
         return ok ? OM1_OK : OM1_WRITE_FAILED;
     } catch (const std::bad_alloc&) {
         return OM1_OUT_OF_MEMORY;
@@ -141,6 +167,8 @@ const char* Result::message(int status) {
                    "max_colors)";
         case OM1_WRITE_FAILED:
             return "the output could not be written";
+        case OM1_CANCELLED:
+            return "cancelled: the progress callback asked to stop";
         default:
             return "unknown error code";
     }
@@ -150,7 +178,9 @@ Result::State::~State() {
     if (tree) kvctr_deleteKvCtree(tree);
 }
 
-void Result::State::build(View& v, bool joinParts) {
+int Result::State::view(View& v, bool joinParts, Progress* progress) {
+    std::lock_guard<std::mutex> g(v.lock);
+    if (v.tried) return v.built ? OM1_OK : OM1_OUT_OF_MEMORY;
     const auto t0 = std::chrono::steady_clock::now();
     OutputOptions oo = OptionsRecord::toOutput(options);
     oo.joinParts = joinParts;
@@ -161,14 +191,27 @@ void Result::State::build(View& v, bool joinParts) {
             alpha.coverage = coverage.empty() ? nullptr : coverage.data();
         }
         const RGBQUAD* before = input.empty() ? nullptr : input.data();
+        const std::function<bool(double)> watch =
+            progress && progress->active() ? progress->span(Progress::kTraced, Progress::kShaped)
+                                           : std::function<bool(double)>();
         v.built = tree ? ShapeBuilder::build(tree, seen.data(), alpha, width, height, oo, v.set,
-                                             before)
-                       : ShapeBuilder::build(regions, !levels.empty(), oo, v.set, before);
+                                             before, watch)
+                       : ShapeBuilder::build(regions, !levels.empty(), oo, v.set, before, watch);
     } catch (...) {
-        v.set.shapes.clear();
         v.built = false;
     }
-    v.ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+    if (!v.built) v.set = ShapeSet();
+    v.ms +=
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+    if (progress && progress->stopped()) return OM1_CANCELLED;
+    v.tried = true;
+    return v.built ? OM1_OK : OM1_OUT_OF_MEMORY;
+}
+
+int Result::State::viewFor(OutputFormat::Kind kind, Progress* progress) {
+    const bool cutout = options.cutout != 0;
+    if (kind == OutputFormat::Kind::Json || cutout) return view(outlines, false, progress);
+    return view(drawing, true, progress);
 }
 
 }  // namespace om1

@@ -50,11 +50,20 @@ public:
     // Counts of what a format writes (the drawing formats alike; JSON keeps
     // every outline and leaves nothing out): OM1_OK, or the status, or
     // OM1_OUT_OF_MEMORY.
-    int stats(om1_stats& out, OutputFormat::Kind kind = OutputFormat::Kind::Svg) const;
+    // With `hooks`, the shapes are built first as shapes() builds them.
+    int stats(om1_stats& out, OutputFormat::Kind kind = OutputFormat::Kind::Svg,
+              const Hooks* hooks = nullptr) const;
+    // Builds the view a format writes, telling hooks->progress (the shapes'
+    // span of the job, see Progress): OM1_OK, the status, OM1_OUT_OF_MEMORY,
+    // or OM1_CANCELLED when the host asked to stop (a later call builds the
+    // view again).
+    int shapes(OutputFormat::Kind kind, const Hooks* hooks) const;
     // Writes the result in a format (JSON from the per-outline view, the
     // others from the drawing): OM1_OK, the status, OM1_OUT_OF_MEMORY, or
-    // OM1_WRITE_FAILED when the stream failed.
-    int write(std::ostream& out, OutputFormat::Kind kind) const;
+    // OM1_WRITE_FAILED when the stream failed. With `hooks`, the shapes and
+    // the writing report progress; a stop while writing leaves the stream
+    // failed and part written (OM1_CANCELLED).
+    int write(std::ostream& out, OutputFormat::Kind kind, const Hooks* hooks = nullptr) const;
 
     // A sentence for a status code (never null).
     static const char* message(int status);

@@ -3,11 +3,12 @@
 // built so far.
 #pragma once
 
-#include <mutex>
 #include <cstdint>
+#include <mutex>
 #include <vector>
 
 #include "companion/KvCtree.h"
+#include "pipeline/Progress.h"
 #include "pipeline/Result.h"
 #include "shapes/LabelRaster.h"
 
@@ -15,7 +16,8 @@ namespace om1 {
 
 struct Result::State {
     struct View {
-        std::once_flag once;
+        std::mutex lock;
+        bool tried = false;  // built, or failed for want of memory
         bool built = false;
         double ms = 0;  // building it
         ShapeSet set;
@@ -25,7 +27,7 @@ struct Result::State {
     om1_options options = {};
     TraceReport report;
     double traceMs = 0;
-    KvCtree* tree = nullptr;    // owned
+    KvCtree* tree = nullptr;  // owned
     // Without a tree: the exact labelling of the prepared picture
     // (TraceOptions::exactRegions), ready to be followed.
     LabelRaster regions;
@@ -40,8 +42,12 @@ struct Result::State {
     View drawing, outlines;
 
     ~State();
-    // Builds a view from the tree or the labelling (once; see Result::drawing).
-    void build(View& v, bool joinParts);
+    // Builds a view from the tree or the labelling once (see Result::drawing):
+    // OM1_OK, OM1_OUT_OF_MEMORY, or OM1_CANCELLED when `progress` stopped it
+    // (a later call builds it again).
+    int view(View& v, bool joinParts, Progress* progress);
+    // The view a format writes.
+    int viewFor(OutputFormat::Kind kind, Progress* progress);
 };
 
 }  // namespace om1

@@ -6,6 +6,7 @@
 
 #include "pipeline/OptionTable.h"
 #include "pipeline/OptionsRecord.h"
+#include "pipeline/Progress.h"
 #include "pipeline/ResultState.h"
 #include "prepare/AlphaPicture.h"
 #include "prepare/ColorQuantizer.h"
@@ -60,17 +61,23 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     const uint32_t bg = o.background >= 0 ? static_cast<uint32_t>(o.background) : 0xFFFFFFu;
     const RGBQUAD background = {static_cast<BYTE>(bg), static_cast<BYTE>(bg >> 8),
                                 static_cast<BYTE>(bg >> 16), 0};
+    Progress progress(hooks);
+    if (!progress.at(0)) return OM1_CANCELLED;
     if (!AlphaPicture::fromRgba(p.rgba, p.width, p.height, static_cast<size_t>(stride),
                                 o.background >= 0 && !o.transparent, background, picture, alpha))
         return OM1_OUT_OF_MEMORY;
+    if (!progress.at(Progress::kComposited)) return OM1_CANCELLED;
 
     const TraceOptions t = OptionsRecord::toTrace(o);
     announceLongTrace(picture, p.width, p.height, t, hooks);
     const Tracer::Result traced =
         Tracer::trace(picture.data(), alpha.empty() ? nullptr : alpha.data(), p.width, p.height, t,
-                      s.tree, &s.report);
+                      s.tree, &s.report,
+                      progress.active() ? progress.span(Progress::kComposited, Progress::kTraced)
+                                        : Tracer::Progress());
     s.traceMs =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+    if (traced == Tracer::Cancelled || !progress.reached(Progress::kTraced)) return OM1_CANCELLED;
     if (traced == Tracer::LimitExceeded) return OM1_LIMIT_EXCEEDED;
     if (traced == Tracer::TooManyColors) return OM1_TOO_MANY_COLORS;
     RegionTree& exact = s.report.regions;
@@ -82,7 +89,8 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
                               exact.colors, exact.rootFrame))
             return OM1_OUT_OF_MEMORY;
         exact = RegionTree();
-        const RGBQUAD* prepared = s.report.prepared.empty() ? picture.data() : s.report.prepared.data();
+        const RGBQUAD* prepared =
+            s.report.prepared.empty() ? picture.data() : s.report.prepared.data();
         if (!s.report.preparedAlpha.empty() &&
             !s.regions.setAlpha(prepared, s.report.preparedAlpha.data()))
             return OM1_OUT_OF_MEMORY;

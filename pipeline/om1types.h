@@ -30,7 +30,8 @@ typedef enum om1_status {
     OM1_OUT_OF_MEMORY = 11,   /* memory ran out */
     OM1_INTERNAL_ERROR = 12,  /* an unexpected failure inside the library */
     OM1_TOO_MANY_COLORS = 13, /* more colours than max_colors (after the colour stages) */
-    OM1_WRITE_FAILED = 14     /* the output stream failed while it was written */
+    OM1_WRITE_FAILED = 14,    /* the output stream failed while it was written */
+    OM1_CANCELLED = 15        /* the host's progress callback asked to stop */
 } om1_status;
 
 /* Region roles. A frame is a container without colour of its own; it is not

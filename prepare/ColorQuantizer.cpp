@@ -45,8 +45,10 @@ void measure(const std::vector<Entry>& e, Box& b) {
 }  // namespace
 
 bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
-                              std::vector<RGBQUAD>& palette) {
+                              std::vector<RGBQUAD>& palette,
+                              const std::function<bool(double)>& progress) {
     palette.clear();
+    auto at = [&](double share) { return !progress || progress(share); };
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
     const size_t n = static_cast<size_t>(width) * height;
     try {
@@ -54,10 +56,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         // possible colour, and a colour's entry is its rank among the set
         // bits (counted per 64-bit word).
         std::vector<uint64_t> present(size_t{1} << 18, 0);
+        if (!at(0.1)) return false;
         for (size_t i = 0; i < n; ++i) {
             const uint32_t c = packColour(pixels[i]);
             present[c >> 6] |= uint64_t{1} << (c & 63);
         }
+        if (!at(0.3)) return false;
         std::vector<uint32_t> rank(present.size());
         uint32_t distinct = 0;
         for (size_t k = 0; k < present.size(); ++k) {
@@ -75,6 +79,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0,
                                static_cast<uint32_t>(id)};
         for (size_t i = 0; i < n; ++i) ++entries[entryOf(i)].count;
+        if (!at(0.5)) return false;
         std::vector<Entry> sorted(entries.size());
         std::vector<Box> boxes(1);
         boxes[0].begin = 0;
@@ -132,6 +137,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         std::vector<uint32_t> nearest(entries.size(), 0);
         std::vector<double> mr(k), mg(k), mb(k);
         for (int round = 0; round < 4; ++round) {
+            if (!at(0.6 + 0.05 * round)) return false;
             for (size_t b = 0; b < k; ++b) {
                 mr[b] = mean[3 * b];
                 mg[b] = mean[3 * b + 1];
@@ -179,6 +185,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         for (size_t i = 0; i < entries.size(); ++i) nearestOf[entries[i].id] = nearest[i];
         std::vector<bool> used(k, false);
         for (size_t i = 0; i < n; ++i) {
+            if ((i & 0xFFFFF) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;
             const uint32_t b = nearestOf[entryOf(i)];
             used[b] = true;
             const BYTE reserved = pixels[i].rgbReserved;

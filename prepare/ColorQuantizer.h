@@ -18,6 +18,8 @@
 
 #include <vector>
 
+#include <functional>
+
 #include "platform/WinTypes.h"
 
 namespace om1 {
@@ -26,8 +28,11 @@ class ColorQuantizer {
 public:
     // False when memory runs out (pixels unchanged). `palette` receives the
     // colours used (at most count, fewer when the picture has fewer).
+    // `progress`, when given, hears the share done (0..1) between the passes
+    // and every few rows; false stops the work (false, pixels partly changed).
     static bool quantize(RGBQUAD* pixels, int width, int height, int count,
-                         std::vector<RGBQUAD>& palette);
+                         std::vector<RGBQUAD>& palette,
+                         const std::function<bool(double)>& progress = {});
     static bool snap(RGBQUAD* pixels, int width, int height, const RGBQUAD* palette, int count);
     // The number of distinct colours (red, green, blue), counted up to
     // `stopAbove` + 1: a larger count is returned as stopAbove + 1. -1 when

@@ -122,8 +122,13 @@ void PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int thres
 }
 
 long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int radius,
-                                    int tolerance, uint8_t* alpha) {
+                                    int tolerance, uint8_t* alpha,
+                                    const std::function<bool(double)>& progress) {
     if (!pixels || width <= 0 || height <= 0) return 0;
+    // Every 64 rows of each of the two passes.
+    auto at = [&](int pass, int y) {
+        return (y & 63) != 0 || !progress || progress((pass + static_cast<double>(y) / height) / 2);
+    };
     const size_t n = static_cast<size_t>(width) * height;
     radius = std::max(1, std::min(radius, 8));
     const bool withAlpha = alpha != nullptr;
@@ -135,7 +140,8 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     } catch (...) {
         return -1;
     }
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < height; ++y) {
+        if (!at(0, y)) return -1;
         for (int x = 0; x < width; ++x) {
             const size_t i = static_cast<size_t>(y) * width + x;
             for (int dy = -1; dy <= 1 && flat[i]; ++dy)
@@ -148,6 +154,7 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                     }
                 }
         }
+    }
     // The colours of flat pixels, kNone elsewhere (colours have 24 bits; with
     // alpha the flags tell, as every key is a colour).
     const uint32_t kNone = 0xFFFFFFFFu;
@@ -160,7 +167,8 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     for (size_t i = 0; i < n; ++i) flatColour[i] = flat[i] ? c[i] : kNone;
     long long changed = 0;
     uint32_t cand[16];
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < height; ++y) {
+        if (!at(1, y)) return -1;
         for (int x = 0; x < width; ++x) {
             const size_t i = static_cast<size_t>(y) * width + x;
             if (flat[i]) continue;
@@ -203,6 +211,7 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                 ++changed;
             }
         }
+    }
     return changed;
 }
 
@@ -290,9 +299,12 @@ bool PictureCleaner::restituteWithAlpha(RGBQUAD* pixels, const RGBQUAD* original
     return true;
 }
 
-long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area,
-                                  uint8_t* alpha) {
+long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area, uint8_t* alpha,
+                                  const std::function<bool(double)>& progress) {
     if (!pixels || width <= 0 || height <= 0) return 0;
+    // Between the steps of each pass: a pass takes at most half of what was left.
+    double share = 0;
+    auto at = [&](double part) { return !progress || progress(share + (1 - share) * part / 2); };
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<uint32_t> c = packKeys(pixels, alpha, n);
@@ -304,6 +316,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         std::vector<char> large;
         std::vector<uint32_t> colour;
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
+            if (!at(0)) return -1;
             const int32_t m = static_cast<int32_t>(count);
             // Pixels grouped by region (counting sort).
             start.assign(m + 1, 0);
@@ -336,6 +349,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                              [&](int32_t a, int32_t b) { return size[a] < size[b]; });
             std::vector<int32_t> touched;
             long long merged = 0;
+            if (!at(0.3)) return -1;
             for (int32_t r : small) {
                 if (find(r) != r || size[r] >= area) continue;
                 // The empty region is never painted.
@@ -371,6 +385,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 ++merged;
             }
             if (merged == 0) break;
+            if (!at(0.6)) return -1;
             for (size_t i = 0; i < n; ++i) {
                 const uint32_t nc = colour[find(labels[i])];
                 if (nc != c[i]) {
@@ -379,7 +394,9 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                     if (alpha) alpha[i] = keyAlpha(nc);
                 }
             }
+            if (!at(0.7)) return -1;
             count = labelRegions(c, width, height, labels, queue);
+            share += (1 - share) / 2;
         }
         return count;
     } catch (...) {

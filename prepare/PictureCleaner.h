@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "platform/WinTypes.h"
 
@@ -42,8 +43,10 @@ public:
     // the alpha as a fourth channel: a pixel on the edge of a shape against
     // transparency lies between the shape and the empty region and goes to
     // the shape when it covers at least half of it.
+    // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
     static long long antialias(RGBQUAD* pixels, int width, int height, int radius, int tolerance,
-                               uint8_t* alpha = nullptr);
+                               uint8_t* alpha = nullptr,
+                               const std::function<bool(double)>& progress = {});
 
     // Speckle filter: every region of fewer than `area` pixels takes the
     // colour of the neighbouring region it shares the longest boundary with
@@ -55,8 +58,10 @@ public:
     // the larger region.
     // Returns the number of regions left, -1 when memory runs out. With
     // alpha, a small region may join the empty region, never the other way.
+    // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
     static long long speckle(RGBQUAD* pixels, int width, int height, int area,
-                             uint8_t* alpha = nullptr);
+                             uint8_t* alpha = nullptr,
+                             const std::function<bool(double)>& progress = {});
 
     // Colour restitution from the picture: every region of `pixels` takes the
     // mean colour (rounded per channel) of the same pixels in `original`, so

@@ -27,9 +27,11 @@ struct Candidate {
 
 long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                               double cost, double budget, bool means, uint8_t* alpha,
-                              const uint8_t* originalAlpha) {
+                              const uint8_t* originalAlpha,
+                              const std::function<bool(double)>& progress) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
     if (!originalAlpha) alpha = nullptr;
+    auto at = [&](double share) { return !progress || progress(share); };
     const size_t n = static_cast<size_t>(width) * height;
     // Channels: red, green, blue; with alpha premultiplied, and alpha.
     const int K = alpha ? 4 : 3;
@@ -37,6 +39,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
         std::vector<int32_t> labels, queue;
         const int32_t m = static_cast<int32_t>(labelRegions(c, width, height, labels, queue));
+        if (!at(0.2)) return -1;
         std::vector<double> size(m, 0), sum(K * static_cast<size_t>(m), 0);
         std::vector<uint32_t> paint(m);
         // Per region with alpha: 0 empty, 255 opaque, else partial.
@@ -77,6 +80,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         };
         // Neighbour pairs, each once.
         std::vector<uint64_t> pairs;
+        if (!at(0.3)) return -1;
         for (int y = 0; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 const size_t i = static_cast<size_t>(y) * width + x;
@@ -88,6 +92,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         pairs.push_back(static_cast<uint64_t>(std::min(a, b)) << 32 |
                                         static_cast<uint32_t>(std::max(a, b)));
             }
+        if (!at(0.4)) return -1;
         std::sort(pairs.begin(), pairs.end());
         pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         std::vector<std::vector<int32_t>> adjacent(m);
@@ -136,7 +141,10 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     heap.push({k, a, b, 0, 0});
                 }
         long long left = m;
-        while (!heap.empty()) {
+        if (!at(0.6)) return -1;
+        // Every 4096 candidates (the share: regions merged of those there were).
+        for (unsigned step = 1; !heap.empty(); ++step) {
+            if ((step & 4095) == 0 && !at(0.6 + 0.3 * static_cast<double>(m - left) / m)) return -1;
             const Candidate top = heap.top();
             if (top.cost > cost && error + top.cost > budget) break;
             heap.pop();
@@ -187,6 +195,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             }
             std::vector<int32_t>().swap(added);
         }
+        if (!at(0.9)) return -1;
         if (alpha) {
             for (int32_t r = 0; r < m; ++r) {
                 if (parent[r] != r) continue;

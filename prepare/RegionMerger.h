@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "platform/WinTypes.h"
 
@@ -28,7 +29,8 @@ public:
     // union keeps the colour its larger part has in `pixels` instead of the
     // mean, so the picture keeps its palette (the costs are the same).
     // Returns the number of regions left, -1 when memory runs out (pixels
-    // unchanged).
+    // unchanged). `progress`, when given, hears the share done (0..1) between
+    // the steps and every few thousand unions; false stops the work (-1).
     //
     // With `alpha` (the pixels' alpha levels, see AlphaPicture, changed in
     // place) and `originalAlpha` (the input's alpha), a region is one colour
@@ -41,7 +43,8 @@ public:
     // weighted by alpha.
     static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                            double cost, double budget, bool means = true, uint8_t* alpha = nullptr,
-                           const uint8_t* originalAlpha = nullptr);
+                           const uint8_t* originalAlpha = nullptr,
+                           const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

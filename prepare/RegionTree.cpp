@@ -8,6 +8,10 @@ namespace om1 {
 
 namespace {
 
+// Thrown inside build when the progress asks to stop; the catch there
+// empties the tree as it does when memory runs out.
+struct Stopped {};
+
 inline uint32_t colourKey(const RGBQUAD* p, size_t i) {
     uint32_t v;
     std::memcpy(&v, p + i, sizeof v);
@@ -82,7 +86,9 @@ long long markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int
 
 }  // namespace
 
-bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
+bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
+                       const std::function<bool(double)>& progress) {
+    auto at = [&](double share) { return !progress || progress(share); };
     width = w;
     height = h;
     parents.clear();
@@ -98,6 +104,7 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
 
         // Pass 1: union-find, parents in the label array.
         for (int y = 0; y < h; ++y) {
+            if ((y & 255) == 0 && !at(0.3 * y / h)) throw Stopped();
             const size_t row = static_cast<size_t>(y) * w;
             uint32_t left = 0;
             for (int x = 0; x < w; ++x) {
@@ -123,6 +130,7 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
         // pixels, whose labels are final by the time they are read.
         std::vector<int32_t> first;
         for (size_t i = 0; i < n; ++i) {
+            if ((i & 0xFFFFF) == 0 && !at(0.3 + 0.1 * static_cast<double>(i) / n)) throw Stopped();
             if (L[i] == static_cast<int32_t>(i)) {
                 L[i] = static_cast<int32_t>(first.size());
                 first.push_back(static_cast<int32_t>(i));
@@ -137,6 +145,8 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
         std::vector<int32_t> up(static_cast<size_t>(count));
         int32_t top = 0;
         for (int32_t id = 0; id < count; ++id) {
+            if ((id & 4095) == 0 && !at(0.4 + 0.4 * static_cast<double>(id) / count))
+                throw Stopped();
             const int32_t s = first[id];
             const int x = s % w, y = s / w;
             if (x == 0) {
@@ -151,6 +161,7 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
                 std::max(longestBoundary, markOuterBoundary(L, w, h, id, x, y, outerLeft));
         }
         outerLeft = std::vector<uint64_t>();
+        if (!at(0.8)) throw Stopped();
 
         // Children lists in label order (a virtual root `count` holds the
         // regions that lie in no other), then the drawing order depth first.
@@ -186,6 +197,7 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h) {
             ++k;
             for (int32_t c = start[v + 1]; c > start[v];) stack.push_back(children[--c]);
         }
+        if (!at(0.9)) throw Stopped();
         for (size_t i = 0; i < n; ++i) L[i] = index[L[i]];
     } catch (...) {
         parents.clear();

@@ -20,6 +20,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "platform/WinTypes.h"
@@ -44,8 +45,11 @@ public:
 
     // Labels width x height pixels (rows in memory order). False when the
     // size is unusable (nothing, or more than INT_MAX pixels) or memory runs
-    // out; the tree is then empty.
-    bool build(const RGBQUAD* pixels, int width, int height);
+    // out; the tree is then empty. `progress`, when given, hears the share
+    // done (0..1) every few hundred rows of a pass and every few thousand
+    // regions; false stops the work (false, the tree empty).
+    bool build(const RGBQUAD* pixels, int width, int height,
+               const std::function<bool(double)>& progress = {});
 
     // Regions (nodes that are not the frame).
     int regions() const { return static_cast<int>(parents.size()) - (rootFrame ? 1 : 0); }

@@ -56,6 +56,14 @@ void release(AllOutLines& all) {
     all.outLines = nullptr;
 }
 
+// A share of the caller's progress: what a step reports in [from, to].
+Tracer::Progress part(const Tracer::Progress& p, double from, double to) {
+    if (!p) return Tracer::Progress();
+    return [&p, from, to](double s) {
+        return p(from + (to - from) * std::min(std::max(s, 0.0), 1.0));
+    };
+}
+
 }  // namespace
 
 void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::Seed choice, int* xs,
@@ -96,7 +104,8 @@ void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::S
 }
 
 Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
-                                 const TraceOptions& options, KvCtree*& out) {
+                                 const TraceOptions& options, KvCtree*& out,
+                                 const Progress& progress) {
     out = nullptr;
     const int tol = static_cast<int>(std::min(std::max(options.tolerancePercent, 0), 100) * 2.55);
     const int tracerMinLen = std::max(options.minOutlineLen, 4);
@@ -105,7 +114,13 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
     seeds(pixels, width, height, options.seed, xs, ys, n);
     AllOutLines all;
     int result = 1;
+    bool stopped = false;
     for (int i = 0; i < n; ++i) {
+        // The tracer itself cannot be stopped: ask before each run.
+        if (progress && !progress(0.9 * i / n)) {
+            stopped = true;
+            break;
+        }
         OutLineManipulator* olm =
             new (std::nothrow) OutLineManipulator(pixels, width, height, tol, tracerMinLen, 3, 0);
         if (!olm) continue;
@@ -121,6 +136,10 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
         delete olm;
         if (result == 2) break;
         if (all.outLines && all.outLines->parts) break;
+    }
+    if (stopped || (progress && !progress(0.9))) {
+        release(all);
+        return Cancelled;
     }
     if (result == 2) {
         release(all);
@@ -139,6 +158,11 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
         delete creator;
         delete exported;
         return NoOutlines;
+    }
+    if (progress && !progress(0.97)) {
+        delete creator;
+        delete exported;
+        return Cancelled;
     }
     kvMngr manager(width, height);
     manager.delSmallOutLn(options.minOutlineLen, exported->exportTree);
@@ -170,18 +194,23 @@ int Tracer::paths(const KvCtree* tree) {
 }
 
 bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& o,
-                     TraceReport& report) {
+                     TraceReport& report, const Progress& progress) {
+    // Each stage that runs takes its share; false ends the preparation.
+    auto at = [&](double share) { return !progress || progress(share); };
+    if (!at(0)) return false;
     if (o.threshold >= 0) {
         PictureCleaner::threshold(pixels, width, height,
                                   std::min(o.threshold, +TraceOptions::kAutoThreshold));
         report.stagesRan = true;
     }
+    if (!at(0.05)) return false;
     if (o.filter != TraceOptions::Filter::None) {
         const PreFilter::Kind kind =
             o.filter == TraceOptions::Filter::Quadrant ? PreFilter::Quadrant : PreFilter::Adaptive;
         if (PreFilter::run(pixels, width, height, kind, o.filterRadius, o.filterTolerance))
             report.stagesRan = true;
     }
+    if (!at(0.15)) return false;
     if (o.paletteCount > 0) {
         if (!ColorQuantizer::snap(pixels, width, height, o.palette, std::min(o.paletteCount, 256)))
             return false;
@@ -189,24 +218,29 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
         report.stagesRan = true;
     } else if (o.colors >= 2) {
         std::vector<RGBQUAD> palette;
-        if (!ColorQuantizer::quantize(pixels, width, height, std::min(o.colors, 256), palette))
+        if (!ColorQuantizer::quantize(pixels, width, height, std::min(o.colors, 256), palette,
+                                      part(progress, 0.15, 0.7)))
             return false;
         report.colors = static_cast<int>(palette.size());
         report.stagesRan = true;
     }
+    if (!at(0.7)) return false;
     if (o.antialias) {
-        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
-                                                          o.antialiasTolerance);
+        const long long moved =
+            PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                      o.antialiasTolerance, nullptr, part(progress, 0.7, 1));
         if (moved < 0) return false;
         report.antialiasPixels = moved;
         report.stagesRan = true;
     }
-    return true;
+    return at(1);
 }
 
 bool Tracer::prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height, const TraceOptions& o,
-                     TraceReport& report) {
-    if (!alpha) return prepare(pixels, width, height, o, report);
+                     TraceReport& report, const Progress& progress) {
+    if (!alpha) return prepare(pixels, width, height, o, report, progress);
+    auto at = [&](double share) { return !progress || progress(share); };
+    if (!at(0)) return false;
     const size_t n = static_cast<size_t>(width) * height;
     report.stagesRan = true;
     // Alpha first: a threshold or a colour stage reduces it as it reduces
@@ -230,34 +264,40 @@ bool Tracer::prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height, con
         TraceOptions colourOnly = o;
         colourOnly.antialias = false;
         colourOnly.filter = TraceOptions::Filter::None;  // it needs the picture's rows
-        if (!prepare(visible.data(), static_cast<int>(visible.size()), 1, colourOnly, report))
+        if (!prepare(visible.data(), static_cast<int>(visible.size()), 1, colourOnly, report,
+                     part(progress, 0, 0.6)))
             return false;
     }
+    if (!at(0.6)) return false;
     for (size_t k = 0; k < seen.size(); ++k) pixels[seen[k]] = visible[k];
     if (o.filter != TraceOptions::Filter::None) {
         const PreFilter::Kind kind =
             o.filter == TraceOptions::Filter::Quadrant ? PreFilter::Quadrant : PreFilter::Adaptive;
         PreFilter::run(pixels, width, height, kind, o.filterRadius, o.filterTolerance);
     }
+    if (!at(0.7)) return false;
     for (size_t i = 0; i < n; ++i)
         if (alpha[i] == AlphaPicture::kEmpty)
             pixels[i].rgbRed = pixels[i].rgbGreen = pixels[i].rgbBlue = 0;
     if (o.antialias) {
-        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
-                                                          o.antialiasTolerance, alpha);
+        const long long moved =
+            PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                      o.antialiasTolerance, alpha, part(progress, 0.7, 1));
         if (moved < 0) return false;
         report.antialiasPixels = moved;
     }
-    return true;
+    return at(1);
 }
 
 Tracer::Result Tracer::trace(const RGBQUAD* pixels, int width, int height,
-                             const TraceOptions& options, KvCtree*& out, TraceReport* report) {
-    return trace(pixels, nullptr, width, height, options, out, report);
+                             const TraceOptions& options, KvCtree*& out, TraceReport* report,
+                             const Progress& progress) {
+    return trace(pixels, nullptr, width, height, options, out, report, progress);
 }
 
 Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int width, int height,
-                             const TraceOptions& options, KvCtree*& out, TraceReport* report) {
+                             const TraceOptions& options, KvCtree*& out, TraceReport* report,
+                             const Progress& progress) {
     out = nullptr;
     TraceReport local;
     TraceReport& rep = report ? *report : local;
@@ -276,8 +316,16 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
     } catch (...) {
         return NoOutlines;
     }
+    // Shares: the stages before the trace, the clean-up stages, the tracer.
+    bool stopped = false;
+    const Progress watched = !progress ? Progress() : Progress([&](double share) {
+        stopped = stopped || !progress(share);
+        return !stopped;
+    });
+    auto at = [&](double share) { return !watched || watched(share); };
     uint8_t* const levels = alpha ? baseAlpha.data() : nullptr;
-    if (!prepare(base.data(), levels, width, height, options, rep)) return NoOutlines;
+    if (!prepare(base.data(), levels, width, height, options, rep, part(watched, 0, 0.45)))
+        return stopped ? Cancelled : NoOutlines;
     if (options.maxColors > 0) {
         const long long colours =
             ColorQuantizer::distinct(base.data(), width, height, options.maxColors);
@@ -300,6 +348,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
     const bool retries = options.maxPaths > 0;
     const bool exact = options.exactRegions && options.tolerancePercent == 0 && report;
     for (;;) {
+        if (!at(0.45)) return Cancelled;
         try {
             if (retries) {
                 work = base;
@@ -314,11 +363,12 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         uint8_t* const wa = alpha ? workAlpha.data() : nullptr;
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
-                                        static_cast<int>(std::min<long long>(area, INT_MAX)),
-                                        wa) < 0)
-                return NoOutlines;
+                                        static_cast<int>(std::min<long long>(area, INT_MAX)), wa,
+                                        part(watched, 0.45, 0.55)) < 0)
+                return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
+        if (!at(0.55)) return Cancelled;
         if (options.merge > 0) {
             const double budget =
                 options.mergePsnr > 0
@@ -327,15 +377,17 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
             // The largest union cost grows with the picture's side.
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget,
-                                    options.mergeMeans, wa, alpha) < 0)
-                return NoOutlines;
+                                    options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62)) < 0)
+                return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
+        if (!at(0.62)) return Cancelled;
         if (options.restitute) {
             if (!PictureCleaner::restitute(work.data(), pixels, width, height, wa, alpha))
                 return NoOutlines;
             rep.stagesRan = true;
         }
+        if (!at(0.64)) return Cancelled;
         if (options.spots > 0 && alpha) {
             if (!spotsWithAlpha(work, workAlpha, width, height, options)) return NoOutlines;
             rep.stagesRan = true;
@@ -351,6 +403,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         }
         // At tolerance 0 every region of the picture is a node: count them
         // before tracing.
+        if (!at(0.66)) return Cancelled;
         if (!exact && options.maxPaths > 0 && options.tolerancePercent == 0 && area <= size) {
             const long long regions = PictureCleaner::regions(work.data(), width, height, wa);
             if (regions > options.maxPaths) {
@@ -364,7 +417,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         if (alpha && !AlphaPicture::standIns(work.data(), wa, n, standIn)) return NoOutlines;
         RGBQUAD* const traced = alpha ? standIn.data() : work.data();
         if (exact) {
-            if (!rep.regions.build(traced, width, height)) return NoOutlines;
+            if (!rep.regions.build(traced, width, height, part(watched, 0.68, 1)))
+                return stopped ? Cancelled : NoOutlines;
             const int regions = rep.regions.regions();
             result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;
             // Outlines shorter than minOutlineLen are dropped: with all of
@@ -373,7 +427,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
                 result = NoOutlines;
             rep.paths = result == Done ? regions : 0;
         } else {
-            result = traceOnce(traced, width, height, options, out);
+            result = traceOnce(traced, width, height, options, out, part(watched, 0.68, 1));
+            if (result == Cancelled) return Cancelled;
             rep.paths = result == Done ? paths(out) : 0;
         }
         rep.speckle = static_cast<int>(std::min<long long>(area, INT_MAX));

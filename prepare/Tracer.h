@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "companion/KvCtree.h"
@@ -24,7 +25,16 @@ class Tracer {
 public:
     // TooManyColors: the prepared picture has more colours than
     // options.maxColors (nothing is traced; report.colors is maxColors + 1).
-    enum Result { Done = 0, NoOutlines = 1, LimitExceeded = 2, TooManyColors = 3 };
+    // Cancelled: `progress` answered false (nothing is kept).
+    enum Result { Done = 0, NoOutlines = 1, LimitExceeded = 2, TooManyColors = 3, Cancelled = 4 };
+
+    // Told the share of the trace done (0..1) between the stages, inside the
+    // long ones and inside the exact region labelling; false asks to stop.
+    // The library's tracer (the path at a colour tolerance above 0, or
+    // without exact regions) cannot be interrupted: the progress is asked
+    // only before and after each of its runs, so a stop asked while it runs
+    // lands when it returns. Everything runs on the calling thread.
+    using Progress = std::function<bool(double)>;
 
     // Traces width x height pixels (rows in memory order). On Done `out` is a
     // new tree the caller releases with om1_delKvCTree (or
@@ -40,7 +50,8 @@ public:
     // `out` stays null on Done; LimitExceeded then means more regions than
     // options.maxOutlines.
     static Result trace(const RGBQUAD* pixels, int width, int height, const TraceOptions& options,
-                        KvCtree*& out, TraceReport* report = nullptr);
+                        KvCtree*& out, TraceReport* report = nullptr,
+                        const Progress& progress = Progress());
     // The same for a picture with transparency: `pixels` hold straight
     // (not premultiplied) colours and `alpha` one alpha byte per pixel
     // (AlphaPicture::fromRgba or settle make them; null traces the picture
@@ -50,19 +61,21 @@ public:
     // with every pixel's alpha level in `report.preparedAlpha`, for
     // ShapeBuilder.
     static Result trace(const RGBQUAD* pixels, const uint8_t* alpha, int width, int height,
-                        const TraceOptions& options, KvCtree*& out, TraceReport* report = nullptr);
+                        const TraceOptions& options, KvCtree*& out, TraceReport* report = nullptr,
+                        const Progress& progress = Progress());
 
     // The stages before the trace (threshold, filter, colours, anti-alias),
     // in place; the speckle filter and the path budget belong to trace.
     // False when memory runs out.
     static bool prepare(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
-                        TraceReport& report);
+                        TraceReport& report, const Progress& progress = Progress());
     // The same with alpha levels (changed in place; null: as above): alpha
     // is reduced with the colours (TraceOptions::alphaLevels), the colour
     // stages see only the pixels that are not empty, and the anti-alias
     // cleanup measures colours premultiplied by alpha.
     static bool prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height,
-                        const TraceOptions& options, TraceReport& report);
+                        const TraceOptions& options, TraceReport& report,
+                        const Progress& progress = Progress());
 
     // Coloured (non-frame) nodes of a tree: the paths a writer draws.
     static int paths(const KvCtree* tree);
@@ -76,7 +89,7 @@ public:
 private:
     // One run of the tracer and the conversion on exactly these pixels.
     static Result traceOnce(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
-                            KvCtree*& out);
+                            KvCtree*& out, const Progress& progress);
     // The two-pass spot clean-up on a picture with alpha levels.
     static bool spotsWithAlpha(std::vector<RGBQUAD>& work, std::vector<uint8_t>& levels, int width,
                                int height, const TraceOptions& options);

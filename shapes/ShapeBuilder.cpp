@@ -209,8 +209,10 @@ bool cutoutLoops(const LabelRaster& lr, ShapeSet& out) {
 // their alpha (LabelRaster::setAlpha): the empty region is never drawn.
 // `pixels` (may be null) is the picture the raster was traced from, `input`
 // (may be null) the picture before preparation, which places the curves.
+// `at` hears the share of the whole build done (0.35..1); false stops it.
 bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transparent,
-              const RGBQUAD* pixels, const RGBQUAD* input, ShapeSet& out) {
+              const RGBQUAD* pixels, const RGBQUAD* input, ShapeSet& out,
+              const std::function<bool(double)>& at) {
     const int width = lr.width, height = lr.height;
     out.transparent = transparent;
     out.shapes.resize(lr.nodes.size());
@@ -227,6 +229,7 @@ bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transpar
         s.node = n.tree;
     }
     const bool cutout = options.layout == OutputOptions::Layout::Cutout;
+    if (!at(0.35)) return false;
     if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, transparent, out)))
         return false;
     // Stacked: when no region covers the whole picture (the tree's root is a
@@ -260,6 +263,7 @@ bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transpar
     }
     for (const Shape& s : out.shapes)
         if (s.alpha != 0) out.loops += static_cast<long long>(s.loops.size());
+    if (!at(0.6)) return false;
     if (!options.polygon) {
         std::vector<RGBQUAD> colours(lr.nodes.size());
         for (size_t i = 0; i < lr.nodes.size(); ++i) colours[i] = lr.nodes[i].color;
@@ -302,25 +306,32 @@ void start(ShapeSet& out, int width, int height, const OutputOptions& options) {
 }  // namespace
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                         const OutputOptions& options, ShapeSet& out, const RGBQUAD* input) {
-    return build(tree, pixels, PixelAlpha(), width, height, options, out, input);
+                         const OutputOptions& options, ShapeSet& out, const RGBQUAD* input,
+                         const std::function<bool(double)>& progress) {
+    return build(tree, pixels, PixelAlpha(), width, height, options, out, input, progress);
 }
 
 bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
                          int width, int height, const OutputOptions& options, ShapeSet& out,
-                         const RGBQUAD* input) {
+                         const RGBQUAD* input, const std::function<bool(double)>& progress) {
     start(out, width, height, options);
+    const std::function<bool(double)> at = [&](double share) {
+        if (!progress || progress(share)) return true;
+        out.shapes.clear();
+        return false;
+    };
     const uint8_t* levels = pixels ? alpha.levels : nullptr;
     try {
         LabelRaster lr;
-        if (!lr.build(tree, width, height, pixels)) return false;
+        if (!at(0) || !lr.build(tree, width, height, pixels)) return false;
         if (levels && !lr.setAlpha(pixels, levels)) return false;
+        if (!at(0.25)) return false;
         if (pixels && options.reconcileTolerance >= 0) {
             const long long moved = lr.reconcile(pixels, options.reconcileTolerance, levels);
             if (moved < 0) return false;
             out.reconciledPixels = moved;
         }
-        if (!shapesOf(lr, options, levels != nullptr, pixels, input, out)) {
+        if (!shapesOf(lr, options, levels != nullptr, pixels, input, out, at)) {
             out.shapes.clear();
             return false;
         }
@@ -328,15 +339,21 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
         out.shapes.clear();
         return false;
     }
-    return true;
+    return at(1);
 }
 
-bool ShapeBuilder::build(const LabelRaster& regions, bool transparent,
-                         const OutputOptions& options, ShapeSet& out, const RGBQUAD* input) {
+bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
+                         ShapeSet& out, const RGBQUAD* input,
+                         const std::function<bool(double)>& progress) {
     start(out, regions.width, regions.height, options);
     if (regions.nodes.empty()) return false;
+    const std::function<bool(double)> at = [&](double share) {
+        if (!progress || progress(share)) return true;
+        out.shapes.clear();
+        return false;
+    };
     try {
-        if (!shapesOf(regions, options, transparent, nullptr, input, out)) {
+        if (!at(0) || !shapesOf(regions, options, transparent, nullptr, input, out, at)) {
             out.shapes.clear();
             return false;
         }
@@ -344,7 +361,7 @@ bool ShapeBuilder::build(const LabelRaster& regions, bool transparent,
         out.shapes.clear();
         return false;
     }
-    return true;
+    return at(1);
 }
 
 }  // namespace om1

@@ -18,6 +18,8 @@
 // regions is fitted once and used, reversed, by both.
 #pragma once
 
+#include <functional>
+
 #include "companion/KvCtree.h"
 #include "shapes/LabelRaster.h"
 #include "shapes/OutputOptions.h"
@@ -34,8 +36,11 @@ public:
     // picture before preparation (same size and order), places the curves
     // and judges them; null: `pixels` does. False when memory runs out or
     // the size is unusable; `out` is then empty.
+    // `progress`, when given, hears the share done (0..1) between the steps
+    // and between the shapes' curve fits; false stops the work (false).
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
-                      const OutputOptions& options, ShapeSet& out, const RGBQUAD* input = nullptr);
+                      const OutputOptions& options, ShapeSet& out, const RGBQUAD* input = nullptr,
+                      const std::function<bool(double)>& progress = {});
     // The same for a picture traced with transparency (`pixels` are then
     // TraceReport::prepared and `alpha.levels` TraceReport::preparedAlpha):
     // every node gets the alpha level of its pixels (Shape::alpha), the
@@ -49,7 +54,8 @@ public:
     // With alpha.levels null this is the call above.
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
                       int width, int height, const OutputOptions& options, ShapeSet& out,
-                      const RGBQUAD* input = nullptr);
+                      const RGBQUAD* input = nullptr,
+                      const std::function<bool(double)>& progress = {});
 
     // The shapes of an exact region labelling (LabelRaster::assign), which
     // needs neither painting nor correcting: every region is one node, a
@@ -57,7 +63,8 @@ public:
     // the nodes carry their alpha (LabelRaster::setAlpha), as above. False
     // when memory runs out or the raster is empty.
     static bool build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
-                      ShapeSet& out, const RGBQUAD* input = nullptr);
+                      ShapeSet& out, const RGBQUAD* input = nullptr,
+                      const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

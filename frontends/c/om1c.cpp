@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "pipeline/OptionTable.h"
+#include "pipeline/Progress.h"
 #include "pipeline/Vectorize.h"
 
 #ifndef OM1C_VERSION
@@ -68,6 +69,18 @@ int loopAt(const om1_result* r, int index, int loop, const om1::Shape*& sh) {
     const int code = shapeAt(r, index, sh);
     if (code != OM1_OK) return code;
     return loop < 0 || static_cast<size_t>(loop) >= sh->loops.size() ? OM1_BAD_INDEX : OM1_OK;
+}
+
+// Hooks that tell a C callback the share of one call's own work: `from`..`to`
+// of the job (om1::Progress's spans) becomes 0..1.
+om1::Hooks progressHooks(om1_progress_fn fn, void* user, double from, double to) {
+    om1::Hooks hooks;
+    if (fn)
+        hooks.progress = [fn, user, from, to](double share) {
+            const double own = (share - from) / (to - from);
+            return fn(own < 0 ? 0 : own > 1 ? 1 : own, user) != 0;
+        };
+    return hooks;
 }
 
 // Copies up to `capacity` points of `c` (x, y pairs) and sets the count.
@@ -157,6 +170,12 @@ const char* om1_preset_help(int index) {
 
 int om1_trace_rgba(const uint8_t* pixels, int width, int height, int stride,
                    const om1_options* options, om1_result** out) {
+    return om1_trace_rgba_progress(pixels, width, height, stride, options, nullptr, nullptr, out);
+}
+
+int om1_trace_rgba_progress(const uint8_t* pixels, int width, int height, int stride,
+                            const om1_options* options, om1_progress_fn progress, void* user,
+                            om1_result** out) {
     if (!out) return OM1_NULL_ARGUMENT;
     *out = nullptr;
     return guarded([&] {
@@ -166,10 +185,11 @@ int om1_trace_rgba(const uint8_t* pixels, int width, int height, int stride,
         picture.height = height;
         // A stride of 0 would mean "packed" to the pipeline; here it is too small.
         picture.stride = stride > 0 ? stride : -1;
+        const om1::Hooks hooks = progressHooks(progress, user, 0, om1::Progress::kShaped);
         om1_result* r = new om1_result;
-        r->result = om1::vectorize(picture, options);
+        r->result = om1::vectorize(picture, options, &hooks);
         int code = r->result.status();
-        if (code == OM1_OK) code = r->result.stats(r->stats);
+        if (code == OM1_OK) code = r->result.stats(r->stats, om1::OutputFormat::Kind::Svg, &hooks);
         if (code != OM1_OK) {
             delete r;
             return code;
@@ -265,6 +285,11 @@ int om1_result_curve(const om1_result* result, int index, int loop, double* xy, 
 }
 
 int om1_result_write(const om1_result* result, const char* format, char** data, size_t* size) {
+    return om1_result_write_progress(result, format, nullptr, nullptr, data, size);
+}
+
+int om1_result_write_progress(const om1_result* result, const char* format,
+                              om1_progress_fn progress, void* user, char** data, size_t* size) {
     if (data) *data = nullptr;
     if (size) *size = 0;
     if (!result || !format || !data || !size) return OM1_NULL_ARGUMENT;
@@ -274,7 +299,8 @@ int om1_result_write(const om1_result* result, const char* format, char** data, 
         if (!om1::OutputFormat::fromName(n, kind) && !om1::OutputFormat::fromPath("." + n, kind))
             return static_cast<int>(OM1_UNKNOWN_FORMAT);
         std::ostringstream text;
-        const int code = result->result.write(text, kind);
+        const om1::Hooks hooks = progressHooks(progress, user, om1::Progress::kShaped, 1);
+        const int code = result->result.write(text, kind, &hooks);
         if (code != OM1_OK) return code == OM1_WRITE_FAILED ? OM1_OUT_OF_MEMORY : code;
         const std::string s = text.str();
         char* buffer = static_cast<char*>(std::malloc(s.size() + 1));

@@ -107,6 +107,19 @@ typedef struct om1_result om1_result;
 OM1C_API int om1_trace_rgba(const uint8_t* pixels, int width, int height, int stride,
                             const om1_options* options, om1_result** out);
 
+/* Told how far a call has come: `share` from 0 to 1, on the calling thread,
+ * about every 10 ms while the work runs. Return nonzero to go on, 0 to
+ * stop: the call then returns OM1_CANCELLED soon after (within tens of
+ * milliseconds on a 4096 x 4096 picture), having released everything. */
+typedef int (*om1_progress_fn)(double share, void* user);
+
+/* om1_trace_rgba with progress: the share covers the stages, the tracer and
+ * the shapes (the result is ready to be read or written at 1). `progress`
+ * null is om1_trace_rgba; `user` is passed to it unchanged. */
+OM1C_API int om1_trace_rgba_progress(const uint8_t* pixels, int width, int height, int stride,
+                                     const om1_options* options, om1_progress_fn progress,
+                                     void* user, om1_result** out);
+
 /* Releases a result; null does nothing. */
 OM1C_API void om1_result_free(om1_result* result);
 
@@ -153,6 +166,12 @@ OM1C_API int om1_result_curve(const om1_result* result, int index, int loop, dou
  * followed by a 0 byte that `*size` does not count. */
 OM1C_API int om1_result_write(const om1_result* result, const char* format, char** data,
                               size_t* size);
+
+/* om1_result_write with progress: the share covers the writing. On
+ * OM1_CANCELLED nothing is returned. */
+OM1C_API int om1_result_write_progress(const om1_result* result, const char* format,
+                                       om1_progress_fn progress, void* user, char** data,
+                                       size_t* size);
 
 /* Releases a buffer; null does nothing. */
 OM1C_API void om1_buffer_free(char* data);

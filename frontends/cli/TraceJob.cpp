@@ -129,7 +129,7 @@ bool TraceJob::writeAtomically(const std::string& path, const std::string& text,
 }
 
 int TraceJob::run(const CommandLine& cl, const std::string& input, const std::string& output,
-                  Stats& stats, std::string& message) {
+                  Stats& stats, std::string& message, const std::function<bool(double)>& progress) {
     std::string error;
     const bool toStdout = output == "-";
     PendingOutput pending;
@@ -164,6 +164,7 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
         hooks.notice = [&](const std::string& text) {
             fprintf(stderr, "om1trace: %s: %s\n", input.c_str(), text.c_str());
         };
+    hooks.progress = progress;
     const om1::Result result = om1::vectorize(picture, &cl.options, &hooks);
     std::vector<uint8_t>().swap(img.rgba);  // the pipeline keeps what it needs
     stats.traceMs = result.traceMs();
@@ -192,7 +193,7 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     auto t2 = std::chrono::steady_clock::now();
     const om1::OutputFormat::Kind format = cl.formatFor(output);
     om1_stats counts;
-    if (result.stats(counts, format) != OM1_OK) {
+    if (result.stats(counts, format, &hooks) != OM1_OK) {
         message = input + ": out of memory while building the shapes";
         return NoOutlines;
     }
@@ -207,7 +208,7 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     // The whole file or nothing at a path; standard output as it comes.
     int code = OM1_OK;
     auto body = [&](std::ostream& o) {
-        code = result.write(o, format);
+        code = result.write(o, format, &hooks);
         return code == OM1_OK;
     };
     bool ok;

@@ -32,8 +32,11 @@ public:
     };
 
     // Runs the job; `message` receives an error (naming the file) or nothing.
+    // `progress`, when given, hears the share of the trace, the shapes and
+    // the writing done (om1::Hooks::progress).
     static int run(const CommandLine& cl, const std::string& input, const std::string& output,
-                   Stats& stats, std::string& message);
+                   Stats& stats, std::string& message,
+                   const std::function<bool(double)>& progress = {});
     // Writes text to path whole or not at all (a temporary file beside it,
     // then a rename). False with `error` set on failure.
     static bool writeAtomically(const std::string& path, const std::string& text,

@@ -2,6 +2,7 @@
 // with the om1 library. Only the output itself goes to standard output (with
 // -o -); every message goes to standard error.
 #include <algorithm>
+#include <functional>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -54,11 +55,26 @@ int main(int argc, char** argv) {
     std::atomic<size_t> next{0}, done{0};
     std::mutex printLock;
     const bool progress = n > 1 && !cl.quiet && FileSystem::isTerminal(stderr);
+    // One picture on a terminal: a bar of its own trace, shapes and writing.
+    std::function<bool(double)> bar;
+    int shown = -1;
+    if (n == 1 && !cl.quiet && FileSystem::isTerminal(stderr))
+        bar = [&](double share) {
+            const int percent = static_cast<int>(share * 100);
+            if (percent != shown) {
+                shown = percent;
+                const int filled = static_cast<int>(share * 30);
+                fprintf(stderr, "\r[%s%s] %3d%% ", std::string(filled, '#').c_str(),
+                        std::string(30 - filled, ' ').c_str(), percent);
+                if (percent == 100) fputc('\n', stderr);
+            }
+            return true;
+        };
 
     const auto start = std::chrono::steady_clock::now();
     auto worker = [&]() {
         for (size_t i = next++; i < n; i = next++) {
-            codes[i] = TraceJob::run(cl, cl.inputs[i], cl.outputAt(i), stats[i], messages[i]);
+            codes[i] = TraceJob::run(cl, cl.inputs[i], cl.outputAt(i), stats[i], messages[i], bar);
             const size_t d = ++done;
             if (progress) {
                 // [#####     ] done/total, pictures per second, time left.
@@ -81,6 +97,7 @@ int main(int argc, char** argv) {
     for (unsigned t = 1; t < threads; ++t) pool.emplace_back(worker);
     worker();
     for (std::thread& t : pool) t.join();
+    if (bar && shown >= 0 && shown < 100) fputc('\n', stderr);  // the bar stopped short
 
     int worst = 0;
     for (size_t i = 0; i < n; ++i) {

@@ -32,6 +32,9 @@ __all__ = [
     "Region",
     "Stats",
     "TraceError",
+    "Cancelled",
+    "batch",
+    "BatchItem",
     "OPTION_NAMES",
     "PRESET_NAMES",
     "FORMAT_NAMES",
@@ -51,6 +54,37 @@ class TraceError(RuntimeError):
     def __init__(self, code: int, text: str) -> None:
         super().__init__(text)
         self.code = code
+
+
+class Cancelled(Exception):
+    """The ``progress`` callable returned False: the work stopped and
+    everything it had made was released."""
+
+
+class _Progress:
+    """A Python callable as the C library's progress callback. It runs on the
+    calling thread; an exception it raises stops the work and is raised again
+    after the call."""
+
+    def __init__(self, progress: Any) -> None:
+        if not callable(progress):
+            raise TypeError("om1: progress must be a callable taking a fraction")
+        self.error: Optional[BaseException] = None
+
+        def call(share: float, _user: Any) -> int:
+            try:
+                return 0 if progress(share) is False else 1
+            except BaseException as e:  # noqa: BLE001 - raised again after the call
+                self.error = e
+                return 0
+
+        self.fn = _native.ProgressFn(call)
+
+    def check(self, code: int) -> None:
+        if self.error is not None:
+            raise self.error
+        if code == _native.CANCELLED:
+            raise Cancelled("om1: cancelled by the progress callback")
 
 
 def _raise(code: int, context: str = "") -> None:
@@ -402,13 +436,22 @@ class Trace:
         """The regions with a colour, in drawing order."""
         return (r for r in self._regions if not r.is_frame)
 
-    def export(self, format: str) -> bytes:
+    def export(self, format: str, progress: Any = None) -> bytes:
         """The trace written in a format of :data:`FORMAT_NAMES` (or by its
-        file extension), as bytes (PDF is binary; the others are UTF-8 text)."""
+        file extension), as bytes (PDF is binary; the others are UTF-8 text).
+        `progress`, a callable, is told the fraction written (0 to 1);
+        returning False stops with :class:`Cancelled`."""
         data = ctypes.c_void_p()
         size = ctypes.c_size_t(0)
-        code = _native.lib.om1_result_write(self._handle(), format.encode(), ctypes.byref(data),
-                                            ctypes.byref(size))
+        if progress is None:
+            code = _native.lib.om1_result_write(self._handle(), format.encode(),
+                                                ctypes.byref(data), ctypes.byref(size))
+        else:
+            listener = _Progress(progress)
+            code = _native.lib.om1_result_write_progress(
+                self._handle(), format.encode(), listener.fn, None, ctypes.byref(data),
+                ctypes.byref(size))
+            listener.check(code)
         if code == _native.UNKNOWN_FORMAT:
             raise ValueError("om1: unknown format %r (formats: %s)" % (format, ", ".join(FORMAT_NAMES)))
         _raise(code)
@@ -425,7 +468,8 @@ class Trace:
         """The trace as JSON text (the format is described in the README)."""
         return self.export("json").decode("utf-8")
 
-    def save(self, path: Union[str, "os.PathLike[str]"], format: Optional[str] = None) -> None:
+    def save(self, path: Union[str, "os.PathLike[str]"], format: Optional[str] = None,
+             progress: Any = None) -> None:
         """Writes the trace to a file, in `format` or the one its extension
         names (``.svg``, ``.json``, ``.pdf``, ``.eps``, ``.dxf``, ``.geojson``).
         The file is replaced whole or not at all. OSError when it cannot be
@@ -437,7 +481,7 @@ class Trace:
                 raise ValueError("om1: cannot tell the format of %r (extensions: %s)"
                                  % (path, ", ".join("." + e for e in FORMAT_EXTENSIONS)))
             format = ext
-        text = self.export(format)
+        text = self.export(format, progress)
         tmp = "%s.tmp%d.%d" % (path, os.getpid(), id(text) & 0xFFFFFF)
         try:
             with open(tmp, "wb") as f:
@@ -455,7 +499,8 @@ class Trace:
             self.width, self.height, len(self), self.paths, self.segments)
 
 
-def trace(image: ImageLike, preset: Optional[str] = None, **options: Any) -> Trace:
+def trace(image: ImageLike, preset: Optional[str] = None, progress: Any = None,
+          **options: Any) -> Trace:
     """Traces a picture into a :class:`Trace`.
 
     `image` is a NumPy array of dtype uint8 (H x W grey, H x W x 3 RGB or
@@ -477,6 +522,11 @@ def trace(image: ImageLike, preset: Optional[str] = None, **options: Any) -> Tra
     ``restitute``, ``merge``, ``merge_psnr``, ``spots``, ``max_paths`` and a
     few more.
 
+    `progress`, a callable, is told the fraction done (0 to 1, over the
+    stages, the tracer and the shapes) about every 10 ms on the calling
+    thread; returning False stops the trace with :class:`Cancelled` (soon:
+    tens of milliseconds on a 4096 x 4096 picture).
+
     Raises ValueError for bad options or arrays (wrong dtype or shape,
     smaller than 3 x 3, more pixels than ``max_pixels``), TypeError for
     other objects, OSError for files that cannot be read, TraceError when
@@ -488,7 +538,17 @@ def trace(image: ImageLike, preset: Optional[str] = None, **options: Any) -> Tra
     rgba = _rgba(image, max_pixels)
     height, width = int(rgba.shape[0]), int(rgba.shape[1])
     handle = ctypes.c_void_p()
-    code = _native.lib.om1_trace_rgba(rgba.ctypes.data_as(ctypes.c_void_p), width, height,
-                                      int(rgba.strides[0]), record, ctypes.byref(handle))
+    if progress is None:
+        code = _native.lib.om1_trace_rgba(rgba.ctypes.data_as(ctypes.c_void_p), width, height,
+                                          int(rgba.strides[0]), record, ctypes.byref(handle))
+    else:
+        listener = _Progress(progress)
+        code = _native.lib.om1_trace_rgba_progress(
+            rgba.ctypes.data_as(ctypes.c_void_p), width, height, int(rgba.strides[0]), record,
+            listener.fn, None, ctypes.byref(handle))
+        listener.check(code)
     _raise(code, "%d x %d picture" % (width, height))
     return Trace(handle)
+
+
+from ._batch import BatchItem, batch  # noqa: E402 - uses the names above

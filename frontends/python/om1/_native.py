@@ -39,6 +39,7 @@ OUT_OF_MEMORY = 11
 INTERNAL_ERROR = 12
 TOO_MANY_COLORS = 13
 WRITE_FAILED = 14
+CANCELLED = 15
 
 ROLE_OUTLINE = 0
 ROLE_HOLE = 1
@@ -139,6 +140,8 @@ lib = _load()
 
 _c = ctypes
 Options = _c.c_void_p  # an om1_options record, allocated with new_options()
+# om1_progress_fn: (share, user) -> nonzero to go on.
+ProgressFn = ctypes.CFUNCTYPE(_c.c_int, _c.c_double, _c.c_void_p)
 _P = ctypes.POINTER
 _prototypes = {
     "om1_options_init": (None, [Options]),
@@ -152,6 +155,15 @@ _prototypes = {
     "om1_trace_rgba": (
         _c.c_int,
         [_c.c_void_p, _c.c_int, _c.c_int, _c.c_int, Options, _P(_c.c_void_p)],
+    ),
+    "om1_trace_rgba_progress": (
+        _c.c_int,
+        [_c.c_void_p, _c.c_int, _c.c_int, _c.c_int, Options, ProgressFn, _c.c_void_p,
+         _P(_c.c_void_p)],
+    ),
+    "om1_result_write_progress": (
+        _c.c_int,
+        [_c.c_void_p, _c.c_char_p, ProgressFn, _c.c_void_p, _P(_c.c_void_p), _P(_c.c_size_t)],
     ),
     "om1_result_free": (None, [_c.c_void_p]),
     "om1_result_stats": (_c.c_int, [_c.c_void_p, _P(Stats)]),

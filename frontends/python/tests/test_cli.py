@@ -92,7 +92,7 @@ def test_exit_codes(tmp_path):
     assert run("--version").returncode == 0
 
 
-TOOL = os.path.join(PYTHON_DIR, os.pardir, "build", "default", "tools", "om1trace")
+TOOL = os.path.join(PYTHON_DIR, os.pardir, os.pardir, "build", "default", "bin", "om1trace")
 
 
 @pytest.mark.skipif(not os.path.exists(TOOL), reason="om1trace not built")
@@ -100,7 +100,7 @@ TOOL = os.path.join(PYTHON_DIR, os.pardir, "build", "default", "tools", "om1trac
                                    ["--preset", "photo"], ["--preset", "bw", "--speckle", "20"],
                                    ["--preset", "pixel", "--cutout", "--max-colors", "0"]])
 def test_same_output_as_om1trace(tmp_path, flags):
-    src = os.path.join(PYTHON_DIR, os.pardir, "examples", "shapes.png")
+    src = os.path.join(PYTHON_DIR, os.pardir, os.pardir, "examples", "shapes.png")
     for ext in ("svg", "json", "dxf"):
         ours, theirs = tmp_path / ("ours." + ext), tmp_path / ("theirs." + ext)
         assert run(src, "-o", ours, *flags).returncode == 0

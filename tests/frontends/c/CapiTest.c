@@ -481,6 +481,64 @@ static void testBadArguments(void) {
     CHECK(strlen(om1_version()) >= 5);
 }
 
+/* Records the shares it hears and answers 0 (stop) from call `stopAt` on
+ * (never when negative). */
+typedef struct Listener {
+    int calls, stopAt;
+    double first, last;
+    int backwards;
+} Listener;
+
+static int listen(double share, void* user) {
+    Listener* l = (Listener*)user;
+    if (l->calls == 0) l->first = share;
+    if (share < l->last) l->backwards = 1;
+    l->last = share;
+    const int go = l->stopAt < 0 || l->calls < l->stopAt;
+    ++l->calls;
+    return go;
+}
+
+/* Progress from 0 to 1 over the trace and again over the writing, with the
+ * same output as without; a stop ends either call in OM1_CANCELLED with
+ * nothing returned. */
+static void testProgress(void) {
+    uint8_t* p = picture(40, 30, 160, 0xFFFFFF, 255);
+    block(p, 160, 5, 5, 12, 10, 0xC81E28);
+    om1_result *plain = NULL, *r = NULL;
+    char *expected = NULL, *svg = NULL;
+    size_t expectedSize = 0, size = 0;
+    CHECK_CODE(om1_trace_rgba(p, 40, 30, 160, NULL, &plain), OM1_OK);
+    CHECK_CODE(om1_result_write(plain, "svg", &expected, &expectedSize), OM1_OK);
+
+    Listener l = {0, -1, -1, -1, 0};
+    CHECK_CODE(om1_trace_rgba_progress(p, 40, 30, 160, NULL, listen, &l, &r), OM1_OK);
+    CHECK(l.first == 0 && l.last == 1 && !l.backwards);
+    Listener w = {0, -1, -1, -1, 0};
+    CHECK_CODE(om1_result_write_progress(r, "svg", listen, &w, &svg, &size), OM1_OK);
+    CHECK(w.first == 0 && w.last == 1 && !w.backwards);
+    CHECK(size == expectedSize && svg && memcmp(svg, expected, size) == 0);
+    om1_buffer_free(svg);
+
+    Listener stop = {0, 0, -1, -1, 0};
+    om1_result* none = (om1_result*)1;
+    CHECK_CODE(om1_trace_rgba_progress(p, 40, 30, 160, NULL, listen, &stop, &none), OM1_CANCELLED);
+    CHECK(none == NULL);
+    Listener stopWrite = {0, 0, -1, -1, 0};
+    svg = (char*)1;
+    CHECK_CODE(om1_result_write_progress(r, "svg", listen, &stopWrite, &svg, &size), OM1_CANCELLED);
+    CHECK(svg == NULL && size == 0);
+    CHECK(strstr(om1_error_message(OM1_CANCELLED), "cancel") != NULL);
+    /* No callback: as om1_trace_rgba. */
+    om1_result* again = NULL;
+    CHECK_CODE(om1_trace_rgba_progress(p, 40, 30, 160, NULL, NULL, NULL, &again), OM1_OK);
+    om1_result_free(again);
+    om1_buffer_free(expected);
+    om1_result_free(r);
+    om1_result_free(plain);
+    free(p);
+}
+
 int main(void) {
     testOptions();
     testRedBlock();
@@ -488,6 +546,7 @@ int main(void) {
     testCurves();
     testTransparent();
     testBadArguments();
+    testProgress();
     if (failures) fprintf(stderr, "%d check(s) failed\n", failures);
     return failures ? 1 : 0;
 }

@@ -1,0 +1,215 @@
+// Progress and cancel through the pipeline: the shares a host hears, the
+// same output with and without a progress, and a stop at every kind of place
+// (the composite, the stages, around the core's tracer, inside the region
+// labelling, the shapes, the writing) ending in
+// OM1_CANCELLED with everything released (the asan preset checks that).
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "pipeline/OptionTable.h"
+#include "pipeline/Progress.h"
+#include "pipeline/OptionsRecord.h"
+#include "pipeline/Vectorize.h"
+#include "prepare/Tracer.h"
+
+namespace {
+
+// Discs and bands of flat colours on a grey ground, with soft edges for the
+// anti-alias stage; `cells` x `cells` small squares of 8 colours below, for
+// a tracer that has many regions to trace.
+struct TestPicture {
+    int width, height;
+    std::vector<uint8_t> rgba;
+    om1::Picture picture() const {
+        om1::Picture p;
+        p.rgba = rgba.data();
+        p.width = width;
+        p.height = height;
+        return p;
+    }
+};
+
+TestPicture makePicture(int w, int h, int cells) {
+    TestPicture t{w, h, std::vector<uint8_t>(static_cast<size_t>(w) * h * 4, 255)};
+    static const uint8_t palette[8][3] = {{200, 30, 40},  {20, 120, 60}, {30, 60, 200},
+                                          {240, 200, 40}, {90, 90, 90},  {250, 250, 250},
+                                          {10, 10, 10},   {160, 80, 200}};
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            uint8_t* p = &t.rgba[4 * (static_cast<size_t>(y) * w + x)];
+            int c = 4;
+            const int dx = x - w / 3, dy = y - h / 3;
+            if (dx * dx + dy * dy < w * h / 16) c = 0;
+            if ((x + 2 * y) % (w / 2) < w / 10) c = 2;
+            if (cells > 0 && y > h / 2)
+                c = ((x / cells) * 7 + (y / cells) * 13 + (x / cells) * (y / cells)) % 8;
+            for (int k = 0; k < 3; ++k) p[k] = palette[c][k];
+            // A soft edge of in-between colours along the disc.
+            if (c == 0 && dx * dx + dy * dy > w * h / 16 - w) p[1] = 110;
+        }
+    return t;
+}
+
+struct Heard {
+    std::vector<double> shares;
+    long stopAt = -1;  // answer false at this call (0 the first)
+    om1::Hooks hooks() {
+        om1::Hooks h;
+        h.progress = [this](double s) {
+            shares.push_back(s);
+            return static_cast<long>(shares.size()) - 1 != stopAt;
+        };
+        return h;
+    }
+};
+
+std::string svgOf(const om1::Result& r, const om1::Hooks* hooks, int& code) {
+    std::ostringstream out;
+    code = r.write(out, om1::OutputFormat::Kind::Svg, hooks);
+    return out.str();
+}
+
+class ProgressTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        picture = makePicture(240, 200, 0);
+        om1::OptionTable::defaults(options);  // graphic: colours, anti-alias, speckle, merge
+    }
+    TestPicture picture;
+    om1_options options;
+};
+
+TEST_F(ProgressTest, SharesRiseToOneAndTheOutputIsUnchanged) {
+    int code = 0;
+    const om1::Result plain = om1::vectorize(picture.picture(), &options);
+    const std::string expected = svgOf(plain, nullptr, code);
+    ASSERT_EQ(code, OM1_OK);
+
+    Heard heard;
+    const om1::Hooks hooks = heard.hooks();
+    const om1::Result r = om1::vectorize(picture.picture(), &options, &hooks);
+    ASSERT_EQ(r.status(), OM1_OK);
+    EXPECT_EQ(heard.shares.front(), 0.0);
+    EXPECT_DOUBLE_EQ(heard.shares.back(), om1::Progress::kTraced);
+    EXPECT_EQ(svgOf(r, &hooks, code), expected);
+    EXPECT_EQ(code, OM1_OK);
+    EXPECT_DOUBLE_EQ(heard.shares.back(), 1.0);
+    for (size_t i = 1; i < heard.shares.size(); ++i)
+        EXPECT_LE(heard.shares[i - 1], heard.shares[i]) << "call " << i;
+    // The shapes' span was reported on the way (built by the write).
+    bool shaped = false;
+    for (double s : heard.shares)
+        shaped = shaped || (s > om1::Progress::kTraced && s <= om1::Progress::kShaped);
+    EXPECT_TRUE(shaped);
+}
+
+// A host that stops at the first report at or past a share: in the
+// composite (0), somewhere in the stages, at the end of the trace, in the
+// shapes and at the start of the writing. Each ends in OM1_CANCELLED from the
+// call that was running; a result whose shapes or writing were stopped
+// writes the whole output on the next call.
+TEST_F(ProgressTest, AStopAnywhereEndsInCancelled) {
+    int code = 0;
+    const om1::Result full = om1::vectorize(picture.picture(), &options);
+    const std::string expected = svgOf(full, nullptr, code);
+    const struct {
+        double share;
+        bool inTrace;  // vectorize itself is cancelled
+    } cases[] = {{0, true},
+                 {1e-9, true},
+                 {om1::Progress::kTraced, true},
+                 {om1::Progress::kTraced + 1e-9, false},
+                 {om1::Progress::kShaped, false}};
+    for (const auto& c : cases) {
+        om1::Hooks hooks;
+        bool stopped = false;
+        hooks.progress = [&](double s) {
+            stopped = stopped || s >= c.share;
+            return !stopped;
+        };
+        const om1::Result r = om1::vectorize(picture.picture(), &options, &hooks);
+        if (c.inTrace) {
+            EXPECT_EQ(r.status(), OM1_CANCELLED) << "stop at " << c.share;
+            EXPECT_EQ(r.drawing(), nullptr);
+            om1_stats st;
+            EXPECT_EQ(r.stats(st), OM1_CANCELLED);
+            continue;
+        }
+        ASSERT_EQ(r.status(), OM1_OK) << "stop at " << c.share;
+        EXPECT_EQ(svgOf(r, &hooks, code), "") << "stop at " << c.share;
+        EXPECT_EQ(code, OM1_CANCELLED) << "stop at " << c.share;
+        EXPECT_EQ(svgOf(r, nullptr, code), expected) << "stop at " << c.share;
+        EXPECT_EQ(code, OM1_OK);
+    }
+}
+
+// The core's tracer cannot be interrupted: it is asked before it runs and
+// after, never while it runs, and a stop heard after it ends the trace.
+TEST_F(ProgressTest, TheCoreTracerIsAskedBeforeAndAfterItRuns) {
+    const TestPicture many = makePicture(600, 600, 3);
+    om1_options o;
+    om1::OptionTable::preset(o, "plain");
+    o.max_outlines = 10000000;
+    // The tracer's span starts after the stages (none here); the report
+    // after its run is at 0.9 of it.
+    const double span = om1::Progress::kTraced - om1::Progress::kComposited;
+    const double start = om1::Progress::kComposited + span * 0.68;
+    const double after = om1::Progress::kComposited + span * (0.68 + 0.32 * 0.9);
+    double stoppedAt = -1;
+    om1::Hooks hooks;
+    hooks.progress = [&](double s) {
+        if (stoppedAt < 0 && s > start + 1e-12) stoppedAt = s;
+        return stoppedAt < 0;
+    };
+    const om1::Result r = om1::vectorize(many.picture(), &o, &hooks);
+    EXPECT_GE(stoppedAt, after - 1e-12);
+    EXPECT_EQ(r.status(), OM1_CANCELLED);
+}
+
+// The exact region labelling (every preset but plain) hears the progress
+// every few hundred rows and regions: a stop inside it ends the trace there.
+TEST(TracerProgress, AStopInsideTheRegionLabellingEndsTheTrace) {
+    const TestPicture many = makePicture(600, 600, 3);
+    std::vector<RGBQUAD> px(static_cast<size_t>(many.width) * many.height);
+    for (size_t i = 0; i < px.size(); ++i)
+        px[i] = RGBQUAD{many.rgba[4 * i + 2], many.rgba[4 * i + 1], many.rgba[4 * i], 0};
+    om1_options o;
+    om1::OptionTable::defaults(o);
+    const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
+    ASSERT_TRUE(t.exactRegions);
+    // The labelling's span of the trace, and the reports heard inside it.
+    const double from = 0.68;
+    for (const bool stop : {false, true}) {
+        std::vector<double> inside;
+        const om1::Tracer::Progress progress = [&](double s) {
+            if (s > from + 1e-12 && s < 1) inside.push_back(s);
+            return !stop || inside.empty();
+        };
+        KvCtree* tree = nullptr;
+        om1::TraceReport report;
+        const om1::Tracer::Result r =
+            om1::Tracer::trace(px.data(), many.width, many.height, t, tree, &report, progress);
+        EXPECT_EQ(tree, nullptr);
+        if (!stop) {
+            EXPECT_EQ(r, om1::Tracer::Done);
+            EXPECT_GE(inside.size(), 4u);  // rows, regions, the steps between
+            continue;
+        }
+        EXPECT_EQ(r, om1::Tracer::Cancelled);
+        ASSERT_EQ(inside.size(), 1u);
+        EXPECT_LT(inside[0], 0.68 + 0.32 * 0.3);  // in the first pass over the rows
+        EXPECT_TRUE(report.regions.parents.empty());
+        EXPECT_TRUE(report.regions.labels.empty());
+    }
+}
+
+TEST(ProgressRecord, TheCancelledCodeHasItsSentence) {
+    EXPECT_STRNE(om1::Result::message(OM1_CANCELLED), om1::Result::message(-1));
+    EXPECT_NE(std::string(om1::Result::message(OM1_CANCELLED)).find("cancel"), std::string::npos);
+}
+
+}  // namespace

@@ -463,9 +463,9 @@ int OptionTable::apply(om1_options& o,
     for (const auto& g : given) {
         const Row* r = find(g.first);
         if (!r) {
-            const std::string near = nearest(g.first);
+            const std::string closest = nearest(g.first);
             error = "unknown option " + shown(g.first, names) +
-                    (near.empty() ? "" : "; did you mean " + shown(near, names) + "?");
+                    (closest.empty() ? "" : "; did you mean " + shown(closest, names) + "?");
             return OM1_UNKNOWN_OPTION;
         }
         rows.emplace_back(r, &g.second);

@@ -29,11 +29,12 @@ std::string dashed(const char* name) {
 }
 
 // The tool's own long options (besides the table's).
-const char* const kToolOptions[] = {"--format",  "--jobs",  "--recursive", "--preset",
-                                    "--stats",   "--quiet", "--help",      "--version"};
+const char* const kToolOptions[] = {"--format", "--jobs",  "--recursive", "--preset",
+                                    "--stats",  "--quiet", "--help",      "--version"};
 
 bool looksLikeNumber(const std::string& a) {
-    return a.size() > 1 && a[0] == '-' && (isdigit(static_cast<unsigned char>(a[1])) || a[1] == '.');
+    return a.size() > 1 && a[0] == '-' &&
+           (isdigit(static_cast<unsigned char>(a[1])) || a[1] == '.');
 }
 
 // An argument that names no option, found before CLI11 sees it, so that the
@@ -52,14 +53,15 @@ bool unknownOption(int argc, char** argv, std::string& error) {
         bool known = name.size() > 2 && name[1] == '-' && om1::OptionTable::find(name.substr(2));
         for (const char* t : kToolOptions) known = known || name == t;
         if (known) continue;
-        std::string near;
+        std::string closest;
         if (name.size() > 2 && name[1] == '-') {
             std::vector<std::string> tool;
             for (const char* t : kToolOptions) tool.push_back(t + 2);
-            near = om1::OptionTable::nearest(name.substr(2), tool);
-            if (!near.empty()) near = dashed(near.c_str());
+            closest = om1::OptionTable::nearest(name.substr(2), tool);
+            if (!closest.empty()) closest = dashed(closest.c_str());
         }
-        error = "unknown option " + name + (near.empty() ? "" : "; did you mean " + near + "?");
+        error =
+            "unknown option " + name + (closest.empty() ? "" : "; did you mean " + closest + "?");
         return true;
     }
     return false;
@@ -122,9 +124,8 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
     for (int i = 0; i < rows; ++i) {
         const om1::OptionTable::Row& r = *om1::OptionTable::row(i);
         const std::string flag = dashed(r.name);
-        opts[i] = r.kind == om1::OptionTable::Kind::Flag
-                      ? app.add_flag(flag + "{on}", values[i])
-                      : app.add_option(flag, values[i]);
+        opts[i] = r.kind == om1::OptionTable::Kind::Flag ? app.add_flag(flag + "{on}", values[i])
+                                                         : app.add_option(flag, values[i]);
         opts[i]->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     }
     app.add_option("inputs", inputs);
@@ -133,7 +134,8 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
     } catch (const CLI::ParseError& e) {
         error = e.what();
         // "--colors: 1 required TEXT missing" reads better as:
-        if (error.find("required") != std::string::npos && error.find("missing") != std::string::npos)
+        if (error.find("required") != std::string::npos &&
+            error.find("missing") != std::string::npos)
             error = error.substr(0, error.find(':')) + " needs a value";
         return false;
     }
@@ -149,8 +151,8 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
     }
     if (formatOpt->count()) {
         if (!om1::OutputFormat::fromName(formatName, format)) {
-            error = "--format takes one of " + om1::OutputFormat::names() + ", not '" +
-                    formatName + "'";
+            error = "--format takes one of " + om1::OutputFormat::names() + ", not '" + formatName +
+                    "'";
             return false;
         }
         formatGiven = true;

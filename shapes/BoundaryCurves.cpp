@@ -40,11 +40,11 @@ long long key(int x, int y, int d) {
 }
 
 bool straightSegment(const PointD* p) {
-    auto near = [](double a, double b) { return std::fabs(a - b) < 1e-9; };
-    return near(p[1].x, p[0].x + (p[3].x - p[0].x) / 3) &&
-           near(p[1].y, p[0].y + (p[3].y - p[0].y) / 3) &&
-           near(p[2].x, p[0].x + 2 * (p[3].x - p[0].x) / 3) &&
-           near(p[2].y, p[0].y + 2 * (p[3].y - p[0].y) / 3);
+    auto close = [](double a, double b) { return std::fabs(a - b) < 1e-9; };
+    return close(p[1].x, p[0].x + (p[3].x - p[0].x) / 3) &&
+           close(p[1].y, p[0].y + (p[3].y - p[0].y) / 3) &&
+           close(p[2].x, p[0].x + 2 * (p[3].x - p[0].x) / 3) &&
+           close(p[2].y, p[0].y + 2 * (p[3].y - p[0].y) / 3);
 }
 
 // Removes the straight segments that run to a junction and straight back

@@ -296,6 +296,12 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 js.clear();
                 for (int k = 0; k < n; ++k)
                     if (r.junction(corners[k].x, corners[k].y)) js.push_back(k);
+                // Whether a piece between these regions keeps its staircase.
+                auto stairs = [&](int32_t a, int32_t b) {
+                    const std::vector<uint8_t>* k = pic.staircase;
+                    return k && ((a >= 0 && static_cast<size_t>(a) < k->size() && (*k)[a]) ||
+                                 (b >= 0 && static_cast<size_t>(b) < k->size() && (*k)[b]));
+                };
                 auto fitWhole = [&]() {
                     EdgeSamples::sample(loop, pic, samples);
                     CurveFitter::fitLoop(loop, samples, options.curveTolerance, whole);
@@ -323,7 +329,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         sides(r, loop, corners, 0, in, out);
                         fitWhole();
                         Piece p;
-                        p.curved = chooser.keep(whole, corners, true, in, out);
+                        p.curved = !stairs(in, out) && chooser.keep(whole, corners, true, in, out);
                         if (p.curved)
                             p.curve = whole;
                         else
@@ -406,6 +412,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             exact = lo >= 0 && li >= 0 &&
                                     ownColour(given, corners[i], loop.codes[i], li, lo);
                         }
+                        exact = exact || stairs(in, out);
                         Piece p;
                         p.curved =
                             !exact && steps >= 2 && out >= 0 &&

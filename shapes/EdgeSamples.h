@@ -38,6 +38,10 @@ public:
         const std::vector<int>* parents = nullptr;
         const std::vector<uint8_t>* drawn = nullptr;
         int base = -1;  // a label drawn first under all others (-1: none)
+        // Per label, or null: the edges of the regions marked keep their
+        // exact staircase (the empty region of a transparent picture, whose
+        // edges the picture's colours cannot place).
+        const std::vector<uint8_t>* staircase = nullptr;
         int32_t label(int x, int y) const {
             return x < 0 || y < 0 || x >= width || y >= height
                        ? -1

@@ -279,6 +279,12 @@ bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transpar
             parents[i] = lr.nodes[i].parent;
             drawn[i] = !lr.nodes[i].frame && lr.nodes[i].alpha != 0;
         }
+        std::vector<uint8_t> staircase;
+        if (transparent) {
+            staircase.resize(lr.nodes.size());
+            for (size_t i = 0; i < lr.nodes.size(); ++i) staircase[i] = lr.nodes[i].alpha == 0;
+            pic.staircase = &staircase;
+        }
         if (!cutout) {
             pic.parents = &parents;
             pic.drawn = &drawn;

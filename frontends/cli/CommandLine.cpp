@@ -104,6 +104,7 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
     CLI::App app("om1trace");
     app.set_help_flag();
     app.allow_extras(false);
+    app.allow_windows_style_options(false);  // a path may begin with /
     app.positionals_at_end(false);
     std::string formatName, presetName, jobsText;
     app.add_flag("-h,--help", help);

@@ -186,18 +186,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (!f) return 0;
         RasterImage img;
         std::string error;
-        const bool ok = ImageLoader::loadStream(f, 64 * 64, {}, img, error);
+        const bool ok = ImageLoader::loadRgbaStream(f, 64 * 64, img, error);
         std::fclose(f);
         if (!ok) return 0;
         w = img.width;
         h = img.height;
-        rgba.resize(4 * img.pixels.size());
-        for (size_t i = 0; i < img.pixels.size(); ++i) {
-            rgba[4 * i] = img.pixels[i].rgbRed;
-            rgba[4 * i + 1] = img.pixels[i].rgbGreen;
-            rgba[4 * i + 2] = img.pixels[i].rgbBlue;
-            rgba[4 * i + 3] = img.alpha[i];
-        }
+        rgba.swap(img.rgba);
     } else {
         const uint8_t alphaMode = in.byte();
         const int colours = 1 + in.byte() % 16;

@@ -188,7 +188,6 @@ int Result::State::view(View& v, bool joinParts, Progress* progress) {
         PixelAlpha alpha;
         if (!levels.empty()) {
             alpha.levels = levels.data();
-            alpha.coverage = coverage.empty() ? nullptr : coverage.data();
         }
         const RGBQUAD* before = input.empty() ? nullptr : input.data();
         const std::function<bool(double)> watch =

@@ -36,9 +36,8 @@ struct Result::State {
     // placed and judged against it); empty when it is `seen`.
     std::vector<RGBQUAD> input;
     // With transparency: the alpha level of every pixel of `seen`
-    // (TraceReport::preparedAlpha) and the input's own alpha; both empty for
-    // an opaque picture.
-    std::vector<uint8_t> levels, coverage;
+    // (TraceReport::preparedAlpha); empty for an opaque picture.
+    std::vector<uint8_t> levels;
     View drawing, outlines;
 
     ~State();

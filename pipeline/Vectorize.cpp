@@ -109,7 +109,6 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     }
     if (!s.report.preparedAlpha.empty()) {
         s.levels = std::move(s.report.preparedAlpha);
-        s.coverage = std::move(alpha);
     }
     return OM1_OK;
 }

@@ -215,11 +215,14 @@ struct Piece {
 // The colour of every region in the picture itself: the mean over its
 // pixels whose four neighbours are of the region too (the region's colour
 // where it has none). The edge samples measure shares against these.
-void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out) {
+// False when `going` answers false (asked every 256 rows).
+bool interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out,
+                     const std::function<bool()>& going) {
     const size_t n = pic.colours->size();
     std::vector<double> sum(4 * n, 0.0);
     const int w = pic.width, h = pic.height;
-    for (int y = 1; y + 1 < h; ++y)
+    for (int y = 1; y + 1 < h; ++y) {
+        if ((y & 255) == 0 && !going()) return false;
         for (int x = 1; x + 1 < w; ++x) {
             const size_t i = static_cast<size_t>(y) * w + x;
             const int32_t l = pic.labels[i];
@@ -233,6 +236,7 @@ void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out)
             s[2] += p.rgbBlue;
             s[3] += 1;
         }
+    }
     out = *pic.colours;
     for (size_t l = 0; l < n; ++l) {
         const double* s = &sum[4 * l];
@@ -241,6 +245,7 @@ void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out)
                 RGBQUAD{static_cast<BYTE>(s[2] / s[3] + 0.5), static_cast<BYTE>(s[1] / s[3] + 0.5),
                         static_cast<BYTE>(s[0] / s[3] + 0.5), 0};
     }
+    return true;
 }
 
 // Whether the pixels on both sides of the step that leaves corner c in
@@ -261,13 +266,26 @@ bool ownColour(const EdgeSamples::Picture& pic, const Corner& c, int d, int32_t 
 }  // namespace
 
 bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions& options,
-                         ShapeSet& set) {
+                         ShapeSet& set, const std::function<bool(double)>& progress) {
     Raster r{given.labels, given.width, given.height};
+    // The progress hears the share of the shapes done once some thousands
+    // of steps were walked or fitted since it last heard.
+    size_t shape = 0;
+    long long work = 0;
+    const double shapes = static_cast<double>(std::max<size_t>(set.shapes.size(), 1));
+    const std::function<bool()> going = [&]() {
+        work = 0;
+        return !progress || progress(static_cast<double>(shape) / shapes);
+    };
+    auto done = [&](size_t steps) {
+        work += static_cast<long long>(steps);
+        return work < 8192 || going();
+    };
     try {
         EdgeSamples::Picture pic = given;
         std::vector<RGBQUAD> own;
         if (pic.pixels && pic.colours) {
-            interiorColours(pic, own);
+            if (!interiorColours(pic, own, going)) return false;
             pic.colours = &own;
         }
         Chooser chooser(given, options);
@@ -287,11 +305,13 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
 
         for (size_t si = 0; si < set.shapes.size(); ++si) {
             Shape& s = set.shapes[si];
+            shape = si;
             s.curves.assign(s.loops.size(), Curve());
             for (size_t li = 0; li < s.loops.size(); ++li) {
                 const CrackLoop& loop = s.loops[li];
                 const std::vector<Corner> corners = loop.corners();
                 const int n = static_cast<int>(corners.size());
+                if (!done(corners.size())) return false;
                 Curve& result = s.curves[li];
                 js.clear();
                 for (int k = 0; k < n; ++k)
@@ -336,6 +356,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             CurveFitter::polygonCurve(loop, p.curve);
                         theirs = &(islands[key(corners[0].x, corners[0].y, loop.codes[0])] =
                                        std::move(p));
+                        if (!done(8 * static_cast<size_t>(n))) return false;
                     }
                     if (back)
                         result.assign(theirs->curve.rbegin(), theirs->curve.rend());
@@ -438,6 +459,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         found[j] = &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] =
                                          std::move(p));
                         reversed[j] = 0;
+                        if (!done(8 * static_cast<size_t>(steps))) return false;
                     }
                 }
                 bool anyCurved = false;

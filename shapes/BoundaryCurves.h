@@ -25,6 +25,8 @@
 // them.
 #pragma once
 
+#include <functional>
+
 #include "shapes/EdgeSamples.h"
 #include "shapes/Shape.h"
 
@@ -34,9 +36,10 @@ class BoundaryCurves {
 public:
     // Fills `curves` of every shape of `set`, whose loops were traced from
     // `picture.labels` (`picture.colours`: the colour of every label).
-    // False when memory runs out.
+    // False when memory runs out, or when `progress` (told the share of the
+    // shapes done every few thousand steps fitted) answers false.
     static bool fit(const EdgeSamples::Picture& picture, const OutputOptions& options,
-                    ShapeSet& set);
+                    ShapeSet& set, const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

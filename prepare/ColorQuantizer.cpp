@@ -13,6 +13,9 @@ namespace om1 {
 
 namespace {
 
+// The passes over the pixels ask the progress every this many plus one.
+const size_t kEvery = (size_t{1} << 18) - 1;
+
 struct Entry {
     uint32_t color;
     long long count;
@@ -58,6 +61,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         std::vector<uint64_t> present(size_t{1} << 18, 0);
         if (!at(0.1)) return false;
         for (size_t i = 0; i < n; ++i) {
+            if ((i & kEvery) == kEvery && !at(0.1 + 0.2 * static_cast<double>(i) / n)) return false;
             const uint32_t c = packColour(pixels[i]);
             present[c >> 6] |= uint64_t{1} << (c & 63);
         }
@@ -78,14 +82,22 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
                 entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0,
                                static_cast<uint32_t>(id)};
-        for (size_t i = 0; i < n; ++i) ++entries[entryOf(i)].count;
+        for (size_t i = 0; i < n; ++i) {
+            if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n)) return false;
+            ++entries[entryOf(i)].count;
+        }
         if (!at(0.5)) return false;
         std::vector<Entry> sorted(entries.size());
         std::vector<Box> boxes(1);
         boxes[0].begin = 0;
         boxes[0].end = entries.size();
         measure(entries, boxes[0]);
+        size_t splitSince = 0;  // entries sorted since the progress last heard
         while (static_cast<int>(boxes.size()) < count) {
+            if (splitSince > kEvery) {
+                splitSince = 0;
+                if (!at(0.5 + 0.1 * static_cast<double>(boxes.size()) / count)) return false;
+            }
             int pick = -1;
             double best = 0;
             for (size_t b = 0; b < boxes.size(); ++b) {
@@ -98,6 +110,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             }
             if (pick < 0) break;
             Box& b = boxes[pick];
+            splitSince += b.end - b.begin;
             const int ch = b.widest;
             // Counting sort by the channel, stable: colours of one channel
             // value keep their order (the same split on every platform).
@@ -144,7 +157,11 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 mb[b] = mean[3 * b + 2];
             }
             bool moved = round == 0;
+            // Every entry is measured against k means: the progress hears
+            // about as often as in the passes over the pixels.
+            const size_t every = std::max<size_t>(kEvery / k, 1);
             for (size_t i = 0; i < entries.size(); ++i) {
+                if (i % every == every - 1 && !at(0.6 + 0.05 * round)) return false;
                 const uint32_t col = entries[i].color;
                 const double r = colourChannel(col, 0), g = colourChannel(col, 1),
                              bl = colourChannel(col, 2);
@@ -185,7 +202,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         for (size_t i = 0; i < entries.size(); ++i) nearestOf[entries[i].id] = nearest[i];
         std::vector<bool> used(k, false);
         for (size_t i = 0; i < n; ++i) {
-            if ((i & 0xFFFFF) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;
+            if ((i & kEvery) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;
             const uint32_t b = nearestOf[entryOf(i)];
             used[b] = true;
             const BYTE reserved = pixels[i].rgbReserved;
@@ -229,7 +246,8 @@ bool ColorQuantizer::snap(RGBQUAD* pixels, int width, int height, const RGBQUAD*
 }
 
 long long ColorQuantizer::distinct(const RGBQUAD* pixels, int width, int height,
-                                   long long stopAbove) {
+                                   long long stopAbove,
+                                   const std::function<bool(double)>& progress) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     const size_t n = static_cast<size_t>(width) * height;
     // One bit per colour of the 2^24 (2 MB), runs of one colour tested once.
@@ -242,6 +260,7 @@ long long ColorQuantizer::distinct(const RGBQUAD* pixels, int width, int height,
     long long count = 0;
     uint32_t last = 0xFFFFFFFFu;
     for (size_t i = 0; i < n; ++i) {
+        if ((i & kEvery) == kEvery && progress && !progress(static_cast<double>(i) / n)) return -1;
         const uint32_t c = packColour(pixels[i]);
         if (c == last) continue;
         last = c;

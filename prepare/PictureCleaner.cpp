@@ -78,6 +78,9 @@ double keyDiff(uint32_t a, uint32_t b, bool withAlpha) {
     return d;
 }
 
+// Passes over the pixels ask the progress every this many plus one.
+const size_t kEvery = (size_t{1} << 18) - 1;
+
 int luminance(const RGBQUAD& q) {
     return (299 * q.rgbRed + 587 * q.rgbGreen + 114 * q.rgbBlue) / 1000;
 }
@@ -136,6 +139,7 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     std::vector<uint8_t> flat;
     try {
         c = packKeys(pixels, alpha, n);
+        if (!at(0, 0)) return -1;
         flat.assign(n, 1);
     } catch (...) {
         return -1;
@@ -164,7 +168,10 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     } catch (...) {
         return -1;
     }
-    for (size_t i = 0; i < n; ++i) flatColour[i] = flat[i] ? c[i] : kNone;
+    for (size_t i = 0; i < n; ++i) {
+        if ((i & kEvery) == kEvery && !at(1, 0)) return -1;
+        flatColour[i] = flat[i] ? c[i] : kNone;
+    }
     long long changed = 0;
     uint32_t cand[16];
     for (int y = 0; y < height; ++y) {
@@ -305,11 +312,15 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     // Between the steps of each pass: a pass takes at most half of what was left.
     double share = 0;
     auto at = [&](double part) { return !progress || progress(share + (1 - share) * part / 2); };
+    double part = 0;  // where a long step is, for the checks inside it
+    const std::function<bool()> going = [&]() { return at(part); };
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<uint32_t> c = packKeys(pixels, alpha, n);
+        if (!at(0)) return -1;
         std::vector<int32_t> labels, queue;
-        long long count = labelRegions(c, width, height, labels, queue);
+        long long count = labelRegions(c, width, height, labels, queue, going);
+        if (count < 0) return -1;
         // Reused by every pass (a pass has no more regions than the last).
         std::vector<int32_t> start, order(n), parent, fillAt;
         std::vector<long long> size, shared;
@@ -324,7 +335,9 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             shared.assign(m, 0);
             size.assign(m, 0);
             colour.resize(m);
+            part = 0.1;
             for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !going()) return -1;
                 ++start[labels[i] + 1];
                 colour[labels[i]] = c[i];
             }
@@ -336,7 +349,10 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 parent[r] = r;
             }
             fillAt.assign(start.begin(), start.end() - 1);
-            for (size_t i = 0; i < n; ++i) order[fillAt[labels[i]]++] = static_cast<int32_t>(i);
+            for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !going()) return -1;
+                order[fillAt[labels[i]]++] = static_cast<int32_t>(i);
+            }
             auto find = [&](int32_t r) {
                 while (parent[r] != r) r = parent[r] = parent[parent[r]];
                 return r;
@@ -350,8 +366,15 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             std::vector<int32_t> touched;
             long long merged = 0;
             if (!at(0.3)) return -1;
+            part = 0.4;
+            size_t walked = 0;  // pixels of small regions since the progress last heard
             for (int32_t r : small) {
+                if (walked > kEvery) {
+                    walked = 0;
+                    if (!going()) return -1;
+                }
                 if (find(r) != r || size[r] >= area) continue;
+                walked += static_cast<size_t>(size[r]);
                 // The empty region is never painted.
                 if (alpha && keyAlpha(colour[r]) == 0) continue;
                 touched.clear();
@@ -386,7 +409,9 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             }
             if (merged == 0) break;
             if (!at(0.6)) return -1;
+            part = 0.65;
             for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !going()) return -1;
                 const uint32_t nc = colour[find(labels[i])];
                 if (nc != c[i]) {
                     c[i] = nc;
@@ -395,7 +420,9 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 }
             }
             if (!at(0.7)) return -1;
-            count = labelRegions(c, width, height, labels, queue);
+            part = 0.8;
+            count = labelRegions(c, width, height, labels, queue, going);
+            if (count < 0) return -1;
             share += (1 - share) / 2;
         }
         return count;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace om1 {
@@ -13,8 +14,10 @@ namespace om1 {
 // a union-find kept in the labels themselves, every set rooted at its first
 // pixel: parents point to earlier pixels, whose labels are final by the time
 // the second pass reads them. `scratch` is no longer needed (left empty).
+// `going`, when given, is asked every 256 rows: -1 when it answers false.
 inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
-                              std::vector<int32_t>& labels, std::vector<int32_t>& scratch) {
+                              std::vector<int32_t>& labels, std::vector<int32_t>& scratch,
+                              const std::function<bool()>& going = {}) {
     const size_t n = c.size();
     scratch.clear();
     labels.resize(n);
@@ -32,6 +35,7 @@ inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
             parent[a] = b;
     };
     for (int y = 0; y < h; ++y) {
+        if ((y & 255) == 255 && going && !going()) return -1;
         const int32_t row = y * w;
         for (int x = 0; x < w; ++x) {
             const int32_t i = row + x;

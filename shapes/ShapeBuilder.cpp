@@ -199,6 +199,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             if (mb.x1 < 0) continue;
             const int lo = m, hi = lr.subtreeEnd(m);
             for (int y = mb.y0; y <= mb.y1; ++y) {
+                if ((y & 255) == 255 && !at(0.45 + 0.15 * i / n)) return false;
                 const int32_t* row = &lr.labels[static_cast<size_t>(y) * lr.width];
                 uint8_t* mrow = &mask[static_cast<size_t>(y - b.y0) * w];
                 for (int x = mb.x0; x <= mb.x1; ++x)
@@ -345,31 +346,27 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
                          int width, int height, const OutputOptions& options, ShapeSet& out,
                          const RGBQUAD* input, const std::function<bool(double)>& progress) {
     start(out, width, height, options);
+    // (A stop empties the shapes on the way out, never while they are built.)
     const std::function<bool(double)> at = [&](double share) {
-        if (!progress || progress(share)) return true;
-        out.shapes.clear();
-        return false;
+        return !progress || progress(share);
     };
     const uint8_t* levels = pixels ? alpha.levels : nullptr;
+    bool built = false;
     try {
         LabelRaster lr;
-        if (!at(0) || !lr.build(tree, width, height, pixels)) return false;
-        if (levels && !lr.setAlpha(pixels, levels)) return false;
-        if (!at(0.25)) return false;
-        if (pixels && options.reconcileTolerance >= 0) {
+        built = at(0) && lr.build(tree, width, height, pixels) &&
+                (!levels || lr.setAlpha(pixels, levels)) && at(0.25);
+        if (built && pixels && options.reconcileTolerance >= 0) {
             const long long moved = lr.reconcile(pixels, options.reconcileTolerance, levels);
-            if (moved < 0) return false;
+            built = moved >= 0;
             out.reconciledPixels = moved;
         }
-        if (!shapesOf(lr, options, levels != nullptr, pixels, input, out, at)) {
-            out.shapes.clear();
-            return false;
-        }
+        built = built && shapesOf(lr, options, levels != nullptr, pixels, input, out, at) && at(1);
     } catch (...) {
-        out.shapes.clear();
-        return false;
+        built = false;
     }
-    return at(1);
+    if (!built) out.shapes.clear();
+    return built;
 }
 
 bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
@@ -378,20 +375,16 @@ bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const Out
     start(out, regions.width, regions.height, options);
     if (regions.nodes.empty()) return false;
     const std::function<bool(double)> at = [&](double share) {
-        if (!progress || progress(share)) return true;
-        out.shapes.clear();
-        return false;
+        return !progress || progress(share);
     };
+    bool built = false;
     try {
-        if (!at(0) || !shapesOf(regions, options, transparent, nullptr, input, out, at)) {
-            out.shapes.clear();
-            return false;
-        }
+        built = at(0) && shapesOf(regions, options, transparent, nullptr, input, out, at) && at(1);
     } catch (...) {
-        out.shapes.clear();
-        return false;
+        built = false;
     }
-    return at(1);
+    if (!built) out.shapes.clear();
+    return built;
 }
 
 }  // namespace om1

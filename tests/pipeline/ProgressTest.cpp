@@ -265,11 +265,11 @@ TEST(StopAtEveryCall, ThePipelineEndsCancelled) {
     }
 }
 
-// The calls to stop at out of `count`: every one up to 24, else 24 spread
+// The calls to stop at out of `count`: every one up to 12, else 12 spread
 // over them, the first and the last among them.
 std::vector<long> stopsOf(long count) {
     std::vector<long> at;
-    const long n = std::min(count, 24L);
+    const long n = std::min(count, 12L);
     for (long i = 0; i < n; ++i) at.push_back(n < 2 ? 0 : i * (count - 1) / (n - 1));
     return at;
 }

@@ -156,11 +156,15 @@ public:
         : pic_(pic), options_(options) {}
 
     bool keep(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
-              int32_t out) {
+              int32_t out, bool underneath = false) {
         if (options_.maxCurveAreaError < 0) return true;
         if (out < 0 || in < 0) return false;
+        // With the earlier region drawn on under the later one, the edge
+        // shows the two regions alone.
+        EdgeSamples::Picture judged = judgePicture();
+        if (underneath) judged.parents = nullptr;
         const CurveJudge::Errors e =
-            CurveJudge::compare(curve, stair, closed, in, out, judgePicture(), cov_, cells_);
+            CurveJudge::compare(curve, stair, closed, in, out, judged, cov_, cells_);
         if (e.area <= 1e-6) return false;  // the staircase itself
         if (pic_.pixels) return e.curve < e.staircase;
         const double steps = static_cast<double>(stair.size() - (closed ? 0 : 1));
@@ -210,7 +214,81 @@ namespace {
 struct Piece {
     Curve curve;  // from the first step's corner onwards
     bool curved;
+    // Stacked siblings: the curve moved under the region drawn on top
+    // (label `top`, on the piece's `in` side when topIn), for every loop
+    // along the piece but the one drawn last (empty: none).
+    Curve hidden;
+    bool topIn = false;
+    int lastShape = -1;        // the last shape whose loop runs along the piece
+    bool lastForward = false;  // and whether it runs it forwards
 };
+
+// Whether labels a and b are siblings in the stacked drawing: neither holds
+// the other, and neither is the region drawn under everything.
+bool stackedSiblings(const EdgeSamples::Picture& pic, int32_t a, int32_t b) {
+    if (!pic.parents || a < 0 || b < 0 || a == pic.base || b == pic.base) return false;
+    const std::vector<int>& par = *pic.parents;
+    for (int k = par[static_cast<size_t>(b)]; k >= 0; k = par[static_cast<size_t>(k)])
+        if (k == a) return false;
+    for (int k = par[static_cast<size_t>(a)]; k >= 0; k = par[static_cast<size_t>(k)])
+        if (k == b) return false;
+    return true;
+}
+
+// How far a curve through the piece's samples can move towards the region
+// `top` (on its `in` side when topIn) and stay on that region's pixels:
+// over the steps away from the ends, the least depth of the region along
+// the step's normal (up to three pixels) less the sample's own offset that
+// way and the fit's tolerance. At most 1.5 px.
+double underReach(const Raster& r, const std::vector<Corner>& pc, const CrackLoop& loop, int a,
+                  int n, const std::vector<PointD>& samples, bool topIn, int32_t top,
+                  double tolerance) {
+    const int steps = static_cast<int>(pc.size()) - 1;
+    const int lo = steps > 6 ? 2 : 0, hi = steps > 6 ? steps - 2 : steps;
+    double reach = 1.5;
+    for (int k = lo; k < hi; ++k) {
+        const int d = loop.codes[static_cast<size_t>((a + k) % n)];
+        const int o = (d + 3) & 3;  // away from the loop's region
+        const int sx = topIn ? -kDx[o] : kDx[o], sy = topIn ? -kDy[o] : kDy[o];
+        const Corner& c = pc[static_cast<size_t>(k)];
+        int px = c.x + kOutX[d], py = c.y + kOutY[d];
+        if (topIn) px -= kDx[o], py -= kDy[o];
+        int depth = 0;
+        while (depth < 3 && r.at(px + depth * sx, py + depth * sy) == top) ++depth;
+        const PointD& q = samples[static_cast<size_t>((a + k) % n)];
+        const double off = (q.x - (c.x + 0.5 * kDx[d])) * sx + (q.y - (c.y + 0.5 * kDy[d])) * sy;
+        reach = std::min(reach, depth - off - tolerance);
+    }
+    return reach;
+}
+
+// The curve moved by `by` pixels to its right (the `in` side) or left, each
+// segment's ends along their normals, from and back to its two ends.
+void offsetCurve(const Curve& c, double by, bool right, Curve& out) {
+    out.clear();
+    out.push_back(c.front());
+    const double sign = right ? 1 : -1;
+    auto normal = [&](PointD from, PointD to) {
+        const double dx = to.x - from.x, dy = to.y - from.y, l = std::sqrt(dx * dx + dy * dy);
+        return l < 1e-9 ? PointD{0, 0} : PointD{-dy / l * sign * by, dx / l * sign * by};
+    };
+    for (size_t i = 0; i + 3 < c.size(); i += 3) {
+        const PointD* p = &c[i];
+        PointD n0 = normal(p[0], p[1]);
+        if (n0.x == 0 && n0.y == 0) n0 = normal(p[0], p[2]);
+        if (n0.x == 0 && n0.y == 0) n0 = normal(p[0], p[3]);
+        PointD n3 = normal(p[2], p[3]);
+        if (n3.x == 0 && n3.y == 0) n3 = normal(p[1], p[3]);
+        if (n3.x == 0 && n3.y == 0) n3 = normal(p[0], p[3]);
+        const PointD s = {p[0].x + n0.x, p[0].y + n0.y};
+        const PointD b = out.back();
+        if (std::fabs(s.x - b.x) > 1e-9 || std::fabs(s.y - b.y) > 1e-9) appendLine(out, s);
+        out.push_back({p[1].x + n0.x, p[1].y + n0.y});
+        out.push_back({p[2].x + n3.x, p[2].y + n3.y});
+        out.push_back({p[3].x + n3.x, p[3].y + n3.y});
+    }
+    appendLine(out, c.back());
+}
 
 // The colour of every region in the picture itself: the mean over its
 // pixels whose four neighbours are of the region too (the region's colour
@@ -280,7 +358,18 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::vector<PointD> samples;
         std::vector<Corner> pc;
         std::vector<int> js;
-        std::vector<const Piece*> found;
+        std::vector<Piece*> found;
+        // Every loop made of pieces, put together once every loop has been
+        // seen (a piece's hidden curve depends on the last loop along it).
+        struct Uses {
+            Shape* shape;
+            size_t loop;
+            int shapeIndex;
+            PointD start;
+            std::vector<std::pair<Piece*, bool>> pieces;  // and whether reversed
+        };
+        std::vector<Uses> uses;
+        const double tolerance = CurveFitter::settings(options.curveTolerance).tolerance;
         std::vector<uint8_t> reversed, codes;
         std::vector<PointD> points;
         Curve whole, cut;
@@ -430,30 +519,62 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             if (moveEnd) appendLine(joined, B);
                             cut.swap(joined);
                         }
-                        p.curved = p.curved && chooser.keep(cut, pc, false, in, out);
-                        if (p.curved)
+                        // Stacked siblings: the earlier drawn on under the
+                        // later one, where the later one is deep enough.
+                        const bool topIn = in > out;
+                        const double reach =
+                            p.curved && !given.staircase && stackedSiblings(given, in, out)
+                                ? underReach(r, pc, loop, a, n, samples, topIn, topIn ? in : out,
+                                             tolerance)
+                                : 0;
+                        const bool under = reach >= 0.7;
+                        p.curved = p.curved && chooser.keep(cut, pc, false, in, out, under);
+                        if (p.curved) {
                             p.curve = cut;
-                        else
+                            if (under) {
+                                offsetCurve(cut, reach, topIn, p.hidden);
+                                p.topIn = topIn;
+                            }
+                        } else
                             straightPiece(pc, p.curve);
                         found[j] = &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] =
                                          std::move(p));
                         reversed[j] = 0;
                     }
                 }
-                bool anyCurved = false;
-                result.push_back(
-                    {static_cast<double>(corners[js[0]].x), static_cast<double>(corners[js[0]].y)});
+                Uses u;
+                u.shape = &s;
+                u.loop = li;
+                u.shapeIndex = static_cast<int>(si);
+                u.start = {static_cast<double>(corners[js[0]].x),
+                           static_cast<double>(corners[js[0]].y)};
                 for (size_t j = 0; j < J; ++j) {
-                    const Curve& c = found[j]->curve;
-                    if (reversed[j])
-                        result.insert(result.end(), c.rbegin() + 1, c.rend());
-                    else
-                        result.insert(result.end(), c.begin() + 1, c.end());
-                    anyCurved = anyCurved || found[j]->curved;
+                    found[j]->lastShape = u.shapeIndex;
+                    found[j]->lastForward = !reversed[j];
+                    u.pieces.emplace_back(found[j], reversed[j] != 0);
                 }
-                dropSpikes(result);
-                set.curvedLoops += anyCurved;
+                uses.push_back(std::move(u));
             }
+        }
+        for (const Uses& u : uses) {
+            Curve& result = u.shape->curves[u.loop];
+            bool anyCurved = false;
+            result.push_back(u.start);
+            for (const auto& use : u.pieces) {
+                const Piece& p = *use.first;
+                // The hidden curve for every loop but the last one drawn,
+                // when that one keeps the top region inside.
+                const bool hide =
+                    !p.hidden.empty() && u.shapeIndex != p.lastShape && p.lastForward == p.topIn;
+                const Curve& c = hide ? p.hidden : p.curve;
+                if (use.second)
+                    result.insert(result.end(), c.rbegin() + 1, c.rend());
+                else
+                    result.insert(result.end(), c.begin() + 1, c.end());
+                anyCurved = anyCurved || p.curved;
+            }
+            dropSpikes(result);
+            set.curvedLoops += anyCurved;
         }
     } catch (...) {
         return false;

@@ -1,6 +1,7 @@
 #include "shapes/BoundaryCurves.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <unordered_map>
 #include <vector>
@@ -235,59 +236,104 @@ bool stackedSiblings(const EdgeSamples::Picture& pic, int32_t a, int32_t b) {
     return true;
 }
 
-// How far a curve through the piece's samples can move towards the region
-// `top` (on its `in` side when topIn) and stay on that region's pixels:
-// over the steps away from the ends, the least depth of the region along
-// the step's normal (up to three pixels) less the sample's own offset that
-// way and the fit's tolerance. At most 1.5 px.
-double underReach(const Raster& r, const std::vector<Corner>& pc, const CrackLoop& loop, int a,
-                  int n, const std::vector<PointD>& samples, bool topIn, int32_t top,
-                  double tolerance) {
-    const int steps = static_cast<int>(pc.size()) - 1;
-    const int lo = steps > 6 ? 2 : 0, hi = steps > 6 ? steps - 2 : steps;
-    double reach = 1.5;
-    for (int k = lo; k < hi; ++k) {
-        const int d = loop.codes[static_cast<size_t>((a + k) % n)];
-        const int o = (d + 3) & 3;  // away from the loop's region
-        const int sx = topIn ? -kDx[o] : kDx[o], sy = topIn ? -kDy[o] : kDy[o];
-        const Corner& c = pc[static_cast<size_t>(k)];
-        int px = c.x + kOutX[d], py = c.y + kOutY[d];
-        if (topIn) px -= kDx[o], py -= kDy[o];
-        int depth = 0;
-        while (depth < 3 && r.at(px + depth * sx, py + depth * sy) == top) ++depth;
-        const PointD& q = samples[static_cast<size_t>((a + k) % n)];
-        const double off = (q.x - (c.x + 0.5 * kDx[d])) * sx + (q.y - (c.y + 0.5 * kDy[d])) * sy;
-        reach = std::min(reach, depth - off - tolerance);
+// How far from p towards (ux, uy) the pixels stay those of `top` or
+// `self`, up to `most`.
+double clearance(const Raster& r, PointD p, double ux, double uy, int32_t top, int32_t self,
+                 double most) {
+    const double step = 0.05;
+    for (int i = 0; i * step < most; ++i) {
+        const double t = i * step;
+        const int32_t l = r.at(static_cast<int>(std::floor(p.x + t * ux)),
+                               static_cast<int>(std::floor(p.y + t * uy)));
+        if (l != top && l != self) return t;
     }
-    return reach;
+    return most;
 }
 
-// The curve moved by `by` pixels to its right (the `in` side) or left, each
-// segment's ends along their normals, from and back to its two ends.
-void offsetCurve(const Curve& c, double by, bool right, Curve& out) {
+// The curve moved under the region `top` (on its right, the `in` side, when
+// `right`) for the region `self` on its other side: every segment's ends
+// along their normals, each by as far as the pixels of the two regions
+// reach that way less `margin` (the top region's own far edge may lie that
+// much inside its pixels), at most `most`; from and back to the curve's two
+// ends. So the move tapers where the top region thins or ends, and never
+// reaches a third region. False where a point of the moved curve still
+// lies on a third region's pixel, or where the ends move by less than
+// 0.3 px on average (the region below then still shows).
+bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32_t self,
+                 double most, double margin, Curve& out) {
+    double sum = 0;
+    int count = 0;
     out.clear();
     out.push_back(c.front());
     const double sign = right ? 1 : -1;
     auto normal = [&](PointD from, PointD to) {
         const double dx = to.x - from.x, dy = to.y - from.y, l = std::sqrt(dx * dx + dy * dy);
-        return l < 1e-9 ? PointD{0, 0} : PointD{-dy / l * sign * by, dx / l * sign * by};
+        return l < 1e-9 ? PointD{0, 0} : PointD{-dy / l * sign, dx / l * sign};
     };
-    for (size_t i = 0; i + 3 < c.size(); i += 3) {
-        const PointD* p = &c[i];
+    auto moveBy = [&](PointD q, PointD u) {
+        if (u.x == 0 && u.y == 0) return 0.0;
+        return std::max(
+            0.0, std::min(most, clearance(r, q, u.x, u.y, top, self, most + margin) - margin));
+    };
+    // Every point of the moved curve that lies away from the given one must
+    // lie on the two regions' pixels: the segments moved are checked against
+    // the given ones, the joins against the point they join round.
+    auto point = [](const PointD* q, double t) {
+        const double u = 1 - t, a = u * u * u, b = 3 * u * u * t, d = 3 * u * t * t, e = t * t * t;
+        return PointD{a * q[0].x + b * q[1].x + d * q[2].x + e * q[3].x,
+                      a * q[0].y + b * q[1].y + d * q[2].y + e * q[3].y};
+    };
+    auto clear = [&](const PointD* q, const PointD* given, PointD at) {
+        for (int k = 0; k <= 8; ++k) {
+            const PointD x = point(q, k / 8.0), g = given ? point(given, k / 8.0) : at;
+            if (std::fabs(x.x - g.x) + std::fabs(x.y - g.y) < 0.05) continue;
+            const int32_t l =
+                r.at(static_cast<int>(std::floor(x.x)), static_cast<int>(std::floor(x.y)));
+            if (l != top && l != self) return false;
+        }
+        return true;
+    };
+    // The segments in order; one whose ends move by amounts further apart
+    // than a quarter pixel is halved first (down to a pixel long), so that
+    // the move tapers over a short stretch.
+    std::vector<std::array<PointD, 4>> todo;
+    for (size_t i = c.size() - 1; i >= 3; i -= 3)
+        todo.push_back({c[i - 3], c[i - 2], c[i - 1], c[i]});
+    while (!todo.empty()) {
+        const std::array<PointD, 4> seg = todo.back();
+        todo.pop_back();
+        const PointD* p = seg.data();
         PointD n0 = normal(p[0], p[1]);
         if (n0.x == 0 && n0.y == 0) n0 = normal(p[0], p[2]);
         if (n0.x == 0 && n0.y == 0) n0 = normal(p[0], p[3]);
         PointD n3 = normal(p[2], p[3]);
         if (n3.x == 0 && n3.y == 0) n3 = normal(p[1], p[3]);
         if (n3.x == 0 && n3.y == 0) n3 = normal(p[0], p[3]);
-        const PointD s = {p[0].x + n0.x, p[0].y + n0.y};
+        const double by0 = moveBy(p[0], n0), by3 = moveBy(p[3], n3);
+        if (std::fabs(by0 - by3) > 0.25 && std::hypot(p[3].x - p[0].x, p[3].y - p[0].y) > 3) {
+            auto mid = [](PointD u, PointD v) { return PointD{(u.x + v.x) / 2, (u.y + v.y) / 2}; };
+            const PointD a = mid(p[0], p[1]), b = mid(p[1], p[2]), d = mid(p[2], p[3]);
+            const PointD ab = mid(a, b), bd = mid(b, d), m = mid(ab, bd);
+            todo.push_back({m, bd, d, p[3]});
+            todo.push_back({p[0], a, ab, m});
+            continue;
+        }
+        sum += by0 + by3;
+        count += 2;
+        const PointD s = {p[0].x + n0.x * by0, p[0].y + n0.y * by0},
+                     e = {p[3].x + n3.x * by3, p[3].y + n3.y * by3};
         const PointD b = out.back();
-        if (std::fabs(s.x - b.x) > 1e-9 || std::fabs(s.y - b.y) > 1e-9) appendLine(out, s);
-        out.push_back({p[1].x + n0.x, p[1].y + n0.y});
-        out.push_back({p[2].x + n3.x, p[2].y + n3.y});
-        out.push_back({p[3].x + n3.x, p[3].y + n3.y});
+        if (std::fabs(s.x - b.x) > 1e-9 || std::fabs(s.y - b.y) > 1e-9) {
+            appendLine(out, s);
+            if (!clear(&out[out.size() - 4], nullptr, p[0])) return false;
+        }
+        out.push_back({p[1].x + s.x - p[0].x, p[1].y + s.y - p[0].y});
+        out.push_back({p[2].x + e.x - p[3].x, p[2].y + e.y - p[3].y});
+        out.push_back(e);
+        if (!clear(&out[out.size() - 4], p, p[0])) return false;
     }
     appendLine(out, c.back());
+    return clear(&out[out.size() - 4], nullptr, c.back()) && sum >= 0.3 * count;
 }
 
 // The colour of every region in the picture itself: the mean over its
@@ -520,23 +566,23 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             cut.swap(joined);
                         }
                         // Stacked siblings: the earlier drawn on under the
-                        // later one, where the later one is deep enough.
+                        // later one, as far as the later one's pixels reach.
                         const bool topIn = in > out;
-                        const double reach =
-                            p.curved && !given.staircase && stackedSiblings(given, in, out)
-                                ? underReach(r, pc, loop, a, n, samples, topIn, topIn ? in : out,
-                                             tolerance)
-                                : 0;
-                        const bool under = reach >= 0.7;
+                        // Up to a pixel under it, else half a pixel.
+                        const int32_t top = topIn ? in : out, self = topIn ? out : in;
+                        const bool under =
+                            p.curved && !given.staircase && stackedSiblings(given, in, out) &&
+                            (hiddenCurve(r, cut, topIn, top, self, 1.0, tolerance, p.hidden) ||
+                             hiddenCurve(r, cut, topIn, top, self, 0.5, tolerance, p.hidden));
+                        if (!under) p.hidden.clear();
                         p.curved = p.curved && chooser.keep(cut, pc, false, in, out, under);
                         if (p.curved) {
                             p.curve = cut;
-                            if (under) {
-                                offsetCurve(cut, reach, topIn, p.hidden);
-                                p.topIn = topIn;
-                            }
-                        } else
+                            p.topIn = topIn;
+                        } else {
                             straightPiece(pc, p.curve);
+                            p.hidden.clear();
+                        }
                         found[j] = &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] =
                                          std::move(p));
                         reversed[j] = 0;

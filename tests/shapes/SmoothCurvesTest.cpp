@@ -175,8 +175,8 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
 
 // Stacked siblings along a slanted edge: the one drawn later keeps the
 // curve on the true edge, the one drawn first reaches under it (so that the
-// page under both does not show through the soft edge), and both keep
-// their curves.
+// page under both does not show through the soft edge) but never onto the
+// white around both at the edge's ends, and both keep their curves.
 TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
     auto line = [](double y) { return 20.3 + 0.4 * y; };  // red left of it, blue right
     const Picture p = antialiased("siblings", 64, 48, [&](double x, double y) {
@@ -196,9 +196,12 @@ TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
         return (q.x - line(q.y)) / norm * (redFirst ? 1 : -1);
     };
     double lo = 1e9, hi = -1e9, worst = 0;
+    int onWhite = 0;  // points of the first one moved under the later onto white
     for (const om1::Shape* s : {first, later})
         for (const std::vector<PointD>& c : s->curves)
             for (const PointD& q : flat(c)) {
+                if (s == first && towardsLater(q) > 0.3 && std::fabs(towardsLater(q)) < 3)
+                    onWhite += q.y < 8 || q.y > 40 || q.x > 56;
                 if (q.y < 12 || q.y > 36 || std::fabs(towardsLater(q)) > 3) continue;
                 if (s == later) {
                     worst = std::max(worst, std::fabs(towardsLater(q)));
@@ -210,6 +213,7 @@ TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
     EXPECT_LT(worst, 0.15);
     EXPECT_GE(lo, 0.6);
     EXPECT_LE(hi, 1.8);
+    EXPECT_EQ(onWhite, 0);
     EXPECT_GE(set.curvedLoops, 2);
     printf("later on the edge within %.3f px; the first %.2f to %.2f px under it\n", worst, lo, hi);
 }

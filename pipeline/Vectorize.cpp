@@ -66,6 +66,7 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     if (!AlphaPicture::fromRgba(p.rgba, p.width, p.height, static_cast<size_t>(stride),
                                 o.background >= 0 && !o.transparent, background, picture, alpha))
         return OM1_OUT_OF_MEMORY;
+    if (p.owner) std::vector<uint8_t>().swap(*p.owner);
     if (!progress.at(Progress::kComposited)) return OM1_CANCELLED;
 
     const TraceOptions t = OptionsRecord::toTrace(o);

@@ -36,9 +36,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
     // Channels: red, green, blue; with alpha premultiplied, and alpha.
     const int K = alpha ? 4 : 3;
     try {
-        const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
-        std::vector<int32_t> labels, queue;
-        const int32_t m = static_cast<int32_t>(labelRegions(c, width, height, labels, queue));
+        std::vector<int32_t> labels;
+        const int32_t m = static_cast<int32_t>(labelRegions(pixels, alpha, width, height, labels));
         if (!at(0.2)) return -1;
         std::vector<double> size(m, 0), sum(K * static_cast<size_t>(m), 0);
         std::vector<uint32_t> paint(m);
@@ -50,7 +49,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             double red = original[i].rgbRed, green = original[i].rgbGreen,
                    blue = original[i].rgbBlue;
             size[r] += 1;
-            paint[r] = c[i];
+            paint[r] = packKey(pixels, alpha, i);
             if (alpha) {
                 const double a = originalAlpha[i];
                 red *= a / 255.0;

@@ -15,8 +15,7 @@ namespace {
 
 struct Entry {
     uint32_t color;
-    long long count;
-    uint32_t id;  // position in colour order, before the boxes reorder
+    uint32_t count;  // at most the pixels, at most INT_MAX
 };
 
 struct Box {
@@ -50,6 +49,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
     palette.clear();
     auto at = [&](double share) { return !progress || progress(share); };
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
+    count = std::min(count, 256);
     const size_t n = static_cast<size_t>(width) * height;
     try {
         // Distinct colours and their counts, in colour order: a bit per
@@ -68,16 +68,17 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             rank[k] = distinct;
             distinct += static_cast<uint32_t>(__builtin_popcountll(present[k]));
         }
-        auto entryOf = [&](size_t i) {
-            const uint32_t c = packColour(pixels[i]);
+        // A colour's position in colour order (its entry before the boxes
+        // reorder them).
+        auto rankOf = [&](uint32_t c) {
             const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
             return rank[c >> 6] + static_cast<uint32_t>(__builtin_popcountll(below));
         };
+        auto entryOf = [&](size_t i) { return rankOf(packColour(pixels[i])); };
         std::vector<Entry> entries(distinct);
         for (size_t k = 0, id = 0; k < present.size(); ++k)
             for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
-                entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0,
-                               static_cast<uint32_t>(id)};
+                entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
         for (size_t i = 0; i < n; ++i) ++entries[entryOf(i)].count;
         if (!at(0.5)) return false;
         std::vector<Entry> sorted(entries.size());
@@ -119,6 +120,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             measure(entries, second);
             boxes.push_back(second);
         }
+        std::vector<Entry>().swap(sorted);
         // Means of the boxes, then k-means rounds over the distinct colours.
         const size_t k = boxes.size();
         std::vector<double> mean(3 * k, 0.0);
@@ -126,7 +128,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             double s[3] = {0, 0, 0};
             for (size_t i = boxes[b].begin; i < boxes[b].end; ++i)
                 for (int c = 0; c < 3; ++c)
-                    s[c] += colourChannel(entries[i].color, c) * entries[i].count;
+                    s[c] += colourChannel(entries[i].color, c) *
+                            static_cast<long long>(entries[i].count);
             for (int c = 0; c < 3; ++c) mean[3 * b + c] = s[c] / boxes[b].pixels;
         }
         // The distance is the squared RGB distance times 16, cut to an
@@ -134,7 +137,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         // channel so that one colour is measured against all entries at once.
         // A round that moves no colour leaves the means as they are, and
         // every later round would repeat it: the rounds stop there.
-        std::vector<uint32_t> nearest(entries.size(), 0);
+        std::vector<uint8_t> nearest(entries.size(), 0);
         std::vector<double> mr(k), mg(k), mb(k);
         for (int round = 0; round < 4; ++round) {
             if (!at(0.6 + 0.05 * round)) return false;
@@ -170,7 +173,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 const uint32_t b = nearest[i];
                 weight[b] += entries[i].count;
                 for (int c = 0; c < 3; ++c)
-                    sum[3 * b + c] += colourChannel(entries[i].color, c) * entries[i].count;
+                    sum[3 * b + c] += colourChannel(entries[i].color, c) *
+                                      static_cast<long long>(entries[i].count);
             }
             for (size_t b = 0; b < k; ++b)
                 if (weight[b])
@@ -181,8 +185,11 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             auto byte = [&](int c) { return static_cast<BYTE>(std::lround(mean[3 * b + c])); };
             colours[b] = RGBQUAD{byte(2), byte(1), byte(0), 0};
         }
-        std::vector<uint32_t> nearestOf(entries.size());
-        for (size_t i = 0; i < entries.size(); ++i) nearestOf[entries[i].id] = nearest[i];
+        // Boxes number at most 256: a byte each.
+        std::vector<uint8_t> nearestOf(entries.size());
+        for (size_t i = 0; i < entries.size(); ++i)
+            nearestOf[rankOf(entries[i].color)] = static_cast<uint8_t>(nearest[i]);
+        std::vector<uint8_t>().swap(nearest);
         std::vector<bool> used(k, false);
         for (size_t i = 0; i < n; ++i) {
             if ((i & 0xFFFFF) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;

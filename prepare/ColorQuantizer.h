@@ -27,7 +27,8 @@ namespace om1 {
 class ColorQuantizer {
 public:
     // False when memory runs out (pixels unchanged). `palette` receives the
-    // colours used (at most count, fewer when the picture has fewer).
+    // colours used (at most count, and at most 256; fewer when the picture
+    // has fewer).
     // `progress`, when given, hears the share done (0..1) between the passes
     // and every few rows; false stops the work (false, pixels partly changed).
     static bool quantize(RGBQUAD* pixels, int width, int height, int count,

@@ -25,6 +25,15 @@ struct Box {
     int range;
 };
 
+// Bits set in v, inline: the builtin becomes a library call where the
+// target has no population count instruction, and it runs once per pixel.
+inline uint32_t bitsSet(uint64_t v) {
+    v = v - (v >> 1 & 0x5555555555555555u);
+    v = (v & 0x3333333333333333u) + (v >> 2 & 0x3333333333333333u);
+    v = (v + (v >> 4)) & 0x0F0F0F0F0F0F0F0Fu;
+    return static_cast<uint32_t>(v * 0x0101010101010101u >> 56);
+}
+
 void measure(const std::vector<Entry>& e, Box& b) {
     int lo[3] = {255, 255, 255}, hi[3] = {0, 0, 0};
     b.pixels = 0;
@@ -66,15 +75,24 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         uint32_t distinct = 0;
         for (size_t k = 0; k < present.size(); ++k) {
             rank[k] = distinct;
-            distinct += static_cast<uint32_t>(__builtin_popcountll(present[k]));
+            distinct += bitsSet(present[k]);
         }
         // A colour's position in colour order (its entry before the boxes
         // reorder them).
         auto rankOf = [&](uint32_t c) {
             const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
-            return rank[c >> 6] + static_cast<uint32_t>(__builtin_popcountll(below));
+            return rank[c >> 6] + bitsSet(below);
         };
-        auto entryOf = [&](size_t i) { return rankOf(packColour(pixels[i])); };
+        // Runs of one colour are common: the last answer is kept.
+        uint32_t lastColour = 0xFFFFFFFFu, lastRank = 0;
+        auto entryOf = [&](size_t i) {
+            const uint32_t c = packColour(pixels[i]);
+            if (c != lastColour) {
+                lastColour = c;
+                lastRank = rankOf(c);
+            }
+            return lastRank;
+        };
         std::vector<Entry> entries(distinct);
         for (size_t k = 0, id = 0; k < present.size(); ++k)
             for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)

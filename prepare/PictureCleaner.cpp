@@ -129,32 +129,56 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     auto at = [&](int pass, int y) {
         return (y & 63) != 0 || !progress || progress((pass + static_cast<double>(y) / height) / 2);
     };
-    const size_t n = static_cast<size_t>(width) * height;
     radius = std::max(1, std::min(radius, 8));
     const bool withAlpha = alpha != nullptr;
     // A pixel is flat when its 3 x 3 neighbourhood has one key; flat pixels
-    // keep theirs, so the second pass reads their keys from the pixels.
+    // keep theirs, so the second pass reads their keys from the pixels. The
+    // flags are bits, each row starting a word.
     const PixelKeys key{pixels, alpha};
-    std::vector<uint8_t> flat;
+    const size_t words = (static_cast<size_t>(width) + 63) / 64;
+    std::vector<uint64_t> flatBits;
     try {
-        flat.assign(n, 1);
+        flatBits.assign(words * height, 0);
     } catch (...) {
         return -1;
     }
+    auto flatAt = [&](int x, int y) {
+        return (flatBits[y * words + (x >> 6)] >> (x & 63) & 1) != 0;
+    };
+    // The flags of pixels x0..x0 + len - 1 of row y (len at most 64).
+    auto flatRun = [&](int x0, int len, int y) {
+        const uint64_t* row = &flatBits[y * words];
+        const int w0 = x0 >> 6, b = x0 & 63;
+        uint64_t v = row[w0] >> b;
+        if (b + len > 64) v |= row[w0 + 1] << (64 - b);
+        return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
+    };
     for (int y = 0; y < height; ++y) {
         if (!at(0, y)) return -1;
+        uint64_t* row = &flatBits[y * words];
+        const size_t at0 = static_cast<size_t>(y) * width;
+        const bool inner = y > 0 && y + 1 < height;
         for (int x = 0; x < width; ++x) {
-            const size_t i = static_cast<size_t>(y) * width + x;
+            const size_t i = at0 + x;
             const uint32_t own = key(i);
-            for (int dy = -1; dy <= 1 && flat[i]; ++dy)
-                for (int dx = -1; dx <= 1; ++dx) {
-                    const int nx = x + dx, ny = y + dy;
-                    if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
-                    if (key(static_cast<size_t>(ny) * width + nx) != own) {
-                        flat[i] = 0;
-                        break;
+            bool same = true;
+            if (inner && x > 0 && x + 1 < width) {
+                const size_t up = i - width, down = i + width;
+                same = key(up - 1) == own && key(up) == own && key(up + 1) == own &&
+                       key(i - 1) == own && key(i + 1) == own && key(down - 1) == own &&
+                       key(down) == own && key(down + 1) == own;
+            } else {
+                for (int dy = -1; dy <= 1 && same; ++dy)
+                    for (int dx = -1; dx <= 1; ++dx) {
+                        const int nx = x + dx, ny = y + dy;
+                        if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
+                        if (key(static_cast<size_t>(ny) * width + nx) != own) {
+                            same = false;
+                            break;
+                        }
                     }
-                }
+            }
+            if (same) row[x >> 6] |= uint64_t{1} << (x & 63);
         }
     }
     long long changed = 0;
@@ -163,7 +187,7 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
         if (!at(1, y)) return -1;
         for (int x = 0; x < width; ++x) {
             const size_t i = static_cast<size_t>(y) * width + x;
-            if (flat[i]) continue;
+            if (flatAt(x, y)) continue;
             // An empty pixel stays empty.
             if (withAlpha && alpha[i] == 0) continue;
             // The distinct keys of the window's flat pixels, in row order.
@@ -171,10 +195,10 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
             const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
             const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
             for (int ny = y0; ny <= y1 && k < 16; ++ny) {
-                const size_t rowStart = static_cast<size_t>(ny) * width;
-                for (int nx = x0; nx <= x1 && k < 16; ++nx) {
-                    if (!flat[rowStart + nx]) continue;
-                    const uint32_t v = key(rowStart + nx);
+                const size_t rowStart = static_cast<size_t>(ny) * width + x0;
+                for (uint64_t bits = flatRun(x0, x1 - x0 + 1, ny); bits && k < 16;
+                     bits &= bits - 1) {
+                    const uint32_t v = key(rowStart + __builtin_ctzll(bits));
                     if (k > 0 && v == cand[k - 1]) continue;
                     if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
                 }

@@ -44,12 +44,13 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // Per region with alpha: 0 empty, 255 opaque, else partial.
         std::vector<uint8_t> level(alpha ? m : 0);
         double squares = 0;
+        int32_t seen = 0;  // labels are ranked by first pixel
         for (size_t i = 0; i < n; ++i) {
             const int32_t r = labels[i];
             double red = original[i].rgbRed, green = original[i].rgbGreen,
                    blue = original[i].rgbBlue;
             size[r] += 1;
-            paint[r] = packKey(pixels, alpha, i);
+            if (r == seen) paint[seen++] = packKey(pixels, alpha, i);
             if (alpha) {
                 const double a = originalAlpha[i];
                 red *= a / 255.0;

@@ -1,12 +1,14 @@
 #include "prepare/ColorQuantizer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cmath>
 #include <cstdint>
 #include <unordered_map>
 
 #include "tracer/Ombrel.h"
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
@@ -54,21 +56,33 @@ void measure(const std::vector<Entry>& e, Box& b) {
 
 bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                               std::vector<RGBQUAD>& palette,
-                              const std::function<bool(double)>& progress) {
+                              const std::function<bool(double)>& progress, int threads) {
     palette.clear();
     auto at = [&](double share) { return !progress || progress(share); };
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
     count = std::min(count, 256);
     const size_t n = static_cast<size_t>(width) * height;
+    // The passes over the pixels and over the colours run by bands (each
+    // band its own counts, added after: the same result for any number).
+    const int bands = Bands::count(threads, static_cast<long long>(n));
     try {
         // Distinct colours and their counts, in colour order: a bit per
         // possible colour, and a colour's entry is its rank among the set
         // bits (counted per 64-bit word).
         std::vector<uint64_t> present(size_t{1} << 18, 0);
         if (!at(0.1)) return false;
-        for (size_t i = 0; i < n; ++i) {
-            const uint32_t c = packColour(pixels[i]);
-            present[c >> 6] |= uint64_t{1} << (c & 63);
+        {
+            std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
+                                                    std::vector<uint64_t>(present.size(), 0));
+            Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
+                uint64_t* bits = band == 0 ? present.data() : more[band - 1].data();
+                for (long long i = b; i < e; ++i) {
+                    const uint32_t c = packColour(pixels[i]);
+                    bits[c >> 6] |= uint64_t{1} << (c & 63);
+                }
+            });
+            for (const std::vector<uint64_t>& m : more)
+                for (size_t k = 0; k < present.size(); ++k) present[k] |= m[k];
         }
         if (!at(0.3)) return false;
         std::vector<uint32_t> rank(present.size());
@@ -83,21 +97,36 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
             return rank[c >> 6] + bitsSet(below);
         };
-        // Runs of one colour are common: the last answer is kept.
-        uint32_t lastColour = 0xFFFFFFFFu, lastRank = 0;
-        auto entryOf = [&](size_t i) {
+        // Runs of one colour are common: each band keeps its last answer.
+        struct LastEntry {
+            uint32_t colour = 0xFFFFFFFFu, rank = 0;
+        };
+        auto entryOf = [&](size_t i, LastEntry& last) {
             const uint32_t c = packColour(pixels[i]);
-            if (c != lastColour) {
-                lastColour = c;
-                lastRank = rankOf(c);
+            if (c != last.colour) {
+                last.colour = c;
+                last.rank = rankOf(c);
             }
-            return lastRank;
+            return last.rank;
         };
         std::vector<Entry> entries(distinct);
         for (size_t k = 0, id = 0; k < present.size(); ++k)
             for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
                 entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
-        for (size_t i = 0; i < n; ++i) ++entries[entryOf(i)].count;
+        if (bands == 1) {
+            LastEntry last;
+            for (size_t i = 0; i < n; ++i) ++entries[entryOf(i, last)].count;
+        } else {
+            std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
+                                                      std::vector<uint32_t>(distinct, 0));
+            Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
+                LastEntry last;
+                uint32_t* mine = counts[band].data();
+                for (long long i = b; i < e; ++i) ++mine[entryOf(static_cast<size_t>(i), last)];
+            });
+            for (const std::vector<uint32_t>& c : counts)
+                for (uint32_t id = 0; id < distinct; ++id) entries[id].count += c[id];
+        }
         if (!at(0.5)) return false;
         std::vector<Entry> sorted(entries.size());
         std::vector<Box> boxes(1);
@@ -164,26 +193,32 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 mg[b] = mean[3 * b + 1];
                 mb[b] = mean[3 * b + 2];
             }
-            bool moved = round == 0;
-            for (size_t i = 0; i < entries.size(); ++i) {
-                const uint32_t col = entries[i].color;
-                const double r = colourChannel(col, 0), g = colourChannel(col, 1),
-                             bl = colourChannel(col, 2);
-                long long bestD = LLONG_MAX;
-                uint32_t best = 0;
-                for (size_t b = 0; b < k; ++b) {
-                    const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
-                    const long long d = static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
-                    if (d < bestD) {
-                        bestD = d;
-                        best = static_cast<uint32_t>(b);
-                    }
-                }
-                if (nearest[i] != best) {
-                    nearest[i] = best;
-                    moved = true;
-                }
-            }
+            std::vector<uint8_t> movedIn(static_cast<size_t>(bands), round == 0);
+            Bands::run(bands, static_cast<long long>(entries.size()),
+                       [&](int band, long long from, long long to) {
+                           for (long long i = from; i < to; ++i) {
+                               const uint32_t col = entries[i].color;
+                               const double r = colourChannel(col, 0), g = colourChannel(col, 1),
+                                            bl = colourChannel(col, 2);
+                               long long bestD = LLONG_MAX;
+                               uint32_t best = 0;
+                               for (size_t b = 0; b < k; ++b) {
+                                   const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
+                                   const long long d =
+                                       static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
+                                   if (d < bestD) {
+                                       bestD = d;
+                                       best = static_cast<uint32_t>(b);
+                                   }
+                               }
+                               if (nearest[i] != best) {
+                                   nearest[i] = static_cast<uint8_t>(best);
+                                   movedIn[band] = true;
+                               }
+                           }
+                       });
+            const bool moved =
+                std::find(movedIn.begin(), movedIn.end(), uint8_t{1}) != movedIn.end();
             if (round == 3 || !moved) break;
             std::vector<double> sum(3 * k, 0.0);
             std::vector<long long> weight(k, 0);
@@ -208,17 +243,33 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         for (size_t i = 0; i < entries.size(); ++i)
             nearestOf[rankOf(entries[i].color)] = static_cast<uint8_t>(nearest[i]);
         std::vector<uint8_t>().swap(nearest);
-        std::vector<bool> used(k, false);
-        for (size_t i = 0; i < n; ++i) {
-            if ((i & 0xFFFFF) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;
-            const uint32_t b = nearestOf[entryOf(i)];
-            used[b] = true;
-            const BYTE reserved = pixels[i].rgbReserved;
-            pixels[i] = colours[b];
-            pixels[i].rgbReserved = reserved;
+        // Every 2^20 pixels the first band reports its share and every band
+        // looks whether to stop.
+        std::vector<std::vector<uint8_t>> used(static_cast<size_t>(bands),
+                                               std::vector<uint8_t>(k, 0));
+        std::atomic<bool> stop{false};
+        Bands::run(bands, static_cast<long long>(n), [&](int band, long long from, long long to) {
+            LastEntry last;
+            uint8_t* mine = used[band].data();
+            for (long long i = from; i < to; ++i) {
+                if (((i - from) & 0xFFFFF) == 0) {
+                    if (band == 0 && !at(0.8 + 0.2 * static_cast<double>(i - from) / (to - from)))
+                        stop = true;
+                    if (stop) return;
+                }
+                const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
+                mine[b] = 1;
+                const BYTE reserved = pixels[i].rgbReserved;
+                pixels[i] = colours[b];
+                pixels[i].rgbReserved = reserved;
+            }
+        });
+        if (stop) return false;
+        for (size_t b = 0; b < k; ++b) {
+            bool any = false;
+            for (const std::vector<uint8_t>& u : used) any = any || u[b] != 0;
+            if (any) palette.push_back(colours[b]);
         }
-        for (size_t b = 0; b < k; ++b)
-            if (used[b]) palette.push_back(colours[b]);
     } catch (...) {
         palette.clear();
         return false;

@@ -1,8 +1,10 @@
 #include "prepare/PictureCleaner.h"
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 #include "prepare/RegionLabels.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
@@ -123,11 +125,19 @@ void PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int thres
 
 long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int radius,
                                     int tolerance, uint8_t* alpha,
-                                    const std::function<bool(double)>& progress) {
+                                    const std::function<bool(double)>& progress, int threads) {
     if (!pixels || width <= 0 || height <= 0) return 0;
-    // Every 64 rows of each of the two passes.
-    auto at = [&](int pass, int y) {
-        return (y & 63) != 0 || !progress || progress((pass + static_cast<double>(y) / height) / 2);
+    // Both passes run by bands of rows. Every 64 rows of each pass the first
+    // band reports its share (the others go as fast) and every band looks
+    // whether to stop.
+    const int bands = Bands::count(threads, static_cast<long long>(width) * height);
+    std::atomic<bool> stop{false};
+    auto at = [&](int pass, int band, int y, int y0, int y1) {
+        if (((y - y0) & 63) != 0) return true;
+        if (band == 0 && progress &&
+            !progress((pass + static_cast<double>(y - y0) / (y1 - y0)) / 2))
+            stop = true;
+        return !stop;
     };
     radius = std::max(1, std::min(radius, 8));
     const bool withAlpha = alpha != nullptr;
@@ -153,81 +163,94 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
         if (b + len > 64) v |= row[w0 + 1] << (64 - b);
         return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
     };
-    for (int y = 0; y < height; ++y) {
-        if (!at(0, y)) return -1;
-        uint64_t* row = &flatBits[y * words];
-        const size_t at0 = static_cast<size_t>(y) * width;
-        const bool inner = y > 0 && y + 1 < height;
-        for (int x = 0; x < width; ++x) {
-            const size_t i = at0 + x;
-            const uint32_t own = key(i);
-            bool same = true;
-            if (inner && x > 0 && x + 1 < width) {
-                const size_t up = i - width, down = i + width;
-                same = key(up - 1) == own && key(up) == own && key(up + 1) == own &&
-                       key(i - 1) == own && key(i + 1) == own && key(down - 1) == own &&
-                       key(down) == own && key(down + 1) == own;
-            } else {
-                for (int dy = -1; dy <= 1 && same; ++dy)
-                    for (int dx = -1; dx <= 1; ++dx) {
-                        const int nx = x + dx, ny = y + dy;
-                        if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
-                        if (key(static_cast<size_t>(ny) * width + nx) != own) {
-                            same = false;
-                            break;
+    auto findFlat = [&](int band, long long y0, long long y1) {
+        for (int y = static_cast<int>(y0); y < y1; ++y) {
+            if (!at(0, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
+            uint64_t* row = &flatBits[y * words];
+            const size_t at0 = static_cast<size_t>(y) * width;
+            const bool inner = y > 0 && y + 1 < height;
+            for (int x = 0; x < width; ++x) {
+                const size_t i = at0 + x;
+                const uint32_t own = key(i);
+                bool same = true;
+                if (inner && x > 0 && x + 1 < width) {
+                    const size_t up = i - width, down = i + width;
+                    same = key(up - 1) == own && key(up) == own && key(up + 1) == own &&
+                           key(i - 1) == own && key(i + 1) == own && key(down - 1) == own &&
+                           key(down) == own && key(down + 1) == own;
+                } else {
+                    for (int dy = -1; dy <= 1 && same; ++dy)
+                        for (int dx = -1; dx <= 1; ++dx) {
+                            const int nx = x + dx, ny = y + dy;
+                            if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
+                            if (key(static_cast<size_t>(ny) * width + nx) != own) {
+                                same = false;
+                                break;
+                            }
+                        }
+                }
+                if (same) row[x >> 6] |= uint64_t{1} << (x & 63);
+            }
+        }
+    };
+    Bands::run(bands, height, findFlat);
+    if (stop) return -1;
+    // Only pixels that are not flat change, each by its own window.
+    std::vector<long long> changedBy(static_cast<size_t>(bands), 0);
+    auto clean = [&](int band, long long y0, long long y1) {
+        long long changed = 0;
+        uint32_t cand[16];
+        for (int y = static_cast<int>(y0); y < y1; ++y) {
+            if (!at(1, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
+            for (int x = 0; x < width; ++x) {
+                const size_t i = static_cast<size_t>(y) * width + x;
+                if (flatAt(x, y)) continue;
+                // An empty pixel stays empty.
+                if (withAlpha && alpha[i] == 0) continue;
+                // The distinct keys of the window's flat pixels, in row order.
+                int k = 0;
+                const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
+                const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
+                for (int ny = y0; ny <= y1 && k < 16; ++ny) {
+                    const size_t rowStart = static_cast<size_t>(ny) * width + x0;
+                    for (uint64_t bits = flatRun(x0, x1 - x0 + 1, ny); bits && k < 16;
+                         bits &= bits - 1) {
+                        const uint32_t v = key(rowStart + __builtin_ctzll(bits));
+                        if (k > 0 && v == cand[k - 1]) continue;
+                        if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
+                    }
+                }
+                if (k < 2) continue;
+                for (int a = 0; a < k; ++a) cand[a] = keyToPacked(cand[a]);
+                const uint32_t p = packKey(pixels, alpha, i);
+                double best = tolerance + 0.5;
+                uint32_t to = p;
+                for (int a = 0; a < k; ++a)
+                    for (int b = a + 1; b < k; ++b) {
+                        double t = 0;
+                        const double d = fromSegment(p, cand[a], cand[b], t, withAlpha);
+                        if (d < best) {
+                            best = d;
+                            to = t < 0.5 ? cand[a] : cand[b];
+                            // Equally near both ends: the one nearer by the colour measure.
+                            if (t == 0.5 &&
+                                keyDiff(p, cand[b], withAlpha) < keyDiff(p, cand[a], withAlpha))
+                                to = cand[b];
                         }
                     }
+                if (to != p) {
+                    unpackColour(pixels[i], to);
+                    if (withAlpha) alpha[i] = keyAlpha(to);
+                    ++changed;
+                }
             }
-            if (same) row[x >> 6] |= uint64_t{1} << (x & 63);
         }
-    }
+        changedBy[band] = changed;
+    };
+    Bands::run(bands, height, clean);
+    if (stop) return -1;
     long long changed = 0;
-    uint32_t cand[16];
-    for (int y = 0; y < height; ++y) {
-        if (!at(1, y)) return -1;
-        for (int x = 0; x < width; ++x) {
-            const size_t i = static_cast<size_t>(y) * width + x;
-            if (flatAt(x, y)) continue;
-            // An empty pixel stays empty.
-            if (withAlpha && alpha[i] == 0) continue;
-            // The distinct keys of the window's flat pixels, in row order.
-            int k = 0;
-            const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
-            const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
-            for (int ny = y0; ny <= y1 && k < 16; ++ny) {
-                const size_t rowStart = static_cast<size_t>(ny) * width + x0;
-                for (uint64_t bits = flatRun(x0, x1 - x0 + 1, ny); bits && k < 16;
-                     bits &= bits - 1) {
-                    const uint32_t v = key(rowStart + __builtin_ctzll(bits));
-                    if (k > 0 && v == cand[k - 1]) continue;
-                    if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
-                }
-            }
-            if (k < 2) continue;
-            for (int a = 0; a < k; ++a) cand[a] = keyToPacked(cand[a]);
-            const uint32_t p = packKey(pixels, alpha, i);
-            double best = tolerance + 0.5;
-            uint32_t to = p;
-            for (int a = 0; a < k; ++a)
-                for (int b = a + 1; b < k; ++b) {
-                    double t = 0;
-                    const double d = fromSegment(p, cand[a], cand[b], t, withAlpha);
-                    if (d < best) {
-                        best = d;
-                        to = t < 0.5 ? cand[a] : cand[b];
-                        // Equally near both ends: the one nearer by the colour measure.
-                        if (t == 0.5 &&
-                            keyDiff(p, cand[b], withAlpha) < keyDiff(p, cand[a], withAlpha))
-                            to = cand[b];
-                    }
-                }
-            if (to != p) {
-                unpackColour(pixels[i], to);
-                if (withAlpha) alpha[i] = keyAlpha(to);
-                ++changed;
-            }
-        }
-    }
+    for (long long c : changedBy) changed += c;
     return changed;
 }
 

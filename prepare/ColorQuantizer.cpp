@@ -5,6 +5,8 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <unordered_map>
 
 #include "tracer/Ombrel.h"
@@ -68,26 +70,51 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
     try {
         // Distinct colours and their counts, in colour order: a bit per
         // possible colour, and a colour's entry is its rank among the set
-        // bits (counted per 64-bit word).
-        std::vector<uint64_t> present(size_t{1} << 18, 0);
+        // bits (counted per 64-bit word). Only the words a colour falls in
+        // are read or written (`words`, in order): the bits start as zero
+        // pages from calloc and the ranks unset, so that a small picture
+        // does not pay for all 2^24 colours.
+        const size_t kWords = size_t{1} << 18;
+        std::unique_ptr<uint64_t, void (*)(void*)> bitsOwned(
+            static_cast<uint64_t*>(std::calloc(kWords, sizeof(uint64_t))), std::free);
+        std::unique_ptr<uint32_t[]> rankOwned(new uint32_t[kWords]);
+        if (!bitsOwned) return false;
+        uint64_t* const present = bitsOwned.get();
+        uint32_t* const rank = rankOwned.get();
+        std::vector<uint32_t> words;
         if (!at(0.1)) return false;
-        {
+        if (bands == 1) {
+            for (size_t i = 0; i < n; ++i) {
+                const uint32_t c = packColour(pixels[i]);
+                uint64_t& word = present[c >> 6];
+                if (!word) words.push_back(c >> 6);
+                word |= uint64_t{1} << (c & 63);
+            }
+            if (words.size() < kWords / 64) {
+                std::sort(words.begin(), words.end());
+            } else {  // many colours: a scan of every word is cheaper than the sort
+                words.clear();
+                for (size_t k = 0; k < kWords; ++k)
+                    if (present[k]) words.push_back(static_cast<uint32_t>(k));
+            }
+        } else {
             std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
-                                                    std::vector<uint64_t>(present.size(), 0));
+                                                    std::vector<uint64_t>(kWords, 0));
             Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
-                uint64_t* bits = band == 0 ? present.data() : more[band - 1].data();
+                uint64_t* bits = band == 0 ? present : more[band - 1].data();
                 for (long long i = b; i < e; ++i) {
                     const uint32_t c = packColour(pixels[i]);
                     bits[c >> 6] |= uint64_t{1} << (c & 63);
                 }
             });
             for (const std::vector<uint64_t>& m : more)
-                for (size_t k = 0; k < present.size(); ++k) present[k] |= m[k];
+                for (size_t k = 0; k < kWords; ++k) present[k] |= m[k];
+            for (size_t k = 0; k < kWords; ++k)
+                if (present[k]) words.push_back(static_cast<uint32_t>(k));
         }
         if (!at(0.3)) return false;
-        std::vector<uint32_t> rank(present.size());
         uint32_t distinct = 0;
-        for (size_t k = 0; k < present.size(); ++k) {
+        for (uint32_t k : words) {
             rank[k] = distinct;
             distinct += bitsSet(present[k]);
         }
@@ -110,7 +137,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             return last.rank;
         };
         std::vector<Entry> entries(distinct);
-        for (size_t k = 0, id = 0; k < present.size(); ++k)
+        size_t id = 0;
+        for (uint32_t k : words)
             for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
                 entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
         if (bands == 1) {

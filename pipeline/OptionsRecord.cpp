@@ -29,6 +29,7 @@ TraceOptions OptionsRecord::toTrace(const om1_options& o) {
     t.maxColors = o.max_colors;
     t.alphaLevels = o.alpha_levels;
     t.exactRegions = o.exact_regions != 0;
+    t.threads = o.threads;
     t.paletteCount = o.palette_count;
     for (int i = 0; i < o.palette_count && i < 256; ++i)
         t.palette[i] =
@@ -75,6 +76,7 @@ void OptionsRecord::fromTrace(const TraceOptions& t, om1_options& o) {
     o.max_colors = t.maxColors;
     o.alpha_levels = t.alphaLevels;
     o.exact_regions = t.exactRegions;
+    o.threads = t.threads;
     o.palette_count = t.paletteCount;
     for (int i = 0; i < 256; ++i)
         o.palette[i] = i < t.paletteCount

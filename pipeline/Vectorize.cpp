@@ -67,6 +67,7 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
                                 o.background >= 0 && !o.transparent, background, picture, alpha,
                                 [&progress]() { return progress.at(0); }))
         return progress.stopped() ? OM1_CANCELLED : OM1_OUT_OF_MEMORY;
+    if (p.owner) std::vector<uint8_t>().swap(*p.owner);
     if (!progress.at(Progress::kComposited)) return OM1_CANCELLED;
 
     const TraceOptions t = OptionsRecord::toTrace(o);

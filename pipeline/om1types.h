@@ -94,6 +94,8 @@ typedef struct om1_options {
     int exact_regions;     /* 1: at tolerance 0, take the regions from one labelling of the
                               prepared picture, in time proportional to its pixels, instead of
                               the library's tracer (1; plain 0) */
+    int threads;           /* threads for one large picture's stages, 0..1024; 0: one per core
+                              (the result is the same for any number) (0) */
 } om1_options;
 
 /* Counts over a whole result. */

@@ -1,12 +1,16 @@
 #include "prepare/ColorQuantizer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <unordered_map>
 
 #include "tracer/Ombrel.h"
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
@@ -18,8 +22,7 @@ const size_t kEvery = (size_t{1} << 18) - 1;
 
 struct Entry {
     uint32_t color;
-    long long count;
-    uint32_t id;  // position in colour order, before the boxes reorder
+    uint32_t count;  // at most the pixels, at most INT_MAX
 };
 
 struct Box {
@@ -28,6 +31,15 @@ struct Box {
     int widest;  // channel 0 red, 1 green, 2 blue
     int range;
 };
+
+// Bits set in v, inline: the builtin becomes a library call where the
+// target has no population count instruction, and it runs once per pixel.
+inline uint32_t bitsSet(uint64_t v) {
+    v = v - (v >> 1 & 0x5555555555555555u);
+    v = (v & 0x3333333333333333u) + (v >> 2 & 0x3333333333333333u);
+    v = (v + (v >> 4)) & 0x0F0F0F0F0F0F0F0Fu;
+    return static_cast<uint32_t>(v * 0x0101010101010101u >> 56);
+}
 
 void measure(const std::vector<Entry>& e, Box& b) {
     int lo[3] = {255, 255, 255}, hi[3] = {0, 0, 0};
@@ -49,42 +61,108 @@ void measure(const std::vector<Entry>& e, Box& b) {
 
 bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                               std::vector<RGBQUAD>& palette,
-                              const std::function<bool(double)>& progress) {
+                              const std::function<bool(double)>& progress, int threads) {
     palette.clear();
     auto at = [&](double share) { return !progress || progress(share); };
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
+    count = std::min(count, 256);
     const size_t n = static_cast<size_t>(width) * height;
+    // The passes over the pixels and over the colours run by bands (each
+    // band its own counts, added after: the same result for any number).
+    const int bands = Bands::count(threads, static_cast<long long>(n));
     try {
         // Distinct colours and their counts, in colour order: a bit per
         // possible colour, and a colour's entry is its rank among the set
-        // bits (counted per 64-bit word).
-        std::vector<uint64_t> present(size_t{1} << 18, 0);
+        // bits (counted per 64-bit word). Only the words a colour falls in
+        // are read or written (`words`, in order): the bits start as zero
+        // pages from calloc and the ranks unset, so that a small picture
+        // does not pay for all 2^24 colours.
+        const size_t kWords = size_t{1} << 18;
+        std::unique_ptr<uint64_t, void (*)(void*)> bitsOwned(
+            static_cast<uint64_t*>(std::calloc(kWords, sizeof(uint64_t))), std::free);
+        std::unique_ptr<uint32_t[]> rankOwned(new uint32_t[kWords]);
+        if (!bitsOwned) return false;
+        uint64_t* const present = bitsOwned.get();
+        uint32_t* const rank = rankOwned.get();
+        std::vector<uint32_t> words;
         if (!at(0.1)) return false;
-        for (size_t i = 0; i < n; ++i) {
-            if ((i & kEvery) == kEvery && !at(0.1 + 0.2 * static_cast<double>(i) / n)) return false;
-            const uint32_t c = packColour(pixels[i]);
-            present[c >> 6] |= uint64_t{1} << (c & 63);
+        if (bands == 1) {
+            for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !at(0.1 + 0.2 * static_cast<double>(i) / n))
+                    return false;
+                const uint32_t c = packColour(pixels[i]);
+                uint64_t& word = present[c >> 6];
+                if (!word) words.push_back(c >> 6);
+                word |= uint64_t{1} << (c & 63);
+            }
+            if (words.size() < kWords / 64) {
+                std::sort(words.begin(), words.end());
+            } else {  // many colours: a scan of every word is cheaper than the sort
+                words.clear();
+                for (size_t k = 0; k < kWords; ++k)
+                    if (present[k]) words.push_back(static_cast<uint32_t>(k));
+            }
+        } else {
+            std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
+                                                    std::vector<uint64_t>(kWords, 0));
+            Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
+                uint64_t* bits = band == 0 ? present : more[band - 1].data();
+                for (long long i = b; i < e; ++i) {
+                    const uint32_t c = packColour(pixels[i]);
+                    bits[c >> 6] |= uint64_t{1} << (c & 63);
+                }
+            });
+            for (const std::vector<uint64_t>& m : more)
+                for (size_t k = 0; k < kWords; ++k) present[k] |= m[k];
+            for (size_t k = 0; k < kWords; ++k)
+                if (present[k]) words.push_back(static_cast<uint32_t>(k));
         }
         if (!at(0.3)) return false;
-        std::vector<uint32_t> rank(present.size());
         uint32_t distinct = 0;
-        for (size_t k = 0; k < present.size(); ++k) {
+        for (uint32_t k : words) {
             rank[k] = distinct;
-            distinct += static_cast<uint32_t>(__builtin_popcountll(present[k]));
+            distinct += bitsSet(present[k]);
         }
-        auto entryOf = [&](size_t i) {
-            const uint32_t c = packColour(pixels[i]);
+        // A colour's position in colour order (its entry before the boxes
+        // reorder them).
+        auto rankOf = [&](uint32_t c) {
             const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
-            return rank[c >> 6] + static_cast<uint32_t>(__builtin_popcountll(below));
+            return rank[c >> 6] + bitsSet(below);
+        };
+        // Runs of one colour are common: each band keeps its last answer.
+        struct LastEntry {
+            uint32_t colour = 0xFFFFFFFFu, rank = 0;
+        };
+        auto entryOf = [&](size_t i, LastEntry& last) {
+            const uint32_t c = packColour(pixels[i]);
+            if (c != last.colour) {
+                last.colour = c;
+                last.rank = rankOf(c);
+            }
+            return last.rank;
         };
         std::vector<Entry> entries(distinct);
-        for (size_t k = 0, id = 0; k < present.size(); ++k)
+        size_t id = 0;
+        for (uint32_t k : words)
             for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
-                entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0,
-                               static_cast<uint32_t>(id)};
-        for (size_t i = 0; i < n; ++i) {
-            if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n)) return false;
-            ++entries[entryOf(i)].count;
+                entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
+        if (bands == 1) {
+            LastEntry last;
+            for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n))
+                    return false;
+                ++entries[entryOf(i, last)].count;
+            }
+        } else {
+            std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
+                                                      std::vector<uint32_t>(distinct, 0));
+            Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
+                LastEntry last;
+                uint32_t* mine = counts[band].data();
+                for (long long i = b; i < e; ++i) ++mine[entryOf(static_cast<size_t>(i), last)];
+            });
+            for (const std::vector<uint32_t>& c : counts)
+                for (uint32_t id = 0; id < distinct; ++id) entries[id].count += c[id];
         }
         if (!at(0.5)) return false;
         std::vector<Entry> sorted(entries.size());
@@ -132,6 +210,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             measure(entries, second);
             boxes.push_back(second);
         }
+        std::vector<Entry>().swap(sorted);
         // Means of the boxes, then k-means rounds over the distinct colours.
         const size_t k = boxes.size();
         std::vector<double> mean(3 * k, 0.0);
@@ -139,7 +218,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             double s[3] = {0, 0, 0};
             for (size_t i = boxes[b].begin; i < boxes[b].end; ++i)
                 for (int c = 0; c < 3; ++c)
-                    s[c] += colourChannel(entries[i].color, c) * entries[i].count;
+                    s[c] += colourChannel(entries[i].color, c) *
+                            static_cast<long long>(entries[i].count);
             for (int c = 0; c < 3; ++c) mean[3 * b + c] = s[c] / boxes[b].pixels;
         }
         // The distance is the squared RGB distance times 16, cut to an
@@ -147,7 +227,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         // channel so that one colour is measured against all entries at once.
         // A round that moves no colour leaves the means as they are, and
         // every later round would repeat it: the rounds stop there.
-        std::vector<uint32_t> nearest(entries.size(), 0);
+        std::vector<uint8_t> nearest(entries.size(), 0);
         std::vector<double> mr(k), mg(k), mb(k);
         for (int round = 0; round < 4; ++round) {
             if (!at(0.6 + 0.05 * round)) return false;
@@ -156,30 +236,32 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 mg[b] = mean[3 * b + 1];
                 mb[b] = mean[3 * b + 2];
             }
-            bool moved = round == 0;
-            // Every entry is measured against k means: the progress hears
-            // about as often as in the passes over the pixels.
-            const size_t every = std::max<size_t>(kEvery / k, 1);
-            for (size_t i = 0; i < entries.size(); ++i) {
-                if (i % every == every - 1 && !at(0.6 + 0.05 * round)) return false;
-                const uint32_t col = entries[i].color;
-                const double r = colourChannel(col, 0), g = colourChannel(col, 1),
-                             bl = colourChannel(col, 2);
-                long long bestD = LLONG_MAX;
-                uint32_t best = 0;
-                for (size_t b = 0; b < k; ++b) {
-                    const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
-                    const long long d = static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
-                    if (d < bestD) {
-                        bestD = d;
-                        best = static_cast<uint32_t>(b);
-                    }
-                }
-                if (nearest[i] != best) {
-                    nearest[i] = best;
-                    moved = true;
-                }
-            }
+            std::vector<uint8_t> movedIn(static_cast<size_t>(bands), round == 0);
+            Bands::run(bands, static_cast<long long>(entries.size()),
+                       [&](int band, long long from, long long to) {
+                           for (long long i = from; i < to; ++i) {
+                               const uint32_t col = entries[i].color;
+                               const double r = colourChannel(col, 0), g = colourChannel(col, 1),
+                                            bl = colourChannel(col, 2);
+                               long long bestD = LLONG_MAX;
+                               uint32_t best = 0;
+                               for (size_t b = 0; b < k; ++b) {
+                                   const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
+                                   const long long d =
+                                       static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
+                                   if (d < bestD) {
+                                       bestD = d;
+                                       best = static_cast<uint32_t>(b);
+                                   }
+                               }
+                               if (nearest[i] != best) {
+                                   nearest[i] = static_cast<uint8_t>(best);
+                                   movedIn[band] = true;
+                               }
+                           }
+                       });
+            const bool moved =
+                std::find(movedIn.begin(), movedIn.end(), uint8_t{1}) != movedIn.end();
             if (round == 3 || !moved) break;
             std::vector<double> sum(3 * k, 0.0);
             std::vector<long long> weight(k, 0);
@@ -187,7 +269,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 const uint32_t b = nearest[i];
                 weight[b] += entries[i].count;
                 for (int c = 0; c < 3; ++c)
-                    sum[3 * b + c] += colourChannel(entries[i].color, c) * entries[i].count;
+                    sum[3 * b + c] += colourChannel(entries[i].color, c) *
+                                      static_cast<long long>(entries[i].count);
             }
             for (size_t b = 0; b < k; ++b)
                 if (weight[b])
@@ -198,19 +281,38 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             auto byte = [&](int c) { return static_cast<BYTE>(std::lround(mean[3 * b + c])); };
             colours[b] = RGBQUAD{byte(2), byte(1), byte(0), 0};
         }
-        std::vector<uint32_t> nearestOf(entries.size());
-        for (size_t i = 0; i < entries.size(); ++i) nearestOf[entries[i].id] = nearest[i];
-        std::vector<bool> used(k, false);
-        for (size_t i = 0; i < n; ++i) {
-            if ((i & kEvery) == 0 && !at(0.8 + 0.2 * static_cast<double>(i) / n)) return false;
-            const uint32_t b = nearestOf[entryOf(i)];
-            used[b] = true;
-            const BYTE reserved = pixels[i].rgbReserved;
-            pixels[i] = colours[b];
-            pixels[i].rgbReserved = reserved;
+        // Boxes number at most 256: a byte each.
+        std::vector<uint8_t> nearestOf(entries.size());
+        for (size_t i = 0; i < entries.size(); ++i)
+            nearestOf[rankOf(entries[i].color)] = static_cast<uint8_t>(nearest[i]);
+        std::vector<uint8_t>().swap(nearest);
+        // Every 2^20 pixels the first band reports its share and every band
+        // looks whether to stop.
+        std::vector<std::vector<uint8_t>> used(static_cast<size_t>(bands),
+                                               std::vector<uint8_t>(k, 0));
+        std::atomic<bool> stop{false};
+        Bands::run(bands, static_cast<long long>(n), [&](int band, long long from, long long to) {
+            LastEntry last;
+            uint8_t* mine = used[band].data();
+            for (long long i = from; i < to; ++i) {
+                if (((i - from) & 0xFFFFF) == 0) {
+                    if (band == 0 && !at(0.8 + 0.2 * static_cast<double>(i - from) / (to - from)))
+                        stop = true;
+                    if (stop) return;
+                }
+                const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
+                mine[b] = 1;
+                const BYTE reserved = pixels[i].rgbReserved;
+                pixels[i] = colours[b];
+                pixels[i].rgbReserved = reserved;
+            }
+        });
+        if (stop) return false;
+        for (size_t b = 0; b < k; ++b) {
+            bool any = false;
+            for (const std::vector<uint8_t>& u : used) any = any || u[b] != 0;
+            if (any) palette.push_back(colours[b]);
         }
-        for (size_t b = 0; b < k; ++b)
-            if (used[b]) palette.push_back(colours[b]);
     } catch (...) {
         palette.clear();
         return false;

@@ -27,12 +27,15 @@ namespace om1 {
 class ColorQuantizer {
 public:
     // False when memory runs out (pixels unchanged). `palette` receives the
-    // colours used (at most count, fewer when the picture has fewer).
+    // colours used (at most count, and at most 256; fewer when the picture
+    // has fewer).
     // `progress`, when given, hears the share done (0..1) between the passes
     // and every few rows; false stops the work (false, pixels partly changed).
+    // `threads` as in Bands::count (the same palette and pixels for any
+    // number).
     static bool quantize(RGBQUAD* pixels, int width, int height, int count,
                          std::vector<RGBQUAD>& palette,
-                         const std::function<bool(double)>& progress = {});
+                         const std::function<bool(double)>& progress = {}, int threads = 1);
     static bool snap(RGBQUAD* pixels, int width, int height, const RGBQUAD* palette, int count);
     // The number of distinct colours (red, green, blue), counted up to
     // `stopAbove` + 1: a larger count is returned as stopAbove + 1. -1 when

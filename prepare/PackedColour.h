@@ -4,7 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <cstring>
 
 #include "platform/WinTypes.h"
 
@@ -14,21 +14,30 @@ inline uint32_t packColour(const RGBQUAD& q) {
     return q.rgbRed | q.rgbGreen << 8 | q.rgbBlue << 16;
 }
 
-// The colours of `n` pixels packed; throws std::bad_alloc like any vector.
-inline std::vector<uint32_t> packColours(const RGBQUAD* pixels, size_t n) {
-    std::vector<uint32_t> c(n);
-    for (size_t i = 0; i < n; ++i) c[i] = packColour(pixels[i]);
-    return c;
-}
-
 // Colour and alpha as one key, 0xAABBGGRR: pixels of one colour and
 // different opacity are different regions. Without alpha (null) the key is
-// the colour alone, as packColours gives it.
-inline std::vector<uint32_t> packKeys(const RGBQUAD* pixels, const uint8_t* alpha, size_t n) {
-    std::vector<uint32_t> c(n);
-    for (size_t i = 0; i < n; ++i)
-        c[i] = packColour(pixels[i]) | (alpha ? static_cast<uint32_t>(alpha[i]) << 24 : 0u);
-    return c;
+// the colour alone.
+inline uint32_t packKey(const RGBQUAD* pixels, const uint8_t* alpha, size_t i) {
+    return packColour(pixels[i]) | (alpha ? static_cast<uint32_t>(alpha[i]) << 24 : 0u);
+}
+
+// Keys for telling pixels apart, read from the pixels themselves: equal
+// exactly when their packKey is equal (the bytes in memory order, the
+// fourth byte of a pixel, which is not a colour, left out).
+struct PixelKeys {
+    const RGBQUAD* pixels;
+    const uint8_t* alpha;  // may be null
+    uint32_t operator()(size_t i) const {
+        uint32_t v;
+        std::memcpy(&v, pixels + i, sizeof v);
+        v &= 0x00FFFFFFu;
+        return alpha ? v | static_cast<uint32_t>(alpha[i]) << 24 : v;
+    }
+};
+
+// A key of PixelKeys as packKey gives it (red and blue change places).
+inline uint32_t keyToPacked(uint32_t k) {
+    return (k & 0xFF00FF00u) | (k & 0xFFu) << 16 | (k >> 16 & 0xFFu);
 }
 
 inline uint8_t keyAlpha(uint32_t key) {

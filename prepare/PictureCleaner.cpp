@@ -1,8 +1,10 @@
 #include "prepare/PictureCleaner.h"
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 #include "prepare/RegionLabels.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
@@ -126,110 +128,141 @@ void PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int thres
 
 long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int radius,
                                     int tolerance, uint8_t* alpha,
-                                    const std::function<bool(double)>& progress) {
+                                    const std::function<bool(double)>& progress, int threads) {
     if (!pixels || width <= 0 || height <= 0) return 0;
-    // Every 64 rows of each of the two passes.
-    auto at = [&](int pass, int y) {
-        return (y & 63) != 0 || !progress || progress((pass + static_cast<double>(y) / height) / 2);
+    // Both passes run by bands of rows. Every 64 rows of each pass the first
+    // band reports its share (the others go as fast) and every band looks
+    // whether to stop.
+    const int bands = Bands::count(threads, static_cast<long long>(width) * height);
+    std::atomic<bool> stop{false};
+    auto at = [&](int pass, int band, int y, int y0, int y1) {
+        if (((y - y0) & 63) != 0) return true;
+        if (band == 0 && progress &&
+            !progress((pass + static_cast<double>(y - y0) / (y1 - y0)) / 2))
+            stop = true;
+        return !stop;
     };
-    const size_t n = static_cast<size_t>(width) * height;
     radius = std::max(1, std::min(radius, 8));
     const bool withAlpha = alpha != nullptr;
-    std::vector<uint32_t> c;
-    std::vector<uint8_t> flat;
+    // A pixel is flat when its 3 x 3 neighbourhood has one key; flat pixels
+    // keep theirs, so the second pass reads their keys from the pixels. The
+    // flags are bits, each row starting a word.
+    const PixelKeys key{pixels, alpha};
+    const size_t words = (static_cast<size_t>(width) + 63) / 64;
+    std::vector<uint64_t> flatBits;
     try {
-        c = packKeys(pixels, alpha, n);
-        if (!at(0, 0)) return -1;
-        flat.assign(n, 1);
+        flatBits.assign(words * height, 0);
     } catch (...) {
         return -1;
     }
-    for (int y = 0; y < height; ++y) {
-        if (!at(0, y)) return -1;
-        for (int x = 0; x < width; ++x) {
-            const size_t i = static_cast<size_t>(y) * width + x;
-            for (int dy = -1; dy <= 1 && flat[i]; ++dy)
-                for (int dx = -1; dx <= 1; ++dx) {
-                    const int nx = x + dx, ny = y + dy;
-                    if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
-                    if (c[static_cast<size_t>(ny) * width + nx] != c[i]) {
-                        flat[i] = 0;
-                        break;
+    auto flatAt = [&](int x, int y) {
+        return (flatBits[y * words + (x >> 6)] >> (x & 63) & 1) != 0;
+    };
+    // The flags of pixels x0..x0 + len - 1 of row y (len at most 64).
+    auto flatRun = [&](int x0, int len, int y) {
+        const uint64_t* row = &flatBits[y * words];
+        const int w0 = x0 >> 6, b = x0 & 63;
+        uint64_t v = row[w0] >> b;
+        if (b + len > 64) v |= row[w0 + 1] << (64 - b);
+        return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
+    };
+    auto findFlat = [&](int band, long long y0, long long y1) {
+        for (int y = static_cast<int>(y0); y < y1; ++y) {
+            if (!at(0, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
+            uint64_t* row = &flatBits[y * words];
+            const size_t at0 = static_cast<size_t>(y) * width;
+            const bool inner = y > 0 && y + 1 < height;
+            for (int x = 0; x < width; ++x) {
+                const size_t i = at0 + x;
+                const uint32_t own = key(i);
+                bool same = true;
+                if (inner && x > 0 && x + 1 < width) {
+                    const size_t up = i - width, down = i + width;
+                    same = key(up - 1) == own && key(up) == own && key(up + 1) == own &&
+                           key(i - 1) == own && key(i + 1) == own && key(down - 1) == own &&
+                           key(down) == own && key(down + 1) == own;
+                } else {
+                    for (int dy = -1; dy <= 1 && same; ++dy)
+                        for (int dx = -1; dx <= 1; ++dx) {
+                            const int nx = x + dx, ny = y + dy;
+                            if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
+                            if (key(static_cast<size_t>(ny) * width + nx) != own) {
+                                same = false;
+                                break;
+                            }
+                        }
+                }
+                if (same) row[x >> 6] |= uint64_t{1} << (x & 63);
+            }
+        }
+    };
+    Bands::run(bands, height, findFlat);
+    if (stop) return -1;
+    // Only pixels that are not flat change, each by its own window.
+    std::vector<long long> changedBy(static_cast<size_t>(bands), 0);
+    auto clean = [&](int band, long long y0, long long y1) {
+        long long changed = 0;
+        uint32_t cand[16];
+        for (int y = static_cast<int>(y0); y < y1; ++y) {
+            if (!at(1, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
+            for (int x = 0; x < width; ++x) {
+                const size_t i = static_cast<size_t>(y) * width + x;
+                if (flatAt(x, y)) continue;
+                // An empty pixel stays empty.
+                if (withAlpha && alpha[i] == 0) continue;
+                // The distinct keys of the window's flat pixels, in row order.
+                int k = 0;
+                const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
+                const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
+                for (int ny = y0; ny <= y1 && k < 16; ++ny) {
+                    const size_t rowStart = static_cast<size_t>(ny) * width + x0;
+                    for (uint64_t bits = flatRun(x0, x1 - x0 + 1, ny); bits && k < 16;
+                         bits &= bits - 1) {
+                        const uint32_t v = key(rowStart + __builtin_ctzll(bits));
+                        if (k > 0 && v == cand[k - 1]) continue;
+                        if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
                     }
                 }
+                if (k < 2) continue;
+                for (int a = 0; a < k; ++a) cand[a] = keyToPacked(cand[a]);
+                const uint32_t p = packKey(pixels, alpha, i);
+                double best = tolerance + 0.5;
+                uint32_t to = p;
+                for (int a = 0; a < k; ++a)
+                    for (int b = a + 1; b < k; ++b) {
+                        double t = 0;
+                        const double d = fromSegment(p, cand[a], cand[b], t, withAlpha);
+                        if (d < best) {
+                            best = d;
+                            to = t < 0.5 ? cand[a] : cand[b];
+                            // Equally near both ends: the one nearer by the colour measure.
+                            if (t == 0.5 &&
+                                keyDiff(p, cand[b], withAlpha) < keyDiff(p, cand[a], withAlpha))
+                                to = cand[b];
+                        }
+                    }
+                if (to != p) {
+                    unpackColour(pixels[i], to);
+                    if (withAlpha) alpha[i] = keyAlpha(to);
+                    ++changed;
+                }
+            }
         }
-    }
-    // The colours of flat pixels, kNone elsewhere (colours have 24 bits; with
-    // alpha the flags tell, as every key is a colour).
-    const uint32_t kNone = 0xFFFFFFFFu;
-    std::vector<uint32_t> flatColour;
-    try {
-        flatColour.resize(n);
-    } catch (...) {
-        return -1;
-    }
-    for (size_t i = 0; i < n; ++i) {
-        if ((i & kEvery) == kEvery && !at(1, 0)) return -1;
-        flatColour[i] = flat[i] ? c[i] : kNone;
-    }
+        changedBy[band] = changed;
+    };
+    Bands::run(bands, height, clean);
+    if (stop) return -1;
     long long changed = 0;
-    uint32_t cand[16];
-    for (int y = 0; y < height; ++y) {
-        if (!at(1, y)) return -1;
-        for (int x = 0; x < width; ++x) {
-            const size_t i = static_cast<size_t>(y) * width + x;
-            if (flat[i]) continue;
-            // An empty pixel stays empty.
-            if (withAlpha && alpha[i] == 0) continue;
-            // The distinct flat colours of the window, in row order.
-            int k = 0;
-            const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
-            const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
-            for (int ny = y0; ny <= y1 && k < 16; ++ny) {
-                const size_t rowStart = static_cast<size_t>(ny) * width;
-                const uint32_t* row = &flatColour[rowStart];
-                for (int nx = x0; nx <= x1 && k < 16; ++nx) {
-                    const uint32_t v = row[nx];
-                    if (withAlpha ? !flat[rowStart + nx] : v == kNone) continue;
-                    if (k > 0 && v == cand[k - 1]) continue;
-                    if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
-                }
-            }
-            if (k < 2) continue;
-            const uint32_t p = c[i];
-            double best = tolerance + 0.5;
-            uint32_t to = p;
-            for (int a = 0; a < k; ++a)
-                for (int b = a + 1; b < k; ++b) {
-                    double t = 0;
-                    const double d = fromSegment(p, cand[a], cand[b], t, withAlpha);
-                    if (d < best) {
-                        best = d;
-                        to = t < 0.5 ? cand[a] : cand[b];
-                        // Equally near both ends: the one nearer by the colour measure.
-                        if (t == 0.5 &&
-                            keyDiff(p, cand[b], withAlpha) < keyDiff(p, cand[a], withAlpha))
-                            to = cand[b];
-                    }
-                }
-            if (to != p) {
-                unpackColour(pixels[i], to);
-                if (withAlpha) alpha[i] = keyAlpha(to);
-                ++changed;
-            }
-        }
-    }
+    for (long long c : changedBy) changed += c;
     return changed;
 }
 
 long long PictureCleaner::regions(const RGBQUAD* pixels, int width, int height,
                                   const uint8_t* alpha) {
     if (!pixels || width <= 0 || height <= 0) return 0;
-    const size_t n = static_cast<size_t>(width) * height;
     try {
-        const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
-        std::vector<int32_t> labels, queue;
-        return labelRegions(c, width, height, labels, queue);
+        std::vector<int32_t> labels;
+        return labelRegions(pixels, alpha, width, height, labels);
     } catch (...) {
         return -1;
     }
@@ -242,9 +275,8 @@ bool PictureCleaner::restitute(RGBQUAD* pixels, const RGBQUAD* original, int wid
         return restituteWithAlpha(pixels, original, width, height, alpha, originalAlpha);
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        const std::vector<uint32_t> c = packColours(pixels, n);
-        std::vector<int32_t> labels, queue;
-        const long long m = labelRegions(c, width, height, labels, queue);
+        std::vector<int32_t> labels;
+        const long long m = labelRegions(pixels, nullptr, width, height, labels);
         std::vector<long long> sum(3 * m, 0), count(m, 0);
         for (size_t i = 0; i < n; ++i) {
             const int32_t r = labels[i];
@@ -270,9 +302,8 @@ bool PictureCleaner::restituteWithAlpha(RGBQUAD* pixels, const RGBQUAD* original
                                         int height, uint8_t* alpha, const uint8_t* originalAlpha) {
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
-        std::vector<int32_t> labels, queue;
-        const long long m = labelRegions(c, width, height, labels, queue);
+        std::vector<int32_t> labels;
+        const long long m = labelRegions(pixels, alpha, width, height, labels);
         // Colours weighted by their alpha, and the alpha.
         std::vector<double> sum(4 * m, 0);
         std::vector<long long> count(m, 0);
@@ -316,54 +347,45 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     const std::function<bool()> going = [&]() { return at(part); };
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        std::vector<uint32_t> c = packKeys(pixels, alpha, n);
-        if (!at(0)) return -1;
-        std::vector<int32_t> labels, queue;
-        long long count = labelRegions(c, width, height, labels, queue, going);
+        std::vector<int32_t> labels;
+        long long count = labelRegions(pixels, alpha, width, height, labels, going);
         if (count < 0) return -1;
         // Reused by every pass (a pass has no more regions than the last).
-        std::vector<int32_t> start, order(n), parent, fillAt;
-        std::vector<long long> size, shared;
-        std::vector<char> large;
-        std::vector<uint32_t> colour;
+        // A region's colour is its first pixel's until the pass repaints.
+        std::vector<int32_t> first, size, parent, small, touched, members;
+        std::vector<long long> shared;
+        std::vector<uint8_t> large;
+        auto colour = [&](int32_t r) { return packKey(pixels, alpha, first[r]); };
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             if (!at(0)) return -1;
             const int32_t m = static_cast<int32_t>(count);
-            // Pixels grouped by region (counting sort).
-            start.assign(m + 1, 0);
+            first.resize(m);
             parent.resize(m);
             shared.assign(m, 0);
             size.assign(m, 0);
-            colour.resize(m);
-            part = 0.1;
+            // Labels are ranked by first pixel: label r first appears after
+            // every label below it.
+            int32_t seen = 0;
             for (size_t i = 0; i < n; ++i) {
                 if ((i & kEvery) == kEvery && !going()) return -1;
-                ++start[labels[i] + 1];
-                colour[labels[i]] = c[i];
+                const int32_t r = labels[i];
+                ++size[r];
+                if (r == seen) first[seen++] = static_cast<int32_t>(i);
             }
-            large.assign(m, 0);
+            large.resize(m);
+            small.clear();
             for (int32_t r = 0; r < m; ++r) {
-                size[r] = start[r + 1];
                 large[r] = size[r] >= area;
-                start[r + 1] += start[r];
                 parent[r] = r;
-            }
-            fillAt.assign(start.begin(), start.end() - 1);
-            for (size_t i = 0; i < n; ++i) {
-                if ((i & kEvery) == kEvery && !going()) return -1;
-                order[fillAt[labels[i]]++] = static_cast<int32_t>(i);
+                if (size[r] < area) small.push_back(r);
             }
             auto find = [&](int32_t r) {
                 while (parent[r] != r) r = parent[r] = parent[parent[r]];
                 return r;
             };
-            std::vector<int32_t> small;
-            for (int32_t r = 0; r < m; ++r)
-                if (size[r] < area) small.push_back(r);
             if (small.empty()) break;
             std::stable_sort(small.begin(), small.end(),
                              [&](int32_t a, int32_t b) { return size[a] < size[b]; });
-            std::vector<int32_t> touched;
             long long merged = 0;
             if (!at(0.3)) return -1;
             part = 0.4;
@@ -376,10 +398,27 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 if (find(r) != r || size[r] >= area) continue;
                 walked += static_cast<size_t>(size[r]);
                 // The empty region is never painted.
-                if (alpha && keyAlpha(colour[r]) == 0) continue;
+                if (alpha && keyAlpha(colour(r)) == 0) continue;
+                // The region's own pixels (fewer than the area: regions
+                // merged into it are not among them), in row order. Labels
+                // are flipped while the fill runs, then put back.
+                members.assign(1, first[r]);
+                labels[first[r]] = ~r;
+                for (size_t k = 0; k < members.size(); ++k) {
+                    const int32_t p = members[k];
+                    const int x = p % width, y = p / width;
+                    const int32_t nb[4] = {x > 0 ? p - 1 : -1, x + 1 < width ? p + 1 : -1,
+                                           y > 0 ? p - width : -1, y + 1 < height ? p + width : -1};
+                    for (int32_t q : nb)
+                        if (q >= 0 && labels[q] == r) {
+                            labels[q] = ~r;
+                            members.push_back(q);
+                        }
+                }
+                for (int32_t p : members) labels[p] = r;
+                std::sort(members.begin(), members.end());
                 touched.clear();
-                for (int32_t k = start[r]; k < start[r + 1]; ++k) {
-                    const int32_t p = order[k];
+                for (int32_t p : members) {
                     const int x = p % width, y = p / width;
                     const int32_t nb[4] = {x > 0 ? p - 1 : -1, x + 1 < width ? p + 1 : -1,
                                            y > 0 ? p - width : -1, y + 1 < height ? p + width : -1};
@@ -392,12 +431,13 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                     }
                 }
                 int32_t to = -1;
+                const uint32_t own = colour(r);
                 for (int32_t s : touched) {
                     if (to < 0 || shared[s] > shared[to]) {
                         to = s;
                     } else if (shared[s] == shared[to]) {
-                        const int ds = colourDistance(colour[s], colour[r]);
-                        const int dt = colourDistance(colour[to], colour[r]);
+                        const int ds = colourDistance(colour(s), own);
+                        const int dt = colourDistance(colour(to), own);
                         if (ds < dt || (ds == dt && size[s] > size[to])) to = s;
                     }
                 }
@@ -409,19 +449,20 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             }
             if (merged == 0) break;
             if (!at(0.6)) return -1;
-            part = 0.65;
+            // A region that joined none keeps its pixels, the first one
+            // included: the pixels of the others take its colour.
             for (size_t i = 0; i < n; ++i) {
                 if ((i & kEvery) == kEvery && !going()) return -1;
-                const uint32_t nc = colour[find(labels[i])];
-                if (nc != c[i]) {
-                    c[i] = nc;
-                    unpackColour(pixels[i], nc);
-                    if (alpha) alpha[i] = keyAlpha(nc);
-                }
+                const int32_t r = labels[i];
+                if (parent[r] == r) continue;
+                const size_t from = static_cast<size_t>(first[find(r)]);
+                pixels[i].rgbRed = pixels[from].rgbRed;
+                pixels[i].rgbGreen = pixels[from].rgbGreen;
+                pixels[i].rgbBlue = pixels[from].rgbBlue;
+                if (alpha) alpha[i] = alpha[from];
             }
             if (!at(0.7)) return -1;
-            part = 0.8;
-            count = labelRegions(c, width, height, labels, queue, going);
+            count = labelRegions(pixels, alpha, width, height, labels, going);
             if (count < 0) return -1;
             share += (1 - share) / 2;
         }

@@ -44,9 +44,11 @@ public:
     // transparency lies between the shape and the empty region and goes to
     // the shape when it covers at least half of it.
     // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
+    // `threads` as in Bands::count: a large picture is cleaned by bands of
+    // rows at once, with the same result.
     static long long antialias(RGBQUAD* pixels, int width, int height, int radius, int tolerance,
                                uint8_t* alpha = nullptr,
-                               const std::function<bool(double)>& progress = {});
+                               const std::function<bool(double)>& progress = {}, int threads = 1);
 
     // Speckle filter: every region of fewer than `area` pixels takes the
     // colour of the neighbouring region it shares the longest boundary with

@@ -1,5 +1,6 @@
 // Labels of the regions the trace layer's stages work on: 4-connected
-// groups of pixels of exactly one packed colour.
+// groups of pixels of exactly one key (colour, and alpha level when there is
+// one), read straight from the pixels.
 #pragma once
 
 #include <cstddef>
@@ -7,19 +8,20 @@
 #include <functional>
 #include <vector>
 
+#include "prepare/PackedColour.h"
+
 namespace om1 {
 
-// 4-connected regions of one colour: labels and the count. A region's label
+// 4-connected regions of one key: labels and the count. A region's label
 // is its rank by its first pixel in row order. Two passes over the rows with
 // a union-find kept in the labels themselves, every set rooted at its first
 // pixel: parents point to earlier pixels, whose labels are final by the time
-// the second pass reads them. `scratch` is no longer needed (left empty).
+// the second pass reads them. `alpha` may be null (the colour alone).
 // `going`, when given, is asked every 256 rows: -1 when it answers false.
-inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
-                              std::vector<int32_t>& labels, std::vector<int32_t>& scratch,
+inline long long labelRegions(const RGBQUAD* pixels, const uint8_t* alpha, int w, int h,
+                              std::vector<int32_t>& labels,
                               const std::function<bool()>& going = {}) {
-    const size_t n = c.size();
-    scratch.clear();
+    const size_t n = static_cast<size_t>(w) * h;
     labels.resize(n);
     int32_t* parent = labels.data();
     auto find = [parent](int32_t i) {
@@ -34,20 +36,24 @@ inline long long labelRegions(const std::vector<uint32_t>& c, int w, int h,
         else if (b < a)
             parent[a] = b;
     };
+    const PixelKeys key{pixels, alpha};
     for (int y = 0; y < h; ++y) {
         if ((y & 255) == 255 && going && !going()) return -1;
         const int32_t row = y * w;
+        uint32_t previous = 0;
         for (int x = 0; x < w; ++x) {
             const int32_t i = row + x;
-            const bool left = x > 0 && c[i] == c[i - 1];
-            const bool up = y > 0 && c[i] == c[i - w];
+            const uint32_t k = key(i);
+            const bool left = x > 0 && k == previous;
+            const bool up = y > 0 && k == key(i - w);
             if (left) {
                 parent[i] = parent[i - 1];
                 // Joined already through the pixel above the left one.
-                if (up && c[i - w - 1] != c[i]) join(i - 1, i - w);
+                if (up && key(i - w - 1) != k) join(i - 1, i - w);
             } else {
                 parent[i] = up ? parent[i - w] : i;
             }
+            previous = k;
         }
     }
     int32_t next = 0;

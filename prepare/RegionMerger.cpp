@@ -41,9 +41,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
     // Channels: red, green, blue; with alpha premultiplied, and alpha.
     const int K = alpha ? 4 : 3;
     try {
-        const std::vector<uint32_t> c = packKeys(pixels, alpha, n);
-        std::vector<int32_t> labels, queue;
-        const long long regions = labelRegions(c, width, height, labels, queue, going);
+        std::vector<int32_t> labels;
+        const long long regions = labelRegions(pixels, alpha, width, height, labels, going);
         if (regions < 0) return -1;
         const int32_t m = static_cast<int32_t>(regions);
         if (!at(0.2)) return -1;
@@ -53,13 +52,14 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // Per region with alpha: 0 empty, 255 opaque, else partial.
         std::vector<uint8_t> level(alpha ? m : 0);
         double squares = 0;
+        int32_t seen = 0;  // labels are ranked by first pixel
         for (size_t i = 0; i < n; ++i) {
             if ((i & kEvery) == kEvery && !going()) return -1;
             const int32_t r = labels[i];
             double red = original[i].rgbRed, green = original[i].rgbGreen,
                    blue = original[i].rgbBlue;
             size[r] += 1;
-            paint[r] = c[i];
+            if (r == seen) paint[seen++] = packKey(pixels, alpha, i);
             if (alpha) {
                 const double a = originalAlpha[i];
                 red *= a / 255.0;

@@ -96,6 +96,9 @@ struct TraceOptions {
     // the library's tracer: every region is one node, in the report's
     // `regions` rather than a contour tree. Every preset but plain sets it.
     bool exactRegions = false;
+    // Threads for one large picture's stages (Bands::count): 0 one per core.
+    // The result is the same for any number.
+    int threads = 0;
     // More distinct colours than this after stages 1 to 4: no trace, the
     // result is TooManyColors; 0 no limit.
     int maxColors = 0;

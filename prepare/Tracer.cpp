@@ -219,16 +219,16 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
     } else if (o.colors >= 2) {
         std::vector<RGBQUAD> palette;
         if (!ColorQuantizer::quantize(pixels, width, height, std::min(o.colors, 256), palette,
-                                      part(progress, 0.15, 0.7)))
+                                      part(progress, 0.15, 0.7), o.threads))
             return false;
         report.colors = static_cast<int>(palette.size());
         report.stagesRan = true;
     }
     if (!at(0.7)) return false;
     if (o.antialias) {
-        const long long moved =
-            PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
-                                      o.antialiasTolerance, nullptr, part(progress, 0.7, 1));
+        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                                          o.antialiasTolerance, nullptr,
+                                                          part(progress, 0.7, 1), o.threads);
         if (moved < 0) return false;
         report.antialiasPixels = moved;
         report.stagesRan = true;
@@ -280,9 +280,9 @@ bool Tracer::prepare(RGBQUAD* pixels, uint8_t* alpha, int width, int height, con
         if (alpha[i] == AlphaPicture::kEmpty)
             pixels[i].rgbRed = pixels[i].rgbGreen = pixels[i].rgbBlue = 0;
     if (o.antialias) {
-        const long long moved =
-            PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
-                                      o.antialiasTolerance, alpha, part(progress, 0.7, 1));
+        const long long moved = PictureCleaner::antialias(pixels, width, height, o.antialiasRadius,
+                                                          o.antialiasTolerance, alpha,
+                                                          part(progress, 0.7, 1), o.threads);
         if (moved < 0) return false;
         report.antialiasPixels = moved;
     }

@@ -159,6 +159,7 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
     picture.rgba = img.rgba.data();
     picture.width = img.width;
     picture.height = img.height;
+    picture.owner = &img.rgba;  // freed once the pipeline has its copy
     om1::Hooks hooks;
     if (!cl.quiet)
         hooks.notice = [&](const std::string& text) {
@@ -166,7 +167,6 @@ int TraceJob::run(const CommandLine& cl, const std::string& input, const std::st
         };
     hooks.progress = progress;
     const om1::Result result = om1::vectorize(picture, &cl.options, &hooks);
-    std::vector<uint8_t>().swap(img.rgba);  // the pipeline keeps what it needs
     stats.traceMs = result.traceMs();
     switch (result.status()) {
         case OM1_OK:

@@ -49,6 +49,13 @@ int main(int argc, char** argv) {
     }
 
     const size_t n = cl.inputs.size();
+    // A batch is spread over the cores by pictures (--jobs): each picture
+    // then takes one thread, unless --threads says otherwise.
+    if (n > 1 && std::none_of(cl.given.begin(), cl.given.end(),
+                              [](const std::pair<std::string, std::string>& g) {
+                                  return g.first == "threads";
+                              }))
+        cl.options.threads = 1;
     std::vector<int> codes(n, 0);
     std::vector<std::string> messages(n);
     std::vector<TraceJob::Stats> stats(n);

@@ -1,0 +1,28 @@
+// Bands: one picture's work split into contiguous parts run at once on
+// several threads. Each part writes only its own rows (or items), so the
+// result is the same for any number of bands.
+#pragma once
+
+#include <functional>
+
+namespace om1 {
+
+class Bands {
+public:
+    // Below this many pixels a second thread costs more than it saves.
+    static const long long kMinPixels = 1LL << 20;
+
+    // How many bands `pixels` of work take when `threads` are allowed (0:
+    // one per core): 1 below kMinPixels, never more than 64.
+    static int count(int threads, long long pixels);
+
+    // Runs work(band, begin, end) for `bands` contiguous parts of
+    // [0, total), in order of band; band 0 on the calling thread, the others
+    // on threads of their own (in turn on the calling thread when no thread
+    // can be started). Returns when every part is done. `work` must not
+    // throw.
+    static void run(int bands, long long total,
+                    const std::function<void(int band, long long begin, long long end)>& work);
+};
+
+}  // namespace om1

@@ -1,0 +1,100 @@
+// One large picture on several threads: the stages run by bands of rows and
+// the output is byte for byte that of one thread, with and without
+// transparency.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "pipeline/OptionTable.h"
+#include "pipeline/Vectorize.h"
+#include "prepare/Bands.h"
+
+namespace {
+
+// Just above the size where bands start: soft-edged discs over cells of
+// noisy colours (tens of thousands of regions after the colour stages);
+// with `alpha`, the cells fade out to the right and one disc is half
+// transparent.
+std::vector<uint8_t> makePicture(int w, int h, bool alpha) {
+    std::vector<uint8_t> rgba(static_cast<size_t>(w) * h * 4);
+    uint32_t seed = 12345;
+    auto noise = [&seed]() {
+        seed = seed * 1103515245u + 12345u;
+        return static_cast<int>(seed >> 16 & 31);
+    };
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            uint8_t* p = &rgba[4 * (static_cast<size_t>(y) * w + x)];
+            const int cx = x / 24, cy = y / 24;
+            int r = (cx * 53 + cy * 31) % 256, g = (cx * 17 + cy * 97) % 256, b = (cx * cy) % 256;
+            r = std::min(255, r + noise());
+            int a = alpha ? std::max(0, 255 - x * 255 / w) : 255;
+            for (int d = 0; d < 3; ++d) {
+                const double dx = x - w * (d + 1) / 4.0, dy = y - h / 2.0;
+                const double edge = std::sqrt(dx * dx + dy * dy) - h / 6.0;
+                const double cover = std::min(1.0, std::max(0.0, 0.5 - edge / 2));
+                if (cover <= 0) continue;
+                r = static_cast<int>(r * (1 - cover) + 40 * d * cover);
+                g = static_cast<int>(g * (1 - cover) + 200 * cover);
+                b = static_cast<int>(b * (1 - cover) + 90 * cover);
+                if (alpha) a = d == 1 ? 128 : static_cast<int>(a * (1 - cover) + 255 * cover);
+            }
+            p[0] = static_cast<uint8_t>(r);
+            p[1] = static_cast<uint8_t>(g);
+            p[2] = static_cast<uint8_t>(b);
+            p[3] = static_cast<uint8_t>(a);
+        }
+    return rgba;
+}
+
+const int kWidth = 1100, kHeight = 1000;  // above Bands::kMinPixels
+
+std::string svgWith(const std::vector<uint8_t>& rgba, const char* preset, int threads, int& status,
+                    const om1::Hooks* hooks = nullptr) {
+    om1::Picture p;
+    p.rgba = rgba.data();
+    p.width = kWidth;
+    p.height = kHeight;
+    om1_options o;
+    om1::OptionTable::preset(o, preset);
+    o.threads = threads;
+    o.max_outlines = 2000000000;
+    const om1::Result r = om1::vectorize(p, &o, hooks);
+    status = r.status();
+    if (status != OM1_OK) return std::string();
+    std::ostringstream out;
+    status = r.write(out, om1::OutputFormat::Kind::Svg);
+    return out.str();
+}
+
+}  // namespace
+
+TEST(Threads, BandsGiveTheOutputOfOneThread) {
+    static_assert(static_cast<long long>(kWidth) * kHeight >= om1::Bands::kMinPixels, "bands");
+    struct Case {
+        const char* preset;
+        bool alpha;
+        int threads;
+    };
+    // Two and three bands (rows not divisible), opaque and transparent.
+    const Case cases[] = {{"graphic", false, 2}, {"graphic", false, 3}, {"photo", true, 2}};
+    std::string one[2];
+    for (const Case& c : cases) {
+        const std::vector<uint8_t> rgba = makePicture(kWidth, kHeight, c.alpha);
+        int status = 0;
+        std::string& reference = one[c.alpha];
+        if (reference.empty()) {
+            reference = svgWith(rgba, c.preset, 1, status);
+            ASSERT_EQ(status, OM1_OK);
+            ASSERT_GT(reference.size(), 1000u);
+        }
+        const std::string banded = svgWith(rgba, c.preset, c.threads, status);
+        ASSERT_EQ(status, OM1_OK);
+        EXPECT_TRUE(banded == reference) << c.preset << " threads " << c.threads;
+    }
+}

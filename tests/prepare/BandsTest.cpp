@@ -1,0 +1,83 @@
+// Bands: the parts cover the range once, in order, whatever the count; small
+// pictures stay on one thread; a stage running by bands stops when its
+// progress (heard on the calling thread only) asks it to.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "prepare/Bands.h"
+#include "prepare/ColorQuantizer.h"
+#include "prepare/PictureCleaner.h"
+
+TEST(Bands, PartsCoverTheRangeOnceInOrder) {
+    struct Case {
+        int bands;
+        long long total;
+        int expectBands;  // parts run (no more than the items)
+    };
+    const Case cases[] = {{1, 10, 1}, {2, 10, 2}, {3, 10, 3}, {4, 3, 3}, {7, 1000003, 7}};
+    for (const Case& c : cases) {
+        std::mutex lock;
+        std::vector<std::vector<long long>> parts;
+        om1::Bands::run(c.bands, c.total, [&](int band, long long b, long long e) {
+            std::lock_guard<std::mutex> g(lock);
+            parts.push_back({band, b, e});
+        });
+        ASSERT_EQ(static_cast<int>(parts.size()), c.expectBands) << c.bands << " " << c.total;
+        std::sort(parts.begin(), parts.end());
+        long long at = 0;
+        for (size_t k = 0; k < parts.size(); ++k) {
+            EXPECT_EQ(parts[k][0], static_cast<long long>(k));
+            EXPECT_EQ(parts[k][1], at);
+            EXPECT_GT(parts[k][2], parts[k][1]);
+            at = parts[k][2];
+        }
+        EXPECT_EQ(at, c.total);
+    }
+}
+
+TEST(Bands, OnlyLargePicturesTakeMoreThanOneThread) {
+    EXPECT_EQ(om1::Bands::count(8, om1::Bands::kMinPixels - 1), 1);
+    EXPECT_EQ(om1::Bands::count(8, om1::Bands::kMinPixels), 8);
+    EXPECT_EQ(om1::Bands::count(1, 1LL << 30), 1);
+    EXPECT_EQ(om1::Bands::count(1000, 1LL << 30), 64);
+    EXPECT_GE(om1::Bands::count(0, 1LL << 30), 1);  // one per core
+}
+
+TEST(Bands, AStageByBandsStopsWhenAsked) {
+    const int w = 1024, h = 1024;
+    std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h);
+    for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = RGBQUAD{static_cast<BYTE>(i * 7), static_cast<BYTE>(i / 1024 * 3),
+                            static_cast<BYTE>(i % 5 * 60), 0};
+    const std::thread::id caller = std::this_thread::get_id();
+    // Stops inside the banded passes: the quantiser's painting (from 0.8
+    // on), each pass of the anti-alias cleanup (first pass 0..0.5).
+    struct Case {
+        bool quantiser;
+        double stopFrom;
+    };
+    for (const Case& c : {Case{true, 0.8}, Case{false, 0.0}, Case{false, 0.5}}) {
+        bool elsewhere = false;
+        double last = -1;
+        auto progress = [&](double share) {
+            elsewhere = elsewhere || std::this_thread::get_id() != caller;
+            last = share;
+            return share < c.stopFrom || (c.stopFrom == 0 && share == 0);
+        };
+        std::vector<RGBQUAD> copy = pixels;
+        std::vector<RGBQUAD> palette;
+        if (c.quantiser)
+            EXPECT_FALSE(
+                om1::ColorQuantizer::quantize(copy.data(), w, h, 16, palette, progress, 2));
+        else
+            EXPECT_EQ(
+                om1::PictureCleaner::antialias(copy.data(), w, h, 3, 32, nullptr, progress, 2), -1);
+        EXPECT_GE(last, c.stopFrom);
+        EXPECT_LT(last, c.stopFrom + 0.2);
+        EXPECT_FALSE(elsewhere);
+    }
+}

@@ -1,5 +1,6 @@
 #include "shapes/CrackTracer.h"
 
+#include <functional>
 #include <new>
 
 namespace om1 {
@@ -21,9 +22,19 @@ struct Grid {
     }
 };
 
+// A mask read as labels: 0 where set, -1 elsewhere.
+struct MaskGrid {
+    const uint8_t* mask;
+    int w, h;
+    int32_t at(int x, int y) const {
+        return x < 0 || y < 0 || x >= w || y >= h || !mask[static_cast<size_t>(y) * w + x] ? -1 : 0;
+    }
+};
+
 // The pixels of one label.
+template <class G>
 struct OneLabel {
-    const Grid& g;
+    const G& g;
     int32_t l;
     bool operator()(int x, int y) const { return g.at(x, y) == l; }
 };
@@ -68,11 +79,12 @@ void follow(const Area& in, int x, int y, CrackLoop& loop, Mark mark) {
     }
 }
 
-}  // namespace
-
-bool CrackTracer::trace(const int32_t* labels, int width, int height, int offsetX, int offsetY,
-                        std::vector<Labelled>& out) {
-    if (!labels || width <= 0 || height <= 0) return true;
+// Every loop of a grid's labels, in the order of CrackTracer::trace; `going`
+// (may be empty) is asked every 256 rows: false stops with false.
+template <class G>
+bool traceGrid(const G& g, int offsetX, int offsetY, std::vector<CrackTracer::Labelled>& out,
+               const std::function<bool()>& going) {
+    const int width = g.w, height = g.h;
     const size_t cw = static_cast<size_t>(width) + 1;
     std::vector<uint8_t> used;
     try {
@@ -80,14 +92,14 @@ bool CrackTracer::trace(const int32_t* labels, int width, int height, int offset
     } catch (...) {
         return false;
     }
-    Grid g{labels, width, height};
     for (int y = 0; y < height; ++y) {
+        if ((y & 255) == 255 && going && !going()) return false;
         for (int x = 0; x < width; ++x) {
             const int32_t l = g.at(x, y);
             if (l < 0 || (used[y * cw + x] & 1)) continue;
-            const OneLabel in{g, l};
+            const OneLabel<G> in{g, l};
             if (!boundaryStep(in, x, y, 0)) continue;
-            Labelled item;
+            CrackTracer::Labelled item;
             item.label = l;
             item.loop.x = x + offsetX;
             item.loop.y = y + offsetY;
@@ -102,6 +114,14 @@ bool CrackTracer::trace(const int32_t* labels, int width, int height, int offset
         }
     }
     return true;
+}
+
+}  // namespace
+
+bool CrackTracer::trace(const int32_t* labels, int width, int height, int offsetX, int offsetY,
+                        std::vector<Labelled>& out) {
+    if (!labels || width <= 0 || height <= 0) return true;
+    return traceGrid(Grid{labels, width, height}, offsetX, offsetY, out, {});
 }
 
 bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
@@ -123,17 +143,10 @@ bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32
 }
 
 bool CrackTracer::traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
-                            std::vector<CrackLoop>& out) {
+                            std::vector<CrackLoop>& out, const std::function<bool()>& going) {
     if (!mask || width <= 0 || height <= 0) return true;
-    std::vector<int32_t> labels;
     std::vector<Labelled> loops;
-    try {
-        labels.resize(static_cast<size_t>(width) * height);
-        for (size_t i = 0; i < labels.size(); ++i) labels[i] = mask[i] ? 0 : -1;
-    } catch (...) {
-        return false;
-    }
-    if (!trace(labels.data(), width, height, offsetX, offsetY, loops)) return false;
+    if (!traceGrid(MaskGrid{mask, width, height}, offsetX, offsetY, loops, going)) return false;
     try {
         for (Labelled& l : loops) out.push_back(std::move(l.loop));
     } catch (...) {

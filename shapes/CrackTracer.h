@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "shapes/CrackLoop.h"
@@ -36,9 +37,11 @@ public:
     static bool traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
                            int x, int y, CrackLoop& out);
 
-    // Loops of the pixels whose mask byte is non-zero.
+    // Loops of the pixels whose mask byte is non-zero. `going` (may be
+    // empty) is asked every 256 rows; false when it answers false or memory
+    // runs out.
     static bool traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
-                          std::vector<CrackLoop>& out);
+                          std::vector<CrackLoop>& out, const std::function<bool()>& going = {});
 };
 
 }  // namespace om1

@@ -213,7 +213,9 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             s.pixels = 0;
             for (uint8_t v : mask) s.pixels += v;
         }
-        if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops)) return false;
+        if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops,
+                                    [&]() { return at(0.45 + 0.15 * i / n); }))
+            return false;
     }
     return true;
 }

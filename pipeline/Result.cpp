@@ -1,8 +1,11 @@
 #include "pipeline/Result.h"
 
 #include <chrono>
+#include <functional>
 #include <mutex>
 #include <new>
+#include <ostream>
+#include <streambuf>
 #include <vector>
 
 #include "pipeline/OptionsRecord.h"
@@ -10,6 +13,51 @@
 #include "shapes/ShapeBuilder.h"
 
 namespace om1 {
+
+namespace {
+
+// Passes what a writer writes on to `target` in blocks of 64 KB and asks
+// `going` before each block: one shape whose path is megabytes long (a
+// region with thousands of holes) is still stopped promptly. A false answer
+// fails the stream, so the writer gives up.
+class CheckedBuffer : public std::streambuf {
+public:
+    CheckedBuffer(std::ostream& target, std::function<bool()> going)
+        : target_(target), going_(std::move(going)), block_(1 << 16) {
+        setp(block_.data(), block_.data() + block_.size());
+    }
+    // Passes on what is left; false when the target or `going` failed.
+    bool finish() { return pass() && !failed_; }
+
+protected:
+    int_type overflow(int_type c) override {
+        if (!pass() || !going_()) {
+            failed_ = true;
+            return traits_type::eof();
+        }
+        if (!traits_type::eq_int_type(c, traits_type::eof())) {
+            *pptr() = traits_type::to_char_type(c);
+            pbump(1);
+        }
+        return traits_type::not_eof(c);
+    }
+    int sync() override { return pass() ? 0 : -1; }
+
+private:
+    bool pass() {
+        const std::streamsize n = pptr() - pbase();
+        if (n > 0 && !target_.write(pbase(), n)) failed_ = true;
+        setp(block_.data(), block_.data() + block_.size());
+        return !failed_;
+    }
+
+    std::ostream& target_;
+    std::function<bool()> going_;
+    std::vector<char> block_;
+    bool failed_ = false;
+};
+
+}  // namespace
 
 Result::Result() = default;
 Result::~Result() = default;
@@ -119,12 +167,20 @@ int Result::write(std::ostream& out, OutputFormat::Kind kind, const Hooks* hooks
         // rest is skipped.
         size_t asked = 0;
         const double each = (1 - Progress::kShaped) / std::max<size_t>(set->shapes.size(), 1);
-        const bool ok = OutputFormat::write(out, kind, *set, [&](const Shape& sh) {
-            if (progress.active() &&
-                !progress.at(Progress::kShaped + each * static_cast<double>(asked++)))
-                out.setstate(std::ios::badbit);
-            return hidden(sh);
-        });
+        auto share = [&]() { return Progress::kShaped + each * static_cast<double>(asked); };
+        bool ok;
+        if (progress.active()) {
+            CheckedBuffer checked(out, [&]() { return progress.at(share()); });
+            std::ostream through(&checked);
+            ok = OutputFormat::write(through, kind, *set, [&](const Shape& sh) {
+                if (!progress.at(share())) through.setstate(std::ios::badbit);
+                ++asked;
+                return hidden(sh);
+            });
+            ok = checked.finish() && ok;
+        } else {
+            ok = OutputFormat::write(out, kind, *set, [&](const Shape& sh) { return hidden(sh); });
+        }
         if (progress.stopped()) return OM1_CANCELLED;
         // Done: what the host answers to the last report changes nothing.
         if (ok) progress.reached(1);

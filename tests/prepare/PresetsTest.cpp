@@ -55,6 +55,19 @@ Picture antiAliasedDisc(int size, double radius, RGBQUAD ink, RGBQUAD paper) {
     return p;
 }
 
+// Green field, a blue square of 20 x 20 with a red spot of 3 x 3 (9 pixels)
+// inside it, and a red spot of 4 x 4 (16 pixels) in the field.
+Picture spots() {
+    Picture p(60, 40, rgb(0, 160, 0));
+    for (int y = 10; y < 30; ++y)
+        for (int x = 5; x < 25; ++x) p.at(x, y) = rgb(0, 0, 200);
+    for (int y = 15; y < 18; ++y)
+        for (int x = 12; x < 15; ++x) p.at(x, y) = rgb(200, 0, 0);
+    for (int y = 10; y < 14; ++y)
+        for (int x = 40; x < 44; ++x) p.at(x, y) = rgb(200, 0, 0);
+    return p;
+}
+
 // Colours of the coloured (non-frame) nodes of a tree.
 void fillColours(const KvCtree* t, std::vector<RGBQUAD>& out) {
     std::vector<const KvCtree*> stack{t};
@@ -137,15 +150,7 @@ TEST(Presets, ThinLineOfItsOwnColourIsKept) {
 }
 
 TEST(Presets, SpeckleBelowTheAreaJoinsItsSurroundings) {
-    // Green field, a blue square of 20 x 20 with a red spot of 3 x 3 (9
-    // pixels) inside it, and a red spot of 4 x 4 (16 pixels) in the field.
-    Picture p(60, 40, rgb(0, 160, 0));
-    for (int y = 10; y < 30; ++y)
-        for (int x = 5; x < 25; ++x) p.at(x, y) = rgb(0, 0, 200);
-    for (int y = 15; y < 18; ++y)
-        for (int x = 12; x < 15; ++x) p.at(x, y) = rgb(200, 0, 0);
-    for (int y = 10; y < 14; ++y)
-        for (int x = 40; x < 44; ++x) p.at(x, y) = rgb(200, 0, 0);
+    const Picture p = spots();
     struct Case {
         int area;
         size_t regions;
@@ -204,13 +209,7 @@ TEST(Presets, LibrarySpotPassAbsorbsSpotsOfLightRegions) {
     // lies in the green field. The library's spot pass marks a region whose
     // own share of its weight is at most the area, and the repaint then
     // paints the spots nested in it over with its colour.
-    Picture p(60, 40, rgb(0, 160, 0));
-    for (int y = 10; y < 30; ++y)
-        for (int x = 5; x < 25; ++x) p.at(x, y) = rgb(0, 0, 200);
-    for (int y = 15; y < 18; ++y)
-        for (int x = 12; x < 15; ++x) p.at(x, y) = rgb(200, 0, 0);
-    for (int y = 10; y < 14; ++y)
-        for (int x = 40; x < 44; ++x) p.at(x, y) = rgb(200, 0, 0);
+    const Picture p = spots();
     for (int area : {0, 100, 1000}) {
         TraceOptions o = Presets::options(Presets::Pixel);
         o.spots = area;
@@ -316,7 +315,6 @@ TEST(Presets, NamesAndOptionsRoundTrip) {
     EXPECT_FALSE(Presets::parse("Graphic", p));
     EXPECT_EQ(Presets::options(Presets::Plain).seed, TraceOptions::Seed::Fixed);
     EXPECT_TRUE(Presets::polygonOutput(Presets::Pixel));
-
 }
 
 TEST(Presets, BlackAndWhiteByThreshold) {

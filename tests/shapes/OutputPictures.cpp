@@ -32,6 +32,24 @@ namespace {
 const unsigned kColours[6] = {0xffffff, 0xd02020, 0x2040c0, 0x20a040, 0xf0c000, 0x101010};
 }
 
+Picture nestPicture() {
+    Picture p("nest", 20, 16);
+    p.fill(0, 0, 20, 16, 0xffffff);
+    p.fill(2, 2, 12, 10, 0x2040c0);
+    p.fill(5, 5, 3, 3, 0xf0c000);
+    return p;
+}
+
+Picture bundledExample() {
+    int w = 0, h = 0, n = 0;
+    unsigned char* data = stbi_load(OM1_SOURCE_DIR "/examples/shapes.png", &w, &h, &n, 3);
+    Picture p("shapes", data ? w : 0, data ? h : 0);
+    for (int i = 0; data && i < w * h; ++i)
+        p.set(i % w, i / w, data[3 * i] << 16 | data[3 * i + 1] << 8 | data[3 * i + 2]);
+    stbi_image_free(data);
+    return p;
+}
+
 std::vector<Picture> hardEdgedPictures(int k) {
     std::vector<Picture> out;
     std::mt19937 rng(7);

@@ -39,6 +39,12 @@ struct Picture {
 // wide, checker squares and noise one pixel).
 std::vector<Picture> hardEdgedPictures(int scale = 1);
 
+// The nested example: white, a blue block with a yellow square inside.
+Picture nestPicture();
+
+// The bundled example, examples/shapes.png (empty when it cannot be read).
+Picture bundledExample();
+
 // Traces a picture (tolerance in percent, minimum outline length) and builds
 // its shapes with the given layout, polygon or curve mode and curve limit.
 bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,

@@ -6,7 +6,6 @@
 
 #include "platform/AfxMessageBox.h"
 #include "platform/CClientDC.h"
-#include "platform/CPoint.h"
 #include "platform/CView.h"
 #include "platform/Gdi.h"
 
@@ -43,13 +42,4 @@ TEST(CClientDC, SelectsTheViewsBitmap) {
     CClientDC none(nullptr);  // no view: a context without a bitmap
     EXPECT_EQ(GetSelectedBitmap(none.m_hDC), nullptr);
     DeleteObject(b);
-}
-
-TEST(CPoint, BuildsFromPoint) {
-    POINT p = {3, -4};
-    CPoint c(p);
-    EXPECT_EQ(c.x, 3);
-    EXPECT_EQ(c.y, -4);
-    EXPECT_TRUE(c == CPoint(3, -4));
-    EXPECT_TRUE(c != CPoint(3, 4));
 }

@@ -64,27 +64,25 @@ void setPixel32(unsigned char* bits, int stride, int x, int row, BYTE r, BYTE g,
 }  // namespace
 
 TEST(DibSection, DescribesItself) {
-    Section s(3, 2, 32);
-    ASSERT_NE(s.h, nullptr);
-    ASSERT_NE(s.bits, nullptr);
-    BITMAP bm;
-    EXPECT_EQ(GetObjectW(s.h, 0, nullptr), 32);
-    ASSERT_EQ(GetObjectW(s.h, sizeof(bm), &bm), 32);
-    EXPECT_EQ(bm.bmWidth, 3);
-    EXPECT_EQ(bm.bmHeight, 2);
-    EXPECT_EQ(bm.bmWidthBytes, 12);
-    EXPECT_EQ(bm.bmBitsPixel, 32);
-    EXPECT_EQ(bm.bmPlanes, 1);
-    EXPECT_EQ(bm.bmBits, s.bits);
-    EXPECT_EQ(GetObjectW(s.h, 31, &bm), 0);
-}
-
-TEST(DibSection, EightBitRowsArePadded) {
     RGBQUAD table[2] = {{0, 0, 0, 0}, {255, 255, 255, 0}};
-    Section s(5, 3, 8, table, 2);
-    BITMAP bm;
-    ASSERT_EQ(GetObjectW(s.h, sizeof(bm), &bm), 32);
-    EXPECT_EQ(bm.bmWidthBytes, 8);
+    struct Row {
+        int w, h, bits, widthBytes;  // rows padded to 4 bytes
+    };
+    for (const Row& r : {Row{3, 2, 32, 12}, Row{5, 3, 8, 8}}) {
+        Section s(r.w, r.h, r.bits, r.bits == 8 ? table : nullptr, r.bits == 8 ? 2 : 0);
+        ASSERT_NE(s.h, nullptr);
+        ASSERT_NE(s.bits, nullptr);
+        BITMAP bm;
+        EXPECT_EQ(GetObjectW(s.h, 0, nullptr), 32);
+        ASSERT_EQ(GetObjectW(s.h, sizeof(bm), &bm), 32);
+        EXPECT_EQ(bm.bmWidth, r.w);
+        EXPECT_EQ(bm.bmHeight, r.h);
+        EXPECT_EQ(bm.bmWidthBytes, r.widthBytes);
+        EXPECT_EQ(bm.bmBitsPixel, r.bits);
+        EXPECT_EQ(bm.bmPlanes, 1);
+        EXPECT_EQ(bm.bmBits, s.bits);
+        EXPECT_EQ(GetObjectW(s.h, 31, &bm), 0);
+    }
 }
 
 TEST(DibSection, RefusesBadFormats) {

@@ -133,13 +133,6 @@ TEST(OutLineManipulator, InitialPointAndPaletteEnds) {
     EXPECT_EQ(m.getWhite(), 7);
 }
 
-TEST(OutLineManipulator, DefaultConstructorLeavesNothingToFree) {
-    OutLineManipulator m;
-    EXPECT_EQ(m.indexRaster, nullptr);
-    EXPECT_EQ(m.bitmapInfo, nullptr);
-    EXPECT_EQ(m.size, 0);
-}
-
 TEST(SizeOnlyConstructor, ReadsTheSizeOnly) {
     testbitmaps::Owned b(testbitmaps::rgb32(9, 5, RGBQUAD{1, 2, 3, 0}));
     testbitmaps::OwnedDc dc;

@@ -1,25 +1,9 @@
-// Outline nodes: construction, data ownership and list building.
+// Outline nodes: data ownership, list building and deletion.
 #include <gtest/gtest.h>
 
-#include <tuple>
 #include <vector>
 
 #include "tracer/ListOfOutLines.h"
-
-TEST(ListOfOutLines, ConstructorsSetDocumentedValues) {
-    ListOfOutLines a;
-    ListOfOutLines b(0x123456);
-    for (ListOfOutLines* n : {&a, &b}) {
-        EXPECT_EQ(std::make_tuple(n->checkState, n->start.x, n->start.y, n->len, n->pixelCount,
-                                  n->paletteIndex, n->tag, n->isFrame, n->allHolesFree, n->kind),
-                  std::make_tuple(-1, LONG{-1}, LONG{-1}, 0, -1, 0, 0, true, false, 0));
-        for (int i = 0; i < 4; ++i) EXPECT_EQ(n->bounds[i], -1);
-        EXPECT_EQ(n->data, nullptr);
-        EXPECT_TRUE(!n->child && !n->next && !n->parts && !n->extraLink);
-    }
-    EXPECT_EQ(a.color, 0u);
-    EXPECT_EQ(b.color, 0x123456u);
-}
 
 TEST(ListOfOutLines, PutAndGetDataOwnACopy) {
     ListOfOutLines n;

@@ -10,10 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "decode/TestPictures.h"
-#include "stb_image_write.h"
-#include "frontends/cli/CommandLine.h"
 #include "ToolProcess.h"
+#include "stb_image_write.h"
 
 namespace {
 
@@ -52,11 +50,10 @@ TEST(Batch, DirectoriesExpandWithRelativePaths) {
     std::ofstream(f.path + "/in/notes.txt") << "not a picture";
     for (bool recursive : {false, true}) {
         CommandLine cl;
-        std::string in = f.path + "/in/", out = f.path + "/out", error;
-        std::vector<char*> argv{const_cast<char*>("om1trace"), in.data(), const_cast<char*>("-d"),
-                                out.data()};
-        if (recursive) argv.push_back(const_cast<char*>("--recursive"));
-        ASSERT_TRUE(cl.parse(static_cast<int>(argv.size()), argv.data(), error)) << error;
+        std::string error;
+        std::vector<std::string> args{f.path + "/in/", "-d", f.path + "/out"};
+        if (recursive) args.push_back("--recursive");
+        ASSERT_TRUE(parseArgs(args, cl, error)) << error;
         ASSERT_TRUE(cl.expandInputs(error)) << error;
         std::vector<std::string> got;
         for (size_t i = 0; i < cl.inputs.size(); ++i)
@@ -67,11 +64,9 @@ TEST(Batch, DirectoriesExpandWithRelativePaths) {
         EXPECT_EQ(got, want);
     }
     CommandLine cl;
-    std::string empty = f.path + "/in/sub/", error;
+    std::string error;
     makeDir(f.path + "/none");
-    std::string none = f.path + "/none";
-    std::vector<char*> argv{const_cast<char*>("om1trace"), none.data()};
-    ASSERT_TRUE(cl.parse(2, argv.data(), error));
+    ASSERT_TRUE(parseArgs({f.path + "/none"}, cl, error));
     EXPECT_FALSE(cl.expandInputs(error));
     EXPECT_NE(error.find("no pictures"), std::string::npos) << error;
 }
@@ -97,8 +92,7 @@ TEST(Batch, ProgressBarUnderATerminal) {
     const std::string cmd = "script -qec '" + toolPath() + " " + f.path +
                             "/in --recursive --jobs 2 -d " + f.path + "/out' /dev/null > " + log;
     EXPECT_EQ(runShell(cmd), 65);
-    std::ifstream l(log);
-    const std::string text((std::istreambuf_iterator<char>(l)), std::istreambuf_iterator<char>());
+    const std::string text = readText(log);
     EXPECT_NE(text.find("] 203/203"), std::string::npos) << text.substr(0, 2000);
     EXPECT_NE(text.find("bad1.png"), std::string::npos);
     EXPECT_TRUE(exists(f.path + "/out/p0.svg"));
@@ -106,8 +100,7 @@ TEST(Batch, ProgressBarUnderATerminal) {
     // Without a terminal there is no bar.
     const std::string piped = f.path + "/pipe.log";
     runTrace(f.path + "/in/deep --jobs 2 -d " + f.path + "/out2 2> " + piped);
-    std::ifstream p(piped);
-    const std::string quiet((std::istreambuf_iterator<char>(p)), std::istreambuf_iterator<char>());
+    const std::string quiet = readText(piped);
     EXPECT_EQ(quiet.find("100/100"), std::string::npos);
     EXPECT_NE(quiet.find("p199.png -> "), std::string::npos);
 }

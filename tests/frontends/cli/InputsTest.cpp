@@ -10,55 +10,25 @@
 #include <iterator>
 #include <string>
 
-#include "decode/TestPictures.h"
 #include "frontends/cli/CommandLine.h"
 #include "frontends/cli/OutputPaths.h"
 #include "frontends/cli/TraceJob.h"
 #include "pipeline/OptionTable.h"
 #include "ToolProcess.h"
 
-namespace {
-
-bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
-    std::vector<char*> argv;
-    static std::string prog = "om1trace";
-    argv.push_back(&prog[0]);
-    for (std::string& a : args) argv.push_back(&a[0]);
-    return cl.parse(static_cast<int>(argv.size()), argv.data(), error);
-}
-
-// Runs the tool; its standard error goes to `err` when given.
-int runTool(const std::string& args, std::string* err = nullptr) {
-    TempDir d;
-    const std::string errFile = d.file("stderr");
-    const int code = runTrace(args + " >" + nullDevice() + " 2>" + errFile);
-    if (err) {
-        std::ifstream in(errFile);
-        *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    }
-    return code;
-}
-
-std::string readText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
-}  // namespace
-
 TEST(CommandLine, OptionsAndUsageErrors) {
     CommandLine cl;
     std::string e;
-    ASSERT_TRUE(parse({"a.png", "--tolerance", "20", "--min-length", "6", "--background", "#102030",
-                       "--stats", "-d", "out"},
-                      cl, e))
+    ASSERT_TRUE(parseArgs({"a.png", "--tolerance", "20", "--min-length", "6", "--background",
+                           "#102030", "--stats", "-d", "out"},
+                          cl, e))
         << e;
     EXPECT_EQ(cl.options.tolerance, 20);
     EXPECT_EQ(cl.options.min_length, 6);
     EXPECT_EQ(cl.options.background, 0x102030);
     EXPECT_EQ(cl.outputFor("pics/a.png"), "out/a.svg");
     CommandLine beside;
-    ASSERT_TRUE(parse({"pics/b.jpg"}, beside, e));
+    ASSERT_TRUE(parseArgs({"pics/b.jpg"}, beside, e));
     EXPECT_EQ(beside.outputFor("pics/b.jpg"), "pics/b.svg");
     for (auto bad : std::vector<std::vector<std::string>>{{},
                                                           {"a.png", "--tolerance", "101"},
@@ -73,7 +43,7 @@ TEST(CommandLine, OptionsAndUsageErrors) {
                                                           {"a.png", "--background", "+fffff"},
                                                           {"a.png", "--background", "0x1234"}}) {
         CommandLine c;
-        EXPECT_FALSE(parse(bad, c, e)) << (bad.empty() ? "" : bad.back());
+        EXPECT_FALSE(parseArgs(bad, c, e)) << (bad.empty() ? "" : bad.back());
         EXPECT_FALSE(e.empty());
     }
 }
@@ -93,9 +63,9 @@ TEST(CommandLine, OutputPathsOfEachSystem) {
     for (const Row& r : rows) {
         CommandLine cl;
         std::string e;
-        ASSERT_TRUE(parse(r.dir.empty() ? std::vector<std::string>{r.input}
-                                        : std::vector<std::string>{r.input, "-d", r.dir},
-                          cl, e))
+        ASSERT_TRUE(parseArgs(r.dir.empty() ? std::vector<std::string>{r.input}
+                                            : std::vector<std::string>{r.input, "-d", r.dir},
+                              cl, e))
             << e;
 #ifdef _WIN32
         EXPECT_EQ(cl.outputFor(r.input), r.onWindows);
@@ -107,7 +77,7 @@ TEST(CommandLine, OutputPathsOfEachSystem) {
     TempDir d;
     CommandLine cl;
     std::string e;
-    ASSERT_TRUE(parse({d.file("a/x.png"), d.file("b/X.png"), "-d", d.path}, cl, e)) << e;
+    ASSERT_TRUE(parseArgs({d.file("a/x.png"), d.file("b/X.png"), "-d", d.path}, cl, e)) << e;
     ASSERT_TRUE(cl.expandInputs(e)) << e;
 #ifdef _WIN32
     EXPECT_FALSE(OutputPaths::check(cl, e));
@@ -115,25 +85,6 @@ TEST(CommandLine, OutputPathsOfEachSystem) {
 #else
     EXPECT_TRUE(OutputPaths::check(cl, e)) << e;
 #endif
-}
-
-TEST(TraceJob, WritesWholeOutputsOrNone) {
-    TempDir d;
-    TestPicture p = shapesPicture();
-    ASSERT_TRUE(p.png(d.file("s.png")));
-    CommandLine cl;
-    TraceJob::Stats st;
-    std::string msg;
-    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("s.svg"), st, msg), 0) << msg;
-    EXPECT_GE(st.regions, 3);
-    std::ifstream svg(d.file("s.svg"));
-    std::string text((std::istreambuf_iterator<char>(svg)), std::istreambuf_iterator<char>());
-    EXPECT_NE(text.find("</svg>"), std::string::npos);
-    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("s.json"), st, msg), 0) << msg;
-    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("no/such/dir/s.svg"), st, msg), 74);
-    EXPECT_NE(msg.find("cannot write"), std::string::npos);
-    EXPECT_EQ(TraceJob::run(cl, d.file("nothing.png"), d.file("n.svg"), st, msg), 65);
-    EXPECT_NE(msg.find("nothing.png"), std::string::npos);
 }
 
 TEST(Om1trace, ExitCodes) {
@@ -168,11 +119,7 @@ TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
     ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("all.svg"), st, msg), 0) << msg;
     cl.options.transparent = 1;
     ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("opaque.svg"), st, msg), 0) << msg;
-    auto read = [](const std::string& path) {
-        std::ifstream in(path);
-        return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    };
-    std::string all = read(d.file("all.svg")), opaque = read(d.file("opaque.svg"));
+    std::string all = readText(d.file("all.svg")), opaque = readText(d.file("opaque.svg"));
     EXPECT_NE(all.find("#0000ff"), std::string::npos);
     EXPECT_EQ(opaque.find("#0000ff"), std::string::npos);
     EXPECT_NE(opaque.find("#0ac80a"), std::string::npos);
@@ -243,23 +190,28 @@ TEST(Om1trace, RefusesCutShortInputsWithPrefixedMessages) {
     EXPECT_EQ(err.rfind("om1trace: " + empty + ": no pictures in this directory", 0), 0u) << err;
 }
 
-// The destination is checked before the input is decoded and traced.
-TEST(TraceJob, ChecksTheDestinationFirst) {
+// A job writes the whole output or none: the destination is checked before
+// the input is decoded and traced, and a failed job leaves no temporary file.
+TEST(TraceJob, WritesWholeOutputsOrNone) {
     TempDir d;
     TestPicture p = shapesPicture();
     ASSERT_TRUE(p.png(d.file("s.png")));
     CommandLine cl;
-    TraceJob::Stats st;
     std::string msg;
-    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("no/dir/s.svg"), st, msg), 74);
-    EXPECT_EQ(st.width, 0);                                              // not decoded
-    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.path, st, msg), 74);  // a directory
-    EXPECT_EQ(st.width, 0);
-    EXPECT_NE(msg.find("cannot write"), std::string::npos) << msg;
-    // A failed job leaves no temporary file behind.
+    TraceJob::Stats st;
+    EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), d.file("s.svg"), st, msg), 0) << msg;
+    EXPECT_GE(st.regions, 3);
+    EXPECT_NE(readText(d.file("s.svg")).find("</svg>"), std::string::npos);
+    for (const std::string& to : {d.file("no/dir/s.svg"), d.path}) {  // a directory
+        TraceJob::Stats none;
+        EXPECT_EQ(TraceJob::run(cl, d.file("s.png"), to, none, msg), 74) << to;
+        EXPECT_EQ(none.width, 0);  // not decoded
+        EXPECT_NE(msg.find("cannot write"), std::string::npos) << msg;
+    }
     EXPECT_EQ(TraceJob::run(cl, d.file("missing.png"), d.file("m.svg"), st, msg), 65);
+    EXPECT_NE(msg.find("missing.png"), std::string::npos);
     const auto files = std::filesystem::directory_iterator(d.path);
-    EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+    EXPECT_EQ(std::distance(begin(files), end(files)), 2);  // s.png and s.svg
 }
 
 // Every option of the table is a flag of the tool with the table's range: its
@@ -290,20 +242,20 @@ TEST(CommandLine, EveryTableOptionWithItsRange) {
         std::string e;
         std::vector<std::string> args{"a.png", flag};
         if (r.kind != om1::OptionTable::Kind::Flag) args.push_back(good);
-        EXPECT_TRUE(parse(args, ok, e)) << flag << ": " << e;
+        EXPECT_TRUE(parseArgs(args, ok, e)) << flag << ": " << e;
         // The same record as the table makes of that value.
         om1_options expected = CommandLine().options;
         ASSERT_EQ(om1::OptionTable::set(expected, r, good, e), OM1_OK) << e;
         EXPECT_EQ(std::memcmp(&ok.options, &expected, sizeof expected), 0) << flag;
-        EXPECT_FALSE(parse({"a.png", flag + "=" + bad}, refused, e)) << flag;
+        EXPECT_FALSE(parseArgs({"a.png", flag + "=" + bad}, refused, e)) << flag;
         EXPECT_EQ(e.find(flag + " takes"), 0u) << e;
         EXPECT_EQ(e.find('\n'), std::string::npos) << e;
     }
     CommandLine cl;
     std::string e;
-    EXPECT_FALSE(parse({"a.png", "--colours", "5"}, cl, e));
+    EXPECT_FALSE(parseArgs({"a.png", "--colours", "5"}, cl, e));
     EXPECT_EQ(e, "unknown option --colours; did you mean --colors?");
-    EXPECT_FALSE(parse({"a.png", "--jbos", "2"}, cl, e));
+    EXPECT_FALSE(parseArgs({"a.png", "--jbos", "2"}, cl, e));
     EXPECT_EQ(e, "unknown option --jbos; did you mean --jobs?");
     std::string err;
     EXPECT_EQ(runTool("a.png --min-lenght 3", &err), 64);

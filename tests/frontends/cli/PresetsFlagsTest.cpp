@@ -2,30 +2,13 @@
 // written paths are counted.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include "decode/TestPictures.h"
-#include "frontends/cli/CommandLine.h"
 #include "ToolProcess.h"
 #include "frontends/cli/TraceJob.h"
 
 namespace {
-
-bool parse(std::vector<std::string> args, CommandLine& cl, std::string& error) {
-    std::vector<char*> argv;
-    static char name[] = "om1trace";
-    argv.push_back(name);
-    for (std::string& a : args) argv.push_back(&a[0]);
-    return cl.parse(static_cast<int>(argv.size()), argv.data(), error);
-}
 
 // Dark discs on white, anti-aliased (4 x 4 samples a pixel).
 TestPicture discs(int count) {
@@ -44,20 +27,16 @@ TestPicture discs(int count) {
     return p;
 }
 
-int paths(const TestPicture& p, std::vector<std::string> flags, const std::string& name) {
-    const std::string dir =
-        (std::filesystem::temp_directory_path() / ("om1-presets-" + std::to_string(getpid())))
-            .string();
-    std::filesystem::create_directories(dir);
-    const std::string png = dir + "/" + name + ".png", svg = dir + "/" + name + ".svg";
+int paths(const TestPicture& p, std::vector<std::string> flags) {
+    TempDir d;
+    const std::string png = d.file("in.png"), svg = d.file("out.svg");
     EXPECT_TRUE(p.png(png));
     flags.push_back(png);
     CommandLine cl;
     std::string e;
-    EXPECT_TRUE(parse(flags, cl, e)) << e;
+    EXPECT_TRUE(parseArgs(flags, cl, e)) << e;
     TraceJob::Stats st;
     EXPECT_EQ(TraceJob::run(cl, png, svg, st, e), 0) << e;
-    std::filesystem::remove_all(dir);
     return st.paths;
 }
 
@@ -67,9 +46,9 @@ TEST(PresetFlags, ParsedInOrderAndCheckedEarly) {
     CommandLine cl;
     std::string e;
     EXPECT_EQ(cl.preset, om1::Presets::Graphic);
-    ASSERT_TRUE(parse({"a.png", "--preset", "photo", "--speckle", "10", "--max-paths", "5",
-                       "--palette", "#000000,#ffffff"},
-                      cl, e))
+    ASSERT_TRUE(parseArgs({"a.png", "--preset", "photo", "--speckle", "10", "--max-paths", "5",
+                           "--palette", "#000000,#ffffff"},
+                          cl, e))
         << e;
     EXPECT_EQ(cl.preset, om1::Presets::Photo);
     ASSERT_EQ(cl.given.size(), 3u);
@@ -86,7 +65,7 @@ TEST(PresetFlags, ParsedInOrderAndCheckedEarly) {
                                                           {"a.png", "--palette", "#12"}}) {
         CommandLine c;
         e.clear();
-        EXPECT_FALSE(parse(bad, c, e)) << bad[1];
+        EXPECT_FALSE(parseArgs(bad, c, e)) << bad[1];
         EXPECT_FALSE(e.empty());
     }
 }
@@ -94,12 +73,12 @@ TEST(PresetFlags, ParsedInOrderAndCheckedEarly) {
 TEST(PresetFlags, HalosGoAndThePathBudgetHolds) {
     const TestPicture p = discs(4);
     // plain: every ring of in-between colours is regions of its own.
-    EXPECT_GT(paths(p, {"--preset", "plain", "--tolerance", "0"}, "plain"), 20);
+    EXPECT_GT(paths(p, {"--preset", "plain", "--tolerance", "0"}), 20);
     // The default preset: the white ground and four discs.
-    EXPECT_EQ(paths(p, {}, "graphic"), 5);
-    EXPECT_EQ(paths(p, {"--preset", "bw"}, "bw"), 5);
+    EXPECT_EQ(paths(p, {}), 5);
+    EXPECT_EQ(paths(p, {"--preset", "bw"}), 5);
     for (int budget : {4, 2, 1})
-        EXPECT_LE(paths(p, {"--max-paths", std::to_string(budget)}, "budget"), budget) << budget;
+        EXPECT_LE(paths(p, {"--max-paths", std::to_string(budget)}), budget) << budget;
 }
 
 // Exact colours on a picture of many colours: the pixel preset labels them
@@ -114,17 +93,14 @@ TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
             v = v * 1103515245u + 12345u;
             noise.fill(x, y, 1, 1, v >> 24, (v >> 16) & 255, (v >> 8) & 255);
         }
-    const std::string d =
-        (std::filesystem::temp_directory_path() / ("om1-many-" + std::to_string(getpid())))
-            .string();
-    std::filesystem::create_directories(d);
-    const std::string png = d + "/noise.png", err = d + "/err.txt";
+    TempDir d;
+    const std::string png = d.file("noise.png");
     ASSERT_TRUE(noise.png(png));
     int code = 0;
     auto stderrOf = [&](const std::string& flags) {
-        code = runTrace(png + " -o " + d + "/out.svg " + flags + " --max-outlines 1 2>" + err);
-        std::ifstream f(err);
-        return std::string((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+        std::string err;
+        code = runTool(png + " -o " + d.file("out.svg") + " " + flags + " --max-outlines 1", &err);
+        return err;
     };
     const std::string pixel = stderrOf("--preset pixel");
     EXPECT_EQ(code, 2);
@@ -138,5 +114,4 @@ TEST(PresetFlags, ManyExactColoursAreRefusedOrAnnounced) {
         << announced;
     EXPECT_EQ(stderrOf("--preset pixel --colors 8").find("colours"), std::string::npos);
     EXPECT_EQ(stderrOf("--preset graphic").find("exact colours"), std::string::npos);
-    std::filesystem::remove_all(d);
 }

@@ -9,8 +9,6 @@
 #include <fstream>
 #include <string>
 
-#include "decode/TestPictures.h"
-#include "frontends/cli/CommandLine.h"
 #include "ToolProcess.h"
 
 namespace {
@@ -69,7 +67,7 @@ bool endsWith(const std::string& s, const std::string& tail) {
 
 TEST(Streams, OutputFormatsByOptionAndExtension) {
     struct Row {
-        std::vector<const char*> args;
+        std::vector<std::string> args;
         std::string outputFor;  // of "dir/a.png"
         std::string format;     // of that output
     };
@@ -83,11 +81,9 @@ TEST(Streams, OutputFormatsByOptionAndExtension) {
         {{"dir/a.png", "-d", "out", "--format", "dxf"}, "out/a.dxf", "dxf"},
     };
     for (const Row& r : rows) {
-        std::vector<char*> argv{const_cast<char*>("om1trace")};
-        for (const char* a : r.args) argv.push_back(const_cast<char*>(a));
         CommandLine cl;
         std::string error;
-        ASSERT_TRUE(cl.parse(static_cast<int>(argv.size()), argv.data(), error)) << error;
+        ASSERT_TRUE(parseArgs(r.args, cl, error)) << error;
         EXPECT_EQ(cl.outputFor("dir/a.png"), r.outputFor);
         EXPECT_EQ(om1::OutputFormat::name(cl.formatFor(cl.outputFor("dir/a.png"))), r.format);
     }

@@ -13,13 +13,8 @@
 
 namespace {
 
-int runTool(const std::string& args) {
-    return runTrace(args + " --quiet 2>&1");
-}
-
-std::string readText(const std::string& path) {
-    std::vector<unsigned char> b = readBytes(path);
-    return std::string(b.begin(), b.end());
+int runQuiet(const std::string& args) {
+    return runTool(args + " --quiet");
 }
 
 }  // namespace
@@ -39,10 +34,10 @@ TEST(Om1trace, BatchOnThreadsMatchesSingleRuns) {
     }
     ASSERT_TRUE(std::filesystem::create_directory(d.file("batch")));
     ASSERT_TRUE(std::filesystem::create_directory(d.file("alone")));
-    ASSERT_EQ(runTool(inputs + " -d " + d.file("batch")), 0);
+    ASSERT_EQ(runQuiet(inputs + " -d " + d.file("batch")), 0);
     for (int k = 0; k < 8; ++k) {
         const std::string in = d.file(names[k] + (k % 2 ? ".png" : ".gif"));
-        ASSERT_EQ(runTool(in + " -d " + d.file("alone")), 0);
+        ASSERT_EQ(runQuiet(in + " -d " + d.file("alone")), 0);
         const std::string alone = readText(d.file("alone/" + names[k] + ".svg"));
         EXPECT_NE(alone.find("</svg>"), std::string::npos);
         EXPECT_EQ(readText(d.file("batch/" + names[k] + ".svg")), alone) << names[k];

@@ -5,7 +5,13 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <vector>
+
+#include "decode/TestPictures.h"
+#include "frontends/cli/CommandLine.h"
 
 #ifdef _WIN32
 #include "platform/WinTypes.h"  // windows.h without min and max macros
@@ -48,4 +54,28 @@ inline int runShell(const std::string& command) {
 // Runs om1trace with the arguments and redirections given.
 inline int runTrace(const std::string& args) {
     return runShell(toolPath() + " " + args);
+}
+
+// A whole file as a string.
+inline std::string readText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+// Runs om1trace with the arguments; its standard error goes to `err` when
+// given, its standard output nowhere.
+inline int runTool(const std::string& args, std::string* err = nullptr) {
+    TempDir d;
+    const std::string errFile = d.file("stderr");
+    const int code = runTrace(args + " >" + nullDevice() + " 2>" + errFile);
+    if (err) *err = readText(errFile);
+    return code;
+}
+
+// Parses the arguments as the tool's command line (after its name).
+inline bool parseArgs(std::vector<std::string> args, CommandLine& cl, std::string& error) {
+    std::vector<char*> argv;
+    static char name[] = "om1trace";
+    argv.push_back(name);
+    for (std::string& a : args) argv.push_back(&a[0]);
+    return cl.parse(static_cast<int>(argv.size()), argv.data(), error);
 }

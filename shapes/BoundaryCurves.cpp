@@ -618,10 +618,10 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         const int32_t top = topIn ? in : out, self = topIn ? out : in;
                         const bool under =
                             p.curved && !given.staircase && stackedSiblings(given, in, out) &&
-                            chooser.error(cut, pc, in, out, false) >
-                                chooser.error(cut, pc, in, out, true) &&
                             (hiddenCurve(r, cut, topIn, top, self, 1.0, tolerance, p.hidden) ||
-                             hiddenCurve(r, cut, topIn, top, self, 0.5, tolerance, p.hidden));
+                             hiddenCurve(r, cut, topIn, top, self, 0.5, tolerance, p.hidden)) &&
+                            chooser.error(cut, pc, in, out, false) >
+                                chooser.error(cut, pc, in, out, true);
                         if (!under) p.hidden.clear();
                         p.curved = p.curved && chooser.keep(cut, pc, false, in, out, under);
                         if (p.curved) {

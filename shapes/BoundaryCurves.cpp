@@ -48,32 +48,11 @@ bool straightSegment(const PointD* p) {
            close(p[2].y, p[0].y + 2 * (p[3].y - p[0].y) / 3);
 }
 
-// Removes the straight segments that run to a junction and straight back
-// (the joins of two fitted pieces that end at one point near it).
-void dropSpikes(Curve& c) {
-    Curve out;
-    out.push_back(c[0]);
-    auto same = [](PointD a, PointD b) {
-        return std::fabs(a.x - b.x) < 1e-9 && std::fabs(a.y - b.y) < 1e-9;
-    };
-    for (size_t i = 0; i + 3 < c.size(); i += 3) {
-        const size_t m = out.size();
-        if (m >= 4 && straightSegment(&out[m - 4]) && straightSegment(&c[i]) &&
-            same(out[m - 4], c[i + 3])) {
-            out.resize(m - 3);
-            continue;
-        }
-        out.insert(out.end(), c.begin() + static_cast<long>(i) + 1,
-                   c.begin() + static_cast<long>(i) + 4);
-    }
-    // Round the start: a first segment that goes back along the last.
-    while (out.size() >= 7 && straightSegment(&out[0]) && straightSegment(&out[out.size() - 4]) &&
-           same(out[out.size() - 4], out[3])) {
-        out.resize(out.size() - 3);
-        out.erase(out.begin(), out.begin() + 3);
-        out.back() = out[0];
-    }
-    c.swap(out);
+// Whether straight segments a-b and b-c run along one line (either way).
+bool alongOneLine(PointD a, PointD b, PointD c) {
+    const double ux = b.x - a.x, uy = b.y - a.y, vx = c.x - b.x, vy = c.y - b.y;
+    const double scale = (std::fabs(ux) + std::fabs(uy)) * (std::fabs(vx) + std::fabs(vy));
+    return std::fabs(ux * vy - uy * vx) <= 1e-9 * scale;
 }
 
 // A straight segment from the curve's end to b.
@@ -82,6 +61,41 @@ void appendLine(Curve& c, PointD b) {
     c.push_back({a.x + (b.x - a.x) / 3, a.y + (b.y - a.y) / 3});
     c.push_back({a.x + 2 * (b.x - a.x) / 3, a.y + 2 * (b.y - a.y) / 3});
     c.push_back(b);
+}
+
+// Joins the straight segments of a loop that follow one another along one
+// line into one (the joins of pieces that meet on a straight edge, the
+// straight pieces run to a junction and back): the area drawn stays the
+// same.
+void joinStraights(Curve& c) {
+    auto same = [](PointD a, PointD b) {
+        return std::fabs(a.x - b.x) < 1e-9 && std::fabs(a.y - b.y) < 1e-9;
+    };
+    Curve out;
+    out.push_back(c[0]);
+    for (size_t i = 0; i + 3 < c.size(); i += 3) {
+        const size_t m = out.size();
+        if (m >= 4 && straightSegment(&out[m - 4]) && straightSegment(&c[i]) &&
+            alongOneLine(out[m - 4], c[i], c[i + 3])) {
+            out.resize(m - 3);
+            if (!same(out.back(), c[i + 3])) appendLine(out, c[i + 3]);
+            continue;
+        }
+        out.insert(out.end(), c.begin() + static_cast<long>(i) + 1,
+                   c.begin() + static_cast<long>(i) + 4);
+    }
+    // Round the start: a first segment along the line of the last.
+    while (out.size() >= 10 && straightSegment(&out[0]) && straightSegment(&out[out.size() - 4]) &&
+           alongOneLine(out[out.size() - 4], out[0], out[3])) {
+        const PointD to = out[3];
+        out.erase(out.begin(), out.begin() + 3);
+        out.resize(out.size() - 3);
+        if (same(out.back(), to))
+            out.back() = out[0];
+        else
+            appendLine(out, to);
+    }
+    c.swap(out);
 }
 
 void straightPiece(const std::vector<Corner>& corners, Curve& out) {
@@ -170,6 +184,15 @@ public:
         if (pic_.pixels) return e.curve < e.staircase;
         const double steps = static_cast<double>(stair.size() - (closed ? 0 : 1));
         return e.area <= options_.maxCurveAreaError * steps;
+    }
+
+    // The squared colour error of a fitted piece, drawn as stacked (`flat`:
+    // its two regions alone).
+    double error(const Curve& curve, const std::vector<Corner>& stair, int32_t in, int32_t out,
+                 bool flat) {
+        EdgeSamples::Picture judged = judgePicture();
+        if (flat) judged.parents = nullptr;
+        return CurveJudge::compare(curve, stair, false, in, out, judged, cov_, cells_).curve;
     }
 
 private:
@@ -587,14 +610,18 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             cut.swap(joined);
                         }
                         // Stacked siblings: the earlier drawn on under the
-                        // later one, as far as the later one's pixels reach.
+                        // later one, as far as the later one's pixels reach,
+                        // unless the edge with what lies under both showing
+                        // through is as true to the picture.
                         const bool topIn = in > out;
                         // Up to a pixel under it, else half a pixel.
                         const int32_t top = topIn ? in : out, self = topIn ? out : in;
                         const bool under =
                             p.curved && !given.staircase && stackedSiblings(given, in, out) &&
                             (hiddenCurve(r, cut, topIn, top, self, 1.0, tolerance, p.hidden) ||
-                             hiddenCurve(r, cut, topIn, top, self, 0.5, tolerance, p.hidden));
+                             hiddenCurve(r, cut, topIn, top, self, 0.5, tolerance, p.hidden)) &&
+                            chooser.error(cut, pc, in, out, false) >
+                                chooser.error(cut, pc, in, out, true);
                         if (!under) p.hidden.clear();
                         p.curved = p.curved && chooser.keep(cut, pc, false, in, out, under);
                         if (p.curved) {
@@ -641,7 +668,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     result.insert(result.end(), c.begin() + 1, c.end());
                 anyCurved = anyCurved || p.curved;
             }
-            dropSpikes(result);
+            joinStraights(result);
             set.curvedLoops += anyCurved;
         }
     } catch (...) {

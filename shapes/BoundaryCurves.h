@@ -31,7 +31,10 @@
 // as far as that region's pixels reach (up to a pixel, less the fit's
 // tolerance, tapering where the region thins or the piece ends, never onto
 // a third region's pixels; the curve then is judged as an edge between the
-// two colours alone), so the edge shows those two colours only.
+// two colours alone), so the edge shows those two colours only; unless the
+// edge with what lies under both showing through reproduces the picture as
+// well (CurveJudge). Straight segments that follow one another along one
+// line are joined.
 #pragma once
 
 #include <functional>

@@ -218,6 +218,22 @@ TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
     printf("later on the edge within %.3f px; the first %.2f to %.2f px under it\n", worst, lo, hi);
 }
 
+// Pieces that meet on one line (here along the border, where a band across
+// the picture meets it) are one segment: the region drawn first, as the
+// whole picture, is four, the band a few.
+TEST(SmoothCurves, PiecesAlongOneLineJoin) {
+    const Picture p = antialiased("band", 64, 48, [&](double x, double y) {
+        return x >= 20.3 + 0.4 * y && x < 36.6 + 0.4 * y ? kRed : kWhite;
+    });
+    ShapeSet set;
+    trace(p, OutputOptions::Layout::Stacked, set);
+    const om1::Shape *red = shapeOf(set, kRed), *base = shapeOf(set, kWhite);
+    ASSERT_NE(red, nullptr);
+    ASSERT_NE(base, nullptr);
+    EXPECT_EQ(segments(base->curves[0]), 4u);
+    EXPECT_LE(segments(red->curves[0]), 8u);
+}
+
 // Neighbours share every piece in the cutout layout, fitted or not: no
 // pixel centre is left uncovered or covered twice on anti-aliased pictures.
 TEST(SmoothCurves, CutoutSeamsStayZero) {

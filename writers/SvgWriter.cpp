@@ -1,9 +1,20 @@
 #include "writers/SvgWriter.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
 namespace om1 {
+
+namespace {
+
+void appendInt(std::string& s, long long v) {
+    char buf[24];
+    const std::to_chars_result r = std::to_chars(buf, buf + sizeof(buf), v);
+    s.append(buf, r.ptr);
+}
+
+}  // namespace
 
 std::string SvgWriter::number(double v) {
     const double scaled = std::round(v * 100.0);
@@ -56,12 +67,15 @@ std::string SvgWriter::opacity(uint8_t alpha) {
     return s;
 }
 
-void SvgWriter::pathData(std::ostream& out, const Shape& shape) {
+void SvgWriter::appendPathData(std::string& out, const Shape& shape) {
     for (size_t k = 0; k < shape.loops.size(); ++k) {
         if (k < shape.curves.size() && shape.curves[k].size() >= 4) {
             // Straight segments (control points at the thirds) as H, V or L.
             const std::vector<PointD>& c = shape.curves[k];
-            out << 'M' << number(c[0].x) << ' ' << number(c[0].y);
+            out += 'M';
+            out += number(c[0].x);
+            out += ' ';
+            out += number(c[0].y);
             char last = 0;
             for (size_t i = 1; i + 2 < c.size(); i += 3) {
                 const PointD &a = c[i - 1], &p1 = c[i], &p2 = c[i + 1], &b = c[i + 2];
@@ -72,35 +86,53 @@ void SvgWriter::pathData(std::ostream& out, const Shape& shape) {
                 const bool last3 = i + 3 >= c.size();
                 if (straight && last3 && b.x == c[0].x && b.y == c[0].y) break;  // Z closes
                 if (straight && number(a.y) == number(b.y)) {
-                    out << 'H' << number(b.x);
+                    out += 'H';
+                    out += number(b.x);
                     last = 'H';
                 } else if (straight && number(a.x) == number(b.x)) {
-                    out << 'V' << number(b.y);
+                    out += 'V';
+                    out += number(b.y);
                     last = 'V';
                 } else {
                     const char cmd = straight ? 'L' : 'C';
-                    out << (last == cmd ? ' ' : cmd);
+                    out += last == cmd ? ' ' : cmd;
                     if (!straight)
-                        out << number(p1.x) << ' ' << number(p1.y) << ' ' << number(p2.x) << ' '
-                            << number(p2.y) << ' ';
-                    out << number(b.x) << ' ' << number(b.y);
+                        for (double v : {p1.x, p1.y, p2.x, p2.y}) {
+                            out += number(v);
+                            out += ' ';
+                        }
+                    out += number(b.x);
+                    out += ' ';
+                    out += number(b.y);
                     last = cmd;
                 }
             }
-            out << 'Z';
+            out += 'Z';
             continue;
         }
         const std::vector<Corner> v = shape.loops[k].vertices();
         if (v.empty()) continue;
-        out << 'M' << v[0].x << ' ' << v[0].y;
+        out += 'M';
+        appendInt(out, v[0].x);
+        out += ' ';
+        appendInt(out, v[0].y);
         for (size_t i = 1; i < v.size(); ++i) {
-            if (v[i].x != v[i - 1].x)
-                out << 'H' << v[i].x;
-            else
-                out << 'V' << v[i].y;
+            if (v[i].x != v[i - 1].x) {
+                out += 'H';
+                appendInt(out, v[i].x);
+            } else {
+                out += 'V';
+                appendInt(out, v[i].y);
+            }
         }
-        out << 'Z';
+        out += 'Z';
     }
+}
+
+void SvgWriter::pathData(std::ostream& out, const Shape& shape) {
+    std::string d;
+    appendPathData(d, shape);
+    out.write(d.data(), static_cast<std::streamsize>(d.size()));
 }
 
 bool SvgWriter::write(std::ostream& out, const ShapeSet& set,
@@ -108,13 +140,20 @@ bool SvgWriter::write(std::ostream& out, const ShapeSet& set,
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << set.width << "\" height=\""
         << set.height << "\" viewBox=\"0 0 " << set.width << ' ' << set.height << "\">\n";
+    std::string line;
     for (const Shape& s : set.shapes) {
         if (s.role == Shape::Role::Frame || s.loops.empty() || (skip && skip(s))) continue;
-        out << "<path fill=\"" << colour(s.color);
-        if (s.alpha != 255) out << "\" fill-opacity=\"" << opacity(s.alpha);
-        out << "\" fill-rule=\"evenodd\" d=\"";
-        pathData(out, s);
-        out << "\"/>\n";
+        // One element, one write.
+        line.assign("<path fill=\"");
+        line += colour(s.color);
+        if (s.alpha != 255) {
+            line += "\" fill-opacity=\"";
+            line += opacity(s.alpha);
+        }
+        line += "\" fill-rule=\"evenodd\" d=\"";
+        appendPathData(line, s);
+        line += "\"/>\n";
+        out.write(line.data(), static_cast<std::streamsize>(line.size()));
     }
     out << "</svg>\n";
     out.flush();

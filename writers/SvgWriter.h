@@ -28,6 +28,11 @@ public:
     static std::string opacity(uint8_t alpha);
     // The path data of one shape, empty without loops.
     static void pathData(std::ostream& out, const Shape& shape);
+
+private:
+    // The same appended to `out` (the writer builds each element whole and
+    // writes it at once).
+    static void appendPathData(std::string& out, const Shape& shape);
 };
 
 }  // namespace om1

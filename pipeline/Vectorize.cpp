@@ -64,8 +64,9 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
     Progress progress(hooks);
     if (!progress.at(0)) return OM1_CANCELLED;
     if (!AlphaPicture::fromRgba(p.rgba, p.width, p.height, static_cast<size_t>(stride),
-                                o.background >= 0 && !o.transparent, background, picture, alpha))
-        return OM1_OUT_OF_MEMORY;
+                                o.background >= 0 && !o.transparent, background, picture, alpha,
+                                [&progress]() { return progress.at(0); }))
+        return progress.stopped() ? OM1_CANCELLED : OM1_OUT_OF_MEMORY;
     if (p.owner) std::vector<uint8_t>().swap(*p.owner);
     if (!progress.at(Progress::kComposited)) return OM1_CANCELLED;
 

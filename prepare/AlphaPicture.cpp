@@ -116,7 +116,7 @@ void AlphaPicture::settle(std::vector<RGBQUAD>& pixels, std::vector<uint8_t>& al
 
 bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t stride,
                             bool composite, RGBQUAD background, std::vector<RGBQUAD>& pixels,
-                            std::vector<uint8_t>& alpha) {
+                            std::vector<uint8_t>& alpha, const std::function<bool()>& going) {
     pixels.clear();
     alpha.clear();
     if (!rgba || width <= 0 || height <= 0) return false;
@@ -125,6 +125,11 @@ bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t s
         pixels.resize(n);
         alpha.resize(n);
         for (int y = 0; y < height; ++y) {
+            if ((y & 255) == 255 && going && !going()) {
+                pixels.clear();
+                alpha.clear();
+                return false;
+            }
             const uint8_t* row = rgba + static_cast<size_t>(y) * stride;
             for (int x = 0; x < width; ++x) {
                 const uint8_t* p = row + 4 * static_cast<size_t>(x);

@@ -24,6 +24,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "platform/WinTypes.h"
@@ -47,9 +48,11 @@ public:
     // opaque. Otherwise the straight colours are kept, and `alpha` receives
     // every pixel's alpha when any is below 255 (and stays empty when none
     // is: the picture is traced as an opaque one). False when memory runs out.
+    // `going`, when given, is asked every 256 rows: false when it answers
+    // false (nothing kept).
     static bool fromRgba(const uint8_t* rgba, int width, int height, size_t stride, bool composite,
                          RGBQUAD background, std::vector<RGBQUAD>& pixels,
-                         std::vector<uint8_t>& alpha);
+                         std::vector<uint8_t>& alpha, const std::function<bool()>& going = {});
     // The same on decoded pixels with straight colours and their alpha, in
     // place.
     static void settle(std::vector<RGBQUAD>& pixels, std::vector<uint8_t>& alpha, bool composite,

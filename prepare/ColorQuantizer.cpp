@@ -17,6 +17,9 @@ namespace om1 {
 
 namespace {
 
+// The passes over the pixels ask the progress every this many plus one.
+const size_t kEvery = (size_t{1} << 18) - 1;
+
 struct Entry {
     uint32_t color;
     uint32_t count;  // at most the pixels, at most INT_MAX
@@ -85,6 +88,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         if (!at(0.1)) return false;
         if (bands == 1) {
             for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !at(0.1 + 0.2 * static_cast<double>(i) / n))
+                    return false;
                 const uint32_t c = packColour(pixels[i]);
                 uint64_t& word = present[c >> 6];
                 if (!word) words.push_back(c >> 6);
@@ -143,7 +148,11 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
         if (bands == 1) {
             LastEntry last;
-            for (size_t i = 0; i < n; ++i) ++entries[entryOf(i, last)].count;
+            for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n))
+                    return false;
+                ++entries[entryOf(i, last)].count;
+            }
         } else {
             std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
                                                       std::vector<uint32_t>(distinct, 0));
@@ -161,7 +170,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         boxes[0].begin = 0;
         boxes[0].end = entries.size();
         measure(entries, boxes[0]);
+        size_t splitSince = 0;  // entries sorted since the progress last heard
         while (static_cast<int>(boxes.size()) < count) {
+            if (splitSince > kEvery) {
+                splitSince = 0;
+                if (!at(0.5 + 0.1 * static_cast<double>(boxes.size()) / count)) return false;
+            }
             int pick = -1;
             double best = 0;
             for (size_t b = 0; b < boxes.size(); ++b) {
@@ -174,6 +188,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             }
             if (pick < 0) break;
             Box& b = boxes[pick];
+            splitSince += b.end - b.begin;
             const int ch = b.widest;
             // Counting sort by the channel, stable: colours of one channel
             // value keep their order (the same split on every platform).
@@ -333,7 +348,8 @@ bool ColorQuantizer::snap(RGBQUAD* pixels, int width, int height, const RGBQUAD*
 }
 
 long long ColorQuantizer::distinct(const RGBQUAD* pixels, int width, int height,
-                                   long long stopAbove) {
+                                   long long stopAbove,
+                                   const std::function<bool(double)>& progress) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     const size_t n = static_cast<size_t>(width) * height;
     // One bit per colour of the 2^24 (2 MB), runs of one colour tested once.
@@ -346,6 +362,7 @@ long long ColorQuantizer::distinct(const RGBQUAD* pixels, int width, int height,
     long long count = 0;
     uint32_t last = 0xFFFFFFFFu;
     for (size_t i = 0; i < n; ++i) {
+        if ((i & kEvery) == kEvery && progress && !progress(static_cast<double>(i) / n)) return -1;
         const uint32_t c = packColour(pixels[i]);
         if (c == last) continue;
         last = c;

@@ -39,8 +39,9 @@ public:
     static bool snap(RGBQUAD* pixels, int width, int height, const RGBQUAD* palette, int count);
     // The number of distinct colours (red, green, blue), counted up to
     // `stopAbove` + 1: a larger count is returned as stopAbove + 1. -1 when
-    // memory runs out.
-    static long long distinct(const RGBQUAD* pixels, int width, int height, long long stopAbove);
+    // memory runs out or `progress` (asked every few rows) answers false.
+    static long long distinct(const RGBQUAD* pixels, int width, int height, long long stopAbove,
+                              const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

@@ -80,6 +80,9 @@ double keyDiff(uint32_t a, uint32_t b, bool withAlpha) {
     return d;
 }
 
+// Passes over the pixels ask the progress every this many plus one.
+const size_t kEvery = (size_t{1} << 18) - 1;
+
 int luminance(const RGBQUAD& q) {
     return (299 * q.rgbRed + 587 * q.rgbGreen + 114 * q.rgbBlue) / 1000;
 }
@@ -340,10 +343,13 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     // Between the steps of each pass: a pass takes at most half of what was left.
     double share = 0;
     auto at = [&](double part) { return !progress || progress(share + (1 - share) * part / 2); };
+    double part = 0;  // where a long step is, for the checks inside it
+    const std::function<bool()> going = [&]() { return at(part); };
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<int32_t> labels;
-        long long count = labelRegions(pixels, alpha, width, height, labels);
+        long long count = labelRegions(pixels, alpha, width, height, labels, going);
+        if (count < 0) return -1;
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
         std::vector<int32_t> first, size, parent, small, touched, members;
@@ -361,6 +367,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             // every label below it.
             int32_t seen = 0;
             for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !going()) return -1;
                 const int32_t r = labels[i];
                 ++size[r];
                 if (r == seen) first[seen++] = static_cast<int32_t>(i);
@@ -381,8 +388,15 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                              [&](int32_t a, int32_t b) { return size[a] < size[b]; });
             long long merged = 0;
             if (!at(0.3)) return -1;
+            part = 0.4;
+            size_t walked = 0;  // pixels of small regions since the progress last heard
             for (int32_t r : small) {
+                if (walked > kEvery) {
+                    walked = 0;
+                    if (!going()) return -1;
+                }
                 if (find(r) != r || size[r] >= area) continue;
+                walked += static_cast<size_t>(size[r]);
                 // The empty region is never painted.
                 if (alpha && keyAlpha(colour(r)) == 0) continue;
                 // The region's own pixels (fewer than the area: regions
@@ -438,6 +452,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             // A region that joined none keeps its pixels, the first one
             // included: the pixels of the others take its colour.
             for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !going()) return -1;
                 const int32_t r = labels[i];
                 if (parent[r] == r) continue;
                 const size_t from = static_cast<size_t>(first[find(r)]);
@@ -447,7 +462,8 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 if (alpha) alpha[i] = alpha[from];
             }
             if (!at(0.7)) return -1;
-            count = labelRegions(pixels, alpha, width, height, labels);
+            count = labelRegions(pixels, alpha, width, height, labels, going);
+            if (count < 0) return -1;
             share += (1 - share) / 2;
         }
         return count;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "prepare/PackedColour.h"
@@ -16,8 +17,10 @@ namespace om1 {
 // a union-find kept in the labels themselves, every set rooted at its first
 // pixel: parents point to earlier pixels, whose labels are final by the time
 // the second pass reads them. `alpha` may be null (the colour alone).
+// `going`, when given, is asked every 256 rows: -1 when it answers false.
 inline long long labelRegions(const RGBQUAD* pixels, const uint8_t* alpha, int w, int h,
-                              std::vector<int32_t>& labels) {
+                              std::vector<int32_t>& labels,
+                              const std::function<bool()>& going = {}) {
     const size_t n = static_cast<size_t>(w) * h;
     labels.resize(n);
     int32_t* parent = labels.data();
@@ -35,6 +38,7 @@ inline long long labelRegions(const RGBQUAD* pixels, const uint8_t* alpha, int w
     };
     const PixelKeys key{pixels, alpha};
     for (int y = 0; y < h; ++y) {
+        if ((y & 255) == 255 && going && !going()) return -1;
         const int32_t row = y * w;
         uint32_t previous = 0;
         for (int x = 0; x < w; ++x) {

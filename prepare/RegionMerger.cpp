@@ -32,13 +32,21 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
     if (!originalAlpha) alpha = nullptr;
     auto at = [&](double share) { return !progress || progress(share); };
+    // Inside the passes over the pixels: every 256 rows or every
+    // (kEvery + 1) pixels, at the share of the pass.
+    double share = 0.1;
+    const std::function<bool()> going = [&]() { return at(share); };
+    const size_t kEvery = (size_t{1} << 18) - 1;
     const size_t n = static_cast<size_t>(width) * height;
     // Channels: red, green, blue; with alpha premultiplied, and alpha.
     const int K = alpha ? 4 : 3;
     try {
         std::vector<int32_t> labels;
-        const int32_t m = static_cast<int32_t>(labelRegions(pixels, alpha, width, height, labels));
+        const long long regions = labelRegions(pixels, alpha, width, height, labels, going);
+        if (regions < 0) return -1;
+        const int32_t m = static_cast<int32_t>(regions);
         if (!at(0.2)) return -1;
+        share = 0.25;
         std::vector<double> size(m, 0), sum(K * static_cast<size_t>(m), 0);
         std::vector<uint32_t> paint(m);
         // Per region with alpha: 0 empty, 255 opaque, else partial.
@@ -46,6 +54,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         double squares = 0;
         int32_t seen = 0;  // labels are ranked by first pixel
         for (size_t i = 0; i < n; ++i) {
+            if ((i & kEvery) == kEvery && !going()) return -1;
             const int32_t r = labels[i];
             double red = original[i].rgbRed, green = original[i].rgbGreen,
                    blue = original[i].rgbBlue;
@@ -81,7 +90,9 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // Neighbour pairs, each once.
         std::vector<uint64_t> pairs;
         if (!at(0.3)) return -1;
-        for (int y = 0; y < height; ++y)
+        share = 0.35;
+        for (int y = 0; y < height; ++y) {
+            if ((y & 255) == 255 && !going()) return -1;
             for (int x = 0; x < width; ++x) {
                 const size_t i = static_cast<size_t>(y) * width + x;
                 const int32_t a = labels[i];
@@ -92,6 +103,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         pairs.push_back(static_cast<uint64_t>(std::min(a, b)) << 32 |
                                         static_cast<uint32_t>(std::max(a, b)));
             }
+        }
         if (!at(0.4)) return -1;
         std::sort(pairs.begin(), pairs.end());
         pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
@@ -134,12 +146,14 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         std::vector<double> pricedSize(size);
         std::vector<size_t> pricedList(m);
         for (int32_t r = 0; r < m; ++r) pricedList[r] = adjacent[r].size();
-        for (int32_t a = 0; a < m; ++a)
+        for (int32_t a = 0; a < m; ++a) {
+            if ((a & 0xFFFF) == 0xFFFF && !at(0.55)) return -1;
             for (int32_t b : adjacent[a])
                 if (a < b) {
                     const double k = unionCost(a, b);
                     heap.push({k, a, b, 0, 0});
                 }
+        }
         long long left = m;
         if (!at(0.6)) return -1;
         // Every 4096 candidates (the share: regions merged of those there were).
@@ -218,7 +232,9 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     l = keyAlpha(paint[r]);
                 paint[r] = v | l << 24;
             }
+            share = 0.95;
             for (size_t i = 0; i < n; ++i) {
+                if ((i & kEvery) == kEvery && !going()) return -1;
                 const uint32_t v = paint[find(labels[i])];
                 unpackColour(pixels[i], v);
                 alpha[i] = keyAlpha(v);
@@ -233,7 +249,11 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     v |= static_cast<uint32_t>(sum[3 * r + k] / size[r] + 0.5) << (8 * k);
                 paint[r] = v;
             }
-        for (size_t i = 0; i < n; ++i) unpackColour(pixels[i], paint[find(labels[i])]);
+        share = 0.95;
+        for (size_t i = 0; i < n; ++i) {
+            if ((i & kEvery) == kEvery && !going()) return -1;
+            unpackColour(pixels[i], paint[find(labels[i])]);
+        }
         return left;
     } catch (...) {
         return -1;

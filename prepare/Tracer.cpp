@@ -310,26 +310,31 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
     std::vector<RGBQUAD> base, work, standIn;
     // With transparency: the alpha levels of base and work.
     std::vector<uint8_t> baseAlpha, workAlpha;
-    try {
-        base.assign(pixels, pixels + n);
-        if (alpha) baseAlpha.assign(alpha, alpha + n);
-    } catch (...) {
-        return NoOutlines;
-    }
     // Shares: the stages before the trace, the clean-up stages, the tracer.
     bool stopped = false;
     const Progress watched = !progress ? Progress() : Progress([&](double share) {
         stopped = stopped || !progress(share);
         return !stopped;
     });
+    try {
+        // Copied in slices, the progress asked between them.
+        base.reserve(n);
+        for (size_t from = 0; from < n; from += size_t{1} << 20) {
+            if (watched && !watched(0)) return Cancelled;
+            base.insert(base.end(), pixels + from, pixels + std::min(n, from + (size_t{1} << 20)));
+        }
+        if (alpha) baseAlpha.assign(alpha, alpha + n);
+    } catch (...) {
+        return NoOutlines;
+    }
     auto at = [&](double share) { return !watched || watched(share); };
     uint8_t* const levels = alpha ? baseAlpha.data() : nullptr;
     if (!prepare(base.data(), levels, width, height, options, rep, part(watched, 0, 0.45)))
         return stopped ? Cancelled : NoOutlines;
     if (options.maxColors > 0) {
-        const long long colours =
-            ColorQuantizer::distinct(base.data(), width, height, options.maxColors);
-        if (colours < 0) return NoOutlines;
+        const long long colours = ColorQuantizer::distinct(
+            base.data(), width, height, options.maxColors, part(watched, 0.45, 0.45));
+        if (colours < 0) return stopped ? Cancelled : NoOutlines;
         if (colours > options.maxColors) {
             rep.colors = static_cast<int>(colours);
             return TooManyColors;

@@ -1,6 +1,7 @@
 #include "shapes/BoundaryCurves.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <unordered_map>
 #include <vector>
@@ -156,11 +157,15 @@ public:
         : pic_(pic), options_(options) {}
 
     bool keep(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
-              int32_t out) {
+              int32_t out, bool underneath = false) {
         if (options_.maxCurveAreaError < 0) return true;
         if (out < 0 || in < 0) return false;
+        // With the earlier region drawn on under the later one, the edge
+        // shows the two regions alone.
+        EdgeSamples::Picture judged = judgePicture();
+        if (underneath) judged.parents = nullptr;
         const CurveJudge::Errors e =
-            CurveJudge::compare(curve, stair, closed, in, out, judgePicture(), cov_, cells_);
+            CurveJudge::compare(curve, stair, closed, in, out, judged, cov_, cells_);
         if (e.area <= 1e-6) return false;  // the staircase itself
         if (pic_.pixels) return e.curve < e.staircase;
         const double steps = static_cast<double>(stair.size() - (closed ? 0 : 1));
@@ -210,16 +215,138 @@ namespace {
 struct Piece {
     Curve curve;  // from the first step's corner onwards
     bool curved;
+    // Stacked siblings: the curve moved under the region drawn on top
+    // (label `top`, on the piece's `in` side when topIn), for every loop
+    // along the piece but the one drawn last (empty: none).
+    Curve hidden;
+    bool topIn = false;
+    int lastShape = -1;        // the last shape whose loop runs along the piece
+    bool lastForward = false;  // and whether it runs it forwards
 };
+
+// Whether labels a and b are siblings in the stacked drawing: neither holds
+// the other, and neither is the region drawn under everything.
+bool stackedSiblings(const EdgeSamples::Picture& pic, int32_t a, int32_t b) {
+    if (!pic.parents || a < 0 || b < 0 || a == pic.base || b == pic.base) return false;
+    const std::vector<int>& par = *pic.parents;
+    for (int k = par[static_cast<size_t>(b)]; k >= 0; k = par[static_cast<size_t>(k)])
+        if (k == a) return false;
+    for (int k = par[static_cast<size_t>(a)]; k >= 0; k = par[static_cast<size_t>(k)])
+        if (k == b) return false;
+    return true;
+}
+
+// How far from p towards (ux, uy) the pixels stay those of `top` or
+// `self`, up to `most`.
+double clearance(const Raster& r, PointD p, double ux, double uy, int32_t top, int32_t self,
+                 double most) {
+    const double step = 0.05;
+    for (int i = 0; i * step < most; ++i) {
+        const double t = i * step;
+        const int32_t l = r.at(static_cast<int>(std::floor(p.x + t * ux)),
+                               static_cast<int>(std::floor(p.y + t * uy)));
+        if (l != top && l != self) return t;
+    }
+    return most;
+}
+
+// The curve moved under the region `top` (on its right, the `in` side, when
+// `right`) for the region `self` on its other side: every segment's ends
+// along their normals, each by as far as the pixels of the two regions
+// reach that way less `margin` (the top region's own far edge may lie that
+// much inside its pixels), at most `most`; from and back to the curve's two
+// ends. So the move tapers where the top region thins or ends, and never
+// reaches a third region. False where a point of the moved curve still
+// lies on a third region's pixel, or where the ends move by less than
+// 0.3 px on average (the region below then still shows).
+bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32_t self,
+                 double most, double margin, Curve& out) {
+    double sum = 0;
+    int count = 0;
+    out.clear();
+    out.push_back(c.front());
+    const double sign = right ? 1 : -1;
+    auto normal = [&](PointD from, PointD to) {
+        const double dx = to.x - from.x, dy = to.y - from.y, l = std::sqrt(dx * dx + dy * dy);
+        return l < 1e-9 ? PointD{0, 0} : PointD{-dy / l * sign, dx / l * sign};
+    };
+    auto moveBy = [&](PointD q, PointD u) {
+        if (u.x == 0 && u.y == 0) return 0.0;
+        return std::max(
+            0.0, std::min(most, clearance(r, q, u.x, u.y, top, self, most + margin) - margin));
+    };
+    // Every point of the moved curve that lies away from the given one must
+    // lie on the two regions' pixels: the segments moved are checked against
+    // the given ones, the joins against the point they join round.
+    auto point = [](const PointD* q, double t) {
+        const double u = 1 - t, a = u * u * u, b = 3 * u * u * t, d = 3 * u * t * t, e = t * t * t;
+        return PointD{a * q[0].x + b * q[1].x + d * q[2].x + e * q[3].x,
+                      a * q[0].y + b * q[1].y + d * q[2].y + e * q[3].y};
+    };
+    auto clear = [&](const PointD* q, const PointD* given, PointD at) {
+        for (int k = 0; k <= 8; ++k) {
+            const PointD x = point(q, k / 8.0), g = given ? point(given, k / 8.0) : at;
+            if (std::fabs(x.x - g.x) + std::fabs(x.y - g.y) < 0.05) continue;
+            const int32_t l =
+                r.at(static_cast<int>(std::floor(x.x)), static_cast<int>(std::floor(x.y)));
+            if (l != top && l != self) return false;
+        }
+        return true;
+    };
+    // The segments in order; one whose ends move by amounts further apart
+    // than a quarter pixel is halved first (down to a pixel long), so that
+    // the move tapers over a short stretch.
+    std::vector<std::array<PointD, 4>> todo;
+    for (size_t i = c.size() - 1; i >= 3; i -= 3)
+        todo.push_back({c[i - 3], c[i - 2], c[i - 1], c[i]});
+    while (!todo.empty()) {
+        const std::array<PointD, 4> seg = todo.back();
+        todo.pop_back();
+        const PointD* p = seg.data();
+        PointD n0 = normal(p[0], p[1]);
+        if (n0.x == 0 && n0.y == 0) n0 = normal(p[0], p[2]);
+        if (n0.x == 0 && n0.y == 0) n0 = normal(p[0], p[3]);
+        PointD n3 = normal(p[2], p[3]);
+        if (n3.x == 0 && n3.y == 0) n3 = normal(p[1], p[3]);
+        if (n3.x == 0 && n3.y == 0) n3 = normal(p[0], p[3]);
+        const double by0 = moveBy(p[0], n0), by3 = moveBy(p[3], n3);
+        if (std::fabs(by0 - by3) > 0.25 && std::hypot(p[3].x - p[0].x, p[3].y - p[0].y) > 3) {
+            auto mid = [](PointD u, PointD v) { return PointD{(u.x + v.x) / 2, (u.y + v.y) / 2}; };
+            const PointD a = mid(p[0], p[1]), b = mid(p[1], p[2]), d = mid(p[2], p[3]);
+            const PointD ab = mid(a, b), bd = mid(b, d), m = mid(ab, bd);
+            todo.push_back({m, bd, d, p[3]});
+            todo.push_back({p[0], a, ab, m});
+            continue;
+        }
+        sum += by0 + by3;
+        count += 2;
+        const PointD s = {p[0].x + n0.x * by0, p[0].y + n0.y * by0},
+                     e = {p[3].x + n3.x * by3, p[3].y + n3.y * by3};
+        const PointD b = out.back();
+        if (std::fabs(s.x - b.x) > 1e-9 || std::fabs(s.y - b.y) > 1e-9) {
+            appendLine(out, s);
+            if (!clear(&out[out.size() - 4], nullptr, p[0])) return false;
+        }
+        out.push_back({p[1].x + s.x - p[0].x, p[1].y + s.y - p[0].y});
+        out.push_back({p[2].x + e.x - p[3].x, p[2].y + e.y - p[3].y});
+        out.push_back(e);
+        if (!clear(&out[out.size() - 4], p, p[0])) return false;
+    }
+    appendLine(out, c.back());
+    return clear(&out[out.size() - 4], nullptr, c.back()) && sum >= 0.3 * count;
+}
 
 // The colour of every region in the picture itself: the mean over its
 // pixels whose four neighbours are of the region too (the region's colour
 // where it has none). The edge samples measure shares against these.
-void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out) {
+// False when `going` answers false (asked every 256 rows).
+bool interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out,
+                     const std::function<bool()>& going) {
     const size_t n = pic.colours->size();
     std::vector<double> sum(4 * n, 0.0);
     const int w = pic.width, h = pic.height;
-    for (int y = 1; y + 1 < h; ++y)
+    for (int y = 1; y + 1 < h; ++y) {
+        if ((y & 255) == 0 && !going()) return false;
         for (int x = 1; x + 1 < w; ++x) {
             const size_t i = static_cast<size_t>(y) * w + x;
             const int32_t l = pic.labels[i];
@@ -233,6 +360,7 @@ void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out)
             s[2] += p.rgbBlue;
             s[3] += 1;
         }
+    }
     out = *pic.colours;
     for (size_t l = 0; l < n; ++l) {
         const double* s = &sum[4 * l];
@@ -241,6 +369,7 @@ void interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out)
                 RGBQUAD{static_cast<BYTE>(s[2] / s[3] + 0.5), static_cast<BYTE>(s[1] / s[3] + 0.5),
                         static_cast<BYTE>(s[0] / s[3] + 0.5), 0};
     }
+    return true;
 }
 
 // Whether the pixels on both sides of the step that leaves corner c in
@@ -261,13 +390,26 @@ bool ownColour(const EdgeSamples::Picture& pic, const Corner& c, int d, int32_t 
 }  // namespace
 
 bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions& options,
-                         ShapeSet& set) {
+                         ShapeSet& set, const std::function<bool(double)>& progress) {
     Raster r{given.labels, given.width, given.height};
+    // The progress hears the share of the shapes done once some thousands
+    // of steps were walked or fitted since it last heard.
+    size_t shape = 0;
+    long long work = 0;
+    const double shapes = static_cast<double>(std::max<size_t>(set.shapes.size(), 1));
+    const std::function<bool()> going = [&]() {
+        work = 0;
+        return !progress || progress(static_cast<double>(shape) / shapes);
+    };
+    auto done = [&](size_t steps) {
+        work += static_cast<long long>(steps);
+        return work < 8192 || going();
+    };
     try {
         EdgeSamples::Picture pic = given;
         std::vector<RGBQUAD> own;
         if (pic.pixels && pic.colours) {
-            interiorColours(pic, own);
+            if (!interiorColours(pic, own, going)) return false;
             pic.colours = &own;
         }
         Chooser chooser(given, options);
@@ -280,18 +422,31 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::vector<PointD> samples;
         std::vector<Corner> pc;
         std::vector<int> js;
-        std::vector<const Piece*> found;
+        std::vector<Piece*> found;
+        // Every loop made of pieces, put together once every loop has been
+        // seen (a piece's hidden curve depends on the last loop along it).
+        struct Uses {
+            Shape* shape;
+            size_t loop;
+            int shapeIndex;
+            PointD start;
+            std::vector<std::pair<Piece*, bool>> pieces;  // and whether reversed
+        };
+        std::vector<Uses> uses;
+        const double tolerance = CurveFitter::settings(options.curveTolerance).tolerance;
         std::vector<uint8_t> reversed, codes;
         std::vector<PointD> points;
         Curve whole, cut;
 
         for (size_t si = 0; si < set.shapes.size(); ++si) {
             Shape& s = set.shapes[si];
+            shape = si;
             s.curves.assign(s.loops.size(), Curve());
             for (size_t li = 0; li < s.loops.size(); ++li) {
                 const CrackLoop& loop = s.loops[li];
                 const std::vector<Corner> corners = loop.corners();
                 const int n = static_cast<int>(corners.size());
+                if (!done(corners.size())) return false;
                 Curve& result = s.curves[li];
                 js.clear();
                 for (int k = 0; k < n; ++k)
@@ -336,6 +491,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             CurveFitter::polygonCurve(loop, p.curve);
                         theirs = &(islands[key(corners[0].x, corners[0].y, loop.codes[0])] =
                                        std::move(p));
+                        if (!done(8 * static_cast<size_t>(n))) return false;
                     }
                     if (back)
                         result.assign(theirs->curve.rbegin(), theirs->curve.rend());
@@ -430,30 +586,63 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             if (moveEnd) appendLine(joined, B);
                             cut.swap(joined);
                         }
-                        p.curved = p.curved && chooser.keep(cut, pc, false, in, out);
-                        if (p.curved)
+                        // Stacked siblings: the earlier drawn on under the
+                        // later one, as far as the later one's pixels reach.
+                        const bool topIn = in > out;
+                        // Up to a pixel under it, else half a pixel.
+                        const int32_t top = topIn ? in : out, self = topIn ? out : in;
+                        const bool under =
+                            p.curved && !given.staircase && stackedSiblings(given, in, out) &&
+                            (hiddenCurve(r, cut, topIn, top, self, 1.0, tolerance, p.hidden) ||
+                             hiddenCurve(r, cut, topIn, top, self, 0.5, tolerance, p.hidden));
+                        if (!under) p.hidden.clear();
+                        p.curved = p.curved && chooser.keep(cut, pc, false, in, out, under);
+                        if (p.curved) {
                             p.curve = cut;
-                        else
+                            p.topIn = topIn;
+                        } else {
                             straightPiece(pc, p.curve);
+                            p.hidden.clear();
+                        }
                         found[j] = &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] =
                                          std::move(p));
                         reversed[j] = 0;
+                        if (!done(8 * static_cast<size_t>(steps))) return false;
                     }
                 }
-                bool anyCurved = false;
-                result.push_back(
-                    {static_cast<double>(corners[js[0]].x), static_cast<double>(corners[js[0]].y)});
+                Uses u;
+                u.shape = &s;
+                u.loop = li;
+                u.shapeIndex = static_cast<int>(si);
+                u.start = {static_cast<double>(corners[js[0]].x),
+                           static_cast<double>(corners[js[0]].y)};
                 for (size_t j = 0; j < J; ++j) {
-                    const Curve& c = found[j]->curve;
-                    if (reversed[j])
-                        result.insert(result.end(), c.rbegin() + 1, c.rend());
-                    else
-                        result.insert(result.end(), c.begin() + 1, c.end());
-                    anyCurved = anyCurved || found[j]->curved;
+                    found[j]->lastShape = u.shapeIndex;
+                    found[j]->lastForward = !reversed[j];
+                    u.pieces.emplace_back(found[j], reversed[j] != 0);
                 }
-                dropSpikes(result);
-                set.curvedLoops += anyCurved;
+                uses.push_back(std::move(u));
             }
+        }
+        for (const Uses& u : uses) {
+            Curve& result = u.shape->curves[u.loop];
+            bool anyCurved = false;
+            result.push_back(u.start);
+            for (const auto& use : u.pieces) {
+                const Piece& p = *use.first;
+                // The hidden curve for every loop but the last one drawn,
+                // when that one keeps the top region inside.
+                const bool hide =
+                    !p.hidden.empty() && u.shapeIndex != p.lastShape && p.lastForward == p.topIn;
+                const Curve& c = hide ? p.hidden : p.curve;
+                if (use.second)
+                    result.insert(result.end(), c.rbegin() + 1, c.rend());
+                else
+                    result.insert(result.end(), c.begin() + 1, c.end());
+                anyCurved = anyCurved || p.curved;
+            }
+            dropSpikes(result);
+            set.curvedLoops += anyCurved;
         }
     } catch (...) {
         return false;

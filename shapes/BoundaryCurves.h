@@ -23,7 +23,18 @@
 // running it backwards, in either layout) uses the same curve, so
 // neighbours share their boundaries exactly: no seam and no overlap between
 // them.
+//
+// Stacked, two regions side by side (neither inside the other) would both
+// cover a soft edge between them only in part, and what lies under both
+// would show through. There every loop along the piece but the one drawn
+// last follows the curve moved under the region drawn last, point by point
+// as far as that region's pixels reach (up to a pixel, less the fit's
+// tolerance, tapering where the region thins or the piece ends, never onto
+// a third region's pixels; the curve then is judged as an edge between the
+// two colours alone), so the edge shows those two colours only.
 #pragma once
+
+#include <functional>
 
 #include "shapes/EdgeSamples.h"
 #include "shapes/Shape.h"
@@ -34,9 +45,10 @@ class BoundaryCurves {
 public:
     // Fills `curves` of every shape of `set`, whose loops were traced from
     // `picture.labels` (`picture.colours`: the colour of every label).
-    // False when memory runs out.
+    // False when memory runs out, or when `progress` (told the share of the
+    // shapes done every few thousand steps fitted) answers false.
     static bool fit(const EdgeSamples::Picture& picture, const OutputOptions& options,
-                    ShapeSet& set);
+                    ShapeSet& set, const std::function<bool(double)>& progress = {});
 };
 
 }  // namespace om1

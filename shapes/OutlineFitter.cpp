@@ -35,6 +35,8 @@ PointD unit(PointD a) {
 // get vertices that are no corners, which the curve passes straight through,
 // and the polygon's cost stays linear in the boundary's length.
 const int kLongestEdge = 100;
+// Stretches of at most this many samples are first tried as one segment.
+const int kShortRest = 256;
 
 // Sums over a run of samples, for straight-line fits in constant time.
 struct Moments {
@@ -242,7 +244,12 @@ public:
                 emit(seg);
                 return;
             }
-            if (tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+            // The rest in one segment: tried first when it is short, else
+            // only once every doubled length below it fits, so that a long
+            // stretch costs its length times a logarithm, not its length
+            // times its segments.
+            const bool shortRest = b - s <= kShortRest;
+            if (shortRest && tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
                 emit(seg);
                 return;
             }
@@ -250,16 +257,23 @@ public:
             // the last interval (short trial fits cost little).
             int lo = s + 2, hi = b - 2, best = -1;
             PointD bestSeg[4];
+            bool prefixFailed = false;
             for (int len = 8; s + len < b - 2; len *= 2) {
                 const int e = s + len;
                 if (!tryFit(s, e, P, pointAt(e, a, b), tP, tangentAt(e, a, b), seg,
                             s == a && isFree(tA), false)) {
                     hi = e - 1;
+                    prefixFailed = true;
                     break;
                 }
                 best = e;
                 std::copy(seg, seg + 4, bestSeg);
                 lo = e + 1;
+            }
+            if (!shortRest && !prefixFailed &&
+                tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                emit(seg);
+                return;
             }
             while (lo <= hi) {
                 const int mid = lo + (hi - lo) / 2;

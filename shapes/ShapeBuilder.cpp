@@ -41,7 +41,10 @@ bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
 // the group and left out of every other shape's mask, so that the ancestors
 // drawn after the group no longer cover them (a stray piece of a region that
 // the tracer cut off inside a neighbour costs no path of its own).
-std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted) {
+// `going` is asked every 256 rows; when it answers false the groups are
+// left unfinished (the caller stops).
+std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted,
+                            const std::function<bool()>& going) {
     const int n = static_cast<int>(lr.nodes.size());
     std::vector<int> join(static_cast<size_t>(n));
     std::vector<int> size(static_cast<size_t>(n), 1);
@@ -56,7 +59,8 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted)
         pairs.emplace_back(std::min(a, b), std::max(a, b));
     };
     const int w = lr.width, h = lr.height;
-    for (int y = 0; y < h; ++y)
+    for (int y = 0; y < h; ++y) {
+        if ((y & 255) == 255 && !going()) return join;
         for (int x = 0; x < w; ++x) {
             const int32_t* p = &lr.labels[static_cast<size_t>(y) * w + x];
             if (x + 1 < w) consider(p[0], p[1]);
@@ -66,6 +70,7 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted)
                 if (x > 0) consider(p[0], p[w - 1]);
             }
         }
+    }
     std::sort(pairs.begin(), pairs.end());
     pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
     // deep[r]: the deepest parent of the members of group r (all of them lie
@@ -97,8 +102,13 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted)
     return join;
 }
 
-bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, ShapeSet& out) {
+// `at` hears the share of the whole build (0.35..0.6) every 256 rows and
+// every few thousand pixels of shapes traced; false stops it.
+bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, ShapeSet& out,
+                  const std::function<bool(double)>& at) {
     const int n = static_cast<int>(lr.nodes.size());
+    double share = 0.35;
+    const std::function<bool()> going = [&]() { return at(share); };
     // With transparency a node is drawn under the descendants it reaches
     // through opaque nodes only: not under the empty region, nor under a
     // region of partial opacity, which would show it through. barrier[d] is
@@ -120,7 +130,8 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
     // labelling's subtree.
     // (With transparency a subtree's mask can have holes: the masks are used.)
     std::vector<int32_t> firstPixel(lr.exact() && !transparent ? static_cast<size_t>(n) : 0, -1);
-    for (int y = 0; y < lr.height; ++y)
+    for (int y = 0; y < lr.height; ++y) {
+        if ((y & 255) == 255 && !going()) return false;
         for (int x = 0; x < lr.width; ++x) {
             const size_t p = static_cast<size_t>(y) * lr.width + x;
             const int32_t l = lr.labels[p];
@@ -129,6 +140,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             boxes[l].add(x, y);
             ++counts[l];
         }
+    }
     // Children come after their parents: fold boxes and counts upward.
     for (int i = n - 1; i >= 0; --i) {
         const int p = lr.nodes[i].parent;
@@ -139,7 +151,10 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
     }
     std::vector<int> join;
     std::vector<uint8_t> lifted;
-    if (joinParts) join = joinGroups(lr, lifted);
+    share = 0.4;
+    if (joinParts) join = joinGroups(lr, lifted, going);
+    share = 0.45;
+    if (!going()) return false;
     // liftedBefore[i]: lifted nodes below i, so that a subtree's count is a
     // difference.
     std::vector<int> liftedBefore(lifted.empty() ? 0 : static_cast<size_t>(n) + 1, 0);
@@ -148,7 +163,12 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
     std::vector<std::vector<int>> members(static_cast<size_t>(n));
     for (int i = 0; i < n; ++i) members[join.empty() ? i : join[i]].push_back(i);
     std::vector<uint8_t> mask;
+    long long work = 0;  // pixels of the shapes traced since the progress last heard
     for (int i = 0; i < n; ++i) {
+        if (work > (1 << 18)) {
+            work = 0;
+            if (!at(0.45 + 0.15 * i / n)) return false;
+        }
         Shape& s = out.shapes[i];
         s.pixels = 0;
         if (members[i].empty()) continue;  // drawn with the first of its group
@@ -159,6 +179,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         }
         if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
         if (transparent && lr.nodes[i].alpha == 0) continue;  // never drawn
+        work += (static_cast<long long>(b.x1 - b.x0) + 1) * (b.y1 - b.y0 + 1);
         // An exact labelling's subtree is one area without holes: its one
         // loop is followed along the labels, without a mask over its box.
         const int end = lr.subtreeEnd(i);
@@ -178,6 +199,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             if (mb.x1 < 0) continue;
             const int lo = m, hi = lr.subtreeEnd(m);
             for (int y = mb.y0; y <= mb.y1; ++y) {
+                if ((y & 255) == 255 && !at(0.45 + 0.15 * i / n)) return false;
                 const int32_t* row = &lr.labels[static_cast<size_t>(y) * lr.width];
                 uint8_t* mrow = &mask[static_cast<size_t>(y - b.y0) * w];
                 for (int x = mb.x0; x <= mb.x1; ++x)
@@ -230,7 +252,8 @@ bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transpar
     }
     const bool cutout = options.layout == OutputOptions::Layout::Cutout;
     if (!at(0.35)) return false;
-    if (!(cutout ? cutoutLoops(lr, out) : stackedLoops(lr, options.joinParts, transparent, out)))
+    if (!(cutout ? cutoutLoops(lr, out)
+                 : stackedLoops(lr, options.joinParts, transparent, out, at)))
         return false;
     // Stacked: when no region covers the whole picture (the tree's root is a
     // frame), the first region drawn is drawn as the whole picture instead;
@@ -290,7 +313,9 @@ bool shapesOf(const LabelRaster& lr, const OutputOptions& options, bool transpar
             pic.drawn = &drawn;
             pic.base = base;
         }
-        if (!BoundaryCurves::fit(pic, options, out)) return false;
+        if (!BoundaryCurves::fit(pic, options, out,
+                                 [&](double share) { return at(0.6 + 0.4 * share); }))
+            return false;
     }
     // The empty region is never drawn (in the cutout layout its pieces were
     // fitted for its neighbours).
@@ -321,31 +346,27 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
                          int width, int height, const OutputOptions& options, ShapeSet& out,
                          const RGBQUAD* input, const std::function<bool(double)>& progress) {
     start(out, width, height, options);
+    // (A stop empties the shapes on the way out, never while they are built.)
     const std::function<bool(double)> at = [&](double share) {
-        if (!progress || progress(share)) return true;
-        out.shapes.clear();
-        return false;
+        return !progress || progress(share);
     };
     const uint8_t* levels = pixels ? alpha.levels : nullptr;
+    bool built = false;
     try {
         LabelRaster lr;
-        if (!at(0) || !lr.build(tree, width, height, pixels)) return false;
-        if (levels && !lr.setAlpha(pixels, levels)) return false;
-        if (!at(0.25)) return false;
-        if (pixels && options.reconcileTolerance >= 0) {
+        built = at(0) && lr.build(tree, width, height, pixels) &&
+                (!levels || lr.setAlpha(pixels, levels)) && at(0.25);
+        if (built && pixels && options.reconcileTolerance >= 0) {
             const long long moved = lr.reconcile(pixels, options.reconcileTolerance, levels);
-            if (moved < 0) return false;
+            built = moved >= 0;
             out.reconciledPixels = moved;
         }
-        if (!shapesOf(lr, options, levels != nullptr, pixels, input, out, at)) {
-            out.shapes.clear();
-            return false;
-        }
+        built = built && shapesOf(lr, options, levels != nullptr, pixels, input, out, at) && at(1);
     } catch (...) {
-        out.shapes.clear();
-        return false;
+        built = false;
     }
-    return at(1);
+    if (!built) out.shapes.clear();
+    return built;
 }
 
 bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
@@ -354,20 +375,16 @@ bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const Out
     start(out, regions.width, regions.height, options);
     if (regions.nodes.empty()) return false;
     const std::function<bool(double)> at = [&](double share) {
-        if (!progress || progress(share)) return true;
-        out.shapes.clear();
-        return false;
+        return !progress || progress(share);
     };
+    bool built = false;
     try {
-        if (!at(0) || !shapesOf(regions, options, transparent, nullptr, input, out, at)) {
-            out.shapes.clear();
-            return false;
-        }
+        built = at(0) && shapesOf(regions, options, transparent, nullptr, input, out, at) && at(1);
     } catch (...) {
-        out.shapes.clear();
-        return false;
+        built = false;
     }
-    return at(1);
+    if (!built) out.shapes.clear();
+    return built;
 }
 
 }  // namespace om1

@@ -5,6 +5,7 @@
 // OM1_CANCELLED with everything released (the asan preset checks that).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <sstream>
 #include <string>
@@ -15,6 +16,8 @@
 #include "pipeline/OptionsRecord.h"
 #include "pipeline/Vectorize.h"
 #include "prepare/Tracer.h"
+#include "shapes/LabelRaster.h"
+#include "shapes/ShapeBuilder.h"
 
 namespace {
 
@@ -204,6 +207,137 @@ TEST(TracerProgress, AStopInsideTheRegionLabellingEndsTheTrace) {
         EXPECT_LT(inside[0], 0.68 + 0.32 * 0.3);  // in the first pass over the rows
         EXPECT_TRUE(report.regions.parents.empty());
         EXPECT_TRUE(report.regions.labels.empty());
+    }
+}
+
+// The settings of the cancel table: every preset and exact polygons.
+om1_options settingsOf(const std::string& name) {
+    om1_options o;
+    std::string error;
+    if (name == "polygon") {
+        om1::OptionTable::defaults(o);
+        om1::OptionTable::apply(o, {{"polygon", "on"}}, error);
+    } else {
+        om1::OptionTable::preset(o, name);
+    }
+    o.max_outlines = 10000000;
+    return o;
+}
+
+const char* const kSettings[] = {"plain", "graphic", "photo", "bw", "pixel", "polygon"};
+
+// Through the pipeline, a host that stops at its k-th report, for every k
+// the whole job gave it (vectorize, the shapes, the SVG): the call running
+// then returns OM1_CANCELLED, and a stopped result still writes the whole
+// output. (Leaks and stale reads: the asan preset.)
+TEST(StopAtEveryCall, ThePipelineEndsCancelled) {
+    const TestPicture many = makePicture(160, 120, 3);
+    for (const char* name : kSettings) {
+        const om1_options o = settingsOf(name);
+        Heard all;
+        om1::Hooks hooks = all.hooks();
+        int code = 0;
+        const om1::Result whole = om1::vectorize(many.picture(), &o, &hooks);
+        ASSERT_EQ(whole.status(), OM1_OK) << name;
+        const std::string expected = svgOf(whole, &hooks, code);
+        ASSERT_EQ(code, OM1_OK) << name;
+        for (long k = 0; k < static_cast<long>(all.shares.size()); ++k) {
+            Heard heard;
+            heard.stopAt = k;
+            hooks = heard.hooks();
+            const om1::Result r = om1::vectorize(many.picture(), &o, &hooks);
+            if (r.status() != OM1_OK) {
+                EXPECT_EQ(r.status(), OM1_CANCELLED) << name << " call " << k;
+                EXPECT_EQ(static_cast<long>(heard.shares.size()), k + 1) << name;
+                continue;
+            }
+            const std::string svg = svgOf(r, &hooks, code);
+            // Fewer reports this time (they come at most every 10 ms), or
+            // the stop came with the last (which changes nothing): done.
+            if (static_cast<long>(heard.shares.size()) <= k || heard.shares.back() == 1.0) {
+                EXPECT_EQ(code, OM1_OK) << name << " call " << k;
+                continue;
+            }
+            EXPECT_EQ(code, OM1_CANCELLED) << name << " call " << k;
+            EXPECT_EQ(static_cast<long>(heard.shares.size()), k + 1) << name;
+            EXPECT_EQ(svgOf(r, nullptr, code), expected) << name << " call " << k;
+        }
+    }
+}
+
+// The calls to stop at out of `count`: every one up to 12, else 12 spread
+// over them, the first and the last among them.
+std::vector<long> stopsOf(long count) {
+    std::vector<long> at;
+    const long n = std::min(count, 12L);
+    for (long i = 0; i < n; ++i) at.push_back(n < 2 ? 0 : i * (count - 1) / (n - 1));
+    return at;
+}
+
+// Below the pipeline every check reaches the progress (no 10 ms spacing):
+// the stages and the trace, then the shapes, stopped at calls spread over
+// all they make, on a picture large enough for the checks inside the passes
+// over the pixels (every 256 rows, every 2^18 pixels). Each stop ends its
+// step with nothing kept.
+TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
+    const TestPicture many = makePicture(512, 520, 3);
+    std::vector<RGBQUAD> px(static_cast<size_t>(many.width) * many.height);
+    for (size_t i = 0; i < px.size(); ++i)
+        px[i] = RGBQUAD{many.rgba[4 * i + 2], many.rgba[4 * i + 1], many.rgba[4 * i], 0};
+    for (const char* name : kSettings) {
+        const om1_options o = settingsOf(name);
+        const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
+        long calls = 0, stopAt = -1;
+        const om1::Tracer::Progress progress = [&](double) { return calls++ != stopAt; };
+        // Traced once without a stop: the calls to stop at, and the shapes'.
+        KvCtree* tree = nullptr;
+        om1::TraceReport report;
+        ASSERT_EQ(
+            om1::Tracer::trace(px.data(), many.width, many.height, t, tree, &report, progress),
+            om1::Tracer::Done)
+            << name;
+        const long traceCalls = calls;
+        EXPECT_GE(traceCalls, 4) << name;
+        for (const long k : stopsOf(traceCalls)) {
+            stopAt = k;
+            calls = 0;
+            KvCtree* stopped = nullptr;
+            om1::TraceReport r;
+            EXPECT_EQ(
+                om1::Tracer::trace(px.data(), many.width, many.height, t, stopped, &r, progress),
+                om1::Tracer::Cancelled)
+                << name << " call " << stopAt;
+            EXPECT_EQ(stopped, nullptr) << name;
+            EXPECT_EQ(calls, stopAt + 1) << name << ": asked again after the stop";
+        }
+        // The shapes, from the tree (plain) or the labelling.
+        om1::LabelRaster regions;
+        if (!tree) {
+            ASSERT_TRUE(regions.assign(report.regions.width, report.regions.height,
+                                       std::move(report.regions.labels), report.regions.parents,
+                                       report.regions.colors, report.regions.rootFrame));
+        }
+        const om1::OutputOptions oo = om1::OptionsRecord::toOutput(o);
+        const RGBQUAD* seen = report.prepared.empty() ? px.data() : report.prepared.data();
+        auto build = [&](om1::ShapeSet& set) {
+            return tree ? om1::ShapeBuilder::build(tree, seen, many.width, many.height, oo, set,
+                                                   px.data(), progress)
+                        : om1::ShapeBuilder::build(regions, false, oo, set, px.data(), progress);
+        };
+        om1::ShapeSet set;
+        calls = 0;
+        stopAt = -1;
+        ASSERT_TRUE(build(set)) << name;
+        const long shapeCalls = calls;
+        EXPECT_GE(shapeCalls, 4) << name;
+        for (const long k : stopsOf(shapeCalls)) {
+            stopAt = k;
+            calls = 0;
+            om1::ShapeSet stopped;
+            EXPECT_FALSE(build(stopped)) << name << " call " << stopAt;
+            EXPECT_TRUE(stopped.shapes.empty()) << name;
+        }
+        if (tree) kvctr_deleteKvCtree(tree);
     }
 }
 

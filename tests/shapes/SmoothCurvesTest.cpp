@@ -63,8 +63,8 @@ void trace(const Picture& p, OutputOptions::Layout layout, ShapeSet& set) {
     if (!tree) {  // the preset's exact regions
         om1::RegionTree& r = report.regions;
         om1::LabelRaster lr;
-        ASSERT_TRUE(lr.assign(r.width, r.height, std::move(r.labels), r.parents, r.colors,
-                              r.rootFrame));
+        ASSERT_TRUE(
+            lr.assign(r.width, r.height, std::move(r.labels), r.parents, r.colors, r.rootFrame));
         ASSERT_TRUE(om1::ShapeBuilder::build(lr, false, o, set, p.px.data()));
         return;
     }
@@ -171,6 +171,51 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
         EXPECT_LT(worst, 0.1) << "slope " << e.slope;
         printf("slope %5.2f: %d points, %.3f px from the line at most\n", e.slope, checked, worst);
     }
+}
+
+// Stacked siblings along a slanted edge: the one drawn later keeps the
+// curve on the true edge, the one drawn first reaches under it (so that the
+// page under both does not show through the soft edge) but never onto the
+// white around both at the edge's ends, and both keep their curves.
+TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
+    auto line = [](double y) { return 20.3 + 0.4 * y; };  // red left of it, blue right
+    const Picture p = antialiased("siblings", 64, 48, [&](double x, double y) {
+        if (y < 8 || y > 40 || x > 56) return kWhite;
+        return x < line(y) ? kRed : kBlue;
+    });
+    ShapeSet set;
+    trace(p, OutputOptions::Layout::Stacked, set);
+    const om1::Shape *red = shapeOf(set, kRed), *blue = shapeOf(set, kBlue);
+    ASSERT_NE(red, nullptr);
+    ASSERT_NE(blue, nullptr);
+    const bool redFirst = red < blue;
+    const om1::Shape *first = redFirst ? red : blue, *later = redFirst ? blue : red;
+    // Signed distance from the edge towards the later one's side.
+    const double norm = std::hypot(1.0, 0.4);
+    auto towardsLater = [&](const PointD& q) {
+        return (q.x - line(q.y)) / norm * (redFirst ? 1 : -1);
+    };
+    double lo = 1e9, hi = -1e9, worst = 0;
+    int onWhite = 0;  // points of the first one moved under the later onto white
+    for (const om1::Shape* s : {first, later})
+        for (const std::vector<PointD>& c : s->curves)
+            for (const PointD& q : flat(c)) {
+                if (s == first && towardsLater(q) > 0.3 && std::fabs(towardsLater(q)) < 3)
+                    onWhite += q.y < 8 || q.y > 40 || q.x > 56;
+                if (q.y < 12 || q.y > 36 || std::fabs(towardsLater(q)) > 3) continue;
+                if (s == later) {
+                    worst = std::max(worst, std::fabs(towardsLater(q)));
+                } else {
+                    lo = std::min(lo, towardsLater(q));
+                    hi = std::max(hi, towardsLater(q));
+                }
+            }
+    EXPECT_LT(worst, 0.15);
+    EXPECT_GE(lo, 0.6);
+    EXPECT_LE(hi, 1.8);
+    EXPECT_EQ(onWhite, 0);
+    EXPECT_GE(set.curvedLoops, 2);
+    printf("later on the edge within %.3f px; the first %.2f to %.2f px under it\n", worst, lo, hi);
 }
 
 // Neighbours share every piece in the cutout layout, fitted or not: no

@@ -1,5 +1,5 @@
-// The output modes of om1trace: --polygon and --cutout, their defaults, and
-// the worked shapes rendered back through the tool in every mode.
+// The output modes of om1trace, --polygon and --cutout: the worked shapes
+// rendered back through the tool (default preset) in every mode.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -72,24 +72,6 @@ std::string modeName(const std::vector<std::string>& m) {
 
 }  // namespace
 
-TEST(Modes, PolygonDefaultsToExactColoursAndEveryRegion) {
-    CommandLine cl;
-    ASSERT_TRUE(parse({"--polygon", "a.png"}, cl));
-    EXPECT_TRUE(cl.options.polygon);
-    EXPECT_EQ(cl.options.tolerance, 0);
-    EXPECT_EQ(cl.options.min_length, 0);
-    CommandLine given;
-    ASSERT_TRUE(parse({"--tolerance", "7", "--polygon", "--min-length", "9", "a.png"}, given));
-    EXPECT_EQ(given.options.tolerance, 7);
-    EXPECT_EQ(given.options.min_length, 9);
-    CommandLine plain;
-    ASSERT_TRUE(parse({"--cutout", "a.png"}, plain));
-    EXPECT_TRUE(plain.options.cutout);
-    const CommandLine defaults;  // cutout implies nothing else
-    EXPECT_EQ(plain.options.tolerance, defaults.options.tolerance);
-    EXPECT_EQ(plain.options.min_length, 4);
-}
-
 // The red block of the report comes back covering exactly [2, 12) x [3, 10)
 // and a one-pixel line one pixel wide, in every mode.
 TEST(Modes, WorkedShapesRenderBackExactly) {
@@ -122,31 +104,5 @@ TEST(Modes, WorkedShapesRenderBackExactly) {
         }
         EXPECT_EQ(wrong, 0) << "lines, " << modeName(mode);
     }
-    std::filesystem::remove_all(dir());
-}
-
-TEST(Modes, JsonCarriesExactBoundaries) {
-    TestPicture block(40, 30, 255, 255, 255);
-    block.fill(2, 3, 10, 7, 255, 0, 0);
-    const std::string png = dir() + "/j.png", json = dir() + "/j.json";
-    ASSERT_TRUE(block.png(png));
-    CommandLine cl;
-    ASSERT_TRUE(parse({"--cutout", "--polygon", png}, cl));
-    TraceJob::Stats st;
-    std::string msg;
-    ASSERT_EQ(TraceJob::run(cl, png, json, st, msg), 0) << msg;
-    std::ifstream f(json);
-    const std::string text((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(text.rfind("{\"width\": 40, \"height\": 30, \"layout\": \"cutout\"", 0), 0u);
-    EXPECT_NE(text.find("\"boundary\": [[[0, 0], [40, 0], [40, 30], [0, 30]], [[2, 10], [12, 10], "
-                        "[12, 3], [2, 3]]]"),
-              std::string::npos)
-        << text;
-    EXPECT_NE(text.find("{\"role\": \"hole\", \"color\": \"#ff0000\", \"pixels\": 70, "
-                        "\"boundary\": [[[2, 3], [12, 3], [12, 10], [2, 10]]]"),
-              std::string::npos)
-        << text;
-    EXPECT_EQ(st.paths, 2);
-    f.close();  // Windows removes no open file
     std::filesystem::remove_all(dir());
 }

@@ -105,13 +105,20 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         } else {
             std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
                                                     std::vector<uint64_t>(kWords, 0));
+            std::atomic<bool> stop{false};
             Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
                 uint64_t* bits = band == 0 ? present : more[band - 1].data();
                 for (long long i = b; i < e; ++i) {
+                    if (((i - b) & kEvery) == kEvery) {
+                        if (band == 0 && !at(0.1 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                            stop = true;
+                        if (stop) return;
+                    }
                     const uint32_t c = packColour(pixels[i]);
                     bits[c >> 6] |= uint64_t{1} << (c & 63);
                 }
             });
+            if (stop) return false;
             for (const std::vector<uint64_t>& m : more)
                 for (size_t k = 0; k < kWords; ++k) present[k] |= m[k];
             for (size_t k = 0; k < kWords; ++k)
@@ -156,11 +163,20 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         } else {
             std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
                                                       std::vector<uint32_t>(distinct, 0));
+            std::atomic<bool> stop{false};
             Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
                 LastEntry last;
                 uint32_t* mine = counts[band].data();
-                for (long long i = b; i < e; ++i) ++mine[entryOf(static_cast<size_t>(i), last)];
+                for (long long i = b; i < e; ++i) {
+                    if (((i - b) & kEvery) == kEvery) {
+                        if (band == 0 && !at(0.3 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                            stop = true;
+                        if (stop) return;
+                    }
+                    ++mine[entryOf(static_cast<size_t>(i), last)];
+                }
             });
+            if (stop) return false;
             for (const std::vector<uint32_t>& c : counts)
                 for (uint32_t id = 0; id < distinct; ++id) entries[id].count += c[id];
         }

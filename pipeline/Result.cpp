@@ -148,7 +148,7 @@ int Result::stats(om1_stats& out, OutputFormat::Kind kind, const Hooks* hooks) c
         for (size_t k = 0; k < sh.loops.size(); ++k)
             out.segments += k < sh.curves.size() && sh.curves[k].size() >= 4
                                 ? static_cast<long long>(sh.curves[k].size() - 1) / 3
-                                : static_cast<long long>(sh.loops[k].vertices().size());
+                                : static_cast<long long>(sh.loops[k].vertexCount());
     }
     return OM1_OK;
 }

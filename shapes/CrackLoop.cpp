@@ -31,10 +31,18 @@ std::vector<Corner> CrackLoop::corners() const {
     return out;
 }
 
+size_t CrackLoop::vertexCount() const {
+    const size_t n = codes.size();
+    size_t count = 0;
+    for (size_t i = 0; i < n; ++i) count += codes[i] != codes[i == 0 ? n - 1 : i - 1];
+    return count;
+}
+
 std::vector<Corner> CrackLoop::vertices() const {
     std::vector<Corner> out;
     const size_t n = codes.size();
     if (n == 0) return out;
+    out.reserve(vertexCount());
     int cx = x, cy = y;
     for (size_t i = 0; i < n; ++i) {
         uint8_t prev = codes[(i + n - 1) % n];

@@ -28,6 +28,8 @@ struct CrackLoop {
     // The corners where the direction changes, starting with the first such
     // corner at or after the start; the exact corner polygon.
     std::vector<Corner> vertices() const;
+    // vertices().size(), counted without building the list.
+    size_t vertexCount() const;
     // Every corner visited, start first, start not repeated at the end.
     std::vector<Corner> corners() const;
 };

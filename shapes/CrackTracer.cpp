@@ -55,14 +55,16 @@ bool boundaryStep(const Area& in, int cx, int cy, int d) {
     return in(cx + kInX[d], cy + kInY[d]) && !in(cx + kOutX[d], cy + kOutY[d]);
 }
 
-// Follows the loop that starts with step 0 at corner (x, y); `mark` is told
-// every step. May throw std::bad_alloc.
+// Follows the loop that starts with step 0 at corner (x, y) into `steps`
+// (a scratch buffer, cleared first), then copies them to the loop at their
+// final size; `mark` is told every step. May throw std::bad_alloc.
 template <class Area, class Mark>
-void follow(const Area& in, int x, int y, CrackLoop& loop, Mark mark) {
+void follow(const Area& in, int x, int y, std::vector<uint8_t>& steps, CrackLoop& loop, Mark mark) {
+    steps.clear();
     int cx = x, cy = y, d = 0;
     for (;;) {
         mark(cx, cy, d);
-        loop.codes.push_back(static_cast<uint8_t>(d));
+        steps.push_back(static_cast<uint8_t>(d));
         cx += kDx[d];
         cy += kDy[d];
         // Turn towards the region first, then straight on, then away.
@@ -77,6 +79,7 @@ void follow(const Area& in, int x, int y, CrackLoop& loop, Mark mark) {
         if (cx == x && cy == y && next == 0) break;
         d = next;
     }
+    loop.codes.assign(steps.begin(), steps.end());
 }
 
 // Every loop of a grid's labels, in the order of CrackTracer::trace; `going`
@@ -92,6 +95,7 @@ bool traceGrid(const G& g, int offsetX, int offsetY, std::vector<CrackTracer::La
     } catch (...) {
         return false;
     }
+    std::vector<uint8_t> steps;
     for (int y = 0; y < height; ++y) {
         if ((y & 255) == 255 && going && !going()) return false;
         for (int x = 0; x < width; ++x) {
@@ -104,7 +108,7 @@ bool traceGrid(const G& g, int offsetX, int offsetY, std::vector<CrackTracer::La
             item.loop.x = x + offsetX;
             item.loop.y = y + offsetY;
             try {
-                follow(in, x, y, item.loop, [&](int cx, int cy, int d) {
+                follow(in, x, y, steps, item.loop, [&](int cx, int cy, int d) {
                     used[cy * cw + cx] |= static_cast<uint8_t>(1u << d);
                 });
                 out.push_back(std::move(item));
@@ -125,7 +129,7 @@ bool CrackTracer::trace(const int32_t* labels, int width, int height, int offset
 }
 
 bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
-                             int x, int y, CrackLoop& out) {
+                             int x, int y, CrackLoop& out, std::vector<uint8_t>* scratch) {
     out = CrackLoop();
     if (!labels || x < 0 || y < 0 || x >= width || y >= height) return true;
     const Grid g{labels, width, height};
@@ -134,7 +138,8 @@ bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32
     out.x = x;
     out.y = y;
     try {
-        follow(in, x, y, out, [](int, int, int) {});
+        std::vector<uint8_t> own;
+        follow(in, x, y, scratch ? *scratch : own, out, [](int, int, int) {});
     } catch (...) {
         out = CrackLoop();
         return false;

@@ -33,9 +33,11 @@ public:
     // The one loop that starts on the top edge of pixel (x, y) round the
     // pixels whose label lies in [lo, hi): the loop `trace` gives first for
     // an area whose first pixel in row order is (x, y). Empty when that edge
-    // is no boundary of the area. False when memory runs out.
+    // is no boundary of the area. False when memory runs out. `scratch`, when
+    // given, holds the steps while they are followed, so that a caller tracing
+    // many loops allocates each loop's steps once, at their final size.
     static bool traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
-                           int x, int y, CrackLoop& out);
+                           int x, int y, CrackLoop& out, std::vector<uint8_t>* scratch = nullptr);
 
     // Loops of the pixels whose mask byte is non-zero. `going` (may be
     // empty) is asked every 256 rows; false when it answers false or memory

@@ -159,10 +159,16 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
     // difference.
     std::vector<int> liftedBefore(lifted.empty() ? 0 : static_cast<size_t>(n) + 1, 0);
     for (size_t i = 0; i < lifted.size(); ++i) liftedBefore[i + 1] = liftedBefore[i] + lifted[i];
-    // members[first .. ] of each group, in node order.
-    std::vector<std::vector<int>> members(static_cast<size_t>(n));
-    for (int i = 0; i < n; ++i) members[join.empty() ? i : join[i]].push_back(i);
-    std::vector<uint8_t> mask;
+    // The members of each group, in node order: group g's are
+    // member[start[g] .. start[g + 1]) (one list for all, no list per node).
+    std::vector<int> start(static_cast<size_t>(n) + 1, 0), member(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) ++start[(join.empty() ? i : join[i]) + 1];
+    for (int i = 0; i < n; ++i) start[i + 1] += start[i];
+    {
+        std::vector<int> fill(start.begin(), start.end() - 1);
+        for (int i = 0; i < n; ++i) member[fill[join.empty() ? i : join[i]]++] = i;
+    }
+    std::vector<uint8_t> mask, steps;
     long long work = 0;  // pixels of the shapes traced since the progress last heard
     for (int i = 0; i < n; ++i) {
         if (work > (1 << 18)) {
@@ -171,11 +177,13 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         }
         Shape& s = out.shapes[i];
         s.pixels = 0;
-        if (members[i].empty()) continue;  // drawn with the first of its group
+        const int* const membersBegin = member.data() + start[i];
+        const int* const membersEnd = member.data() + start[i + 1];
+        if (membersBegin == membersEnd) continue;  // drawn with the first of its group
         Box b;
-        for (int m : members[i]) {
-            s.pixels += counts[m];
-            b.add(boxes[m]);
+        for (const int* m = membersBegin; m != membersEnd; ++m) {
+            s.pixels += counts[*m];
+            b.add(boxes[*m]);
         }
         if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
         if (transparent && lr.nodes[i].alpha == 0) continue;  // never drawn
@@ -183,18 +191,19 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         // An exact labelling's subtree is one area without holes: its one
         // loop is followed along the labels, without a mask over its box.
         const int end = lr.subtreeEnd(i);
-        if (!firstPixel.empty() && members[i].size() == 1 &&
+        if (!firstPixel.empty() && membersEnd - membersBegin == 1 &&
             (liftedBefore.empty() || liftedBefore[end] == liftedBefore[i])) {
             s.loops.emplace_back();
             const int32_t f = firstPixel[i];
             if (!CrackTracer::traceRange(lr.labels.data(), lr.width, lr.height, i, end,
-                                         f % lr.width, f / lr.width, s.loops.back()))
+                                         f % lr.width, f / lr.width, s.loops.back(), &steps))
                 return false;
             continue;
         }
         const int w = b.x1 - b.x0 + 1, h = b.y1 - b.y0 + 1;
         mask.assign(static_cast<size_t>(w) * h, 0);
-        for (int m : members[i]) {
+        for (const int* mp = membersBegin; mp != membersEnd; ++mp) {
+            const int m = *mp;
             const Box& mb = boxes[m];
             if (mb.x1 < 0) continue;
             const int lo = m, hi = lr.subtreeEnd(m);

@@ -8,11 +8,8 @@ namespace om1 {
 
 namespace {
 
-void appendInt(std::string& s, long long v) {
-    char buf[24];
-    const std::to_chars_result r = std::to_chars(buf, buf + sizeof(buf), v);
-    s.append(buf, r.ptr);
-}
+// The most characters an int takes ("-2147483648").
+const size_t kIntChars = 11;
 
 }  // namespace
 
@@ -53,9 +50,15 @@ std::string SvgWriter::number(double v) {
 }
 
 std::string SvgWriter::colour(const RGBQUAD& c) {
-    char buf[8];
-    snprintf(buf, sizeof(buf), "#%02x%02x%02x", c.rgbRed, c.rgbGreen, c.rgbBlue);
-    return buf;
+    static const char kHex[] = "0123456789abcdef";
+    const char out[7] = {'#',
+                         kHex[c.rgbRed >> 4],
+                         kHex[c.rgbRed & 15],
+                         kHex[c.rgbGreen >> 4],
+                         kHex[c.rgbGreen & 15],
+                         kHex[c.rgbBlue >> 4],
+                         kHex[c.rgbBlue & 15]};
+    return std::string(out, sizeof(out));
 }
 
 std::string SvgWriter::opacity(uint8_t alpha) {
@@ -110,22 +113,44 @@ void SvgWriter::appendPathData(std::string& out, const Shape& shape) {
             out += 'Z';
             continue;
         }
-        const std::vector<Corner> v = shape.loops[k].vertices();
-        if (v.empty()) continue;
-        out += 'M';
-        appendInt(out, v[0].x);
-        out += ' ';
-        appendInt(out, v[0].y);
-        for (size_t i = 1; i < v.size(); ++i) {
-            if (v[i].x != v[i - 1].x) {
-                out += 'H';
-                appendInt(out, v[i].x);
-            } else {
-                out += 'V';
-                appendInt(out, v[i].y);
+        // The corner polygon (CrackLoop::vertices) read off the steps, with
+        // no list of corners: a vertex wherever the direction changes, after
+        // a horizontal run an H, after a vertical one a V.
+        const CrackLoop& loop = shape.loops[k];
+        const size_t n = loop.codes.size();
+        const size_t vertices = loop.vertexCount();
+        if (vertices == 0) continue;
+        // Written straight into the string: at most "M" and two numbers for
+        // the first vertex, a letter and a number for each other, and "Z".
+        const size_t at = out.size();
+        out.resize(at + 2 * kIntChars + 2 + (vertices - 1) * (kIntChars + 1) + 1);
+        char* p = &out[at];
+        char* const end = &out[0] + out.size();
+        int x = loop.x, y = loop.y;
+        bool first = true;
+        for (size_t i = 0; i < n; ++i) {
+            const uint8_t c = loop.codes[i];
+            if (c != loop.codes[i == 0 ? n - 1 : i - 1]) {
+                if (first) {
+                    *p++ = 'M';
+                    p = std::to_chars(p, end, x).ptr;
+                    *p++ = ' ';
+                    p = std::to_chars(p, end, y).ptr;
+                    first = false;
+                } else if (loop.codes[i - 1] & 1) {
+                    // The run since the last vertex was vertical.
+                    *p++ = 'V';
+                    p = std::to_chars(p, end, y).ptr;
+                } else {
+                    *p++ = 'H';
+                    p = std::to_chars(p, end, x).ptr;
+                }
             }
+            x += c == 0 ? 1 : c == 2 ? -1 : 0;
+            y += c == 1 ? 1 : c == 3 ? -1 : 0;
         }
-        out += 'Z';
+        *p++ = 'Z';
+        out.resize(static_cast<size_t>(p - out.data()));
     }
 }
 

@@ -40,6 +40,7 @@ std::vector<om1::CrackTracer::Labelled> loopsOf(const std::vector<std::string>& 
 }
 
 std::string verts(const CrackLoop& l) {
+    EXPECT_EQ(l.vertexCount(), l.vertices().size());
     std::string s;
     for (const Corner& c : l.vertices())
         s += "(" + std::to_string(c.x) + "," + std::to_string(c.y) + ")";

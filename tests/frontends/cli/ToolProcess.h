@@ -67,7 +67,10 @@ inline int runTool(const std::string& args, std::string* err = nullptr) {
     TempDir d;
     const std::string errFile = d.file("stderr");
     const int code = runTrace(args + " >" + nullDevice() + " 2>" + errFile);
-    if (err) *err = readText(errFile);
+    if (err) {  // in text mode: Windows ends the tool's lines with \r\n
+        std::ifstream in(errFile);
+        *err = std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    }
     return code;
 }
 

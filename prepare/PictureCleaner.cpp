@@ -114,16 +114,20 @@ int PictureCleaner::otsuThreshold(const RGBQUAD* pixels, int width, int height) 
     return pick;
 }
 
-void PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int threshold) {
-    if (!pixels || width <= 0 || height <= 0) return;
+bool PictureCleaner::threshold(RGBQUAD* pixels, int width, int height, int threshold,
+                               const std::function<bool()>& going) {
+    if (!pixels || width <= 0 || height <= 0) return true;
     if (threshold > 255) threshold = otsuThreshold(pixels, width, height);
+    if (going && !going()) return false;
     const size_t n = static_cast<size_t>(width) * height;
     for (size_t i = 0; i < n; ++i) {
+        if ((i & kEvery) == kEvery && going && !going()) return false;
         RGBQUAD& q = pixels[i];
         const int lum = luminance(q);
         const BYTE v = lum < threshold ? 0 : 255;
         q.rgbRed = q.rgbGreen = q.rgbBlue = v;
     }
+    return true;
 }
 
 long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int radius,

@@ -22,7 +22,10 @@ public:
     // Black where the luminance (0.299 red + 0.587 green + 0.114 blue) is
     // below `threshold`, white elsewhere. A threshold of 256 or more is
     // chosen from the picture (otsuThreshold).
-    static void threshold(RGBQUAD* pixels, int width, int height, int threshold);
+    // `going` (may be empty) is asked every 2^18 pixels: false when it
+    // answers false (the picture is then part done).
+    static bool threshold(RGBQUAD* pixels, int width, int height, int threshold,
+                          const std::function<bool()>& going = {});
     // The luminance threshold that best splits the picture into two classes
     // (Otsu: the largest variance between the classes' mean luminances; the
     // lowest such threshold among equals), 1..255.

@@ -199,8 +199,10 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
     auto at = [&](double share) { return !progress || progress(share); };
     if (!at(0)) return false;
     if (o.threshold >= 0) {
-        PictureCleaner::threshold(pixels, width, height,
-                                  std::min(o.threshold, +TraceOptions::kAutoThreshold));
+        if (!PictureCleaner::threshold(pixels, width, height,
+                                       std::min(o.threshold, +TraceOptions::kAutoThreshold),
+                                       [&]() { return at(0); }))
+            return false;
         report.stagesRan = true;
     }
     if (!at(0.05)) return false;

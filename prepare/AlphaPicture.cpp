@@ -122,14 +122,17 @@ bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t s
     if (!rgba || width <= 0 || height <= 0) return false;
     try {
         const size_t n = static_cast<size_t>(width) * height;
-        pixels.resize(n);
-        alpha.resize(n);
+        // Grown row by row, so that no single step touches all the memory.
+        pixels.reserve(n);
+        alpha.reserve(n);
         for (int y = 0; y < height; ++y) {
             if ((y & 255) == 255 && going && !going()) {
                 pixels.clear();
                 alpha.clear();
                 return false;
             }
+            pixels.resize(pixels.size() + static_cast<size_t>(width));
+            alpha.resize(alpha.size() + static_cast<size_t>(width));
             const uint8_t* row = rgba + static_cast<size_t>(y) * stride;
             for (int x = 0; x < width; ++x) {
                 const uint8_t* p = row + 4 * static_cast<size_t>(x);

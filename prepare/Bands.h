@@ -20,9 +20,12 @@ public:
     // [0, total), in order of band; band 0 on the calling thread, the others
     // on threads of their own (in turn on the calling thread when no thread
     // can be started). Returns when every part is done. `work` must not
-    // throw.
+    // throw. `waiting` (may be empty), when the calling thread has done its
+    // part before the others, is called about every 5 ms until they end (it
+    // may tell them to stop through the state `work` reads).
     static void run(int bands, long long total,
-                    const std::function<void(int band, long long begin, long long end)>& work);
+                    const std::function<void(int band, long long begin, long long end)>& work,
+                    const std::function<void()>& waiting = {});
 };
 
 }  // namespace om1

@@ -106,18 +106,23 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
                                                     std::vector<uint64_t>(kWords, 0));
             std::atomic<bool> stop{false};
-            Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
-                uint64_t* bits = band == 0 ? present : more[band - 1].data();
-                for (long long i = b; i < e; ++i) {
-                    if (((i - b) & kEvery) == kEvery) {
-                        if (band == 0 && !at(0.1 + 0.2 * static_cast<double>(i - b) / (e - b)))
-                            stop = true;
-                        if (stop) return;
+            Bands::run(
+                bands, static_cast<long long>(n),
+                [&](int band, long long b, long long e) {
+                    uint64_t* bits = band == 0 ? present : more[band - 1].data();
+                    for (long long i = b; i < e; ++i) {
+                        if (((i - b) & kEvery) == kEvery) {
+                            if (band == 0 && !at(0.1 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                                stop = true;
+                            if (stop) return;
+                        }
+                        const uint32_t c = packColour(pixels[i]);
+                        bits[c >> 6] |= uint64_t{1} << (c & 63);
                     }
-                    const uint32_t c = packColour(pixels[i]);
-                    bits[c >> 6] |= uint64_t{1} << (c & 63);
-                }
-            });
+                },
+                [&]() {
+                    if (!stop && !at(0.29)) stop = true;
+                });
             if (stop) return false;
             for (const std::vector<uint64_t>& m : more)
                 for (size_t k = 0; k < kWords; ++k) present[k] |= m[k];
@@ -164,18 +169,23 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
                                                       std::vector<uint32_t>(distinct, 0));
             std::atomic<bool> stop{false};
-            Bands::run(bands, static_cast<long long>(n), [&](int band, long long b, long long e) {
-                LastEntry last;
-                uint32_t* mine = counts[band].data();
-                for (long long i = b; i < e; ++i) {
-                    if (((i - b) & kEvery) == kEvery) {
-                        if (band == 0 && !at(0.3 + 0.2 * static_cast<double>(i - b) / (e - b)))
-                            stop = true;
-                        if (stop) return;
+            Bands::run(
+                bands, static_cast<long long>(n),
+                [&](int band, long long b, long long e) {
+                    LastEntry last;
+                    uint32_t* mine = counts[band].data();
+                    for (long long i = b; i < e; ++i) {
+                        if (((i - b) & kEvery) == kEvery) {
+                            if (band == 0 && !at(0.3 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                                stop = true;
+                            if (stop) return;
+                        }
+                        ++mine[entryOf(static_cast<size_t>(i), last)];
                     }
-                    ++mine[entryOf(static_cast<size_t>(i), last)];
-                }
-            });
+                },
+                [&]() {
+                    if (!stop && !at(0.49)) stop = true;
+                });
             if (stop) return false;
             for (const std::vector<uint32_t>& c : counts)
                 for (uint32_t id = 0; id < distinct; ++id) entries[id].count += c[id];
@@ -307,22 +317,28 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         std::vector<std::vector<uint8_t>> used(static_cast<size_t>(bands),
                                                std::vector<uint8_t>(k, 0));
         std::atomic<bool> stop{false};
-        Bands::run(bands, static_cast<long long>(n), [&](int band, long long from, long long to) {
-            LastEntry last;
-            uint8_t* mine = used[band].data();
-            for (long long i = from; i < to; ++i) {
-                if (((i - from) & 0xFFFFF) == 0) {
-                    if (band == 0 && !at(0.8 + 0.2 * static_cast<double>(i - from) / (to - from)))
-                        stop = true;
-                    if (stop) return;
+        Bands::run(
+            bands, static_cast<long long>(n),
+            [&](int band, long long from, long long to) {
+                LastEntry last;
+                uint8_t* mine = used[band].data();
+                for (long long i = from; i < to; ++i) {
+                    if (((i - from) & 0xFFFFF) == 0) {
+                        if (band == 0 &&
+                            !at(0.8 + 0.2 * static_cast<double>(i - from) / (to - from)))
+                            stop = true;
+                        if (stop) return;
+                    }
+                    const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
+                    mine[b] = 1;
+                    const BYTE reserved = pixels[i].rgbReserved;
+                    pixels[i] = colours[b];
+                    pixels[i].rgbReserved = reserved;
                 }
-                const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
-                mine[b] = 1;
-                const BYTE reserved = pixels[i].rgbReserved;
-                pixels[i] = colours[b];
-                pixels[i].rgbReserved = reserved;
-            }
-        });
+            },
+            [&]() {
+                if (!stop && !at(0.99)) stop = true;
+            });
         if (stop) return false;
         for (size_t b = 0; b < k; ++b) {
             bool any = false;

@@ -134,13 +134,13 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                                     int tolerance, uint8_t* alpha,
                                     const std::function<bool(double)>& progress, int threads) {
     if (!pixels || width <= 0 || height <= 0) return 0;
-    // Both passes run by bands of rows. Every 64 rows of each pass the first
+    // Both passes run by bands of rows. Every 4 rows of each pass the first
     // band reports its share (the others go as fast) and every band looks
     // whether to stop.
     const int bands = Bands::count(threads, static_cast<long long>(width) * height);
     std::atomic<bool> stop{false};
     auto at = [&](int pass, int band, int y, int y0, int y1) {
-        if (((y - y0) & 63) != 0) return true;
+        if (((y - y0) & 3) != 0) return true;
         if (band == 0 && progress &&
             !progress((pass + static_cast<double>(y - y0) / (y1 - y0)) / 2))
             stop = true;
@@ -200,7 +200,9 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
             }
         }
     };
-    Bands::run(bands, height, findFlat);
+    Bands::run(bands, height, findFlat, [&]() {
+        if (progress && !stop && !progress(0.45)) stop = true;
+    });
     if (stop) return -1;
     // Only pixels that are not flat change, each by its own window.
     std::vector<long long> changedBy(static_cast<size_t>(bands), 0);
@@ -254,7 +256,9 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
         }
         changedBy[band] = changed;
     };
-    Bands::run(bands, height, clean);
+    Bands::run(bands, height, clean, [&]() {
+        if (progress && !stop && !progress(0.95)) stop = true;
+    });
     if (stop) return -1;
     long long changed = 0;
     for (long long c : changedBy) changed += c;

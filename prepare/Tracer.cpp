@@ -358,8 +358,23 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         if (!at(0.45)) return Cancelled;
         try {
             if (retries) {
-                work = base;
-                workAlpha = baseAlpha;
+                // Copied a million pixels at a time between the progress
+                // checks.
+                bool going = true;
+                auto copy = [&](auto& to, const auto& from) {
+                    const size_t chunk = size_t{1} << 20;
+                    to.clear();
+                    to.reserve(from.size());
+                    for (size_t i = 0; going && i < from.size(); i += chunk) {
+                        to.insert(to.end(), from.begin() + static_cast<std::ptrdiff_t>(i),
+                                  from.begin() + static_cast<std::ptrdiff_t>(
+                                                     std::min(from.size(), i + chunk)));
+                        going = at(0.45);
+                    }
+                };
+                copy(work, base);
+                copy(workAlpha, baseAlpha);
+                if (!going) return Cancelled;
             } else {
                 work.swap(base);
                 workAlpha.swap(baseAlpha);

@@ -64,6 +64,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                               const std::function<bool(double)>& progress, int threads) {
     palette.clear();
     auto at = [&](double share) { return !progress || progress(share); };
+    // In a banded pass: the first band (the calling thread) reports `share`,
+    // every band sees a stop. False: the band returns.
+    auto bandGoing = [&](std::atomic<bool>& stop, int band, double share) {
+        if (band == 0 && !at(share)) stop = true;
+        return !stop.load();
+    };
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
     count = std::min(count, 256);
     const size_t n = static_cast<size_t>(width) * height;
@@ -111,11 +117,10 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 [&](int band, long long b, long long e) {
                     uint64_t* bits = band == 0 ? present : more[band - 1].data();
                     for (long long i = b; i < e; ++i) {
-                        if (((i - b) & kEvery) == kEvery) {
-                            if (band == 0 && !at(0.1 + 0.2 * static_cast<double>(i - b) / (e - b)))
-                                stop = true;
-                            if (stop) return;
-                        }
+                        if (((i - b) & kEvery) == kEvery &&
+                            !bandGoing(stop, band,
+                                       0.1 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                            return;
                         const uint32_t c = packColour(pixels[i]);
                         bits[c >> 6] |= uint64_t{1} << (c & 63);
                     }
@@ -175,11 +180,10 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     LastEntry last;
                     uint32_t* mine = counts[band].data();
                     for (long long i = b; i < e; ++i) {
-                        if (((i - b) & kEvery) == kEvery) {
-                            if (band == 0 && !at(0.3 + 0.2 * static_cast<double>(i - b) / (e - b)))
-                                stop = true;
-                            if (stop) return;
-                        }
+                        if (((i - b) & kEvery) == kEvery &&
+                            !bandGoing(stop, band,
+                                       0.3 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                            return;
                         ++mine[entryOf(static_cast<size_t>(i), last)];
                     }
                 },
@@ -323,12 +327,10 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 LastEntry last;
                 uint8_t* mine = used[band].data();
                 for (long long i = from; i < to; ++i) {
-                    if (((i - from) & 0xFFFFF) == 0) {
-                        if (band == 0 &&
-                            !at(0.8 + 0.2 * static_cast<double>(i - from) / (to - from)))
-                            stop = true;
-                        if (stop) return;
-                    }
+                    if (((i - from) & 0xFFFFF) == 0 &&
+                        !bandGoing(stop, band,
+                                   0.8 + 0.2 * static_cast<double>(i - from) / (to - from)))
+                        return;
                     const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
                     mine[b] = 1;
                     const BYTE reserved = pixels[i].rgbReserved;

@@ -90,6 +90,10 @@ const OptionTable::Row kRows[] = {
             0, nullptr),
     OM1_ROW(merge_psnr, K::Double, 0, 100, nullptr, "DB",
             "... and further while the regions' means stay DB (PSNR) from the input", 0, nullptr),
+    OM1_ROW(merge_drop, K::Double, 0, 100, nullptr, "DB",
+            "the unions below C stop once the regions' means have lost DB (PSNR) against the "
+            "input (0: no bound)",
+            0, nullptr),
     OM1_ROW(merge_means, K::Switch, 0, 1, nullptr, "on|off",
             "merged regions take their mean colour (off: the colour of their larger part)", 0,
             nullptr),

@@ -23,6 +23,7 @@ TraceOptions OptionsRecord::toTrace(const om1_options& o) {
     t.restitute = o.restitute != 0;
     t.merge = o.merge;
     t.mergePsnr = o.merge_psnr;
+    t.mergeDrop = o.merge_drop;
     t.mergeMeans = o.merge_means != 0;
     t.spots = o.spots;
     t.maxPaths = o.max_paths;
@@ -70,6 +71,7 @@ void OptionsRecord::fromTrace(const TraceOptions& t, om1_options& o) {
     o.restitute = t.restitute;
     o.merge = t.merge;
     o.merge_psnr = t.mergePsnr;
+    o.merge_drop = t.mergeDrop;
     o.merge_means = t.mergeMeans;
     o.spots = t.spots;
     o.max_paths = t.maxPaths;

@@ -96,6 +96,9 @@ typedef struct om1_options {
                               the library's tracer (1; plain 0) */
     int threads;           /* threads for one large picture's stages, 0..1024; 0: one per core
                               (the result is the same for any number) (0) */
+    double merge_drop;     /* the unions below merge's cost stop once the regions' means are this
+                              many dB (PSNR) further from the input than before the merging,
+                              0..100; 0 no bound (photo 3) */
 } om1_options;
 
 /* Counts over a whole result. */

@@ -53,14 +53,20 @@ TraceOptions Presets::options(Preset p) {
             break;
         case Photo:
             // 16 colours, small speckles, then regions merged while the
-            // picture painted in region means stays at 30 dB from the input
-            // (cheap unions below 0.3 always): smooth skies and wood become
-            // a few regions, detailed pictures keep theirs.
+            // picture painted in region means stays at 29.7 dB from the
+            // input, and the cheap unions (below 1.5) until it has lost 3 dB:
+            // smooth skies and wood become a few regions, detailed pictures
+            // lose their least visible ones but keep the rest. Outlines
+            // within 1.8 px of the boundary (curve tolerance 6). On the
+            // photographs of the corpus this writes fewer segments than
+            // VTracer at a PSNR at least 1 dB better.
             o.colors = 16;
             o.antialias = true;
             o.speckle = 6;
-            o.merge = 0.3;
-            o.mergePsnr = 30;
+            o.merge = 1.5;
+            o.mergePsnr = 29.7;
+            o.mergeDrop = 3;
+            o.curveTolerance = 6;
             o.alphaLevels = 4;
             o.tolerancePercent = 0;
             break;
@@ -94,6 +100,7 @@ void Presets::exactColours(TraceOptions& o) {
     o.restitute = false;
     o.merge = 0;
     o.mergePsnr = 0;
+    o.mergeDrop = 0;
     o.spots = 0;
     o.maxPaths = 0;
 }

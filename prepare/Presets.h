@@ -8,10 +8,11 @@
 //            default: on anti-aliased art it writes about as many paths as
 //            the source has shapes, and on photographs it still gives a
 //            usable picture.
-//   photo    natural pictures: 8 colours, anti-alias cleanup, speckle
-//            filter of 6 pixels (0.003 % of the area on larger pictures),
-//            regions in the mean colour of the pixels they cover (the
-//            filters measured no better here)
+//   photo    natural pictures: 16 colours, anti-alias cleanup, speckle 6,
+//            regions merged (cheap unions until the picture has lost 3 dB,
+//            further ones while it stays at 29.7 dB) in the mean colour of
+//            the pixels they cover, curve tolerance 6: about VTracer's
+//            segments or fewer at a PSNR at least 1 dB better
 //   bw       black and white by a luminance threshold (chosen from the
 //            picture, Otsu), speckle 8
 //   pixel    hard-edged pixel art: exact colours, every region kept, drawn

@@ -26,7 +26,7 @@ struct Candidate {
 }  // namespace
 
 long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
-                              double cost, double budget, bool means, uint8_t* alpha,
+                              double cost, double budget, double growth, bool means, uint8_t* alpha,
                               const uint8_t* originalAlpha,
                               const std::function<bool(double)>& progress) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
@@ -78,6 +78,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         double error = squares;
         for (int32_t r = 0; r < m; ++r)
             for (int k = 0; k < K; ++k) error -= sum[K * r + k] * sum[K * r + k] / size[r];
+        const double bound = growth * error;
         // With alpha the empty region joins nothing but regions of partial
         // opacity (which then become empty), and opaque regions join
         // nothing empty.
@@ -160,7 +161,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         for (unsigned step = 1; !heap.empty(); ++step) {
             if ((step & 4095) == 0 && !at(0.6 + 0.3 * static_cast<double>(m - left) / m)) return -1;
             const Candidate top = heap.top();
-            if (top.cost > cost && error + top.cost > budget) break;
+            const bool cheap = top.cost <= cost && (growth <= 0 || error + top.cost <= bound);
+            if (!cheap && error + top.cost > budget) break;
             heap.pop();
             if (parent[top.a] != top.a || parent[top.b] != top.b || stamp[top.a] != top.stampA ||
                 stamp[top.b] != top.stampB || !allowed(top.a, top.b))

@@ -12,7 +12,10 @@
 // pupil in a light eye or a thin black outline is dear and stays. Merging
 // stops when the cheapest union costs more than `cost`, or when it would take
 // the squared error of the painted picture (all regions, against the input)
-// above `budget`.
+// above `budget`. With `growth` > 0 the unions below `cost` stop too once
+// they would take that error above `growth` times the error of the regions
+// as they were before the merging (on a detailed picture many cheap unions
+// add up); the budget still holds.
 #pragma once
 
 #include <cstdint>
@@ -42,8 +45,8 @@ public:
     // opacity take their mean input alpha (1..254); colours are the means
     // weighted by alpha.
     static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
-                           double cost, double budget, bool means = true, uint8_t* alpha = nullptr,
-                           const uint8_t* originalAlpha = nullptr,
+                           double cost, double budget, double growth = 0, bool means = true,
+                           uint8_t* alpha = nullptr, const uint8_t* originalAlpha = nullptr,
                            const std::function<bool(double)>& progress = {});
 };
 

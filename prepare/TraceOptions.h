@@ -85,6 +85,10 @@ struct TraceOptions {
     // ... and while the picture painted in region means stays at least this
     // many dB (PSNR over red, green and blue) from the input. 0: no floor.
     double mergePsnr = 0;
+    // The unions below `merge` stop once the picture painted in region
+    // means is this many dB (PSNR) worse than before the merging (those
+    // above `mergePsnr` go on). 0: no bound.
+    double mergeDrop = 0;
     // Merged regions take their mean input colour (true) or the colour of
     // their larger part (false: the picture keeps the colours of `colors`
     // or `palette`; Presets::set turns this off when either is given).

@@ -392,13 +392,16 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         }
         if (!at(0.55)) return Cancelled;
         if (options.merge > 0) {
-            const double budget =
-                options.mergePsnr > 0
-                    ? 3.0 * size * 255.0 * 255.0 / std::pow(10.0, options.mergePsnr / 10.0)
-                    : 0.0;
+            // The squared error of the picture painted in region means at a PSNR.
+            auto error = [&](double psnr) {
+                return 3.0 * size * 255.0 * 255.0 / std::pow(10.0, psnr / 10.0);
+            };
+            const double budget = options.mergePsnr > 0 ? error(options.mergePsnr) : 0.0;
+            const double growth =
+                options.mergeDrop > 0 ? std::pow(10.0, options.mergeDrop / 10.0) : 0.0;
             // The largest union cost grows with the picture's side.
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
-            if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget,
+            if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget, growth,
                                     options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62)) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "pipeline/OptionTable.h"
+#include "pipeline/OptionsRecord.h"
 
 using om1::OptionTable;
 
@@ -35,11 +36,12 @@ TEST(OptionTable, EveryRowTakesItsRangeAndNothingBeyond) {
             case OptionTable::Kind::Int:
             case OptionTable::Kind::LongLong:
             case OptionTable::Kind::Double: {
-                const double step = r.kind == OptionTable::Kind::Double ? 1e-6 * (r.max - r.min) : 1;
+                const double step =
+                    r.kind == OptionTable::Kind::Double ? 1e-6 * (r.max - r.min) : 1;
                 auto text = [&](double v) {
                     char b[64];
-                    std::snprintf(b, sizeof b, r.kind == OptionTable::Kind::Double ? "%.9g" : "%.0f",
-                                  v);
+                    std::snprintf(b, sizeof b,
+                                  r.kind == OptionTable::Kind::Double ? "%.9g" : "%.0f", v);
                     return std::string(b);
                 };
                 EXPECT_EQ(OptionTable::set(o, r, text(r.max), e), OM1_OK) << e;
@@ -78,8 +80,8 @@ TEST(OptionTable, EveryRowTakesItsRangeAndNothingBeyond) {
                 break;
         }
         EXPECT_EQ(OptionTable::check(o), OM1_OK);
-        EXPECT_EQ(OptionTable::find(OptionTable::shown(r.name, OptionTable::Names::Flags).substr(2)),
-                  &r);
+        EXPECT_EQ(
+            OptionTable::find(OptionTable::shown(r.name, OptionTable::Names::Flags).substr(2)), &r);
     }
     EXPECT_EQ(OptionTable::row(OptionTable::rowCount()), nullptr);
 }
@@ -166,6 +168,11 @@ TEST(OptionTable, PresetsAndTheirDefaults) {
     EXPECT_EQ(o.polygon, 1);
     EXPECT_EQ(o.max_colors, 0);  // any number of colours: exact regions cost no more
     EXPECT_EQ(o.exact_regions, 1);
+    OptionTable::preset(o, "photo");
+    EXPECT_EQ(o.curve_tolerance, 6);
+    EXPECT_EQ(o.merge_drop, 3);
+    EXPECT_EQ(om1::OptionsRecord::toTrace(o).mergeDrop, 3);
+    EXPECT_EQ(om1::OptionsRecord::toOutput(o).curveTolerance, 6);
     OptionTable::preset(o, "plain");
     EXPECT_EQ(o.fixed_seeds, 1);
     EXPECT_EQ(o.exact_regions, 0);
@@ -183,7 +190,8 @@ TEST(OptionTable, PresetsAndTheirDefaults) {
 // The README's option table is the table's own.
 TEST(OptionTable, ReadmeShowsTheTable) {
     std::ifstream in(OM1_SOURCE_DIR "/README.md");
-    const std::string readme((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string readme((std::istreambuf_iterator<char>(in)),
+                             std::istreambuf_iterator<char>());
     EXPECT_NE(readme.find(OptionTable::markdown()), std::string::npos)
         << "update the README's option table from OptionTable::markdown():\n"
         << OptionTable::markdown();

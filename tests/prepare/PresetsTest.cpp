@@ -317,6 +317,50 @@ TEST(Presets, NamesAndOptionsRoundTrip) {
     EXPECT_TRUE(Presets::polygonOutput(Presets::Pixel));
 }
 
+// PSNR over red, green and blue of one picture against another.
+double psnr(const std::vector<RGBQUAD>& a, const std::vector<RGBQUAD>& b) {
+    double e = 0;
+    for (size_t i = 0; i < a.size(); ++i) {
+        const double d[3] = {1.0 * a[i].rgbRed - b[i].rgbRed, 1.0 * a[i].rgbGreen - b[i].rgbGreen,
+                             1.0 * a[i].rgbBlue - b[i].rgbBlue};
+        e += d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
+    }
+    return 10 * std::log10(3.0 * a.size() * 255 * 255 / e);
+}
+
+TEST(Presets, PhotoMergingLosesAtMostTheDropOnATexturedPicture) {
+    // A photograph stand-in: a gradient in red and green under a fixed
+    // pseudo-random texture of +-24, quantised by the photo preset into
+    // dozens of regions. With every union cheap, merging goes on
+    // until the regions' means have lost the drop, and no further.
+    Picture p(64, 64, rgb(0, 0, 0));
+    uint32_t seed = 12345;
+    for (int y = 0; y < 64; ++y)
+        for (int x = 0; x < 64; ++x) {
+            seed = seed * 1103515245u + 12345u;
+            const int n = static_cast<int>(seed >> 16) % 49 - 24;
+            p.at(x, y) = rgb(40 + 2 * x + n, 60 + 2 * y + n / 2, 120 - n);
+        }
+    TraceOptions o = Presets::options(Presets::Photo);
+    o.mergePsnr = 0;
+    o.merge = 1e-9;  // only unions of equal means: the regions as they start
+    Traced start(p, o);
+    ASSERT_EQ(start.result, Tracer::Done);
+    const double before = psnr(start.report.prepared, p.px);
+    ASSERT_GT(start.colours.size(), 20u);
+    o.merge = 1e6;
+    for (double drop : {1.0, 3.0}) {
+        o.mergeDrop = drop;
+        Traced t(p, o);
+        ASSERT_EQ(t.result, Tracer::Done);
+        const double after = psnr(t.report.prepared, p.px);
+        EXPECT_GE(after, before - drop) << drop;
+        EXPECT_LT(after, before - drop + 0.2) << drop;  // the bound, not the cost, stopped it
+        EXPECT_GT(t.colours.size(), 1u) << drop;
+        EXPECT_LT(t.colours.size(), start.colours.size()) << drop;
+    }
+}
+
 TEST(Presets, BlackAndWhiteByThreshold) {
     const Picture disc = antiAliasedDisc(48, 15.2, rgb(30, 60, 90), rgb(240, 230, 220));
     for (TraceOptions::Filter f : {TraceOptions::Filter::None, TraceOptions::Filter::Quadrant,

@@ -52,6 +52,33 @@ TEST(RegionMerger, MergesWhileTheUnionCostsAtMostTheLimit) {
     }
 }
 
+TEST(RegionMerger, CheapUnionsStopWhereTheErrorHasGrownByTheFactor) {
+    // The stripes with the input under A at red 104 and 96 in column 0:
+    // means and costs as above, but the regions start at a squared error of
+    // 4^2 + 4^2 = 32, and A with B takes it to 182.
+    struct Case {
+        double cost, budget, growth;
+        long long regions;
+    };
+    const Case cases[] = {
+        {150, 0, 5, 3},       // bound 160: A and B would exceed it
+        {150, 0, 5.7, 2},     // bound 182.4
+        {150, 182, 1, 2},     // the budget goes on where the bound stops
+        {1e9, 0, 5.7, 2},     // C on top (182 + 111350) stays apart however cheap
+        {1e9, 0, 0, 1},       // no bound
+        {1e9, 111540, 1, 1},  // the budget allows everything
+    };
+    for (const Case& c : cases) {
+        std::vector<RGBQUAD> p = stripes();
+        std::vector<RGBQUAD> original = p;
+        original[0] = rgb(104, 100, 100);
+        original[6] = rgb(96, 100, 100);
+        EXPECT_EQ(RegionMerger::merge(p.data(), original.data(), 6, 2, c.cost, c.budget, c.growth),
+                  c.regions)
+            << c.cost << " " << c.budget << " " << c.growth;
+    }
+}
+
 TEST(RegionMerger, RegionsTakeTheMeanOfTheInputTheyCover) {
     // One region in `pixels`; the input under it is half 10, half 21.
     std::vector<RGBQUAD> p(8, rgb(0, 0, 0)), original(8, rgb(10, 10, 10));

@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         r = om1_kvTrace1Bmp(tree, pixels.data(), w, h, tolerance, minLength, maxOutlines,
                             curveTolerance, 0.0);
     }
-    if (r == OM1_DONE && tree) TraceInvariants::check(tree, w, h, leftTop, curveTolerance);
+    if (r == OM1_TRACE_DONE && tree) TraceInvariants::check(tree, w, h, leftTop, curveTolerance);
     om1_delKvCTree(tree);
     return 0;
 }

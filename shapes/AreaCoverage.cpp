@@ -5,6 +5,10 @@
 
 namespace om1 {
 
+namespace {
+constexpr double kUnit = 1099511627776.0;  // 2^40
+}
+
 // Each piece of an edge within one pixel row adds its height, signed, to
 // every pixel right of it in that row, and the part of it right of its mean
 // x to the pixel it crosses; summing along the row gives the covered share.
@@ -57,16 +61,42 @@ void AreaCoverage::addLine(PointD a, PointD b) {
 
 void AreaCoverage::cells(std::vector<Cell>& out) {
     out.clear();
-    std::sort(entries_.begin(), entries_.end());
-    size_t i = 0;
-    while (i < entries_.size()) {
-        const int y = entries_[i].y;
-        double run = 0;
-        while (i < entries_.size() && entries_[i].y == y) {
-            const int x = entries_[i].x;
-            while (i < entries_.size() && entries_[i].y == y && entries_[i].x == x)
-                run += entries_[i++].v;
-            const int next = i < entries_.size() && entries_[i].y == y ? entries_[i].x : x + 1;
+    if (entries_.empty()) return;
+    // Bucketed by row (every row between the lowest and the highest holds
+    // pieces of the edges crossing it), then each row sorted by column.
+    int ylo = entries_[0].y, yhi = ylo;
+    for (const Entry& e : entries_) {
+        ylo = std::min(ylo, e.y);
+        yhi = std::max(yhi, e.y);
+    }
+    const size_t rows = static_cast<size_t>(yhi - ylo) + 1;
+    rowStart_.assign(rows + 1, 0);
+    for (const Entry& e : entries_) ++rowStart_[static_cast<size_t>(e.y - ylo) + 1];
+    for (size_t r = 0; r < rows; ++r) rowStart_[r + 1] += rowStart_[r];
+    sorted_.resize(entries_.size());
+    {
+        std::vector<size_t>& next = rowFill_;
+        next.assign(rowStart_.begin(), rowStart_.end() - 1);
+        for (const Entry& e : entries_) sorted_[next[static_cast<size_t>(e.y - ylo)]++] = e;
+    }
+    for (size_t r = 0; r < rows; ++r) {
+        const auto from = sorted_.begin() + static_cast<std::ptrdiff_t>(rowStart_[r]);
+        const auto to = sorted_.begin() + static_cast<std::ptrdiff_t>(rowStart_[r + 1]);
+        if (to - from <= 24) {
+            for (auto i = from + 1; i < to; ++i)
+                for (auto j = i; j != from && j->x < (j - 1)->x; --j) std::iter_swap(j, j - 1);
+        } else {
+            std::sort(from, to, [](const Entry& a, const Entry& b) { return a.x < b.x; });
+        }
+        const int y = ylo + static_cast<int>(r);
+        // Summed in fixed point (2^-40 of a pixel), exactly, so the shares
+        // do not depend on the order the pieces came in.
+        long long sum = 0;
+        for (auto i = from; i != to;) {
+            const int x = i->x;
+            while (i != to && i->x == x) sum += std::llround((i++)->v * kUnit);
+            const double run = static_cast<double>(sum) / kUnit;
+            const int next = i != to ? i->x : x + 1;
             // Clockwise polygons run down their right side: their cover
             // comes out negative in this sum.
             if (std::fabs(run) > 1e-9)

@@ -31,7 +31,8 @@ private:
         bool operator<(const Entry& o) const { return y != o.y ? y < o.y : x < o.x; }
     };
     void addPiece(int row, double x0, double y0, double x1, double y1);
-    std::vector<Entry> entries_;
+    std::vector<Entry> entries_, sorted_;
+    std::vector<size_t> rowStart_, rowFill_;
 };
 
 }  // namespace om1

@@ -53,7 +53,7 @@ int traceBmp(KvCtree*& outTree, RGBQUAD* pixels, int width, int height, int tole
     outTree = nullptr;
     AllOutLines all;
     int tol = toleranceFromPercent(tolerancePercent);
-    if (!pixels || !sizeUsable(width, height)) return OM1_NO_OUTLINES;
+    if (!pixels || !sizeUsable(width, height)) return OM1_TRACE_NO_OUTLINES;
 
     int result = 1;
     for (int i = 0; i < 9; ++i) {
@@ -81,11 +81,11 @@ int traceBmp(KvCtree*& outTree, RGBQUAD* pixels, int width, int height, int tole
 
     if (result == 2) {
         releaseOutlines(all);
-        return OM1_LIMIT_EXCEEDED;
+        return OM1_TRACE_LIMIT_EXCEEDED;
     }
     if (result != 0 || !all.outLines || !all.outLines->parts) {
         releaseOutlines(all);
-        return OM1_NO_OUTLINES;
+        return OM1_TRACE_NO_OUTLINES;
     }
 
     ExportOutLinesStruct* exported = new (std::nothrow) ExportOutLinesStruct(nullptr, width);
@@ -95,7 +95,7 @@ int traceBmp(KvCtree*& outTree, RGBQUAD* pixels, int width, int height, int tole
     if (!built) {
         delete creator;
         delete exported;
-        return OM1_NO_OUTLINES;
+        return OM1_TRACE_NO_OUTLINES;
     }
 
     ExportOutLineTree* r = exported->exportTree;
@@ -105,7 +105,7 @@ int traceBmp(KvCtree*& outTree, RGBQUAD* pixels, int width, int height, int tole
     manager.convBmToBezierRecurs(outTree, curveTolerance, width);
     delete creator;
     delete exported;
-    return OM1_DONE;
+    return OM1_TRACE_DONE;
 }
 
 }  // namespace
@@ -118,7 +118,7 @@ int om1_kvTrace1Bmp(KvCtree*& outTree, RGBQUAD* pixels, int width, int height, i
     } catch (...) {
         // Nothing in the pipeline throws; this keeps any surprise inside.
         outTree = nullptr;
-        return OM1_NO_OUTLINES;
+        return OM1_TRACE_NO_OUTLINES;
     }
 }
 
@@ -148,14 +148,14 @@ bool readDibSection(HBITMAP hBitmap, BITMAP& bm) {
 
 int om1_kvTrace1H(KvCtree*& outTree, HBITMAP hBitmap, int tolerancePercent, int minOutlineLen,
                   int maxOutlines, int curveTolerance, double reserved) {
-    if (!hBitmap) return OM1_DONE;
+    if (!hBitmap) return OM1_TRACE_DONE;
     BITMAP bm = {};
     if (!readDibSection(hBitmap, bm)) {
         outTree = nullptr;
-        return OM1_NO_OUTLINES;
+        return OM1_TRACE_NO_OUTLINES;
     }
     int height = bm.bmHeight < 0 ? -bm.bmHeight : bm.bmHeight;
-    int r = OM1_NO_OUTLINES;
+    int r = OM1_TRACE_NO_OUTLINES;
     for (int attempt = 0; attempt < kMaxHandleRetries; ++attempt) {
         r = om1_kvTrace1Bmp(outTree, static_cast<RGBQUAD*>(bm.bmBits), bm.bmWidth, height,
                             tolerancePercent, minOutlineLen, maxOutlines, curveTolerance, reserved);
@@ -170,7 +170,7 @@ int om1_kvTrace1H(KvCtree*& outTree, HBITMAP hBitmap, int tolerancePercent, int 
 int om1_kvTrace1HLeftTop(KvCtree*& outTree, HBITMAP hBitmap, int tolerancePercent, RGBQUAD* palette,
                          int paletteCount, int minOutlineLen, int maxOutlines, int curveTolerance,
                          double reserved) {
-    if (!hBitmap) return OM1_DONE;
+    if (!hBitmap) return OM1_TRACE_DONE;
     BITMAP bm = {};
     GetObjectW(hBitmap, sizeof(BITMAP), &bm);
     int r = om1_kvTrace1H(outTree, hBitmap, tolerancePercent, minOutlineLen, maxOutlines,

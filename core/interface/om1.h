@@ -29,7 +29,7 @@
 #include "interface/Om1Export.h"
 #include "platform/WinTypes.h"
 
-enum TraceResult { OM1_DONE = 0, OM1_NO_OUTLINES = 1, OM1_LIMIT_EXCEEDED = 2 };
+enum TraceResult { OM1_TRACE_DONE = 0, OM1_TRACE_NO_OUTLINES = 1, OM1_TRACE_LIMIT_EXCEEDED = 2 };
 
 OM1_API int om1_kvTrace1Bmp(KvCtree*& outTree, RGBQUAD* pixels, int width, int height,
                             int tolerancePercent, int minOutlineLen, int maxOutlines,

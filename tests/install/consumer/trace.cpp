@@ -1,15 +1,26 @@
 // A C++ host built against an installed om1 with find_package(om1): the
-// pipeline (om1::vectorize) and the core's entry point (core.cpp: the core's
-// om1.h and the pipeline's om1types.h name their status codes alike, so one
-// source file includes one of them) on the same picture.
+// pipeline (om1::vectorize) and the core's entry point on the same picture,
+// both headers in one source file (their names must not clash).
 #include <cstdio>
 #include <sstream>
 #include <vector>
 
+#include "interface/om1.h"
 #include "pipeline/OptionTable.h"
 #include "pipeline/Vectorize.h"
 
-bool traceWithCore(std::vector<RGBQUAD>& bgr, int width, int height);
+namespace {
+
+// The core's entry point, as a host that holds BGR pixels calls it.
+bool traceWithCore(std::vector<RGBQUAD>& bgr, int width, int height) {
+    KvCtree* tree = nullptr;
+    const int code = om1_kvTrace1Bmp(tree, bgr.data(), width, height, 10, 4, 1000, 1, 0);
+    const bool traced = code == OM1_TRACE_DONE && tree != nullptr && tree->holes != nullptr;
+    om1_delKvCTree(tree);
+    return traced && tree == nullptr;
+}
+
+}  // namespace
 
 int main() {
     const int w = 24, h = 20;

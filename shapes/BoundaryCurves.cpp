@@ -660,15 +660,37 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         if (!exact && steps >= 2 && out >= 0) {
                             OutlineFitter::Settings fs =
                                 CurveFitter::settings(options.curveTolerance);
-                            const bool weigh = given.pixels && options.maxCurveAreaError >= 0;
+                            const bool weigh =
+                                given.pixels && pic.colours && options.maxCurveAreaError >= 0;
+                            // The squared colour distance between the two
+                            // regions: moving the edge by d over a pixel's
+                            // length costs about d times it. A looser fit or
+                            // an end left on its junction is tried only where
+                            // that could come to less than a few segments.
+                            double contrast = 0;
+                            if (weigh) {
+                                const RGBQUAD &ci = (*pic.colours)[static_cast<size_t>(in)],
+                                              &co = (*pic.colours)[static_cast<size_t>(out)];
+                                const double dr = ci.rgbRed - co.rgbRed,
+                                             dg = ci.rgbGreen - co.rgbGreen,
+                                             db = ci.rgbBlue - co.rgbBlue;
+                                contrast = dr * dr + dg * dg + db * db;
+                            }
+                            const double worth = 4 * kSegmentCost;
                             size_t segments = consider(fs, true);
                             for (int round = 1; weigh && segments > 2 && round < 3; ++round) {
+                                if (contrast * fs.tolerance > worth) break;
                                 fs.tolerance *= 2;
                                 segments = consider(fs, true);
                             }
                             // The ends left on the junctions save a segment
                             // each.
-                            if (weigh && p.curved && (moveStart || moveEnd)) {
+                            auto moveOf = [](bool moved, PointD to, PointD from) {
+                                return moved ? std::hypot(to.x - from.x, to.y - from.y) : 0.0;
+                            };
+                            const double move =
+                                moveOf(moveStart, startX, A) + moveOf(moveEnd, endX, B);
+                            if (weigh && p.curved && move > 0 && contrast * move / 2 <= worth) {
                                 fs.tolerance = p.tolerance;
                                 consider(fs, false);
                             }

@@ -17,7 +17,9 @@
 // saves the short straight segment to the junction); of the fits better
 // than the staircase, the one kept has the largest gain in squared colour
 // error less a fixed cost per segment, so a soft edge, whose exact place
-// changes the colours little, gets fewer segments. Pieces on the raster
+// changes the colours little, gets fewer segments. (The further fits are
+// tried only between regions whose colours lie close enough for them to
+// pay.) Pieces on the raster
 // border, of
 // fewer than three steps, or that cannot be matched to the fitted curve
 // within two pixels keep the staircase. Without a picture a curve is kept

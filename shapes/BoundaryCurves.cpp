@@ -21,6 +21,10 @@ const int kOutX[4] = {0, 0, -1, -1}, kOutY[4] = {-1, 0, 0, -1};
 
 using Curve = std::vector<PointD>;
 
+// What a segment costs in squared colour error (summed over the three
+// channels) when fits of different tolerances are weighed.
+const double kSegmentCost = 1000;
+
 struct Raster {
     const int32_t* labels;
     int w, h;
@@ -170,8 +174,11 @@ public:
     Chooser(const EdgeSamples::Picture& pic, const OutputOptions& options)
         : pic_(pic), options_(options) {}
 
+    // `gain`, when given, gets how much less squared colour error the curve
+    // gives than the staircase (0 without a picture).
     bool keep(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
-              int32_t out, bool underneath = false) {
+              int32_t out, bool underneath = false, double* gain = nullptr) {
+        if (gain) *gain = 0;
         if (options_.maxCurveAreaError < 0) return true;
         if (out < 0 || in < 0) return false;
         // With the earlier region drawn on under the later one, the edge
@@ -181,6 +188,7 @@ public:
         const CurveJudge::Errors e =
             CurveJudge::compare(curve, stair, closed, in, out, judged, cov_, cells_);
         if (e.area <= 1e-6) return false;  // the staircase itself
+        if (gain && pic_.pixels) *gain = e.staircase - e.curve;
         if (pic_.pixels) return e.curve < e.staircase;
         const double steps = static_cast<double>(stair.size() - (closed ? 0 : 1));
         return e.area <= options_.maxCurveAreaError * steps;
@@ -243,6 +251,7 @@ struct Piece {
     // along the piece but the one drawn last (empty: none).
     Curve hidden;
     bool topIn = false;
+    double tolerance = 0;      // the fit's
     int lastShape = -1;        // the last shape whose loop runs along the piece
     bool lastForward = false;  // and whether it runs it forwards
 };
@@ -456,10 +465,9 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
             std::vector<std::pair<Piece*, bool>> pieces;  // and whether reversed
         };
         std::vector<Uses> uses;
-        const double tolerance = CurveFitter::settings(options.curveTolerance).tolerance;
         std::vector<uint8_t> reversed, codes;
         std::vector<PointD> points;
-        Curve whole, cut;
+        Curve whole, cut, hidden;
 
         for (size_t si = 0; si < set.shapes.size(); ++si) {
             Shape& s = set.shapes[si];
@@ -579,8 +587,6 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         const bool moveEnd =
                             edgeEnd(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
                                     tail.data(), firstSamples, endX);
-                        if (moveStart) points.front() = startX;
-                        if (moveEnd) points.back() = endX;
                         // Where the picture shows both regions in their own
                         // colours on every step, the staircase is exact.
                         bool exact = given.pixels != nullptr;
@@ -592,42 +598,104 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                                     ownColour(given, corners[i], loop.codes[i], li, lo);
                         }
                         exact = exact || stairs(in, out);
-                        Piece p;
-                        p.curved =
-                            !exact && steps >= 2 && out >= 0 &&
-                            OutlineFitter::fitOpen(
-                                points, codes, CurveFitter::settings(options.curveTolerance), cut);
-                        if (p.curved && (moveStart || moveEnd)) {
-                            Curve joined;
-                            const PointD A = {static_cast<double>(corners[a].x),
-                                              static_cast<double>(corners[a].y)};
-                            const PointD B = {static_cast<double>(corners[b].x),
-                                              static_cast<double>(corners[b].y)};
-                            joined.push_back(A);
-                            if (moveStart) appendLine(joined, startX);
-                            joined.insert(joined.end(), cut.begin() + 1, cut.end());
-                            if (moveEnd) appendLine(joined, B);
-                            cut.swap(joined);
-                        }
-                        // Stacked siblings: the earlier drawn on under the
-                        // later one, as far as the later one's pixels reach,
-                        // unless the edge with what lies under both showing
-                        // through is as true to the picture.
+                        // The fit at the tolerance asked and, where it takes
+                        // more than two segments and the picture can judge,
+                        // at twice and four times it: the one kept is the
+                        // one whose gain over the staircase, less
+                        // `kSegmentCost` per segment, is largest (a soft edge,
+                        // whose exact place changes the colours little, gets
+                        // fewer segments).
                         const bool topIn = in > out;
-                        // Up to a pixel under it, else half a pixel.
                         const int32_t top = topIn ? in : out, self = topIn ? out : in;
-                        const bool under =
-                            p.curved && !given.staircase && stackedSiblings(given, in, out) &&
-                            (hiddenCurve(r, cut, topIn, top, self, 1.0, tolerance, p.hidden) ||
-                             hiddenCurve(r, cut, topIn, top, self, 0.5, tolerance, p.hidden)) &&
-                            chooser.error(cut, pc, in, out, false) >
-                                chooser.error(cut, pc, in, out, true);
-                        if (!under) p.hidden.clear();
-                        p.curved = p.curved && chooser.keep(cut, pc, false, in, out, under);
-                        if (p.curved) {
-                            p.curve = cut;
-                            p.topIn = topIn;
-                        } else {
+                        Piece p;
+                        p.curved = false;
+                        p.topIn = topIn;
+                        double best = 0;
+                        const PointD A = {static_cast<double>(corners[a].x),
+                                          static_cast<double>(corners[a].y)};
+                        const PointD B = {static_cast<double>(corners[b].x),
+                                          static_cast<double>(corners[b].y)};
+                        // One fit: its segments (0: none), kept in `p` when
+                        // it scores best so far.
+                        auto consider = [&](const OutlineFitter::Settings& fs, bool moved) {
+                            points.front() = moved && moveStart ? startX : A;
+                            points.back() = moved && moveEnd ? endX : B;
+                            if (!OutlineFitter::fitOpen(points, codes, fs, cut)) return size_t(0);
+                            if (moved && (moveStart || moveEnd)) {
+                                Curve joined;
+                                joined.push_back(A);
+                                if (moveStart) appendLine(joined, startX);
+                                joined.insert(joined.end(), cut.begin() + 1, cut.end());
+                                if (moveEnd) appendLine(joined, B);
+                                cut.swap(joined);
+                            }
+                            const size_t segments = (cut.size() - 1) / 3;
+                            // Stacked siblings: the earlier drawn on under the
+                            // later one, as far as the later one's pixels
+                            // reach (up to a pixel under it, else half a
+                            // pixel), unless the edge with what lies under
+                            // both showing through is as true to the picture.
+                            const bool under =
+                                !given.staircase && stackedSiblings(given, in, out) &&
+                                (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
+                                 hiddenCurve(r, cut, topIn, top, self, 0.5, fs.tolerance,
+                                             hidden)) &&
+                                chooser.error(cut, pc, in, out, false) >
+                                    chooser.error(cut, pc, in, out, true);
+                            if (!under) hidden.clear();
+                            double gain = 0;
+                            if (!chooser.keep(cut, pc, false, in, out, under, &gain))
+                                return segments;
+                            const double score =
+                                gain - kSegmentCost * static_cast<double>(segments);
+                            if (!p.curved || score > best) {
+                                p.curved = true;
+                                best = score;
+                                p.curve.swap(cut);
+                                p.hidden.swap(hidden);
+                                p.tolerance = fs.tolerance;
+                            }
+                            return segments;
+                        };
+                        if (!exact && steps >= 2 && out >= 0) {
+                            OutlineFitter::Settings fs =
+                                CurveFitter::settings(options.curveTolerance);
+                            const bool weigh =
+                                given.pixels && pic.colours && options.maxCurveAreaError >= 0;
+                            // The squared colour distance between the two
+                            // regions: moving the edge by d over a pixel's
+                            // length costs about d times it. A looser fit or
+                            // an end left on its junction is tried only where
+                            // that could come to less than a few segments.
+                            double contrast = 0;
+                            if (weigh) {
+                                const RGBQUAD &ci = (*pic.colours)[static_cast<size_t>(in)],
+                                              &co = (*pic.colours)[static_cast<size_t>(out)];
+                                const double dr = ci.rgbRed - co.rgbRed,
+                                             dg = ci.rgbGreen - co.rgbGreen,
+                                             db = ci.rgbBlue - co.rgbBlue;
+                                contrast = dr * dr + dg * dg + db * db;
+                            }
+                            const double worth = 4 * kSegmentCost;
+                            size_t segments = consider(fs, true);
+                            for (int round = 1; weigh && segments > 2 && round < 3; ++round) {
+                                if (contrast * fs.tolerance > worth) break;
+                                fs.tolerance *= 2;
+                                segments = consider(fs, true);
+                            }
+                            // The ends left on the junctions save a segment
+                            // each.
+                            auto moveOf = [](bool moved, PointD to, PointD from) {
+                                return moved ? std::hypot(to.x - from.x, to.y - from.y) : 0.0;
+                            };
+                            const double move =
+                                moveOf(moveStart, startX, A) + moveOf(moveEnd, endX, B);
+                            if (weigh && p.curved && move > 0 && contrast * move / 2 <= worth) {
+                                fs.tolerance = p.tolerance;
+                                consider(fs, false);
+                            }
+                        }
+                        if (!p.curved) {
                             straightPiece(pc, p.curve);
                             p.hidden.clear();
                         }

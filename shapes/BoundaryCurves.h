@@ -11,7 +11,16 @@
 // junctions (an island) is one piece.
 //
 // Each piece keeps its curve only where it reproduces the picture better
-// than the exact staircase (CurveJudge); pieces on the raster border, of
+// than the exact staircase (CurveJudge). With a picture, a piece is also
+// fitted at twice and four times the tolerance (where the first fit takes
+// more than two segments) and with its ends left on the junctions (each
+// saves the short straight segment to the junction); of the fits better
+// than the staircase, the one kept has the largest gain in squared colour
+// error less a fixed cost per segment, so a soft edge, whose exact place
+// changes the colours little, gets fewer segments. (The further fits are
+// tried only between regions whose colours lie close enough for them to
+// pay.) Pieces on the raster
+// border, of
 // fewer than three steps, or that cannot be matched to the fitted curve
 // within two pixels keep the staircase. Without a picture a curve is kept
 // when the area between it and the staircase is at most

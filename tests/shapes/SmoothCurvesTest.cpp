@@ -173,6 +173,37 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
     }
 }
 
+// A wavy edge half a pixel deep: between strong colours its curve
+// follows the waves, which the pixels show; between close colours, where
+// the waves change the pixels little, a looser fit with fewer segments is
+// kept, and still within the depth of the waves of the true edge.
+TEST(SmoothCurves, SoftEdgesTakeFewerSegments) {
+    size_t counts[2] = {};
+    double worst[2] = {};
+    const unsigned lower[2] = {kRed, 0x92999f};
+    for (int k = 0; k < 2; ++k) {
+        auto edge = [](double x) { return 24.3 + 0.25 * std::sin(x / 2.5); };
+        const Picture p = antialiased(
+            "wave", 96, 48, [&](double x, double y) { return y > edge(x) ? lower[k] : 0x808890u; });
+        ShapeSet set;
+        trace(p, OutputOptions::Layout::Stacked, set);
+        for (const om1::Shape& s : set.shapes)
+            for (const std::vector<PointD>& c : s.curves)
+                for (const PointD& q : flat(c)) {
+                    if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
+                    worst[k] = std::max(worst[k], std::fabs(q.y - edge(q.x)));
+                }
+        const om1::Shape* s = shapeOf(set, lower[k]);
+        ASSERT_NE(s, nullptr);
+        for (const std::vector<PointD>& c : s->curves) counts[k] += segments(c);
+        printf("wave %s: %zu segments, %.3f px from the edge at most\n", k ? "soft" : "sharp",
+               counts[k], worst[k]);
+    }
+    EXPECT_LT(counts[1] * 2, counts[0]);
+    EXPECT_LT(worst[0], 0.3);
+    EXPECT_LT(worst[1], 0.6);
+}
+
 // Stacked siblings along a slanted edge: the one drawn later keeps the
 // curve on the true edge, the one drawn first reaches under it (so that the
 // page under both does not show through the soft edge) but never onto the

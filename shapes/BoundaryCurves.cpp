@@ -617,10 +617,14 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                                           static_cast<double>(corners[b].y)};
                         // One fit: its segments (0: none), kept in `p` when
                         // it scores best so far.
+                        // The optimal polygon of the points as moved (or
+                        // not): the same for every tolerance.
+                        std::vector<int> polygons[2];
                         auto consider = [&](const OutlineFitter::Settings& fs, bool moved) {
                             points.front() = moved && moveStart ? startX : A;
                             points.back() = moved && moveEnd ? endX : B;
-                            if (!OutlineFitter::fitOpen(points, codes, fs, cut)) return size_t(0);
+                            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved]))
+                                return size_t(0);
                             if (moved && (moveStart || moveEnd)) {
                                 Curve joined;
                                 joined.push_back(A);

@@ -666,14 +666,21 @@ bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<ui
 }
 
 bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
-                            const Settings& settings, std::vector<PointD>& out) {
+                            const Settings& settings, std::vector<PointD>& out,
+                            std::vector<int>* polygon) {
     out.clear();
     const int n = static_cast<int>(points.size());
     if (n < 2 || codes.size() != points.size()) return false;
     const Loop L(points, codes, 0, false);
-    std::vector<int> lon, verts;
-    straightRuns(L, settings.straightness, kLongestEdge, lon);
-    optimalPolygon(L, lon, verts);
+    std::vector<int> verts;
+    if (polygon && !polygon->empty()) {
+        verts = *polygon;
+    } else {
+        std::vector<int> lon;
+        straightRuns(L, settings.straightness, kLongestEdge, lon);
+        optimalPolygon(L, lon, verts);
+        if (polygon) *polygon = verts;
+    }
     if (verts.empty()) return false;
     return fitPolygon(L, verts, settings, out);
 }

@@ -52,8 +52,13 @@ public:
     // stay where they are (as corners); `codes` gives each point's step
     // direction (the ends: those of the first and last steps). `out` gets
     // 3n + 1 points from the first point to the last.
+    // `polygon`, when given, keeps the path's optimal polygon between calls
+    // on the same points and codes (it does not depend on the tolerance):
+    // empty, it is found and stored; else it is used as it is. Clear it
+    // when the points change.
     static bool fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
-                        const Settings& settings, std::vector<PointD>& out);
+                        const Settings& settings, std::vector<PointD>& out,
+                        std::vector<int>* polygon = nullptr);
 };
 
 }  // namespace om1

@@ -7,6 +7,11 @@ namespace om1 {
 
 namespace {
 constexpr double kUnit = 1099511627776.0;  // 2^40
+// v in units, rounded to the nearest.
+long long toUnits(double v) {
+    const double u = v * kUnit;
+    return static_cast<long long>(u >= 0 ? u + 0.5 : u - 0.5);
+}
 }
 
 // Each piece of an edge within one pixel row adds its height, signed, to
@@ -94,7 +99,7 @@ void AreaCoverage::cells(std::vector<Cell>& out) {
         long long sum = 0;
         for (auto i = from; i != to;) {
             const int x = i->x;
-            while (i != to && i->x == x) sum += std::llround((i++)->v * kUnit);
+            while (i != to && i->x == x) sum += toUnits((i++)->v);
             const double run = static_cast<double>(sum) / kUnit;
             const int next = i != to ? i->x : x + 1;
             // Clockwise polygons run down their right side: their cover

@@ -77,7 +77,18 @@ public:
     PointD origin() const { return origin_; }
 
 private:
-    int wrap(int k) const { return ((start_ + k) % n_ + n_) % n_; }
+    // (start + k) mod n; k mostly lies in -n..2n, where one step does.
+    int wrap(int k) const {
+        int j = start_ + k;
+        if (j >= n_) {
+            j -= n_;
+            if (j >= n_) j %= n_;
+        } else if (j < 0) {
+            j += n_;
+            if (j < 0) j = (j % n_ + n_) % n_;
+        }
+        return j;
+    }
     const std::vector<PointD>& s_;
     const std::vector<uint8_t>& c_;
     int n_, start_;

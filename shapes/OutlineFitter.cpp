@@ -474,9 +474,13 @@ private:
             const PointD res = sub(L_.at(i0 + static_cast<int>(i)), known);
             for (int a = 0; a < m; ++a) {
                 r[a] += dot(e[a], res);
-                for (int b = 0; b < m; ++b) A[a][b] += dot(e[a], e[b]);
+                for (int b = a; b < m; ++b) A[a][b] += dot(e[a], e[b]);
             }
         }
+        // The lower half: the same sums (a product of two doubles does not
+        // depend on their order).
+        for (int a = 1; a < m; ++a)
+            for (int b = 0; b < a; ++b) A[a][b] = A[b][a];
         if (!solve(A, r, m)) return false;
         int k = 0;
         if (free0) {

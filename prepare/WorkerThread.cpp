@@ -1,5 +1,9 @@
 #include "prepare/WorkerThread.h"
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -84,6 +88,15 @@ private:
 
 Abandoned g_abandoned;
 
+// What a thread allocated comes from a heap of its own (glibc's arenas),
+// which keeps what the job freed: given back, so that the caller's next
+// steps do not add to it.
+void releaseFreeMemory() {
+#if defined(__GLIBC__)
+    malloc_trim(0);
+#endif
+}
+
 }  // namespace
 
 bool WorkerThread::run(std::function<void()> job, const std::function<bool(double)>& ask) {
@@ -96,6 +109,7 @@ bool WorkerThread::run(std::function<void()> job, const std::function<bool(doubl
         thread = std::thread([task, ending]() {
             (*task)();
             *task = nullptr;  // what the job owns is freed on this thread
+            releaseFreeMemory();
             std::lock_guard<std::mutex> g(ending->lock);
             ending->done = true;
             ending->ended.notify_all();

@@ -202,7 +202,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         measure(entries, boxes[0]);
         size_t splitSince = 0;  // entries sorted since the progress last heard
         while (static_cast<int>(boxes.size()) < count) {
-            if (splitSince > kEvery) {
+            if (splitSince > kEvery / 4) {
                 splitSince = 0;
                 if (!at(0.5 + 0.1 * static_cast<double>(boxes.size()) / count)) return false;
             }
@@ -267,29 +267,43 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 mb[b] = mean[3 * b + 2];
             }
             std::vector<uint8_t> movedIn(static_cast<size_t>(bands), round == 0);
-            Bands::run(bands, static_cast<long long>(entries.size()),
-                       [&](int band, long long from, long long to) {
-                           for (long long i = from; i < to; ++i) {
-                               const uint32_t col = entries[i].color;
-                               const double r = colourChannel(col, 0), g = colourChannel(col, 1),
-                                            bl = colourChannel(col, 2);
-                               long long bestD = LLONG_MAX;
-                               uint32_t best = 0;
-                               for (size_t b = 0; b < k; ++b) {
-                                   const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
-                                   const long long d =
-                                       static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
-                                   if (d < bestD) {
-                                       bestD = d;
-                                       best = static_cast<uint32_t>(b);
-                                   }
-                               }
-                               if (nearest[i] != best) {
-                                   nearest[i] = static_cast<uint8_t>(best);
-                                   movedIn[band] = true;
-                               }
-                           }
-                       });
+            // Every `step` colours (about 2^20 distances) the first band
+            // reports and every band looks whether to stop.
+            const long long step = std::max<long long>(64, (1LL << 20) / static_cast<long long>(k));
+            std::atomic<bool> stop{false};
+            const double share = 0.6 + 0.05 * round;
+            Bands::run(
+                bands, static_cast<long long>(entries.size()),
+                [&](int band, long long from, long long to) {
+                    for (long long i = from; i < to; ++i) {
+                        if ((i - from) % step == step - 1 &&
+                            !bandGoing(stop, band,
+                                       share + 0.05 * static_cast<double>(i - from) / (to - from)))
+                            return;
+                        const uint32_t col = entries[i].color;
+                        const double r = colourChannel(col, 0), g = colourChannel(col, 1),
+                                     bl = colourChannel(col, 2);
+                        long long bestD = LLONG_MAX;
+                        uint32_t best = 0;
+                        for (size_t b = 0; b < k; ++b) {
+                            const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
+                            const long long d =
+                                static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
+                            if (d < bestD) {
+                                bestD = d;
+                                best = static_cast<uint32_t>(b);
+                            }
+                        }
+                        if (nearest[i] != best) {
+                            nearest[i] = static_cast<uint8_t>(best);
+                            movedIn[band] = true;
+                        }
+                    }
+                },
+                [&]() {
+                    if (!stop && !at(share + 0.049)) stop = true;
+                });
+            if (stop) return false;
             const bool moved =
                 std::find(movedIn.begin(), movedIn.end(), uint8_t{1}) != movedIn.end();
             if (round == 3 || !moved) break;

@@ -99,12 +99,20 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
     if (!pixels || w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX) return false;
     try {
         const size_t n = static_cast<size_t>(w) * h;
-        labels.resize(n);
+        // The progress is asked about every 2^18 pixels; the labels grow
+        // with pass 1, so that filling the array is spread between the asks.
+        const size_t every = size_t{1} << 18;
+        const int rows = static_cast<int>(std::max<size_t>(1, every / static_cast<size_t>(w)));
+        labels.reserve(n);
         int32_t* L = labels.data();
 
         // Pass 1: union-find, parents in the label array.
         for (int y = 0; y < h; ++y) {
-            if ((y & 255) == 0 && !at(0.3 * y / h)) throw Stopped();
+            if (y % rows == 0) {
+                if (!at(0.3 * y / h)) throw Stopped();
+                labels.resize(std::min(n, static_cast<size_t>(y + rows) * w));
+                L = labels.data();
+            }
             const size_t row = static_cast<size_t>(y) * w;
             uint32_t left = 0;
             for (int x = 0; x < w; ++x) {
@@ -130,7 +138,8 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
         // pixels, whose labels are final by the time they are read.
         std::vector<int32_t> first;
         for (size_t i = 0; i < n; ++i) {
-            if ((i & 0xFFFFF) == 0 && !at(0.3 + 0.1 * static_cast<double>(i) / n)) throw Stopped();
+            if ((i & (every - 1)) == 0 && !at(0.3 + 0.1 * static_cast<double>(i) / n))
+                throw Stopped();
             if (L[i] == static_cast<int32_t>(i)) {
                 L[i] = static_cast<int32_t>(first.size());
                 first.push_back(static_cast<int32_t>(i));

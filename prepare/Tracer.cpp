@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <memory>
 #include <new>
 #include <unordered_map>
 #include <vector>
@@ -21,6 +22,7 @@
 #include "prepare/PreFilter.h"
 #include "prepare/RegionMerger.h"
 #include "prepare/SpotRestitution.h"
+#include "prepare/WorkerThread.h"
 
 namespace om1 {
 
@@ -104,8 +106,7 @@ void Tracer::seeds(const RGBQUAD* pixels, int width, int height, TraceOptions::S
 }
 
 Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
-                                 const TraceOptions& options, KvCtree*& out,
-                                 const Progress& progress) {
+                                 const TraceOptions& options, KvCtree*& out) {
     out = nullptr;
     const int tol = static_cast<int>(std::min(std::max(options.tolerancePercent, 0), 100) * 2.55);
     const int tracerMinLen = std::max(options.minOutlineLen, 4);
@@ -114,13 +115,7 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
     seeds(pixels, width, height, options.seed, xs, ys, n);
     AllOutLines all;
     int result = 1;
-    bool stopped = false;
     for (int i = 0; i < n; ++i) {
-        // The tracer itself cannot be stopped: ask before each run.
-        if (progress && !progress(0.9 * i / n)) {
-            stopped = true;
-            break;
-        }
         OutLineManipulator* olm =
             new (std::nothrow) OutLineManipulator(pixels, width, height, tol, tracerMinLen, 3, 0);
         if (!olm) continue;
@@ -136,10 +131,6 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
         delete olm;
         if (result == 2) break;
         if (all.outLines && all.outLines->parts) break;
-    }
-    if (stopped || (progress && !progress(0.9))) {
-        release(all);
-        return Cancelled;
     }
     if (result == 2) {
         release(all);
@@ -159,11 +150,6 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
         delete exported;
         return NoOutlines;
     }
-    if (progress && !progress(0.97)) {
-        delete creator;
-        delete exported;
-        return Cancelled;
-    }
     kvMngr manager(width, height);
     manager.delSmallOutLn(options.minOutlineLen, exported->exportTree);
     bool ok = manager.createKvCTree(out, exported->exportTree, width) &&
@@ -177,6 +163,47 @@ Tracer::Result Tracer::traceOnce(RGBQUAD* pixels, int width, int height,
         return NoOutlines;
     }
     return Done;
+}
+
+Tracer::Result Tracer::traceAside(std::vector<RGBQUAD>& picture, int width, int height,
+                                  const TraceOptions& options, KvCtree*& out,
+                                  const Progress& progress) {
+    out = nullptr;
+    if (!progress) return traceOnce(picture.data(), width, height, options, out);
+    if (!progress(0)) return Cancelled;
+    // What the tracer's thread owns: the picture (moved there and back, not
+    // copied), the options, the tree. Abandoned, it frees them when the
+    // tracer returns.
+    struct Job {
+        std::vector<RGBQUAD> picture;
+        TraceOptions options;
+        KvCtree* out = nullptr;
+        Result result = NoOutlines;
+        ~Job() {
+            if (out) kvctr_deleteKvCtree(out);
+        }
+    };
+    std::shared_ptr<Job> job;
+    try {
+        job = std::make_shared<Job>();
+        job->options = options;
+    } catch (...) {
+        return NoOutlines;
+    }
+    job->picture.swap(picture);
+    // The share told while waiting creeps towards the end: half way after
+    // about the time a picture of this size usually takes.
+    const double expected = std::max(0.05, 0.25e-6 * static_cast<double>(width) * height);
+    const bool ended = WorkerThread::run(
+        [job, width, height]() {
+            job->result = traceOnce(job->picture.data(), width, height, job->options, job->out);
+        },
+        [&](double seconds) { return progress(0.98 * seconds / (seconds + expected)); });
+    if (!ended) return Cancelled;
+    picture.swap(job->picture);
+    if (!progress(1)) return Cancelled;
+    std::swap(out, job->out);
+    return job->result;
 }
 
 int Tracer::paths(const KvCtree* tree) {
@@ -440,9 +467,9 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         out = nullptr;
         ++rep.traces;
         if (alpha && !AlphaPicture::standIns(work.data(), wa, n, standIn)) return NoOutlines;
-        RGBQUAD* const traced = alpha ? standIn.data() : work.data();
         if (exact) {
-            if (!rep.regions.build(traced, width, height, part(watched, 0.68, 1)))
+            if (!rep.regions.build(alpha ? standIn.data() : work.data(), width, height,
+                                   part(watched, 0.68, 1)))
                 return stopped ? Cancelled : NoOutlines;
             const int regions = rep.regions.regions();
             result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;
@@ -452,7 +479,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
                 result = NoOutlines;
             rep.paths = result == Done ? regions : 0;
         } else {
-            result = traceOnce(traced, width, height, options, out, part(watched, 0.68, 1));
+            result = traceAside(alpha ? standIn : work, width, height, options, out,
+                                part(watched, 0.68, 1));
             if (result == Cancelled) return Cancelled;
             rep.paths = result == Done ? paths(out) : 0;
         }

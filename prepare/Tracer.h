@@ -31,9 +31,16 @@ public:
     // Told the share of the trace done (0..1) between the stages, inside the
     // long ones and inside the exact region labelling; false asks to stop.
     // The library's tracer (the path at a colour tolerance above 0, or
-    // without exact regions) cannot be interrupted: the progress is asked
-    // only before and after each of its runs, so a stop asked while it runs
-    // lands when it returns. Everything runs on the calling thread.
+    // without exact regions) cannot be interrupted. Given a progress, it
+    // runs on a thread of its own (WorkerThread) with the prepared picture
+    // (moved there, not copied) while the calling thread asks the progress
+    // about every 5 ms, telling a share that creeps on; on false the trace
+    // returns Cancelled at once. What a host should expect then: one core
+    // stays busy until the tracer's run ends (up to a few seconds on a large
+    // picture), and the picture and the tree it made are freed only then;
+    // a process that exits waits for it (WorkerThread::waitForAbandoned).
+    // Without a progress everything runs on the calling thread. The
+    // progress is only ever called on the calling thread.
     using Progress = std::function<bool(double)>;
 
     // Traces width x height pixels (rows in memory order). On Done `out` is a
@@ -89,7 +96,11 @@ public:
 private:
     // One run of the tracer and the conversion on exactly these pixels.
     static Result traceOnce(RGBQUAD* pixels, int width, int height, const TraceOptions& options,
-                            KvCtree*& out, const Progress& progress);
+                            KvCtree*& out);
+    // traceOnce on `picture`; with a progress on a thread of its own (see
+    // Progress), `picture` moved there and back (left empty on Cancelled).
+    static Result traceAside(std::vector<RGBQUAD>& picture, int width, int height,
+                             const TraceOptions& options, KvCtree*& out, const Progress& progress);
     // The two-pass spot clean-up on a picture with alpha levels.
     static bool spotsWithAlpha(std::vector<RGBQUAD>& work, std::vector<uint8_t>& levels, int width,
                                int height, const TraceOptions& options);

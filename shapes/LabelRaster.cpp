@@ -10,6 +10,10 @@ namespace om1 {
 namespace {
 const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
+// The progress is asked about every this many pixels painted or looked at.
+const size_t kAskEvery = size_t{1} << 18;
+// Thrown inside build when the progress asks to stop.
+struct Stopped {};
 }  // namespace
 
 namespace {
@@ -58,7 +62,16 @@ bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD* pixel
 
 }  // namespace
 
-bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels) {
+bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels,
+                        const std::function<bool()>& going) {
+    // Pixels painted or looked at since `going` was last asked.
+    size_t since = 0;
+    auto paced = [&](size_t more) {
+        since += more;
+        if (since < kAskEvery) return true;
+        since = 0;
+        return !going || going();
+    };
     exact_ = false;
     width = w;
     height = h;
@@ -66,7 +79,13 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
     labels.clear();
     if (w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX) return false;
     try {
-        labels.assign(static_cast<size_t>(w) * h, -1);
+        // Filled a slice at a time between the asks.
+        const size_t n = static_cast<size_t>(w) * h;
+        labels.reserve(n);
+        while (labels.size() < n) {
+            labels.resize(std::min(n, labels.size() + kAskEvery), -1);
+            if (!paced(kAskEvery)) throw Stopped();
+        }
         // Depth first without recursion: holes pushed in reverse list order.
         std::vector<Node> stack;
         if (root) stack.push_back({root, -1, 0, RGBQUAD{}, false, false});
@@ -86,6 +105,7 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
                 if (e->ctree) holes.push_back(e->ctree);
             for (auto it = holes.rbegin(); it != holes.rend(); ++it)
                 stack.push_back({*it, index, n.depth + 1, RGBQUAD{}, false, false});
+            if (!paced(64)) throw Stopped();
         }
         std::vector<uint8_t> mask;
         for (size_t i = 0; i < nodes.size(); ++i) {
@@ -99,6 +119,7 @@ bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels
             const bool tieToNode = n.ownChain;
             int x0, y0, mw, mh;
             if (!paintMask(static_cast<int>(i), mask, x0, y0, mw, mh)) return false;
+            if (!paced(static_cast<size_t>(mw) * mh + 64)) throw Stopped();
             for (int y = 0; y < mh; ++y)
                 for (int x = 0; x < mw; ++x) {
                     const uint8_t m = mask[static_cast<size_t>(y) * mw + x];
@@ -211,8 +232,16 @@ bool LabelRaster::setAlpha(const RGBQUAD* pixels, const uint8_t* levels) {
     return true;
 }
 
-long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels) {
+long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels,
+                                 const std::function<bool()>& going) {
     if (!pixels || labels.empty() || nodes.empty()) return 0;
+    size_t since = 0;
+    auto paced = [&](size_t more) {
+        since += more;
+        if (since < kAskEvery) return true;
+        since = 0;
+        return !going || going();
+    };
     const int w = width, h = height;
     long long moved = 0;
     // Whether a pixel's level fits a node's.
@@ -226,6 +255,7 @@ long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance, const uin
         std::vector<uint8_t> wrong(n, 0);
         bool any = false;
         for (size_t i = 0; i < n; ++i) {
+            if ((i & (kAskEvery - 1)) == kAskEvery - 1 && !paced(kAskEvery)) return -1;
             const int32_t l = labels[i];
             if (l < 0 || nodes[l].frame || distance(nodes[l].color, pixels[i]) > tolerance ||
                 !fits(nodes[l], i)) {
@@ -240,6 +270,7 @@ long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance, const uin
         std::vector<int> painted;
         const int dx[4] = {1, 0, -1, 0}, dy[4] = {0, 1, 0, -1};
         for (size_t s = 0; s < n; ++s) {
+            if (!paced(1)) return -1;
             if (wrong[s] != 1) continue;
             // The 4-connected group of wrong pixels of the colour of s.
             group.clear();
@@ -314,6 +345,7 @@ long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance, const uin
                 labels[p] = target;
                 wrong[p] = 0;
             }
+            if (!paced(4 * group.size())) return -1;
             moved += static_cast<long long>(group.size());
         }
         if (!renumber()) return -1;

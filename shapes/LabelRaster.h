@@ -34,6 +34,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "platform/WinTypes.h"
@@ -62,8 +63,10 @@ public:
 
     // Paints the tree; false when memory runs out or the size is unusable.
     // `pixels` (width x height, the picture the tree was traced from) may be
-    // null.
-    bool build(const KvCtree* root, int width, int height, const RGBQUAD* pixels = nullptr);
+    // null. `going`, when given, is asked about every 2^18 pixels painted:
+    // false when it answers false (the raster is then empty).
+    bool build(const KvCtree* root, int width, int height, const RGBQUAD* pixels = nullptr,
+               const std::function<bool()>& going = {});
 
     // Takes the regions of an exact labelling instead of painting a tree:
     // `labels` (width x height node numbers, taken over) already in drawing
@@ -89,13 +92,15 @@ public:
     // the region they were painted with (of the root when none). Nodes are
     // then renumbered so that drawing order (parents first, a node's holes in
     // order, added regions last among their siblings) is label order again.
-    // Returns the number of pixels moved, -1 when memory runs out.
+    // Returns the number of pixels moved, -1 when memory runs out or when
+    // `going` (asked about every 2^18 pixels looked at) answers false.
     //
     // With `levels` (every pixel's alpha level, after setAlpha) a pixel is
     // also moved when its level and its label's differ by more than the
     // tolerance, or when one of them is empty and the other not; a region
     // added takes the level of its pixels.
-    long long reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels = nullptr);
+    long long reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels = nullptr,
+                        const std::function<bool()>& going = {});
 
     // Gives every node the alpha level of the pixels of its colour in
     // `pixels` (each colour of a prepared picture has one level, see

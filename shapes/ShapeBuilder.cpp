@@ -365,10 +365,11 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
     bool built = false;
     try {
         LabelRaster lr;
-        built = at(0) && lr.build(tree, width, height, pixels) &&
+        built = at(0) && lr.build(tree, width, height, pixels, [&]() { return at(0.1); }) &&
                 (!levels || lr.setAlpha(pixels, levels)) && at(0.25);
         if (built && pixels && options.reconcileTolerance >= 0) {
-            const long long moved = lr.reconcile(pixels, options.reconcileTolerance, levels);
+            const long long moved =
+                lr.reconcile(pixels, options.reconcileTolerance, levels, [&]() { return at(0.3); });
             built = moved >= 0;
             out.reconciledPixels = moved;
         }

@@ -254,6 +254,7 @@ struct Piece {
     double tolerance = 0;      // the fit's
     int lastShape = -1;        // the last shape whose loop runs along the piece
     bool lastForward = false;  // and whether it runs it forwards
+    int users = 0;             // loops still to be put together from it
 };
 
 // Whether labels a and b are siblings in the stacked drawing: neither holds
@@ -718,17 +719,22 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 for (size_t j = 0; j < J; ++j) {
                     found[j]->lastShape = u.shapeIndex;
                     found[j]->lastForward = !reversed[j];
+                    ++found[j]->users;
                     u.pieces.emplace_back(found[j], reversed[j] != 0);
                 }
                 uses.push_back(std::move(u));
             }
         }
-        for (const Uses& u : uses) {
+        // A piece's curves are freed once its last loop has taken them, so
+        // that the freeing of a large picture's pieces happens here, among
+        // the progress checks, and not all at once on the way out.
+        for (Uses& u : uses) {
+            if (!done(4 * u.pieces.size())) return false;
             Curve& result = u.shape->curves[u.loop];
             bool anyCurved = false;
             result.push_back(u.start);
             for (const auto& use : u.pieces) {
-                const Piece& p = *use.first;
+                Piece& p = *use.first;
                 // The hidden curve for every loop but the last one drawn,
                 // when that one keeps the top region inside.
                 const bool hide =
@@ -739,7 +745,12 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 else
                     result.insert(result.end(), c.begin() + 1, c.end());
                 anyCurved = anyCurved || p.curved;
+                if (--p.users == 0) {
+                    Curve().swap(p.curve);
+                    Curve().swap(p.hidden);
+                }
             }
+            std::vector<std::pair<Piece*, bool>>().swap(u.pieces);
             joinStraights(result);
             set.curvedLoops += anyCurved;
         }

@@ -12,7 +12,7 @@ long long toUnits(double v) {
     const double u = v * kUnit;
     return static_cast<long long>(u >= 0 ? u + 0.5 : u - 0.5);
 }
-}
+}  // namespace
 
 // Each piece of an edge within one pixel row adds its height, signed, to
 // every pixel right of it in that row, and the part of it right of its mean

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <memory_resource>
 #include <unordered_map>
 #include <vector>
 
@@ -450,8 +451,11 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         // every loop without junctions (`islands`, by the key of the first
         // step of the loop that chose it), each chosen once and used, the
         // other way round where a loop runs it backwards, by every loop.
-        std::unordered_map<long long, Piece> pieces;
-        std::unordered_map<long long, Piece> islands;
+        // (Their nodes come from one arena, freed in a few blocks: a large
+        // picture has hundreds of thousands of pieces.)
+        std::pmr::monotonic_buffer_resource arena;
+        std::pmr::unordered_map<long long, Piece> pieces(&arena);
+        std::pmr::unordered_map<long long, Piece> islands(&arena);
         std::vector<PointD> samples;
         std::vector<Corner> pc;
         std::vector<int> js;

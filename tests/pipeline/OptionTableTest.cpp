@@ -169,10 +169,10 @@ TEST(OptionTable, PresetsAndTheirDefaults) {
     EXPECT_EQ(o.max_colors, 0);  // any number of colours: exact regions cost no more
     EXPECT_EQ(o.exact_regions, 1);
     OptionTable::preset(o, "photo");
-    EXPECT_EQ(o.curve_tolerance, 6);
+    EXPECT_EQ(o.curve_tolerance, 2);
     EXPECT_EQ(o.merge_drop, 3);
     EXPECT_EQ(om1::OptionsRecord::toTrace(o).mergeDrop, 3);
-    EXPECT_EQ(om1::OptionsRecord::toOutput(o).curveTolerance, 6);
+    EXPECT_EQ(om1::OptionsRecord::toOutput(o).curveTolerance, 2);
     OptionTable::preset(o, "plain");
     EXPECT_EQ(o.fixed_seeds, 1);
     EXPECT_EQ(o.exact_regions, 0);

@@ -625,7 +625,14 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         // The optimal polygon of the points as moved (or
                         // not): the same for every tolerance.
                         std::vector<int> polygons[2];
+                        // The progress hears of every fit (a long piece
+                        // takes tens of milliseconds for each).
+                        bool stopped = false;
                         auto consider = [&](const OutlineFitter::Settings& fs, bool moved) {
+                            if (stopped || !done(8 * static_cast<size_t>(steps))) {
+                                stopped = true;
+                                return size_t(0);
+                            }
                             points.front() = moved && moveStart ? startX : A;
                             points.back() = moved && moveEnd ? endX : B;
                             if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved]))
@@ -711,7 +718,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         found[j] = &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] =
                                          std::move(p));
                         reversed[j] = 0;
-                        if (!done(8 * static_cast<size_t>(steps))) return false;
+                        if (stopped || !done(8 * static_cast<size_t>(steps))) return false;
                     }
                 }
                 Uses u;

@@ -255,10 +255,12 @@ int Result::State::view(View& v, bool joinParts, Progress* progress) {
     } catch (...) {
         v.built = false;
     }
-    if (!v.built) v.set = ShapeSet();
     v.ms +=
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+    // Stopped: the unfinished shapes stay until the next build or the
+    // result's end frees them, so that the stop returns at once.
     if (progress && progress->stopped()) return OM1_CANCELLED;
+    if (!v.built) v.set = ShapeSet();
     v.tried = true;
     return v.built ? OM1_OK : OM1_OUT_OF_MEMORY;
 }

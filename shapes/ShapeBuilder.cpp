@@ -357,9 +357,12 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
                          int width, int height, const OutputOptions& options, ShapeSet& out,
                          const RGBQUAD* input, const std::function<bool(double)>& progress) {
     start(out, width, height, options);
-    // (A stop empties the shapes on the way out, never while they are built.)
+    // (A stop leaves the unfinished shapes to their owner; see the header.)
+    bool stopped = false;
     const std::function<bool(double)> at = [&](double share) {
-        return !progress || progress(share);
+        if (!progress || progress(share)) return true;
+        stopped = true;
+        return false;
     };
     const uint8_t* levels = pixels ? alpha.levels : nullptr;
     bool built = false;
@@ -377,7 +380,7 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
     } catch (...) {
         built = false;
     }
-    if (!built) out.shapes.clear();
+    if (!built && !stopped) out.shapes.clear();
     return built;
 }
 
@@ -386,8 +389,11 @@ bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const Out
                          const std::function<bool(double)>& progress) {
     start(out, regions.width, regions.height, options);
     if (regions.nodes.empty()) return false;
+    bool stopped = false;
     const std::function<bool(double)> at = [&](double share) {
-        return !progress || progress(share);
+        if (!progress || progress(share)) return true;
+        stopped = true;
+        return false;
     };
     bool built = false;
     try {
@@ -395,7 +401,7 @@ bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const Out
     } catch (...) {
         built = false;
     }
-    if (!built) out.shapes.clear();
+    if (!built && !stopped) out.shapes.clear();
     return built;
 }
 

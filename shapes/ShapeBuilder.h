@@ -37,7 +37,10 @@ public:
     // and judges them; null: `pixels` does. False when memory runs out or
     // the size is unusable; `out` is then empty.
     // `progress`, when given, hears the share done (0..1) between the steps
-    // and between the shapes' curve fits; false stops the work (false).
+    // and between the shapes' curve fits; false stops the work (false) and
+    // leaves in `out` what was built so far, unfinished, to be freed by its
+    // owner later (freeing hundreds of thousands of shapes takes tens of
+    // milliseconds, which a stop should not wait for).
     static bool build(const KvCtree* tree, const RGBQUAD* pixels, int width, int height,
                       const OutputOptions& options, ShapeSet& out, const RGBQUAD* input = nullptr,
                       const std::function<bool(double)>& progress = {});

@@ -368,7 +368,6 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
             calls = 0;
             om1::ShapeSet stopped;
             EXPECT_FALSE(build(stopped)) << name << " call " << stopAt;
-            EXPECT_TRUE(stopped.shapes.empty()) << name;
         }
         if (tree) kvctr_deleteKvCtree(tree);
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <memory>
 #include <memory_resource>
 #include <unordered_map>
 #include <vector>
@@ -423,6 +424,38 @@ bool ownColour(const EdgeSamples::Picture& pic, const Corner& c, int d, int32_t 
 
 }  // namespace
 
+namespace {
+
+// Every loop made of pieces, put together once every loop has been seen (a
+// piece's hidden curve depends on the last loop along it).
+struct Uses {
+    Shape* shape;
+    size_t loop;
+    int shapeIndex;
+    PointD start;
+    std::vector<std::pair<Piece*, bool>> pieces;  // and whether reversed
+};
+
+// The fit's working state of every piece and loop.
+struct Work {
+    std::pmr::monotonic_buffer_resource arena;
+    std::pmr::unordered_map<long long, Piece> pieces{&arena};
+    std::pmr::unordered_map<long long, Piece> islands{&arena};
+    std::vector<Uses> uses;
+};
+
+// On a stop, hands the working state to the shape set (ShapeSet::unfinished).
+struct KeepOnStop {
+    std::shared_ptr<Work>& work;
+    ShapeSet& set;
+    const bool& stopped;
+    ~KeepOnStop() {
+        if (stopped) set.unfinished = std::move(work);
+    }
+};
+
+}  // namespace
+
 bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions& options,
                          ShapeSet& set, const std::function<bool(double)>& progress) {
     Raster r{given.labels, given.width, given.height};
@@ -431,9 +464,11 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
     size_t shape = 0;
     long long work = 0;
     const double shapes = static_cast<double>(std::max<size_t>(set.shapes.size(), 1));
+    bool stopped = false;
     const std::function<bool()> going = [&]() {
         work = 0;
-        return !progress || progress(static_cast<double>(shape) / shapes);
+        stopped = progress && !progress(static_cast<double>(shape) / shapes);
+        return !stopped;
     };
     auto done = [&](size_t steps) {
         work += static_cast<long long>(steps);
@@ -452,24 +487,17 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         // step of the loop that chose it), each chosen once and used, the
         // other way round where a loop runs it backwards, by every loop.
         // (Their nodes come from one arena, freed in a few blocks: a large
-        // picture has hundreds of thousands of pieces.)
-        std::pmr::monotonic_buffer_resource arena;
-        std::pmr::unordered_map<long long, Piece> pieces(&arena);
-        std::pmr::unordered_map<long long, Piece> islands(&arena);
+        // picture has hundreds of thousands of pieces. A stop leaves them,
+        // and the loops below, to the shape set, freed with it later.)
+        std::shared_ptr<Work> kept = std::make_shared<Work>();
+        KeepOnStop keep{kept, set, stopped};
+        auto& pieces = kept->pieces;
+        auto& islands = kept->islands;
         std::vector<PointD> samples;
         std::vector<Corner> pc;
         std::vector<int> js;
         std::vector<Piece*> found;
-        // Every loop made of pieces, put together once every loop has been
-        // seen (a piece's hidden curve depends on the last loop along it).
-        struct Uses {
-            Shape* shape;
-            size_t loop;
-            int shapeIndex;
-            PointD start;
-            std::vector<std::pair<Piece*, bool>> pieces;  // and whether reversed
-        };
-        std::vector<Uses> uses;
+        auto& uses = kept->uses;
         std::vector<uint8_t> reversed, codes;
         std::vector<PointD> points;
         Curve whole, cut, hidden;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "companion/KvCtree.h"
@@ -49,6 +50,10 @@ struct ShapeSet {
     // Traced with transparency (PixelAlpha given): shapes carry their alpha,
     // and the writers say it (SVG fill-opacity, PDF /ca, JSON, GeoJSON).
     bool transparent = false;
+    // What a stopped build leaves to be freed with the set (its working
+    // state: a large picture's takes tens of milliseconds to free, which a
+    // stop does not wait for). Null once built.
+    std::shared_ptr<void> unfinished;
 };
 
 }  // namespace om1

@@ -26,6 +26,9 @@ using Curve = std::vector<PointD>;
 // What a segment costs in squared colour error (summed over the three
 // channels) when fits of different tolerances are weighed.
 const double kSegmentCost = 1000;
+// Pieces of at most this many steps are fitted every way whatever their
+// colours (they cost little).
+const int kCheapSteps = 100;
 
 struct Raster {
     const int32_t* labels;
@@ -137,7 +140,7 @@ void cornersBetween(const std::vector<Corner>& corners, int a, int b, std::vecto
 // raster border, where the line through those samples crosses the border
 // line; inside, the point of that line nearest to c. At most `reach` pixels
 // from c; false at the raster's corners, for steps along the border and
-// where the end would move by less than a tenth of a pixel.
+// where the end would move by less than a fifth of a pixel.
 bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count, PointD& out) {
     if (count < 2) return false;
     const double reach = 0.75;
@@ -164,7 +167,7 @@ bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count
     const double t = (c.x - a.x) * ux + (c.y - a.y) * uy;
     double mx = a.x + t * ux - c.x, my = a.y + t * uy - c.y;
     const double m = std::sqrt(mx * mx + my * my);
-    if (m < 0.1) return false;
+    if (m < 0.2) return false;
     if (m > reach) mx *= reach / m, my *= reach / m;
     out = {c.x + mx, c.y + my};
     return true;
@@ -328,12 +331,18 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
         }
         return true;
     };
-    // The segments in order; one whose ends move by amounts further apart
-    // than a quarter pixel is halved first (down to a pixel long), so that
-    // the move tapers over a short stretch.
+    // The segments in order, each end moved along its normal; where two
+    // segments meet smoothly the second starts where the first ended, moved
+    // the same way, so the moved curve stays smooth there and takes no join.
+    // A segment whose move would reach a third region is halved (down to a
+    // pixel long), so that the move tapers over a short stretch.
     std::vector<std::array<PointD, 4>> todo;
     for (size_t i = c.size() - 1; i >= 3; i -= 3)
         todo.push_back({c[i - 3], c[i - 2], c[i - 1], c[i]});
+    bool chained = false;  // whether the last segment's end is known
+    PointD lastEnd = {0, 0}, lastNormal = {0, 0};
+    double lastBy = 0;
+    std::array<PointD, 4> lastGiven{};
     while (!todo.empty()) {
         const std::array<PointD, 4> seg = todo.back();
         todo.pop_back();
@@ -344,8 +353,48 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
         PointD n3 = normal(p[2], p[3]);
         if (n3.x == 0 && n3.y == 0) n3 = normal(p[1], p[3]);
         if (n3.x == 0 && n3.y == 0) n3 = normal(p[0], p[3]);
-        const double by0 = moveBy(p[0], n0), by3 = moveBy(p[3], n3);
-        if (std::fabs(by0 - by3) > 0.25 && std::hypot(p[3].x - p[0].x, p[3].y - p[0].y) > 3) {
+        // Where this segment follows the last one: nearly smooth, it starts
+        // where that one ended; at a corner, both move to where their moved
+        // lines meet (when that lies near).
+        const bool joined = chained && p[0].x == lastEnd.x && p[0].y == lastEnd.y;
+        const double turn = n0.x * lastNormal.x + n0.y * lastNormal.y;
+        double by0;
+        PointD s;
+        bool mitre = false;
+        if (joined && turn > 0.97) {
+            by0 = lastBy;
+            s = {p[0].x + lastNormal.x * lastBy, p[0].y + lastNormal.y * lastBy};
+        } else {
+            by0 = moveBy(p[0], n0);
+            s = {p[0].x + n0.x * by0, p[0].y + n0.y * by0};
+            const double det = lastNormal.x * n0.y - lastNormal.y * n0.x;
+            if (joined && std::fabs(det) > 0.2) {
+                const PointD d = {(lastBy * n0.y - by0 * lastNormal.y) / det,
+                                  (lastNormal.x * by0 - n0.x * lastBy) / det};
+                if (std::hypot(d.x, d.y) <= 2 * most) {
+                    s = {p[0].x + d.x, p[0].y + d.y};
+                    mitre = true;
+                }
+            }
+        }
+        const double by3 = moveBy(p[3], n3);
+        const PointD e = {p[3].x + n3.x * by3, p[3].y + n3.y * by3};
+        PointD moved[4] = {s,
+                           {p[1].x + s.x - p[0].x, p[1].y + s.y - p[0].y},
+                           {p[2].x + e.x - p[3].x, p[2].y + e.y - p[3].y},
+                           e};
+        // Halved too where the two ends move differently and the region on
+        // top reaches further half-way along than the move there: by more
+        // than a quarter pixel, over more than three square pixels.
+        const double length = std::hypot(p[3].x - p[0].x, p[3].y - p[0].y);
+        bool halve = !clear(moved, p, p[0]) && length > 1;
+        if (!halve && length > 3 && std::fabs(by0 - by3) > 0.25) {
+            const PointD h = point(p, 0.5), hm = point(moved, 0.5);
+            const PointD nh = normal(point(p, 0.45), point(p, 0.55));
+            const double more = moveBy(h, nh) - ((hm.x - h.x) * nh.x + (hm.y - h.y) * nh.y);
+            halve = more > 0.25 && more * length > 3;
+        }
+        if (halve) {
             auto mid = [](PointD u, PointD v) { return PointD{(u.x + v.x) / 2, (u.y + v.y) / 2}; };
             const PointD a = mid(p[0], p[1]), b = mid(p[1], p[2]), d = mid(p[2], p[3]);
             const PointD ab = mid(a, b), bd = mid(b, d), m = mid(ab, bd);
@@ -353,22 +402,42 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
             todo.push_back({p[0], a, ab, m});
             continue;
         }
+        if (mitre) {
+            // The last segment's end moves to the meeting point too.
+            const size_t k = out.size() - 4;
+            PointD last[4] = {out[k], out[k + 1], out[k + 2], out[k + 3]};
+            const PointD by = {s.x - last[3].x, s.y - last[3].y};
+            last[2] = {last[2].x + by.x, last[2].y + by.y};
+            last[3] = s;
+            if (clear(last, lastGiven.data(), lastGiven[0])) {
+                out[k + 2] = last[2];
+                out[k + 3] = last[3];
+            } else {
+                s = moved[0] = {p[0].x + n0.x * by0, p[0].y + n0.y * by0};
+                moved[1] = {p[1].x + s.x - p[0].x, p[1].y + s.y - p[0].y};
+            }
+        }
         sum += by0 + by3;
         count += 2;
-        const PointD s = {p[0].x + n0.x * by0, p[0].y + n0.y * by0},
-                     e = {p[3].x + n3.x * by3, p[3].y + n3.y * by3};
         const PointD b = out.back();
         if (std::fabs(s.x - b.x) > 1e-9 || std::fabs(s.y - b.y) > 1e-9) {
             appendLine(out, s);
             if (!clear(&out[out.size() - 4], nullptr, p[0])) return false;
         }
-        out.push_back({p[1].x + s.x - p[0].x, p[1].y + s.y - p[0].y});
-        out.push_back({p[2].x + e.x - p[3].x, p[2].y + e.y - p[3].y});
-        out.push_back(e);
-        if (!clear(&out[out.size() - 4], p, p[0])) return false;
+        out.insert(out.end(), moved + 1, moved + 4);
+        if (!clear(moved, p, p[0])) return false;
+        chained = true;
+        lastEnd = p[3];
+        lastNormal = n3;
+        lastBy = by3;
+        lastGiven = seg;
     }
-    appendLine(out, c.back());
-    return clear(&out[out.size() - 4], nullptr, c.back()) && sum >= 0.3 * count;
+    const PointD end = c.back();
+    if (out.back().x != end.x || out.back().y != end.y) {
+        appendLine(out, end);
+        if (!clear(&out[out.size() - 4], nullptr, end)) return false;
+    }
+    return sum >= 0.3 * count;
 }
 
 // The colour of every region in the picture itself: the mean over its
@@ -688,8 +757,8 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                                     chooser.error(cut, pc, in, out, true);
                             if (!under) hidden.clear();
                             double gain = 0;
-                            if (!chooser.keep(cut, pc, false, in, out, under, &gain))
-                                return segments;
+                            const bool kept = chooser.keep(cut, pc, false, in, out, under, &gain);
+                            if (!kept) return segments;
                             const double score =
                                 gain - kSegmentCost * static_cast<double>(segments);
                             if (!p.curved || score > best) {
@@ -710,7 +779,10 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             // regions: moving the edge by d over a pixel's
                             // length costs about d times it. A looser fit or
                             // an end left on its junction is tried only where
-                            // that could come to less than a few segments.
+                            // that could come to less than a few segments, or
+                            // on a short piece (where the ends, the sharp tips
+                            // of thin shapes, are least sure and the fits cost
+                            // little).
                             double contrast = 0;
                             if (weigh) {
                                 const RGBQUAD &ci = (*pic.colours)[static_cast<size_t>(in)],
@@ -723,7 +795,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             const double worth = 4 * kSegmentCost;
                             size_t segments = consider(fs, true);
                             for (int round = 1; weigh && segments > 2 && round < 3; ++round) {
-                                if (contrast * fs.tolerance > worth) break;
+                                if (steps > kCheapSteps && contrast * fs.tolerance > worth) break;
                                 fs.tolerance *= 2;
                                 segments = consider(fs, true);
                             }
@@ -734,7 +806,8 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             };
                             const double move =
                                 moveOf(moveStart, startX, A) + moveOf(moveEnd, endX, B);
-                            if (weigh && p.curved && move > 0 && contrast * move / 2 <= worth) {
+                            if (weigh && p.curved && move > 0 &&
+                                (steps <= kCheapSteps || contrast * move / 2 <= worth)) {
                                 fs.tolerance = p.tolerance;
                                 consider(fs, false);
                             }

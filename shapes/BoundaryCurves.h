@@ -18,11 +18,10 @@
 // than the staircase, the one kept has the largest gain in squared colour
 // error less a fixed cost per segment, so a soft edge, whose exact place
 // changes the colours little, gets fewer segments. (The further fits are
-// tried only between regions whose colours lie close enough for them to
-// pay.) Pieces on the raster
-// border, of
-// fewer than three steps, or that cannot be matched to the fitted curve
-// within two pixels keep the staircase. Without a picture a curve is kept
+// tried only on short pieces and between regions whose colours lie close
+// enough for them to pay.) Pieces on the raster border, of fewer than three
+// steps, or that cannot be matched to the fitted curve within two pixels
+// keep the staircase. Without a picture a curve is kept
 // when the area between it and the staircase is at most
 // `maxCurveAreaError` per step; a negative `maxCurveAreaError` keeps every
 // fitted curve.
@@ -40,7 +39,8 @@
 // as far as that region's pixels reach (up to a pixel, less the fit's
 // tolerance, tapering where the region thins or the piece ends, never onto
 // a third region's pixels; the curve then is judged as an edge between the
-// two colours alone), so the edge shows those two colours only; unless the
+// two colours alone; where the curve runs smoothly the moved curve does
+// too, with no more segments), so the edge shows those two colours only; unless the
 // edge with what lies under both showing through reproduces the picture as
 // well (CurveJudge). Straight segments that follow one another along one
 // line are joined.

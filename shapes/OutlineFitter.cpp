@@ -297,6 +297,37 @@ public:
                     hi = mid - 1;
                 }
             }
+            // Where no segment over three samples fits, the samples are
+            // noisier than the mean allows: the longest that keeps them
+            // within the tolerance, rather than a segment every two.
+            if (best < 0) {
+                relaxed_ = true;
+                lo = s + 3;
+                hi = b - 2;
+                for (int len = 4; s + len < b - 2; len *= 2) {
+                    const int e = s + len;
+                    if (!tryFit(s, e, P, pointAt(e, a, b), tP, tangentAt(e, a, b), seg,
+                                s == a && isFree(tA), false)) {
+                        hi = e - 1;
+                        break;
+                    }
+                    best = e;
+                    std::copy(seg, seg + 4, bestSeg);
+                    lo = e + 1;
+                }
+                while (lo <= hi) {
+                    const int mid = lo + (hi - lo) / 2;
+                    if (tryFit(s, mid, P, pointAt(mid, a, b), tP, tangentAt(mid, a, b), seg,
+                               s == a && isFree(tA), false)) {
+                        best = mid;
+                        std::copy(seg, seg + 4, bestSeg);
+                        lo = mid + 1;
+                    } else {
+                        hi = mid - 1;
+                    }
+                }
+                relaxed_ = false;
+            }
             if (best < 0) {
                 best = std::min(s + 2, b - 1);
                 forceFit(s, best, P, pointAt(best, a, b), tP, tangentAt(best, a, b), bestSeg);
@@ -437,8 +468,9 @@ private:
                 if (std::fabs(fd) > 1e-12) u = std::min(1.0, std::max(0.0, u - f / fd));
             }
             // Within the tolerance everywhere, and within a third of it on
-            // average (the samples' own noise stays well below that).
-            good = worst <= tol && sum <= m * (tol * tol / 9);
+            // average (the samples' own noise stays well below that), unless
+            // relaxed.
+            good = worst <= tol && (relaxed_ || sum <= m * (tol * tol / 9));
             if (good) return true;
             if (worst > 8 * tol && !sound) return false;
         }
@@ -501,6 +533,7 @@ private:
     const OutlineFitter::Settings& s_;
     std::vector<PointD>& out_;
     std::vector<double> u_;
+    bool relaxed_ = false;  // the mean error not asked for
 };
 
 }  // namespace

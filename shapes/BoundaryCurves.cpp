@@ -4,13 +4,13 @@
 #include <array>
 #include <cmath>
 #include <memory>
-#include <memory_resource>
 #include <unordered_map>
 #include <vector>
 
 #include "shapes/AreaCoverage.h"
 #include "shapes/CurveFitter.h"
 #include "shapes/CurveJudge.h"
+#include "shapes/NodeArena.h"
 #include "shapes/OutlineFitter.h"
 
 namespace om1 {
@@ -507,9 +507,11 @@ struct Uses {
 
 // The fit's working state of every piece and loop.
 struct Work {
-    std::pmr::monotonic_buffer_resource arena;
-    std::pmr::unordered_map<long long, Piece> pieces{&arena};
-    std::pmr::unordered_map<long long, Piece> islands{&arena};
+    using Map = std::unordered_map<long long, Piece, std::hash<long long>, std::equal_to<long long>,
+                                   NodeArena::Allocator<std::pair<const long long, Piece>>>;
+    NodeArena arena;
+    Map pieces{0, std::hash<long long>(), std::equal_to<long long>(), Map::allocator_type(&arena)};
+    Map islands{0, std::hash<long long>(), std::equal_to<long long>(), Map::allocator_type(&arena)};
     std::vector<Uses> uses;
 };
 

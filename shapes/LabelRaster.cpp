@@ -12,6 +12,19 @@ const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
 // The progress is asked about every this many pixels painted or looked at.
 const size_t kAskEvery = size_t{1} << 18;
+
+// Asks `going` once kAskEvery pixels were painted or looked at since it
+// last asked.
+struct Paced {
+    const std::function<bool()>& going;
+    size_t since = 0;
+    bool operator()(size_t more) {
+        since += more;
+        if (since < kAskEvery) return true;
+        since = 0;
+        return !going || going();
+    }
+};
 // Thrown inside build when the progress asks to stop.
 struct Stopped {};
 }  // namespace
@@ -64,14 +77,7 @@ bool chainOnOwnPixels(const KvCtree* t, const RGBQUAD& own, const RGBQUAD* pixel
 
 bool LabelRaster::build(const KvCtree* root, int w, int h, const RGBQUAD* pixels,
                         const std::function<bool()>& going) {
-    // Pixels painted or looked at since `going` was last asked.
-    size_t since = 0;
-    auto paced = [&](size_t more) {
-        since += more;
-        if (since < kAskEvery) return true;
-        since = 0;
-        return !going || going();
-    };
+    Paced paced{going};
     exact_ = false;
     width = w;
     height = h;
@@ -235,13 +241,7 @@ bool LabelRaster::setAlpha(const RGBQUAD* pixels, const uint8_t* levels) {
 long long LabelRaster::reconcile(const RGBQUAD* pixels, int tolerance, const uint8_t* levels,
                                  const std::function<bool()>& going) {
     if (!pixels || labels.empty() || nodes.empty()) return 0;
-    size_t since = 0;
-    auto paced = [&](size_t more) {
-        since += more;
-        if (since < kAskEvery) return true;
-        since = 0;
-        return !going || going();
-    };
+    Paced paced{going};
     const int w = width, h = height;
     long long moved = 0;
     // Whether a pixel's level fits a node's.

@@ -266,68 +266,26 @@ public:
             }
             // The longest segment that fits: doubling lengths, then halving
             // the last interval (short trial fits cost little).
-            int lo = s + 2, hi = b - 2, best = -1;
-            PointD bestSeg[4];
-            bool prefixFailed = false;
-            for (int len = 8; s + len < b - 2; len *= 2) {
-                const int e = s + len;
-                if (!tryFit(s, e, P, pointAt(e, a, b), tP, tangentAt(e, a, b), seg,
-                            s == a && isFree(tA), false)) {
-                    hi = e - 1;
-                    prefixFailed = true;
-                    break;
-                }
-                best = e;
-                std::copy(seg, seg + 4, bestSeg);
-                lo = e + 1;
-            }
+            Search f{s + 2, b - 2, -1, {}};
+            const bool prefixFailed = !doubling(f, 8, s, a, b, P, tP, tA, seg);
             if (!shortRest && !prefixFailed &&
                 tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
                 emit(seg);
                 return;
             }
-            while (lo <= hi) {
-                const int mid = lo + (hi - lo) / 2;
-                if (tryFit(s, mid, P, pointAt(mid, a, b), tP, tangentAt(mid, a, b), seg,
-                           s == a && isFree(tA), false)) {
-                    best = mid;
-                    std::copy(seg, seg + 4, bestSeg);
-                    lo = mid + 1;
-                } else {
-                    hi = mid - 1;
-                }
-            }
+            halving(f, s, a, b, P, tP, tA, seg);
             // Where no segment over three samples fits, the samples are
             // noisier than the mean allows: the longest that keeps them
             // within the tolerance, rather than a segment every two.
-            if (best < 0) {
+            if (f.best < 0) {
                 relaxed_ = true;
-                lo = s + 3;
-                hi = b - 2;
-                for (int len = 4; s + len < b - 2; len *= 2) {
-                    const int e = s + len;
-                    if (!tryFit(s, e, P, pointAt(e, a, b), tP, tangentAt(e, a, b), seg,
-                                s == a && isFree(tA), false)) {
-                        hi = e - 1;
-                        break;
-                    }
-                    best = e;
-                    std::copy(seg, seg + 4, bestSeg);
-                    lo = e + 1;
-                }
-                while (lo <= hi) {
-                    const int mid = lo + (hi - lo) / 2;
-                    if (tryFit(s, mid, P, pointAt(mid, a, b), tP, tangentAt(mid, a, b), seg,
-                               s == a && isFree(tA), false)) {
-                        best = mid;
-                        std::copy(seg, seg + 4, bestSeg);
-                        lo = mid + 1;
-                    } else {
-                        hi = mid - 1;
-                    }
-                }
+                f = Search{s + 3, b - 2, -1, {}};
+                doubling(f, 4, s, a, b, P, tP, tA, seg);
+                halving(f, s, a, b, P, tP, tA, seg);
                 relaxed_ = false;
             }
+            int best = f.best;
+            PointD* bestSeg = f.seg;
             if (best < 0) {
                 best = std::min(s + 2, b - 1);
                 forceFit(s, best, P, pointAt(best, a, b), tP, tangentAt(best, a, b), bestSeg);
@@ -336,6 +294,44 @@ public:
             P = bestSeg[3];
             tP = tangentAt(best, a, b);
             s = best;
+        }
+    }
+
+    // The search for the longest segment from sample s: lengths lo..hi
+    // still open, the longest that fitted (-1: none) and its segment.
+    struct Search {
+        int lo, hi, best;
+        PointD seg[4];
+    };
+    // Doubles the length from `len` while it fits (within the stretch
+    // a..b); false when a length failed (hi is then below it).
+    bool doubling(Search& f, int len, int s, int a, int b, PointD P, PointD tP, PointD tA,
+                  PointD* seg) {
+        for (; s + len < b - 2; len *= 2) {
+            const int e = s + len;
+            if (!tryFit(s, e, P, pointAt(e, a, b), tP, tangentAt(e, a, b), seg,
+                        s == a && isFree(tA), false)) {
+                f.hi = e - 1;
+                return false;
+            }
+            f.best = e;
+            std::copy(seg, seg + 4, f.seg);
+            f.lo = e + 1;
+        }
+        return true;
+    }
+    // Halves the open lengths down to the longest that fits.
+    void halving(Search& f, int s, int a, int b, PointD P, PointD tP, PointD tA, PointD* seg) {
+        while (f.lo <= f.hi) {
+            const int mid = f.lo + (f.hi - f.lo) / 2;
+            if (tryFit(s, mid, P, pointAt(mid, a, b), tP, tangentAt(mid, a, b), seg,
+                       s == a && isFree(tA), false)) {
+                f.best = mid;
+                std::copy(seg, seg + 4, f.seg);
+                f.lo = mid + 1;
+            } else {
+                f.hi = mid - 1;
+            }
         }
     }
 

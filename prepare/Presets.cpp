@@ -47,6 +47,10 @@ TraceOptions Presets::options(Preset p) {
             // the rest by colour, which keeps thin lines the area would cut.
             o.speckle = 2;
             o.merge = 20;
+            // ... until the picture in region means has lost 10 dB: thin
+            // bands of their own colour (shadows under shapes) stay where
+            // merging them would cost that much.
+            o.mergeDrop = 10;
             // Shadows and glows keep a few steps of opacity.
             o.alphaLevels = 4;
             o.tolerancePercent = 0;

@@ -64,10 +64,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                               const std::function<bool(double)>& progress, int threads) {
     palette.clear();
     auto at = [&](double share) { return !progress || progress(share); };
-    // In a banded pass: the first band (the calling thread) reports `share`,
-    // every band sees a stop. False: the band returns.
-    auto bandGoing = [&](std::atomic<bool>& stop, int band, double share) {
-        if (band == 0 && !at(share)) stop = true;
+    // In a banded pass at item i of its part [from, to): the first band (the
+    // calling thread) reports the pass's share, from `lo` over `span`; every
+    // band sees a stop. False: the band returns.
+    auto bandGoing = [&](std::atomic<bool>& stop, int band, long long i, long long from,
+                         long long to, double lo, double span) {
+        if (band == 0 && !at(lo + span * static_cast<double>(i - from) / (to - from))) stop = true;
         return !stop.load();
     };
     if (!pixels || width <= 0 || height <= 0 || count < 1) return false;
@@ -118,8 +120,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     uint64_t* bits = band == 0 ? present : more[band - 1].data();
                     for (long long i = b; i < e; ++i) {
                         if (((i - b) & kEvery) == kEvery &&
-                            !bandGoing(stop, band,
-                                       0.1 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                            !bandGoing(stop, band, i, b, e, 0.1, 0.2))
                             return;
                         const uint32_t c = packColour(pixels[i]);
                         bits[c >> 6] |= uint64_t{1} << (c & 63);
@@ -181,8 +182,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     uint32_t* mine = counts[band].data();
                     for (long long i = b; i < e; ++i) {
                         if (((i - b) & kEvery) == kEvery &&
-                            !bandGoing(stop, band,
-                                       0.3 + 0.2 * static_cast<double>(i - b) / (e - b)))
+                            !bandGoing(stop, band, i, b, e, 0.3, 0.2))
                             return;
                         ++mine[entryOf(static_cast<size_t>(i), last)];
                     }
@@ -277,8 +277,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 [&](int band, long long from, long long to) {
                     for (long long i = from; i < to; ++i) {
                         if ((i - from) % step == step - 1 &&
-                            !bandGoing(stop, band,
-                                       share + 0.05 * static_cast<double>(i - from) / (to - from)))
+                            !bandGoing(stop, band, i, from, to, share, 0.05))
                             return;
                         const uint32_t col = entries[i].color;
                         const double r = colourChannel(col, 0), g = colourChannel(col, 1),
@@ -342,8 +341,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 uint8_t* mine = used[band].data();
                 for (long long i = from; i < to; ++i) {
                     if (((i - from) & 0xFFFFF) == 0 &&
-                        !bandGoing(stop, band,
-                                   0.8 + 0.2 * static_cast<double>(i - from) / (to - from)))
+                        !bandGoing(stop, band, i, from, to, 0.8, 0.2))
                         return;
                     const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
                     mine[b] = 1;

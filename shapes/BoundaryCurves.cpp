@@ -725,13 +725,10 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         // not): the same for every tolerance.
                         std::vector<int> polygons[2];
                         // The progress hears of every fit (a long piece
-                        // takes tens of milliseconds for each).
-                        bool stopped = false;
+                        // takes tens of milliseconds for each); after a stop
+                        // no more fits.
                         auto consider = [&](const OutlineFitter::Settings& fs, bool moved) {
-                            if (stopped || !done(8 * static_cast<size_t>(steps))) {
-                                stopped = true;
-                                return size_t(0);
-                            }
+                            if (stopped || !done(8 * static_cast<size_t>(steps))) return size_t(0);
                             points.front() = moved && moveStart ? startX : A;
                             points.back() = moved && moveEnd ? endX : B;
                             if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved]))

@@ -35,6 +35,11 @@ PointD unit(PointD a) {
 // get vertices that are no corners, which the curve passes straight through,
 // and the polygon's cost stays linear in the boundary's length.
 const int kLongestEdge = 100;
+// A wedge's tip: an edge shorter than this (pixels) between two edges at
+// least twice as long whose directions turn by more than about 110 degrees
+// (the cosine).
+const double kTipEdge = 2.0;
+const double kTipTurn = -0.34;
 // Stretches of at most this many samples are first tried as one segment.
 const int kShortRest = 256;
 
@@ -634,9 +639,22 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
     }
     const int VV = static_cast<int>(v.size());
     // Stage 3: corners.
+    // The tip of a thin wedge: a short edge between two long ones that
+    // together turn back on themselves. Both its vertices are corners (a
+    // smooth curve round such a tip would loop).
+    auto vertexAt = [&](int e) { return v[static_cast<size_t>(((e % VV) + VV) % VV)]; };
+    std::vector<uint8_t> tip(static_cast<size_t>(VV), 0);
+    for (int e = 0; e < VV; ++e) {
+        if (!closed && (e == 0 || e + 2 >= VV)) continue;
+        const PointD a = vertexAt(e - 1), b = vertexAt(e), c = vertexAt(e + 1), d = vertexAt(e + 2);
+        const double before = norm(sub(b, a)), across = norm(sub(c, b)), after = norm(sub(d, c));
+        if (across >= kTipEdge || before < 2 * across || after < 2 * across) continue;
+        if (dot(sub(b, a), sub(d, c)) < kTipTurn * before * after)
+            tip[static_cast<size_t>(e)] = tip[static_cast<size_t>((e + 1) % VV)] = 1;
+    }
     std::vector<int> corners;
     for (int e = 0; e < VV; ++e) {
-        if (fixedEnd(e)) {
+        if (fixedEnd(e) || tip[static_cast<size_t>(e)]) {
             corners.push_back(e);
             continue;
         }

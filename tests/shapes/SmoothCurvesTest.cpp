@@ -143,6 +143,49 @@ TEST(SmoothCurves, DiscAndRectangle) {
     }
 }
 
+// Corners between the pixel corners stay sharp where the anti-aliasing
+// puts them: a rectangle is four straight segments with its corners within
+// a tenth of a pixel, and a thin wedge ends at its tip without a loop or a
+// bulge (every point of its outline within half a pixel of the wedge).
+TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
+    const double x0 = 20.3, x1 = 47.6, y0 = 12.8, y1 = 49.45;
+    const PointD tip = {80.3, 10.6}, base0 = {66.2, 58.4}, base1 = {75.7, 58.4};
+    auto side = [](PointD a, PointD b, double x, double y) {
+        return (b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x);
+    };
+    auto inWedge = [&](double x, double y) {
+        return side(tip, base1, x, y) >= 0 && side(base1, base0, x, y) >= 0 &&
+               side(base0, tip, x, y) >= 0;
+    };
+    const Picture p = antialiased("corners", 96, 64, [&](double x, double y) {
+        if (x >= x0 && x < x1 && y >= y0 && y < y1) return kBlue;
+        return inWedge(x, y) ? kRed : kWhite;
+    });
+    ShapeSet set;
+    trace(p, OutputOptions::Layout::Stacked, set);
+    const om1::Shape *box = shapeOf(set, kBlue), *wedge = shapeOf(set, kRed);
+    ASSERT_NE(box, nullptr);
+    ASSERT_NE(wedge, nullptr);
+    const std::vector<PointD>& c = box->curves[0];
+    ASSERT_EQ(segments(c), 4u);
+    for (size_t i = 0; i < c.size(); i += 3) {
+        EXPECT_NEAR(std::min(std::fabs(c[i].x - x0), std::fabs(c[i].x - x1)), 0, 0.1) << c[i].x;
+        EXPECT_NEAR(std::min(std::fabs(c[i].y - y0), std::fabs(c[i].y - y1)), 0, 0.1) << c[i].y;
+    }
+    auto distance = [](PointD q, PointD a, PointD b) {
+        const double dx = b.x - a.x, dy = b.y - a.y;
+        const double t = std::max(0.0, std::min(1.0, ((q.x - a.x) * dx + (q.y - a.y) * dy) /
+                                                         (dx * dx + dy * dy)));
+        return std::hypot(q.x - a.x - t * dx, q.y - a.y - t * dy);
+    };
+    double outside = 0;
+    for (const PointD& q : flat(wedge->curves[0]))
+        if (!inWedge(q.x, q.y))
+            outside = std::max(outside, std::min({distance(q, tip, base1), distance(q, base1, base0),
+                                                  distance(q, base0, tip)}));
+    EXPECT_LT(outside, 0.5);
+}
+
 // A slanted anti-aliased edge lands within 0.1 px of its true position,
 // between the pixel corners, at several slopes and offsets.
 TEST(SmoothCurves, SlantedEdgeWithinATenth) {

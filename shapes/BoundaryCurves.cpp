@@ -553,6 +553,8 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
             pic.colours = &own;
         }
         Chooser chooser(given, options);
+        const OutlineFitter::Settings fitSettings =
+            CurveFitter::settings(options.curveTolerance, given.width, given.height);
         // Every piece between junctions, by the key of its first step, and
         // every loop without junctions (`islands`, by the key of the first
         // step of the loop that chose it), each chosen once and used, the
@@ -594,7 +596,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 };
                 auto fitWhole = [&]() {
                     EdgeSamples::sample(loop, pic, samples);
-                    CurveFitter::fitLoop(loop, samples, options.curveTolerance, whole);
+                    CurveFitter::fitLoop(loop, samples, fitSettings, whole);
                 };
                 if (js.empty()) {
                     // An island: find it run either way by an earlier loop.
@@ -770,8 +772,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                             return segments;
                         };
                         if (!exact && steps >= 2 && out >= 0) {
-                            OutlineFitter::Settings fs =
-                                CurveFitter::settings(options.curveTolerance);
+                            OutlineFitter::Settings fs = fitSettings;
                             const bool weigh =
                                 given.pixels && pic.colours && options.maxCurveAreaError >= 0;
                             // The squared colour distance between the two

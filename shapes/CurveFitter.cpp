@@ -37,17 +37,18 @@ double CurveFitter::area(const std::vector<PointD>& c) {
     return a / 2;
 }
 
-OutlineFitter::Settings CurveFitter::settings(int curveTolerance) {
+OutlineFitter::Settings CurveFitter::settings(int curveTolerance, int width, int height) {
     OutlineFitter::Settings s;
     s.tolerance = curveTolerance <= 0 ? 0.15 : 0.3 * curveTolerance;
+    const double side = std::sqrt(static_cast<double>(std::max(width, 0)) * std::max(height, 0));
+    s.tolerance *= std::max(0.5, std::min(1.0, side / 256));
     return s;
 }
 
 bool CurveFitter::fitLoop(const CrackLoop& loop, const std::vector<PointD>& samples,
-                          int curveTolerance, std::vector<PointD>& out) {
+                          const OutlineFitter::Settings& settings, std::vector<PointD>& out) {
     out.clear();
-    if (loop.codes.size() >= 8 &&
-        OutlineFitter::fit(samples, loop.codes, settings(curveTolerance), out)) {
+    if (loop.codes.size() >= 8 && OutlineFitter::fit(samples, loop.codes, settings, out)) {
         // A fit that turned inside out or lost most of the area is no fit.
         const double a = static_cast<double>(loop.area());
         if (std::fabs(area(out) - a) <= 0.5 * std::fabs(a)) return true;

@@ -174,15 +174,16 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
     }
     auto distance = [](PointD q, PointD a, PointD b) {
         const double dx = b.x - a.x, dy = b.y - a.y;
-        const double t = std::max(0.0, std::min(1.0, ((q.x - a.x) * dx + (q.y - a.y) * dy) /
-                                                         (dx * dx + dy * dy)));
+        const double t = std::max(
+            0.0, std::min(1.0, ((q.x - a.x) * dx + (q.y - a.y) * dy) / (dx * dx + dy * dy)));
         return std::hypot(q.x - a.x - t * dx, q.y - a.y - t * dy);
     };
     double outside = 0;
     for (const PointD& q : flat(wedge->curves[0]))
         if (!inWedge(q.x, q.y))
-            outside = std::max(outside, std::min({distance(q, tip, base1), distance(q, base1, base0),
-                                                  distance(q, base0, tip)}));
+            outside =
+                std::max(outside, std::min({distance(q, tip, base1), distance(q, base1, base0),
+                                            distance(q, base0, tip)}));
     EXPECT_LT(outside, 0.5);
 }
 

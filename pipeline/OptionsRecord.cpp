@@ -49,6 +49,7 @@ OutputOptions OptionsRecord::toOutput(const om1_options& o) {
     // are corrected against the picture.
     out.reconcileTolerance = static_cast<int>(o.tolerance * 2.55);
     out.background = o.background >= 0 ? o.background : 0xFFFFFF;
+    out.threads = o.threads;
     return out;
 }
 

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <memory>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -176,8 +179,11 @@ bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count
 // Whether a fitted piece (or an island's whole curve) stays: see the header.
 class Chooser {
 public:
-    Chooser(const EdgeSamples::Picture& pic, const OutputOptions& options)
-        : pic_(pic), options_(options) {}
+    // `judged`: the picture the judge reads (`pic` itself, or without
+    // pixels the flat picture of the labels' colours: FlatPicture).
+    Chooser(const EdgeSamples::Picture& pic, const EdgeSamples::Picture& judged,
+            const OutputOptions& options)
+        : pic_(pic), judged_(judged), options_(options) {}
 
     // `gain`, when given, gets how much less squared colour error the curve
     // gives than the staircase (0 without a picture).
@@ -188,7 +194,7 @@ public:
         if (out < 0 || in < 0) return false;
         // With the earlier region drawn on under the later one, the edge
         // shows the two regions alone.
-        EdgeSamples::Picture judged = judgePicture();
+        EdgeSamples::Picture judged = judged_;
         if (underneath) judged.parents = nullptr;
         const CurveJudge::Errors e =
             CurveJudge::compare(curve, stair, closed, in, out, judged, cov_, cells_);
@@ -203,34 +209,35 @@ public:
     // its two regions alone).
     double error(const Curve& curve, const std::vector<Corner>& stair, int32_t in, int32_t out,
                  bool flat) {
-        EdgeSamples::Picture judged = judgePicture();
+        EdgeSamples::Picture judged = judged_;
         if (flat) judged.parents = nullptr;
         return CurveJudge::compare(curve, stair, false, in, out, judged, cov_, cells_).curve;
     }
 
 private:
-    // Without a picture the judge still measures the area between the two;
-    // every pixel then reads as its label's colour.
-    const EdgeSamples::Picture& judgePicture() {
-        if (pic_.pixels) return pic_;
-        if (flat_.empty()) {
-            flat_.resize(static_cast<size_t>(pic_.width) * pic_.height);
-            for (size_t i = 0; i < flat_.size(); ++i) {
-                const int32_t l = pic_.labels[i];
-                flat_[i] = l >= 0 ? (*pic_.colours)[static_cast<size_t>(l)] : RGBQUAD{};
-            }
-            flatPic_ = pic_;
-            flatPic_.pixels = flat_.data();
-        }
-        return flatPic_;
-    }
-
     const EdgeSamples::Picture& pic_;
+    const EdgeSamples::Picture& judged_;
     const OutputOptions& options_;
     AreaCoverage cov_;
     std::vector<AreaCoverage::Cell> cells_;
-    std::vector<RGBQUAD> flat_;
-    EdgeSamples::Picture flatPic_;
+};
+
+// Without a picture the judge still measures the area between a curve and
+// its staircase: every pixel then reads as its label's colour. Made once,
+// read by every thread's Chooser.
+struct FlatPicture {
+    std::vector<RGBQUAD> pixels;
+    EdgeSamples::Picture pic;
+
+    explicit FlatPicture(const EdgeSamples::Picture& given) : pic(given) {
+        if (given.pixels) return;
+        pixels.resize(static_cast<size_t>(given.width) * given.height);
+        for (size_t i = 0; i < pixels.size(); ++i) {
+            const int32_t l = given.labels[i];
+            pixels[i] = l >= 0 ? (*given.colours)[static_cast<size_t>(l)] : RGBQUAD{};
+        }
+        pic.pixels = pixels.data();
+    }
 };
 
 // The labels on either side of the step that leaves corner k of a loop.
@@ -250,7 +257,7 @@ namespace {
 // A piece of boundary as chosen once for every loop that runs along it.
 struct Piece {
     Curve curve;  // from the first step's corner onwards
-    bool curved;
+    bool curved = false;
     // Stacked siblings: the curve moved under the region drawn on top
     // (label `top`, on the piece's `in` side when topIn), for every loop
     // along the piece but the one drawn last (empty: none).
@@ -495,6 +502,13 @@ bool ownColour(const EdgeSamples::Picture& pic, const Corner& c, int d, int32_t 
 
 namespace {
 
+// How a loop runs along one of its pieces.
+struct PieceUse {
+    Piece* piece;
+    bool reversed;
+    bool claimed;  // the loop fits it (the first loop along it)
+};
+
 // Every loop made of pieces, put together once every loop has been seen (a
 // piece's hidden curve depends on the last loop along it).
 struct Uses {
@@ -502,7 +516,16 @@ struct Uses {
     size_t loop;
     int shapeIndex;
     PointD start;
-    std::vector<std::pair<Piece*, bool>> pieces;  // and whether reversed
+    std::vector<PieceUse> pieces;
+};
+
+// A loop without junctions and the island it runs along.
+struct IslandUse {
+    Shape* shape;
+    size_t loop;
+    Piece* piece;
+    bool back;     // runs it the other way round
+    bool claimed;  // fits it
 };
 
 // The fit's working state of every piece and loop.
@@ -513,6 +536,7 @@ struct Work {
     Map pieces{0, std::hash<long long>(), std::equal_to<long long>(), Map::allocator_type(&arena)};
     Map islands{0, std::hash<long long>(), std::equal_to<long long>(), Map::allocator_type(&arena)};
     std::vector<Uses> uses;
+    std::vector<IslandUse> islandUses;
 };
 
 // On a stop, hands the working state to the shape set (ShapeSet::unfinished).
@@ -525,20 +549,284 @@ struct KeepOnStop {
     }
 };
 
+// Asked before every fit with the fit's size in steps; false: no more fits.
+using Going = std::function<bool(size_t)>;
+
+// The fits of the pieces and islands a loop claims, with the scratch of one
+// thread. What it reads is shared and left as it is; each fit writes only
+// the curves of its own piece.
+class PieceFitter {
+public:
+    // `given`: the picture as the caller gave it; `pic`: with the regions'
+    // colours measured in the picture (interiorColours).
+    PieceFitter(const Raster& r, const EdgeSamples::Picture& given, const EdgeSamples::Picture& pic,
+                const EdgeSamples::Picture& judged, const OutputOptions& options)
+        : r_(r),
+          given_(given),
+          pic_(pic),
+          options_(options),
+          settings_(CurveFitter::settings(options.curveTolerance, given.width, given.height)),
+          chooser_(given, judged, options) {}
+
+    // False when `going` answered false.
+    bool island(IslandUse& u, const Going& going) {
+        const CrackLoop& loop = u.shape->loops[u.loop];
+        corners_ = loop.corners();
+        const int n = static_cast<int>(corners_.size());
+        if (!going(8 * static_cast<size_t>(n))) return false;
+        int32_t in, out;
+        sides(r_, loop, corners_, 0, in, out);
+        EdgeSamples::sample(loop, pic_, samples_);
+        CurveFitter::fitLoop(loop, samples_, settings_, whole_);
+        Piece& p = *u.piece;
+        p.curved = !stairs(in, out) && chooser_.keep(whole_, corners_, true, in, out);
+        if (p.curved)
+            p.curve = whole_;
+        else
+            CurveFitter::polygonCurve(loop, p.curve);
+        return true;
+    }
+
+    // The pieces the loop of `u` claims, each between two of its junctions
+    // (`u.pieces` in the order of the junctions from the loop's first
+    // corner). False when `going` answered false.
+    bool pieces(Uses& u, const Going& going) {
+        const CrackLoop& loop = u.shape->loops[u.loop];
+        corners_ = loop.corners();
+        const int n = static_cast<int>(corners_.size());
+        js_.clear();
+        for (int k = 0; k < n; ++k)
+            if (r_.junction(corners_[k].x, corners_[k].y)) js_.push_back(k);
+        const size_t J = js_.size();
+        EdgeSamples::sample(loop, pic_, samples_);
+        for (size_t j = 0; j < J; ++j) {
+            if (!u.pieces[j].claimed) continue;
+            const int a = js_[j], b = js_[(j + 1) % J];
+            if (!piece(loop, a, b, *u.pieces[j].piece, going)) return false;
+        }
+        return true;
+    }
+
+private:
+    // Whether a piece between these regions keeps its staircase.
+    bool stairs(int32_t a, int32_t b) const {
+        const std::vector<uint8_t>* k = pic_.staircase;
+        return k && ((a >= 0 && static_cast<size_t>(a) < k->size() && (*k)[a]) ||
+                     (b >= 0 && static_cast<size_t>(b) < k->size() && (*k)[b]));
+    }
+
+    // The piece of `loop` from corner a to corner b (junctions), into the
+    // curves of `slot`.
+    bool piece(const CrackLoop& loop, int a, int b, Piece& slot, const Going& going) {
+        const Raster& r = r_;
+        const EdgeSamples::Picture& given = given_;
+        const EdgeSamples::Picture& pic = pic_;
+        const OutputOptions& options = options_;
+        const std::vector<Corner>& corners = corners_;
+        const int n = static_cast<int>(corners.size());
+        std::vector<PointD>& points = points_;
+        std::vector<uint8_t>& codes = codes_;
+        std::vector<Corner>& pc = pc_;
+        Curve& cut = cut_;
+        Curve& hidden = hidden_;
+        Chooser& chooser = chooser_;
+        int32_t in, out;
+        sides(r, loop, corners, a, in, out);
+        cornersBetween(corners, a, b, pc);
+        // The piece through its samples, from junction to junction.
+        const int steps = static_cast<int>(pc.size()) - 1;
+        points.clear();
+        codes.clear();
+        points.push_back({static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)});
+        codes.push_back(loop.codes[a]);
+        for (int k = 0; k < steps; ++k) {
+            const int i = (a + k) % n;
+            points.push_back(samples_[i]);
+            codes.push_back(loop.codes[i]);
+        }
+        points.push_back({static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)});
+        codes.push_back(loop.codes[(b + n - 1) % n]);
+        // The fit runs between where the edge really ends near the junctions
+        // (edgeEnd); a straight piece joins it to each junction, so that
+        // every piece still meets its neighbours there.
+        const int firstSamples = std::min(4, steps);
+        PointD startX, endX;
+        std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
+        std::reverse(tail.begin(), tail.end());
+        const bool moveStart =
+            edgeEnd(r, corners[a], loop.codes[a], &points[1], firstSamples, startX);
+        const bool moveEnd = edgeEnd(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
+                                     tail.data(), firstSamples, endX);
+        // Where the picture shows both regions in their own colours on every
+        // step, the staircase is exact.
+        bool exact = given.pixels != nullptr;
+        for (int k = 0; k < steps && exact; ++k) {
+            int32_t li, lo;
+            const int i = (a + k) % n;
+            sides(r, loop, corners, i, li, lo);
+            exact = lo >= 0 && li >= 0 && ownColour(given, corners[i], loop.codes[i], li, lo);
+        }
+        exact = exact || stairs(in, out);
+        // The fit at the tolerance asked and, where it takes more than two
+        // segments and the picture can judge, at twice and four times it:
+        // the one kept is the one whose gain over the staircase, less
+        // `kSegmentCost` per segment, is largest (a soft edge, whose exact
+        // place changes the colours little, gets fewer segments).
+        const bool topIn = in > out;
+        const int32_t top = topIn ? in : out, self = topIn ? out : in;
+        Piece p;
+        p.curved = false;
+        p.topIn = topIn;
+        double best = 0;
+        const PointD A = {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)};
+        const PointD B = {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)};
+        // The optimal polygon of the points as moved (or not): the same for
+        // every tolerance.
+        std::vector<int> polygons[2];
+        // One fit: its segments (0: none), kept in `p` when it scores best
+        // so far. `going` hears of every fit (a long piece takes tens of
+        // milliseconds for each); after a stop no more fits.
+        bool stopped = false;
+        auto consider = [&](const OutlineFitter::Settings& fs, bool moved) {
+            if (stopped || !going(8 * static_cast<size_t>(steps))) {
+                stopped = true;
+                return size_t(0);
+            }
+            points.front() = moved && moveStart ? startX : A;
+            points.back() = moved && moveEnd ? endX : B;
+            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved])) return size_t(0);
+            if (moved && (moveStart || moveEnd)) {
+                Curve joined;
+                joined.push_back(A);
+                if (moveStart) appendLine(joined, startX);
+                joined.insert(joined.end(), cut.begin() + 1, cut.end());
+                if (moveEnd) appendLine(joined, B);
+                cut.swap(joined);
+            }
+            const size_t segments = (cut.size() - 1) / 3;
+            // Stacked siblings: the earlier drawn on under the later one, as
+            // far as the later one's pixels reach (up to a pixel under it,
+            // else half a pixel), unless the edge with what lies under both
+            // showing through is as true to the picture.
+            const bool under =
+                !given.staircase && stackedSiblings(given, in, out) &&
+                (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
+                 hiddenCurve(r, cut, topIn, top, self, 0.5, fs.tolerance, hidden)) &&
+                chooser.error(cut, pc, in, out, false) > chooser.error(cut, pc, in, out, true);
+            if (!under) hidden.clear();
+            double gain = 0;
+            const bool kept = chooser.keep(cut, pc, false, in, out, under, &gain);
+            if (!kept) return segments;
+            const double score = gain - kSegmentCost * static_cast<double>(segments);
+            if (!p.curved || score > best) {
+                p.curved = true;
+                best = score;
+                p.curve.swap(cut);
+                p.hidden.swap(hidden);
+                p.tolerance = fs.tolerance;
+            }
+            return segments;
+        };
+        if (!exact && steps >= 2 && out >= 0) {
+            OutlineFitter::Settings fs = settings_;
+            const bool weigh = given.pixels && pic.colours && options.maxCurveAreaError >= 0;
+            // The squared colour distance between the two regions: moving
+            // the edge by d over a pixel's length costs about d times it. A
+            // looser fit or an end left on its junction is tried only where
+            // that could come to less than a few segments, or on a short
+            // piece (where the ends, the sharp tips of thin shapes, are least
+            // sure and the fits cost little).
+            double contrast = 0;
+            if (weigh) {
+                const RGBQUAD &ci = (*pic.colours)[static_cast<size_t>(in)],
+                              &co = (*pic.colours)[static_cast<size_t>(out)];
+                const double dr = ci.rgbRed - co.rgbRed, dg = ci.rgbGreen - co.rgbGreen,
+                             db = ci.rgbBlue - co.rgbBlue;
+                contrast = dr * dr + dg * dg + db * db;
+            }
+            const double worth = 4 * kSegmentCost;
+            size_t segments = consider(fs, true);
+            for (int round = 1; weigh && segments > 2 && round < 3; ++round) {
+                if (steps > kCheapSteps && contrast * fs.tolerance > worth) break;
+                fs.tolerance *= 2;
+                segments = consider(fs, true);
+            }
+            // The ends left on the junctions save a segment each.
+            auto moveOf = [](bool moved, PointD to, PointD from) {
+                return moved ? std::hypot(to.x - from.x, to.y - from.y) : 0.0;
+            };
+            const double move = moveOf(moveStart, startX, A) + moveOf(moveEnd, endX, B);
+            if (weigh && p.curved && move > 0 &&
+                (steps <= kCheapSteps || contrast * move / 2 <= worth)) {
+                fs.tolerance = p.tolerance;
+                consider(fs, false);
+            }
+        }
+        if (stopped) return false;
+        if (!p.curved) {
+            straightPiece(pc, p.curve);
+            p.hidden.clear();
+        }
+        // The slot's uses (lastShape, lastForward, users) were counted when
+        // the loops were walked.
+        slot.curve.swap(p.curve);
+        slot.hidden.swap(p.hidden);
+        slot.curved = p.curved;
+        slot.topIn = p.topIn;
+        slot.tolerance = p.tolerance;
+        return true;
+    }
+
+    const Raster& r_;
+    const EdgeSamples::Picture& given_;
+    const EdgeSamples::Picture& pic_;
+    const OutputOptions& options_;
+    const OutlineFitter::Settings settings_;  // the fit's, for the picture's size
+    Chooser chooser_;
+    std::vector<Corner> corners_, pc_;
+    std::vector<int> js_;
+    std::vector<PointD> samples_, points_;
+    std::vector<uint8_t> codes_;
+    Curve whole_, cut_, hidden_;
+};
+
+// How many threads fit the pieces of a picture of `pixels`: as many as
+// `threads` (0: one per core, at most 64) from a million pixels on, where a
+// second thread saves more than it costs; else one.
+int fitThreads(int threads, long long pixels) {
+    if (pixels < (1LL << 20)) return 1;
+    if (threads <= 0) threads = static_cast<int>(std::thread::hardware_concurrency());
+    return std::min(std::max(threads, 1), 64);
+}
+
+// Ends the fitting threads before the state they read goes: tells them to
+// stop (after their current fit) and waits for them.
+struct JoinAll {
+    std::vector<std::thread>& threads;
+    std::atomic<bool>& stop;
+    ~JoinAll() {
+        stop = true;
+        for (std::thread& t : threads)
+            if (t.joinable()) t.join();
+    }
+};
+
 }  // namespace
 
 bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions& options,
                          ShapeSet& set, const std::function<bool(double)>& progress) {
     Raster r{given.labels, given.width, given.height};
-    // The progress hears the share of the shapes done once some thousands
-    // of steps were walked or fitted since it last heard.
-    size_t shape = 0;
+    // The progress hears the share done (`share`, set by each pass) once
+    // some thousands of steps were walked or fitted since it last heard:
+    // the walk over the loops to 0.2, the fits to 0.9, the loops put
+    // together to 1.
+    double share = 0;
     long long work = 0;
     const double shapes = static_cast<double>(std::max<size_t>(set.shapes.size(), 1));
     bool stopped = false;
     const std::function<bool()> going = [&]() {
         work = 0;
-        stopped = progress && !progress(static_cast<double>(shape) / shapes);
+        stopped = progress && !progress(share);
         return !stopped;
     };
     auto done = [&](size_t steps) {
@@ -552,9 +840,6 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
             if (!interiorColours(pic, own, going)) return false;
             pic.colours = &own;
         }
-        Chooser chooser(given, options);
-        const OutlineFitter::Settings fitSettings =
-            CurveFitter::settings(options.curveTolerance, given.width, given.height);
         // Every piece between junctions, by the key of its first step, and
         // every loop without junctions (`islands`, by the key of the first
         // step of the loop that chose it), each chosen once and used, the
@@ -566,82 +851,63 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         KeepOnStop keep{kept, set, stopped};
         auto& pieces = kept->pieces;
         auto& islands = kept->islands;
-        std::vector<PointD> samples;
-        std::vector<Corner> pc;
+        auto& uses = kept->uses;
+        auto& islandUses = kept->islandUses;
+        std::vector<Corner> corners;
         std::vector<int> js;
         std::vector<Piece*> found;
-        auto& uses = kept->uses;
-        std::vector<uint8_t> reversed, codes;
-        std::vector<PointD> points;
-        Curve whole, cut, hidden;
+        std::vector<uint8_t> reversed;
+        // What to fit: the loops that claim pieces (an index into `uses`)
+        // and the islands (`uses.size()` + an index into `islandUses`).
+        std::vector<size_t> jobs;
+        std::vector<size_t> islandJobs;
 
+        // 1. Every loop in order: its junctions, and which pieces it is the
+        // first to run along (it claims them: it fits them, from its own
+        // samples).
         for (size_t si = 0; si < set.shapes.size(); ++si) {
             Shape& s = set.shapes[si];
-            shape = si;
+            share = 0.2 * static_cast<double>(si) / shapes;
             s.curves.assign(s.loops.size(), Curve());
             for (size_t li = 0; li < s.loops.size(); ++li) {
                 const CrackLoop& loop = s.loops[li];
-                const std::vector<Corner> corners = loop.corners();
+                corners = loop.corners();
                 const int n = static_cast<int>(corners.size());
                 if (!done(corners.size())) return false;
-                Curve& result = s.curves[li];
                 js.clear();
                 for (int k = 0; k < n; ++k)
                     if (r.junction(corners[k].x, corners[k].y)) js.push_back(k);
-                // Whether a piece between these regions keeps its staircase.
-                auto stairs = [&](int32_t a, int32_t b) {
-                    const std::vector<uint8_t>* k = pic.staircase;
-                    return k && ((a >= 0 && static_cast<size_t>(a) < k->size() && (*k)[a]) ||
-                                 (b >= 0 && static_cast<size_t>(b) < k->size() && (*k)[b]));
-                };
-                auto fitWhole = [&]() {
-                    EdgeSamples::sample(loop, pic, samples);
-                    CurveFitter::fitLoop(loop, samples, fitSettings, whole);
-                };
                 if (js.empty()) {
                     // An island: find it run either way by an earlier loop.
-                    const Piece* theirs = nullptr;
-                    bool back = false;
-                    for (int k = 0; k < n && !theirs; ++k) {
+                    IslandUse u{&s, li, nullptr, false, false};
+                    for (int k = 0; k < n && !u.piece; ++k) {
                         const int dk = loop.codes[k];
                         auto it = islands.find(key(corners[k].x, corners[k].y, dk));
                         if (it != islands.end()) {
-                            theirs = &it->second;
+                            u.piece = &it->second;
                             break;
                         }
                         const Corner e = {corners[k].x + kDx[dk], corners[k].y + kDy[dk]};
                         it = islands.find(key(e.x, e.y, (dk + 2) & 3));
                         if (it != islands.end()) {
-                            theirs = &it->second;
-                            back = true;
+                            u.piece = &it->second;
+                            u.back = true;
                         }
                     }
-                    if (!theirs) {
-                        int32_t in, out;
-                        sides(r, loop, corners, 0, in, out);
-                        fitWhole();
-                        Piece p;
-                        p.curved = !stairs(in, out) && chooser.keep(whole, corners, true, in, out);
-                        if (p.curved)
-                            p.curve = whole;
-                        else
-                            CurveFitter::polygonCurve(loop, p.curve);
-                        theirs = &(islands[key(corners[0].x, corners[0].y, loop.codes[0])] =
-                                       std::move(p));
-                        if (!done(8 * static_cast<size_t>(n))) return false;
+                    if (!u.piece) {
+                        u.piece =
+                            &(islands[key(corners[0].x, corners[0].y, loop.codes[0])] = Piece());
+                        u.claimed = true;
+                        islandJobs.push_back(islandUses.size());
                     }
-                    if (back)
-                        result.assign(theirs->curve.rbegin(), theirs->curve.rend());
-                    else
-                        result = theirs->curve;
-                    set.curvedLoops += theirs->curved;
+                    ++u.piece->users;
+                    islandUses.push_back(u);
                     continue;
                 }
                 // The pieces chosen before, run either way.
                 const size_t J = js.size();
                 found.assign(J, nullptr);
                 reversed.assign(J, 0);
-                bool missing = false;
                 for (size_t j = 0; j < J; ++j) {
                     const int a = js[j], b = js[(j + 1) % J];
                     auto it = pieces.find(key(corners[a].x, corners[a].y, loop.codes[a]));
@@ -650,177 +916,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         it = pieces.find(key(corners[b].x, corners[b].y, (dl + 2) & 3));
                         reversed[j] = 1;
                     }
-                    if (it != pieces.end())
-                        found[j] = &it->second;
-                    else
-                        missing = true;
-                }
-                if (missing) {
-                    EdgeSamples::sample(loop, pic, samples);
-                    for (size_t j = 0; j < J; ++j) {
-                        if (found[j]) continue;
-                        const size_t j2 = (j + 1) % J;
-                        const int a = js[j], b = js[j2];
-                        int32_t in, out;
-                        sides(r, loop, corners, a, in, out);
-                        cornersBetween(corners, a, b, pc);
-                        // The piece through its samples, from junction to
-                        // junction.
-                        const int steps = static_cast<int>(pc.size()) - 1;
-                        points.clear();
-                        codes.clear();
-                        points.push_back(
-                            {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)});
-                        codes.push_back(loop.codes[a]);
-                        for (int k = 0; k < steps; ++k) {
-                            const int i = (a + k) % n;
-                            points.push_back(samples[i]);
-                            codes.push_back(loop.codes[i]);
-                        }
-                        points.push_back(
-                            {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)});
-                        codes.push_back(loop.codes[(b + n - 1) % n]);
-                        // The fit runs between where the edge really ends
-                        // near the junctions (edgeEnd); a straight piece
-                        // joins it to each junction, so that every piece
-                        // still meets its neighbours there.
-                        const int firstSamples = std::min(4, steps);
-                        PointD startX, endX;
-                        std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
-                        std::reverse(tail.begin(), tail.end());
-                        const bool moveStart =
-                            edgeEnd(r, corners[a], loop.codes[a], &points[1], firstSamples, startX);
-                        const bool moveEnd =
-                            edgeEnd(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
-                                    tail.data(), firstSamples, endX);
-                        // Where the picture shows both regions in their own
-                        // colours on every step, the staircase is exact.
-                        bool exact = given.pixels != nullptr;
-                        for (int k = 0; k < steps && exact; ++k) {
-                            int32_t li, lo;
-                            const int i = (a + k) % n;
-                            sides(r, loop, corners, i, li, lo);
-                            exact = lo >= 0 && li >= 0 &&
-                                    ownColour(given, corners[i], loop.codes[i], li, lo);
-                        }
-                        exact = exact || stairs(in, out);
-                        // The fit at the tolerance asked and, where it takes
-                        // more than two segments and the picture can judge,
-                        // at twice and four times it: the one kept is the
-                        // one whose gain over the staircase, less
-                        // `kSegmentCost` per segment, is largest (a soft edge,
-                        // whose exact place changes the colours little, gets
-                        // fewer segments).
-                        const bool topIn = in > out;
-                        const int32_t top = topIn ? in : out, self = topIn ? out : in;
-                        Piece p;
-                        p.curved = false;
-                        p.topIn = topIn;
-                        double best = 0;
-                        const PointD A = {static_cast<double>(corners[a].x),
-                                          static_cast<double>(corners[a].y)};
-                        const PointD B = {static_cast<double>(corners[b].x),
-                                          static_cast<double>(corners[b].y)};
-                        // One fit: its segments (0: none), kept in `p` when
-                        // it scores best so far.
-                        // The optimal polygon of the points as moved (or
-                        // not): the same for every tolerance.
-                        std::vector<int> polygons[2];
-                        // The progress hears of every fit (a long piece
-                        // takes tens of milliseconds for each); after a stop
-                        // no more fits.
-                        auto consider = [&](const OutlineFitter::Settings& fs, bool moved) {
-                            if (stopped || !done(8 * static_cast<size_t>(steps))) return size_t(0);
-                            points.front() = moved && moveStart ? startX : A;
-                            points.back() = moved && moveEnd ? endX : B;
-                            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved]))
-                                return size_t(0);
-                            if (moved && (moveStart || moveEnd)) {
-                                Curve joined;
-                                joined.push_back(A);
-                                if (moveStart) appendLine(joined, startX);
-                                joined.insert(joined.end(), cut.begin() + 1, cut.end());
-                                if (moveEnd) appendLine(joined, B);
-                                cut.swap(joined);
-                            }
-                            const size_t segments = (cut.size() - 1) / 3;
-                            // Stacked siblings: the earlier drawn on under the
-                            // later one, as far as the later one's pixels
-                            // reach (up to a pixel under it, else half a
-                            // pixel), unless the edge with what lies under
-                            // both showing through is as true to the picture.
-                            const bool under =
-                                !given.staircase && stackedSiblings(given, in, out) &&
-                                (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
-                                 hiddenCurve(r, cut, topIn, top, self, 0.5, fs.tolerance,
-                                             hidden)) &&
-                                chooser.error(cut, pc, in, out, false) >
-                                    chooser.error(cut, pc, in, out, true);
-                            if (!under) hidden.clear();
-                            double gain = 0;
-                            const bool kept = chooser.keep(cut, pc, false, in, out, under, &gain);
-                            if (!kept) return segments;
-                            const double score =
-                                gain - kSegmentCost * static_cast<double>(segments);
-                            if (!p.curved || score > best) {
-                                p.curved = true;
-                                best = score;
-                                p.curve.swap(cut);
-                                p.hidden.swap(hidden);
-                                p.tolerance = fs.tolerance;
-                            }
-                            return segments;
-                        };
-                        if (!exact && steps >= 2 && out >= 0) {
-                            OutlineFitter::Settings fs = fitSettings;
-                            const bool weigh =
-                                given.pixels && pic.colours && options.maxCurveAreaError >= 0;
-                            // The squared colour distance between the two
-                            // regions: moving the edge by d over a pixel's
-                            // length costs about d times it. A looser fit or
-                            // an end left on its junction is tried only where
-                            // that could come to less than a few segments, or
-                            // on a short piece (where the ends, the sharp tips
-                            // of thin shapes, are least sure and the fits cost
-                            // little).
-                            double contrast = 0;
-                            if (weigh) {
-                                const RGBQUAD &ci = (*pic.colours)[static_cast<size_t>(in)],
-                                              &co = (*pic.colours)[static_cast<size_t>(out)];
-                                const double dr = ci.rgbRed - co.rgbRed,
-                                             dg = ci.rgbGreen - co.rgbGreen,
-                                             db = ci.rgbBlue - co.rgbBlue;
-                                contrast = dr * dr + dg * dg + db * db;
-                            }
-                            const double worth = 4 * kSegmentCost;
-                            size_t segments = consider(fs, true);
-                            for (int round = 1; weigh && segments > 2 && round < 3; ++round) {
-                                if (steps > kCheapSteps && contrast * fs.tolerance > worth) break;
-                                fs.tolerance *= 2;
-                                segments = consider(fs, true);
-                            }
-                            // The ends left on the junctions save a segment
-                            // each.
-                            auto moveOf = [](bool moved, PointD to, PointD from) {
-                                return moved ? std::hypot(to.x - from.x, to.y - from.y) : 0.0;
-                            };
-                            const double move =
-                                moveOf(moveStart, startX, A) + moveOf(moveEnd, endX, B);
-                            if (weigh && p.curved && move > 0 &&
-                                (steps <= kCheapSteps || contrast * move / 2 <= worth)) {
-                                fs.tolerance = p.tolerance;
-                                consider(fs, false);
-                            }
-                        }
-                        if (!p.curved) {
-                            straightPiece(pc, p.curve);
-                            p.hidden.clear();
-                        }
-                        found[j] = &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] =
-                                         std::move(p));
-                        reversed[j] = 0;
-                        if (stopped || !done(8 * static_cast<size_t>(steps))) return false;
-                    }
+                    if (it != pieces.end()) found[j] = &it->second;
                 }
                 Uses u;
                 u.shape = &s;
@@ -828,31 +924,131 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 u.shapeIndex = static_cast<int>(si);
                 u.start = {static_cast<double>(corners[js[0]].x),
                            static_cast<double>(corners[js[0]].y)};
+                bool claims = false;
                 for (size_t j = 0; j < J; ++j) {
+                    const bool claimed = !found[j];
+                    if (claimed) {
+                        const int a = js[j];
+                        found[j] =
+                            &(pieces[key(corners[a].x, corners[a].y, loop.codes[a])] = Piece());
+                        reversed[j] = 0;
+                        claims = true;
+                    }
                     found[j]->lastShape = u.shapeIndex;
                     found[j]->lastForward = !reversed[j];
                     ++found[j]->users;
-                    u.pieces.emplace_back(found[j], reversed[j] != 0);
+                    u.pieces.push_back({found[j], reversed[j] != 0, claimed});
                 }
+                if (claims) jobs.push_back(uses.size());
                 uses.push_back(std::move(u));
             }
         }
-        // A piece's curves are freed once its last loop has taken them, so
-        // that the freeing of a large picture's pieces happens here, among
-        // the progress checks, and not all at once on the way out.
-        for (Uses& u : uses) {
+        for (size_t i : islandJobs) jobs.push_back(uses.size() + i);
+        std::vector<size_t>().swap(islandJobs);
+
+        // 2. The claimed pieces and islands fitted, on several threads for a
+        // large picture: each fit reads only the picture, the labels and its
+        // own loop, and writes only its own piece, so the curves are the
+        // same for any number of threads.
+        if (!jobs.empty()) {
+            const FlatPicture flat(given);
+            std::atomic<size_t> next{0};
+            auto runJobs = [&](PieceFitter& f, const Going& go) {
+                for (;;) {
+                    const size_t i = next.fetch_add(1);
+                    if (i >= jobs.size()) return true;
+                    const size_t j = jobs[i];
+                    if (!(j < uses.size() ? f.pieces(uses[j], go)
+                                          : f.island(islandUses[j - uses.size()], go)))
+                        return false;
+                }
+            };
+            auto fitted = [&]() {
+                return 0.2 + 0.7 * static_cast<double>(std::min(next.load(), jobs.size())) /
+                                 static_cast<double>(jobs.size());
+            };
+            const int count = static_cast<int>(std::min<long long>(
+                fitThreads(options.threads, static_cast<long long>(given.width) * given.height),
+                static_cast<long long>(jobs.size())));
+            std::vector<std::thread> threads;
+            std::atomic<bool> stop{false}, failed{false};
+            std::atomic<int> running{0};
+            if (count > 1) {
+                threads.reserve(static_cast<size_t>(count));
+                JoinAll joinAll{threads, stop};
+                // The threads fit while this one asks the progress about
+                // every 5 ms and tells them to stop (before their next fit).
+                for (int t = 0; t < count; ++t) {
+                    try {
+                        ++running;
+                        threads.emplace_back([&]() {
+                            try {
+                                PieceFitter f(r, given, pic, flat.pic, options);
+                                runJobs(f, [&stop](size_t) { return !stop.load(); });
+                            } catch (...) {
+                                failed = true;  // memory ran out
+                                stop = true;
+                            }
+                            --running;
+                        });
+                    } catch (...) {
+                        --running;  // no thread to be had
+                        break;
+                    }
+                }
+                while (running.load() > 0) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                    share = fitted();
+                    if (!stop.load() && !going()) stop = true;
+                }
+            }
+            if (stopped || failed) return false;
+            // One thread (or none could be started): the fits here, the
+            // progress asked among them.
+            if (next.load() < jobs.size()) {
+                PieceFitter f(r, given, pic, flat.pic, options);
+                if (!runJobs(f, [&](size_t steps) {
+                        share = fitted();
+                        return done(steps);
+                    }))
+                    return false;
+            }
+        }
+
+        // 3. Every loop put together from its pieces. A piece's curves are
+        // freed once its last loop has taken them, so that the freeing of a
+        // large picture's pieces happens here, among the progress checks,
+        // and not all at once on the way out.
+        const double loops =
+            static_cast<double>(std::max<size_t>(uses.size() + islandUses.size(), 1));
+        for (size_t k = 0; k < islandUses.size(); ++k) {
+            IslandUse& u = islandUses[k];
+            share = 0.9 + 0.1 * static_cast<double>(k) / loops;
+            Piece& p = *u.piece;
+            if (!done(p.curve.size())) return false;
+            Curve& result = u.shape->curves[u.loop];
+            if (u.back)
+                result.assign(p.curve.rbegin(), p.curve.rend());
+            else
+                result = p.curve;
+            set.curvedLoops += p.curved;
+            if (--p.users == 0) Curve().swap(p.curve);
+        }
+        for (size_t k = 0; k < uses.size(); ++k) {
+            Uses& u = uses[k];
+            share = 0.9 + 0.1 * static_cast<double>(islandUses.size() + k) / loops;
             if (!done(4 * u.pieces.size())) return false;
             Curve& result = u.shape->curves[u.loop];
             bool anyCurved = false;
             result.push_back(u.start);
-            for (const auto& use : u.pieces) {
-                Piece& p = *use.first;
+            for (const PieceUse& use : u.pieces) {
+                Piece& p = *use.piece;
                 // The hidden curve for every loop but the last one drawn,
                 // when that one keeps the top region inside.
                 const bool hide =
                     !p.hidden.empty() && u.shapeIndex != p.lastShape && p.lastForward == p.topIn;
                 const Curve& c = hide ? p.hidden : p.curve;
-                if (use.second)
+                if (use.reversed)
                     result.insert(result.end(), c.rbegin() + 1, c.rend());
                 else
                     result.insert(result.end(), c.begin() + 1, c.end());
@@ -862,7 +1058,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     Curve().swap(p.hidden);
                 }
             }
-            std::vector<std::pair<Piece*, bool>>().swap(u.pieces);
+            std::vector<PieceUse>().swap(u.pieces);
             joinStraights(result);
             set.curvedLoops += anyCurved;
         }

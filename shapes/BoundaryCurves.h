@@ -30,7 +30,11 @@
 // first loop that runs along it; every other loop along it (the neighbour's,
 // running it backwards, in either layout) uses the same curve, so
 // neighbours share their boundaries exactly: no seam and no overlap between
-// them.
+// them. The loops are walked in order first, to find which loop claims
+// each piece; the claimed pieces are then fitted, on `options.threads`
+// threads for a picture of a million pixels or more (each fit reads only
+// the picture and its own loop), so the curves are the same for any number
+// of threads; the loops are put together from their pieces last.
 //
 // Stacked, two regions side by side (neither inside the other) would both
 // cover a soft edge between them only in part, and what lies under both
@@ -57,8 +61,10 @@ class BoundaryCurves {
 public:
     // Fills `curves` of every shape of `set`, whose loops were traced from
     // `picture.labels` (`picture.colours`: the colour of every label).
-    // False when memory runs out, or when `progress` (told the share of the
-    // shapes done every few thousand steps fitted) answers false.
+    // False when memory runs out, or when `progress` (told the share done
+    // every few thousand steps walked or fitted, or about every 5 ms while
+    // other threads fit, always from the calling thread) answers false; the
+    // threads then end after the fit each is in.
     static bool fit(const EdgeSamples::Picture& picture, const OutputOptions& options,
                     ShapeSet& set, const std::function<bool(double)>& progress = {});
 };

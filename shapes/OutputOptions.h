@@ -37,6 +37,10 @@ struct OutputOptions {
     // 0xRRGGBB: the colour the formats without opacity (EPS, DXF) flatten
     // shapes of partial opacity onto.
     int background = 0xFFFFFF;
+    // Threads for the curve fits of a picture of a million pixels or more
+    // (0: one per core; below that size one): the curves are the same for
+    // any number.
+    int threads = 0;
 };
 
 }  // namespace om1

@@ -112,10 +112,11 @@ const OptionTable::Row kRows[] = {
             "at tolerance 0, take the regions from one labelling of the prepared picture (time "
             "proportional to its pixels) instead of the library's tracer",
             0, nullptr),
-    OM1_ROW(threads, K::Int, 0, 1024, nullptr, "N",
-            "threads for one large picture's stages and curve fits (0: one per core; the result is "
-            "the same for any number)",
-            0, nullptr),
+    OM1_ROW(
+        threads, K::Int, 0, 1024, nullptr, "N",
+        "threads for one picture's curve fits and a large picture's stages (0: one per core; the "
+        "result is the same for any number)",
+        0, nullptr),
 };
 const int kRowCount = static_cast<int>(sizeof(kRows) / sizeof(kRows[0]));
 

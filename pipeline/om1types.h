@@ -94,8 +94,9 @@ typedef struct om1_options {
     int exact_regions;     /* 1: at tolerance 0, take the regions from one labelling of the
                               prepared picture, in time proportional to its pixels, instead of
                               the library's tracer (1; plain 0) */
-    int threads;           /* threads for one large picture's stages and curve fits, 0..1024;
-                              0: one per core (the result is the same for any number) (0) */
+    int threads;           /* threads for one picture's curve fits and a large picture's
+                              stages, 0..1024; 0: one per core (the result is the same for any
+                              number) (0) */
     double merge_drop;     /* the unions below merge's cost stop once the regions' means are this
                               many dB (PSNR) further from the input than before the merging,
                               0..100; 0 no bound (photo 3) */

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -22,6 +24,8 @@ void Bands::run(int bands, long long total,
     std::vector<std::thread> started;
     std::vector<int> inTurn;
     std::atomic<int> running{0};
+    std::mutex waitingFor;
+    std::condition_variable ended;  // told when a band's thread ends
     try {
         started.reserve(static_cast<size_t>(bands));
     } catch (...) {
@@ -29,10 +33,15 @@ void Bands::run(int bands, long long total,
     for (int b = 1; b < bands; ++b) {
         try {
             ++running;
-            started.emplace_back([&work, &running, b, from = begin(b), to = begin(b + 1)]() {
-                work(b, from, to);
-                --running;
-            });
+            started.emplace_back(
+                [&work, &running, &waitingFor, &ended, b, from = begin(b), to = begin(b + 1)]() {
+                    work(b, from, to);
+                    {
+                        const std::lock_guard<std::mutex> hold(waitingFor);
+                        --running;
+                    }
+                    ended.notify_one();
+                });
         } catch (...) {
             --running;
             inTurn.push_back(b);  // no thread to be had: this band runs here
@@ -40,11 +49,16 @@ void Bands::run(int bands, long long total,
     }
     work(0, 0, begin(1));
     for (int b : inTurn) work(b, begin(b), begin(b + 1));
-    if (waiting)
+    if (waiting) {
+        std::unique_lock<std::mutex> hold(waitingFor);
         while (running.load() > 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            ended.wait_for(hold, std::chrono::milliseconds(5),
+                           [&running]() { return running.load() == 0; });
+            hold.unlock();
             waiting();
+            hold.lock();
         }
+    }
     for (std::thread& t : started) t.join();
 }
 

@@ -5,7 +5,10 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <condition_variable>
+#include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -791,10 +794,11 @@ private:
 };
 
 // How many threads fit the pieces of a picture of `pixels`: as many as
-// `threads` (0: one per core, at most 64) from a million pixels on, where a
-// second thread saves more than it costs; else one.
+// `threads` (0: one per core, at most 64) from 128 x 128 pixels on, where a
+// second thread already saves more than it costs (starting one takes tens
+// of microseconds, the fits of such a picture milliseconds); else one.
 int fitThreads(int threads, long long pixels) {
-    if (pixels < (1LL << 20)) return 1;
+    if (pixels < (1LL << 14)) return 1;
     if (threads <= 0) threads = static_cast<int>(std::thread::hardware_concurrency());
     return std::min(std::max(threads, 1), 64);
 }
@@ -973,6 +977,8 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
             std::vector<std::thread> threads;
             std::atomic<bool> stop{false}, failed{false};
             std::atomic<int> running{0};
+            std::mutex waiting;
+            std::condition_variable ended;  // told when a thread ends
             if (count > 1) {
                 threads.reserve(static_cast<size_t>(count));
                 JoinAll joinAll{threads, stop};
@@ -989,17 +995,25 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                                 failed = true;  // memory ran out
                                 stop = true;
                             }
-                            --running;
+                            {
+                                const std::lock_guard<std::mutex> hold(waiting);
+                                --running;
+                            }
+                            ended.notify_one();
                         });
                     } catch (...) {
                         --running;  // no thread to be had
                         break;
                     }
                 }
+                std::unique_lock<std::mutex> hold(waiting);
                 while (running.load() > 0) {
-                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                    ended.wait_for(hold, std::chrono::milliseconds(5),
+                                   [&running]() { return running.load() == 0; });
+                    hold.unlock();
                     share = fitted();
                     if (!stop.load() && !going()) stop = true;
+                    hold.lock();
                 }
             }
             if (stopped || failed) return false;

@@ -32,7 +32,7 @@
 // neighbours share their boundaries exactly: no seam and no overlap between
 // them. The loops are walked in order first, to find which loop claims
 // each piece; the claimed pieces are then fitted, on `options.threads`
-// threads for a picture of a million pixels or more (each fit reads only
+// threads for a picture of 128 x 128 pixels or more (each fit reads only
 // the picture and its own loop), so the curves are the same for any number
 // of threads; the loops are put together from their pieces last.
 //

@@ -37,7 +37,7 @@ struct OutputOptions {
     // 0xRRGGBB: the colour the formats without opacity (EPS, DXF) flatten
     // shapes of partial opacity onto.
     int background = 0xFFFFFF;
-    // Threads for the curve fits of a picture of a million pixels or more
+    // Threads for the curve fits of a picture of 128 x 128 pixels or more
     // (0: one per core; below that size one): the curves are the same for
     // any number.
     int threads = 0;

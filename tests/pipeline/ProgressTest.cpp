@@ -352,7 +352,10 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
                                        std::move(report.regions.labels), report.regions.parents,
                                        report.regions.colors, report.regions.rootFrame));
         }
-        const om1::OutputOptions oo = om1::OptionsRecord::toOutput(o);
+        // One thread: the curve fits on several ask as time goes (a stop
+        // there: CurveThreads.AStopWhileTheFitsRunReturnsFalseWithEveryThreadEnded).
+        om1::OutputOptions oo = om1::OptionsRecord::toOutput(o);
+        oo.threads = 1;
         const RGBQUAD* seen = report.prepared.empty() ? px.data() : report.prepared.data();
         auto build = [&](om1::ShapeSet& set) {
             return tree ? om1::ShapeBuilder::build(tree, seen, many.width, many.height, oo, set,

@@ -22,8 +22,9 @@ public:
     static OutlineFitter::Settings settings(int curveTolerance, int width, int height);
 
     // 3n + 1 points in picture coordinates, through `samples` (one per step
-    // of the loop, EdgeSamples), fitted with `settings`. True when the fit succeeded; otherwise
-    // `out` is the corner polygon. Throws std::bad_alloc when memory runs out.
+    // of the loop, EdgeSamples), fitted with `settings`. True when the fit
+    // succeeded; otherwise `out` is the corner polygon. Throws std::bad_alloc
+    // when memory runs out.
     static bool fitLoop(const CrackLoop& loop, const std::vector<PointD>& samples,
                         const OutlineFitter::Settings& settings, std::vector<PointD>& out);
     // The corner polygon of a loop as straight cubic segments.

@@ -6,8 +6,10 @@ segments) read the SVG's own <path> elements. Needs numpy and Pillow.
 
 import io
 import math
+import os
 import re
 import subprocess
+import sys
 import xml.etree.ElementTree as ET
 
 import numpy as np
@@ -341,6 +343,29 @@ def _sobel(a):
     return gx, gy
 
 
+def edge_direction_map(source, trace, sigma=1.0):
+    """Per pixel of two renders of one size: the angle (degrees) between their
+    edge directions and its weight, as edge_direction_error counts them.
+
+    Returns (angle, weight), two H x W float arrays; the weight is the
+    source's gradient where both renders have an edge, else 0. None when
+    either render has no edge at all.
+    """
+    def grad(rgb):
+        lum = rgb[..., :3].astype(np.float64) @ np.array([0.299, 0.587, 0.114])
+        return _sobel(_blur(lum, sigma))
+    sx, sy = grad(source)
+    tx, ty = grad(trace)
+    ms, mt = np.hypot(sx, sy), np.hypot(tx, ty)
+    if ms.max() <= 0 or mt.max() <= 0:
+        return None
+    sel = (ms > 0.25 * ms.max()) & (mt > 0.25 * mt.max())
+    angle = np.zeros_like(ms)
+    cos = np.abs(sx[sel] * tx[sel] + sy[sel] * ty[sel]) / (ms[sel] * mt[sel])
+    angle[sel] = np.degrees(np.arccos(np.clip(cos, 0.0, 1.0)))
+    return angle, np.where(sel, ms, 0.0)
+
+
 def edge_direction_error(source, trace, sigma=1.0):
     """Gradient-weighted mean angle (degrees) between the edge directions of two renders.
 
@@ -351,18 +376,31 @@ def edge_direction_error(source, trace, sigma=1.0):
     gradients (0 to 90 degrees: an edge is a line, its side does not count) is
     averaged, weighted by the source's gradient. 0 is a perfect match.
     """
-    def grad(rgb):
-        lum = rgb[..., :3].astype(np.float64) @ np.array([0.299, 0.587, 0.114])
-        return _sobel(_blur(lum, sigma))
-    sx, sy = grad(source)
-    tx, ty = grad(trace)
-    ms, mt = np.hypot(sx, sy), np.hypot(tx, ty)
-    if ms.max() <= 0 or mt.max() <= 0:
+    m = edge_direction_map(source, trace, sigma)
+    if m is None:
         return math.nan
-    sel = (ms > 0.25 * ms.max()) & (mt > 0.25 * mt.max())
-    if not sel.any():
+    angle, weight = m
+    if not weight.any():
         return math.nan
-    cos = np.abs(sx[sel] * tx[sel] + sy[sel] * ty[sel]) / (ms[sel] * mt[sel])
-    ang = np.degrees(np.arccos(np.clip(cos, 0.0, 1.0)))
-    w = ms[sel]
-    return float(np.sum(ang * w) / np.sum(w))
+    return float(np.sum(angle * weight) / np.sum(weight))
+
+
+# ---------------------------------------------------------------- the corpus
+
+
+def read_manifest(corpus):
+    """The corpus's pictures (scripts/make-corpus): one dict a row of manifest.tsv."""
+    path = os.path.join(corpus, "manifest.tsv")
+    if not os.path.exists(path):
+        sys.exit(f"no corpus in {corpus}: run scripts/make-corpus first")
+    with open(path) as f:
+        header = f.readline().rstrip("\n").split("\t")
+        return [dict(zip(header, line.rstrip("\n").split("\t"))) for line in f if line.strip()]
+
+
+def source_of(corpus, row):
+    """The source SVG of a picture rasterised from SVG (kind art-aa), or None."""
+    if row.get("kind") != "art-aa" or not row.get("package") or not row.get("source"):
+        return None
+    path = os.path.join(corpus, ".cache", row["package"], row["source"])
+    return path if os.path.exists(path) else None

@@ -109,3 +109,24 @@ def test_regions_sharing_a_reversed_curve_neither_overlap_nor_leave_a_seam():
     assert np.all(shapes.coverage(40, 40) == 1)
     assert qm.seam_pixels(qm.render(data, 40, 40, crisp=True)) == 0
     assert qm.seam_pixels(qm.render(data, 40, 40), max_alpha=qm.SEAM_AA_MAX_ALPHA) == 0
+
+
+def test_edge_direction_error_reads_the_angle_between_two_edges():
+    # A straight edge through the middle of a 64 x 64 picture, upright and
+    # turned by 10 degrees: the error is that angle (the edge's ends, where
+    # the blur meets the border, aside); the same picture against itself is 0.
+    yy, xx = np.mgrid[0:64, 0:64] + 0.5
+
+    def edge(degrees):
+        t = np.radians(degrees)
+        dark = (xx - 32) * np.cos(t) + (yy - 32) * np.sin(t) < 0
+        return np.where(dark[..., None], 0, 255).astype(np.uint8).repeat(3, axis=2)
+
+    assert qm.edge_direction_error(edge(0), edge(0)) == 0
+    angle, weight = qm.edge_direction_map(edge(0), edge(10))
+    inner = (slice(8, 56), slice(8, 56))
+    both = weight[inner] > 0
+    assert both.sum() > 40
+    mean = (angle[inner] * weight[inner]).sum() / weight[inner].sum()
+    assert abs(mean - 10) < 1.5
+    assert qm.edge_direction_map(edge(0), np.full((64, 64, 3), 255, np.uint8)) is None

@@ -92,12 +92,14 @@ def batch(inputs: Iterable[PathLike], out_dir: PathLike, client: Any = None, for
 
     Outputs are written whole or not at all, by this process; an input whose
     output exists is skipped, so a batch that was stopped is resumed by
-    running it again.
+    running it again. Each trace runs on one thread unless `threads` is
+    given: the batch itself spreads over the processors.
     """
     from . import FORMAT_EXTENSIONS, FORMAT_NAMES, _options  # noqa: PLC0415
 
     if format not in FORMAT_NAMES:
         raise ValueError("om1: unknown format %r (formats: %s)" % (format, ", ".join(FORMAT_NAMES)))
+    options.setdefault("threads", 1)
     _options(preset, options)  # bad options fail here, not on every worker
     paths = [os.fspath(p) for p in inputs]
     out_dir = os.fspath(out_dir)

@@ -464,6 +464,8 @@ private:
                 worst = std::max(worst, dist);
                 sum += dist * dist;
                 if (last && worst > tol) return false;
+                // Far out already: this fit fails whatever the rest (below).
+                if (!sound && worst > 8 * tol) return false;
                 const PointD d1 = bezierD1(seg, u), d2 = bezierD2(seg, u);
                 const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
                 if (std::fabs(fd) > 1e-12) u = std::min(1.0, std::max(0.0, u - f / fd));

@@ -10,8 +10,8 @@
 
 namespace om1 {
 
-int Bands::count(int threads, long long pixels) {
-    if (pixels < kMinPixels) return 1;
+int Bands::count(int threads, long long pixels, long long least) {
+    if (pixels < least) return 1;
     if (threads <= 0) threads = static_cast<int>(std::thread::hardware_concurrency());
     return std::min(std::max(threads, 1), 64);
 }

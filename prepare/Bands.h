@@ -13,8 +13,9 @@ public:
     static const long long kMinPixels = 1LL << 20;
 
     // How many bands `pixels` of work take when `threads` are allowed (0:
-    // one per core): 1 below kMinPixels, never more than 64.
-    static int count(int threads, long long pixels);
+    // one per core): 1 below `least` pixels (work that costs more a pixel
+    // pays for a thread sooner), never more than 64.
+    static int count(int threads, long long pixels, long long least = kMinPixels);
 
     // Runs work(band, begin, end) for `bands` contiguous parts of
     // [0, total), in order of band; band 0 on the calling thread, the others

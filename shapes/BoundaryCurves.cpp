@@ -3,16 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
-#include <cstdlib>
 #include <memory>
-#include <mutex>
-#include <thread>
 #include <unordered_map>
 #include <vector>
 
+#include "prepare/Bands.h"
 #include "shapes/AreaCoverage.h"
 #include "shapes/CurveFitter.h"
 #include "shapes/CurveJudge.h"
@@ -793,27 +789,10 @@ private:
     Curve whole_, cut_, hidden_;
 };
 
-// How many threads fit the pieces of a picture of `pixels`: as many as
-// `threads` (0: one per core, at most 64) from 128 x 128 pixels on, where a
-// second thread already saves more than it costs (starting one takes tens
-// of microseconds, the fits of such a picture milliseconds); else one.
-int fitThreads(int threads, long long pixels) {
-    if (pixels < (1LL << 14)) return 1;
-    if (threads <= 0) threads = static_cast<int>(std::thread::hardware_concurrency());
-    return std::min(std::max(threads, 1), 64);
-}
-
-// Ends the fitting threads before the state they read goes: tells them to
-// stop (after their current fit) and waits for them.
-struct JoinAll {
-    std::vector<std::thread>& threads;
-    std::atomic<bool>& stop;
-    ~JoinAll() {
-        stop = true;
-        for (std::thread& t : threads)
-            if (t.joinable()) t.join();
-    }
-};
+// Pictures from this many pixels on fit their pieces on several threads
+// (starting one takes tens of microseconds, the fits of such a picture
+// milliseconds).
+const long long kMinFitPixels = 1LL << 14;
 
 }  // namespace
 
@@ -972,61 +951,38 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                                  static_cast<double>(jobs.size());
             };
             const int count = static_cast<int>(std::min<long long>(
-                fitThreads(options.threads, static_cast<long long>(given.width) * given.height),
+                Bands::count(options.threads, static_cast<long long>(given.width) * given.height,
+                             kMinFitPixels),
                 static_cast<long long>(jobs.size())));
-            std::vector<std::thread> threads;
+            // Every band takes the next fit to make until none is left. Band
+            // 0, on this thread, asks the progress among its fits; the
+            // others stop before their next fit once told to. When this
+            // thread's fits are done it asks the progress about every 5 ms
+            // until the others end.
             std::atomic<bool> stop{false}, failed{false};
-            std::atomic<int> running{0};
-            std::mutex waiting;
-            std::condition_variable ended;  // told when a thread ends
-            if (count > 1) {
-                threads.reserve(static_cast<size_t>(count));
-                JoinAll joinAll{threads, stop};
-                // The threads fit while this one asks the progress about
-                // every 5 ms and tells them to stop (before their next fit).
-                for (int t = 0; t < count; ++t) {
+            Bands::run(
+                count, count,
+                [&](int band, long long, long long) {
                     try {
-                        ++running;
-                        threads.emplace_back([&]() {
-                            try {
-                                PieceFitter f(r, given, pic, flat.pic, options);
-                                runJobs(f, [&stop](size_t) { return !stop.load(); });
-                            } catch (...) {
-                                failed = true;  // memory ran out
-                                stop = true;
-                            }
-                            {
-                                const std::lock_guard<std::mutex> hold(waiting);
-                                --running;
-                            }
-                            ended.notify_one();
-                        });
+                        PieceFitter f(r, given, pic, flat.pic, options);
+                        if (band == 0)
+                            runJobs(f, [&](size_t steps) {
+                                share = fitted();
+                                if (stop.load() || !done(steps)) stop = true;
+                                return !stop.load();
+                            });
+                        else
+                            runJobs(f, [&stop](size_t) { return !stop.load(); });
                     } catch (...) {
-                        --running;  // no thread to be had
-                        break;
+                        failed = true;  // memory ran out
+                        stop = true;
                     }
-                }
-                std::unique_lock<std::mutex> hold(waiting);
-                while (running.load() > 0) {
-                    ended.wait_for(hold, std::chrono::milliseconds(5),
-                                   [&running]() { return running.load() == 0; });
-                    hold.unlock();
+                },
+                [&]() {
                     share = fitted();
                     if (!stop.load() && !going()) stop = true;
-                    hold.lock();
-                }
-            }
+                });
             if (stopped || failed) return false;
-            // One thread (or none could be started): the fits here, the
-            // progress asked among them.
-            if (next.load() < jobs.size()) {
-                PieceFitter f(r, given, pic, flat.pic, options);
-                if (!runJobs(f, [&](size_t steps) {
-                        share = fitted();
-                        return done(steps);
-                    }))
-                    return false;
-            }
         }
 
         // 3. Every loop put together from its pieces. A piece's curves are

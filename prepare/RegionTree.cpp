@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
+
+#include "prepare/RegionLabels.h"
 
 namespace om1 {
 
@@ -11,30 +12,6 @@ namespace {
 // Thrown inside build when the progress asks to stop; the catch there
 // empties the tree as it does when memory runs out.
 struct Stopped {};
-
-inline uint32_t colourKey(const RGBQUAD* p, size_t i) {
-    uint32_t v;
-    std::memcpy(&v, p + i, sizeof v);
-    return v & 0x00FFFFFFu;  // blue, green, red; the fourth byte is not a colour
-}
-
-// Union-find over pixel numbers; every set is rooted at its smallest member.
-inline int32_t findRoot(int32_t* parent, int32_t i) {
-    while (parent[i] != i) {
-        parent[i] = parent[parent[i]];
-        i = parent[i];
-    }
-    return i;
-}
-
-inline void join(int32_t* parent, int32_t a, int32_t b) {
-    a = findRoot(parent, a);
-    b = findRoot(parent, b);
-    if (a < b)
-        parent[b] = a;
-    else if (b < a)
-        parent[a] = b;
-}
 
 // Steps between pixel corners: 0 = +x, 1 = +y, 2 = -x, 3 = -y. The pixel on
 // the region's side of step d from corner (cx, cy), and the one across.
@@ -99,53 +76,23 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
     if (!pixels || w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX) return false;
     try {
         const size_t n = static_cast<size_t>(w) * h;
-        // The progress is asked about every 2^18 pixels; the labels grow
-        // with pass 1, so that filling the array is spread between the asks.
+        // The regions (labelRegions: numbered by first pixel), then the
+        // first pixel of each. The labelling asks about every 2^18 pixels
+        // of its two passes.
         const size_t every = size_t{1} << 18;
-        const int rows = static_cast<int>(std::max<size_t>(1, every / static_cast<size_t>(w)));
-        labels.reserve(n);
+        size_t asked = 0;
+        if (labelRegions(pixels, nullptr, w, h, labels, [&]() {
+                asked += every;
+                return at(0.35 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
+            }) < 0)
+            throw Stopped();
         int32_t* L = labels.data();
-
-        // Pass 1: union-find, parents in the label array.
-        for (int y = 0; y < h; ++y) {
-            if (y % rows == 0) {
-                if (!at(0.3 * y / h)) throw Stopped();
-                labels.resize(std::min(n, static_cast<size_t>(y + rows) * w));
-                L = labels.data();
-            }
-            const size_t row = static_cast<size_t>(y) * w;
-            uint32_t left = 0;
-            for (int x = 0; x < w; ++x) {
-                const size_t i = row + x;
-                const uint32_t c = colourKey(pixels, i);
-                const bool sameLeft = x > 0 && c == left;
-                const bool sameUp = y > 0 && c == colourKey(pixels, i - w);
-                if (sameLeft) {
-                    L[i] = L[i - 1];
-                    // Left and up are joined already when the pixel above
-                    // the left one has the colour too.
-                    if (sameUp && colourKey(pixels, i - w - 1) != c)
-                        join(L, static_cast<int32_t>(i - 1), static_cast<int32_t>(i - w));
-                } else if (sameUp) {
-                    L[i] = L[i - w];
-                } else {
-                    L[i] = static_cast<int32_t>(i);
-                }
-                left = c;
-            }
-        }
-        // Pass 2: regions numbered by first pixel. Parents point to smaller
-        // pixels, whose labels are final by the time they are read.
         std::vector<int32_t> first;
         for (size_t i = 0; i < n; ++i) {
-            if ((i & (every - 1)) == 0 && !at(0.3 + 0.1 * static_cast<double>(i) / n))
+            if ((i & (every - 1)) == 0 && !at(0.35 + 0.05 * static_cast<double>(i) / n))
                 throw Stopped();
-            if (L[i] == static_cast<int32_t>(i)) {
-                L[i] = static_cast<int32_t>(first.size());
+            if (L[i] == static_cast<int32_t>(first.size()))
                 first.push_back(static_cast<int32_t>(i));
-            } else {
-                L[i] = L[L[i]];
-            }
         }
         const int32_t count = static_cast<int32_t>(first.size());
 

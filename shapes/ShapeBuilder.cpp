@@ -353,30 +353,23 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, int width, 
     return build(tree, pixels, PixelAlpha(), width, height, options, out, input, progress);
 }
 
-bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
-                         int width, int height, const OutputOptions& options, ShapeSet& out,
-                         const RGBQUAD* input, const std::function<bool(double)>& progress) {
-    start(out, width, height, options);
-    // (A stop leaves the unfinished shapes to their owner; see the header.)
+namespace {
+
+// Runs `steps`, which hear the progress through the function they are
+// given; false when they fail. A failure that is no stop (memory ran out)
+// empties the shapes; a stop leaves the unfinished shapes to their owner
+// (see the header).
+bool guarded(ShapeSet& out, const std::function<bool(double)>& progress,
+             const std::function<bool(const std::function<bool(double)>&)>& steps) {
     bool stopped = false;
     const std::function<bool(double)> at = [&](double share) {
         if (!progress || progress(share)) return true;
         stopped = true;
         return false;
     };
-    const uint8_t* levels = pixels ? alpha.levels : nullptr;
     bool built = false;
     try {
-        LabelRaster lr;
-        built = at(0) && lr.build(tree, width, height, pixels, [&]() { return at(0.1); }) &&
-                (!levels || lr.setAlpha(pixels, levels)) && at(0.25);
-        if (built && pixels && options.reconcileTolerance >= 0) {
-            const long long moved =
-                lr.reconcile(pixels, options.reconcileTolerance, levels, [&]() { return at(0.3); });
-            built = moved >= 0;
-            out.reconciledPixels = moved;
-        }
-        built = built && shapesOf(lr, options, levels != nullptr, pixels, input, out, at) && at(1);
+        built = at(0) && steps(at) && at(1);
     } catch (...) {
         built = false;
     }
@@ -384,25 +377,36 @@ bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const Pixel
     return built;
 }
 
+}  // namespace
+
+bool ShapeBuilder::build(const KvCtree* tree, const RGBQUAD* pixels, const PixelAlpha& alpha,
+                         int width, int height, const OutputOptions& options, ShapeSet& out,
+                         const RGBQUAD* input, const std::function<bool(double)>& progress) {
+    start(out, width, height, options);
+    const uint8_t* levels = pixels ? alpha.levels : nullptr;
+    return guarded(out, progress, [&](const std::function<bool(double)>& at) {
+        LabelRaster lr;
+        if (!lr.build(tree, width, height, pixels, [&]() { return at(0.1); }) ||
+            (levels && !lr.setAlpha(pixels, levels)) || !at(0.25))
+            return false;
+        if (pixels && options.reconcileTolerance >= 0) {
+            const long long moved =
+                lr.reconcile(pixels, options.reconcileTolerance, levels, [&]() { return at(0.3); });
+            if (moved < 0) return false;
+            out.reconciledPixels = moved;
+        }
+        return shapesOf(lr, options, levels != nullptr, pixels, input, out, at);
+    });
+}
+
 bool ShapeBuilder::build(const LabelRaster& regions, bool transparent, const OutputOptions& options,
                          ShapeSet& out, const RGBQUAD* input,
                          const std::function<bool(double)>& progress) {
     start(out, regions.width, regions.height, options);
     if (regions.nodes.empty()) return false;
-    bool stopped = false;
-    const std::function<bool(double)> at = [&](double share) {
-        if (!progress || progress(share)) return true;
-        stopped = true;
-        return false;
-    };
-    bool built = false;
-    try {
-        built = at(0) && shapesOf(regions, options, transparent, nullptr, input, out, at) && at(1);
-    } catch (...) {
-        built = false;
-    }
-    if (!built && !stopped) out.shapes.clear();
-    return built;
+    return guarded(out, progress, [&](const std::function<bool(double)>& at) {
+        return shapesOf(regions, options, transparent, nullptr, input, out, at);
+    });
 }
 
 }  // namespace om1

@@ -464,7 +464,7 @@ private:
                 worst = std::max(worst, dist);
                 sum += dist * dist;
                 if (last && worst > tol) return false;
-                // Far out already: this fit fails whatever the rest (below).
+                // Far out already: this fit fails whatever the rest.
                 if (!sound && worst > 8 * tol) return false;
                 const PointD d1 = bezierD1(seg, u), d2 = bezierD2(seg, u);
                 const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
@@ -475,7 +475,6 @@ private:
             // relaxed.
             good = worst <= tol && (relaxed_ || sum <= m * (tol * tol / 9));
             if (good) return true;
-            if (worst > 8 * tol && !sound) return false;
         }
         return sound || good;
     }

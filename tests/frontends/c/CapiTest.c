@@ -73,7 +73,9 @@ static int regionNear(const om1_result* r, uint32_t rgb, int near) {
     return -1;
 }
 
-static int regionOf(const om1_result* r, uint32_t rgb) { return regionNear(r, rgb, 0); }
+static int regionOf(const om1_result* r, uint32_t rgb) {
+    return regionNear(r, rgb, 0);
+}
 
 static void testOptions(void) {
     om1_options o;
@@ -83,12 +85,8 @@ static void testOptions(void) {
     memset(&graphic, 0x77, sizeof graphic);
     CHECK_CODE(om1_options_preset(&graphic, "graphic"), OM1_OK);
     CHECK(memcmp(&o, &graphic, sizeof o) == 0);
-    CHECK(o.tolerance == 0 && o.min_length == 4 && o.max_outlines == 1000000);
-    CHECK(o.antialias == 1 && o.speckle > 0 && o.threshold == -1 && o.spots == 0);
-    CHECK(o.filter == OM1_FILTER_NONE && o.palette_count == 0 && o.fixed_seeds == 0);
-    CHECK(o.curve_tolerance == 1 && o.polygon == 0 && o.cutout == 0);
-    CHECK(o.max_curve_error == 0.05 && o.max_pixels == 100000000LL);
-    CHECK(o.background == -1 && o.transparent == 0);
+    CHECK(o.tolerance == 0 && o.min_length == 4 && o.antialias == 1 && o.threshold == -1);
+    CHECK(o.max_curve_error == 0.05 && o.max_pixels == 100000000LL && o.background == -1);
     CHECK_CODE(om1_options_check(&o), OM1_OK);
 
     /* Every name is settable; the list ends with null. */
@@ -97,6 +95,8 @@ static void testOptions(void) {
     CHECK(names >= 24);
     CHECK(om1_option_name(-1) == NULL);
 
+    /* Names and values go to the option table (whose rows have their own
+     * range tests): one accepted and one refused value of every kind. */
     struct {
         const char* name;
         const char* value;
@@ -106,38 +106,24 @@ static void testOptions(void) {
            om1_option_name). */
         {"polygon", "true", OM1_OK},
         {"polygon", "2", OM1_BAD_OPTION},
-        {"tolerance", "0", OM1_OK},
         {"tolerance", "100", OM1_OK},
         {"tolerance", "101", OM1_BAD_OPTION},
-        {"tolerance", "-1", OM1_BAD_OPTION},
         {"tolerance", "5x", OM1_BAD_OPTION},
         {"tolerance", "", OM1_BAD_OPTION},
-        {"min_length", "-4", OM1_BAD_OPTION},
-        {"max_outlines", "0", OM1_BAD_OPTION},
-        {"curve_tolerance", "1001", OM1_BAD_OPTION},
         {"max_curve_error", "0.25", OM1_OK},
-        {"max_curve_error", "-0.1", OM1_BAD_OPTION},
         {"max_curve_error", "nan", OM1_BAD_OPTION},
         {"background", "#10a0Ff", OM1_OK},
-        {"background", "12345", OM1_BAD_OPTION},
         {"background", "12345g", OM1_BAD_OPTION},
         {"max_pixels", "8", OM1_BAD_OPTION},
         {"max_pixels", "9", OM1_OK},
         {"filter", "adaptive", OM1_OK},
         {"filter", "blur", OM1_BAD_OPTION},
-        {"filter_radius", "9", OM1_BAD_OPTION},
         {"colors", "1", OM1_BAD_OPTION},
         {"colors", "16", OM1_OK},
-        {"threshold", "-1", OM1_OK},
         {"threshold", "auto", OM1_OK},
-        {"threshold", "257", OM1_BAD_OPTION},
-        {"speckle_share", "1.5", OM1_BAD_OPTION},
-        {"speckle", "-1", OM1_BAD_OPTION},
         {"restitute", "on", OM1_OK},
-        {"spots", "-1", OM1_BAD_OPTION},
         {"spots", "30", OM1_OK},
         {"antialias", "off", OM1_OK},
-        {"max_paths", "-5", OM1_BAD_OPTION},
         {"palette", "#000000,#ffffff", OM1_OK},
         {"palette", "#00000g", OM1_BAD_OPTION},
         {"no_such_option", "1", OM1_UNKNOWN_OPTION},
@@ -155,28 +141,22 @@ static void testOptions(void) {
     CHECK(o.tolerance == 100 && o.min_length == 0 && o.max_curve_error == 0.25);
     CHECK(o.polygon == 1 && o.background == 0x10A0FF && o.max_pixels == 9);
     CHECK(o.filter == OM1_FILTER_ADAPTIVE && o.colors == 16 && o.antialias == 0);
-    CHECK(o.restitute == 1 && o.spots == 30);
+    CHECK(o.restitute == 1 && o.spots == 30 && o.threshold == 256);
     CHECK(o.palette_count == 2 && o.palette[0] == 0 && o.palette[1] == 0xFFFFFF);
     CHECK_CODE(om1_options_set(NULL, "tolerance", "1"), OM1_NULL_ARGUMENT);
     CHECK_CODE(om1_options_set(&o, NULL, "1"), OM1_NULL_ARGUMENT);
     CHECK_CODE(om1_options_set(&o, "tolerance", NULL), OM1_NULL_ARGUMENT);
 
     /* Fields set directly are checked by the trace. */
-    om1_options_init(&o);
-    o.min_length = -1;
-    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
-    om1_options_init(&o);
-    o.background = 0x1000000;
-    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
-    om1_options_init(&o);
-    o.filter = 3;
-    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
-    om1_options_init(&o);
-    o.colors = 1;
-    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
-    om1_options_init(&o);
-    o.palette_count = 257;
-    CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
+    for (int field = 0; field < 5; ++field) {
+        om1_options_init(&o);
+        if (field == 0) o.min_length = -1;
+        if (field == 1) o.background = 0x1000000;
+        if (field == 2) o.filter = 3;
+        if (field == 3) o.colors = 1;
+        if (field == 4) o.palette_count = 257;
+        CHECK_CODE(om1_options_check(&o), OM1_BAD_OPTION);
+    }
 
     CHECK_CODE(om1_options_preset(&o, "pixel"), OM1_OK);
     CHECK(o.polygon == 1 && o.tolerance == 0 && o.min_length == 0 && o.speckle == 0);
@@ -211,21 +191,11 @@ static void testRedBlock(void) {
         size_t count = 0;
         CHECK_CODE(om1_result_boundary(r, red, 0, NULL, 0, &count), OM1_OK);
         CHECK(count == 4);
+        /* Clockwise on the picture, from the top left corner. */
         int32_t xy[8] = {0};
+        const int32_t corners[8] = {2, 3, 12, 3, 12, 10, 2, 10};
         CHECK_CODE(om1_result_boundary(r, red, 0, xy, 4, &count), OM1_OK);
-        int minX = 99, minY = 99, maxX = -1, maxY = -1;
-        long long twiceArea = 0;
-        for (int i = 0; i < 4; ++i) {
-            int x = xy[2 * i], y = xy[2 * i + 1];
-            minX = x < minX ? x : minX;
-            maxX = x > maxX ? x : maxX;
-            minY = y < minY ? y : minY;
-            maxY = y > maxY ? y : maxY;
-            int nx = xy[(2 * i + 2) % 8], ny = xy[(2 * i + 3) % 8];
-            twiceArea += (long long)x * ny - (long long)nx * y;
-        }
-        CHECK(minX == 2 && maxX == 12 && minY == 3 && maxY == 10);
-        CHECK(twiceArea == 140); /* clockwise on the picture: positive */
+        CHECK(memcmp(xy, corners, sizeof xy) == 0);
         /* The polygon preset fits no curves. */
         CHECK_CODE(om1_result_curve(r, red, 0, NULL, 0, &count), OM1_OK);
         CHECK(count == 0);

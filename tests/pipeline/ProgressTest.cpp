@@ -58,6 +58,13 @@ TestPicture makePicture(int w, int h, int cells) {
     return t;
 }
 
+std::vector<RGBQUAD> pixelsOf(const TestPicture& t) {
+    std::vector<RGBQUAD> px(static_cast<size_t>(t.width) * t.height);
+    for (size_t i = 0; i < px.size(); ++i)
+        px[i] = RGBQUAD{t.rgba[4 * i + 2], t.rgba[4 * i + 1], t.rgba[4 * i], 0};
+    return px;
+}
+
 struct Heard {
     std::vector<double> shares;
     long stopAt = -1;  // answer false at this call (0 the first)
@@ -77,80 +84,6 @@ std::string svgOf(const om1::Result& r, const om1::Hooks* hooks, int& code) {
     return out.str();
 }
 
-class ProgressTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        picture = makePicture(240, 200, 0);
-        om1::OptionTable::defaults(options);  // graphic: colours, anti-alias, speckle, merge
-    }
-    TestPicture picture;
-    om1_options options;
-};
-
-TEST_F(ProgressTest, SharesRiseToOneAndTheOutputIsUnchanged) {
-    int code = 0;
-    const om1::Result plain = om1::vectorize(picture.picture(), &options);
-    const std::string expected = svgOf(plain, nullptr, code);
-    ASSERT_EQ(code, OM1_OK);
-
-    Heard heard;
-    const om1::Hooks hooks = heard.hooks();
-    const om1::Result r = om1::vectorize(picture.picture(), &options, &hooks);
-    ASSERT_EQ(r.status(), OM1_OK);
-    EXPECT_EQ(heard.shares.front(), 0.0);
-    EXPECT_DOUBLE_EQ(heard.shares.back(), om1::Progress::kTraced);
-    EXPECT_EQ(svgOf(r, &hooks, code), expected);
-    EXPECT_EQ(code, OM1_OK);
-    EXPECT_DOUBLE_EQ(heard.shares.back(), 1.0);
-    for (size_t i = 1; i < heard.shares.size(); ++i)
-        EXPECT_LE(heard.shares[i - 1], heard.shares[i]) << "call " << i;
-    // The shapes' span was reported on the way (built by the write).
-    bool shaped = false;
-    for (double s : heard.shares)
-        shaped = shaped || (s > om1::Progress::kTraced && s <= om1::Progress::kShaped);
-    EXPECT_TRUE(shaped);
-}
-
-// A host that stops at the first report at or past a share: in the
-// composite (0), somewhere in the stages, at the end of the trace, in the
-// shapes and at the start of the writing. Each ends in OM1_CANCELLED from the
-// call that was running; a result whose shapes or writing were stopped
-// writes the whole output on the next call.
-TEST_F(ProgressTest, AStopAnywhereEndsInCancelled) {
-    int code = 0;
-    const om1::Result full = om1::vectorize(picture.picture(), &options);
-    const std::string expected = svgOf(full, nullptr, code);
-    const struct {
-        double share;
-        bool inTrace;  // vectorize itself is cancelled
-    } cases[] = {{0, true},
-                 {1e-9, true},
-                 {om1::Progress::kTraced, true},
-                 {om1::Progress::kTraced + 1e-9, false},
-                 {om1::Progress::kShaped, false}};
-    for (const auto& c : cases) {
-        om1::Hooks hooks;
-        bool stopped = false;
-        hooks.progress = [&](double s) {
-            stopped = stopped || s >= c.share;
-            return !stopped;
-        };
-        const om1::Result r = om1::vectorize(picture.picture(), &options, &hooks);
-        if (c.inTrace) {
-            EXPECT_EQ(r.status(), OM1_CANCELLED) << "stop at " << c.share;
-            EXPECT_EQ(r.drawing(), nullptr);
-            om1_stats st;
-            EXPECT_EQ(r.stats(st), OM1_CANCELLED);
-            continue;
-        }
-        ASSERT_EQ(r.status(), OM1_OK) << "stop at " << c.share;
-        EXPECT_EQ(svgOf(r, &hooks, code), "") << "stop at " << c.share;
-        EXPECT_EQ(code, OM1_CANCELLED) << "stop at " << c.share;
-        EXPECT_EQ(svgOf(r, nullptr, code), expected) << "stop at " << c.share;
-        EXPECT_EQ(code, OM1_OK);
-    }
-}
-
 // The core's tracer cannot be interrupted: given a progress it runs on a
 // thread of its own while the caller keeps asking. A stop heard then returns
 // Cancelled at once with nothing asked after it; the abandoned run frees its
@@ -159,9 +92,7 @@ TEST_F(ProgressTest, AStopAnywhereEndsInCancelled) {
 // a trace that was never stopped.
 TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
     const TestPicture many = makePicture(240, 180, 3);
-    std::vector<RGBQUAD> px(static_cast<size_t>(many.width) * many.height);
-    for (size_t i = 0; i < px.size(); ++i)
-        px[i] = RGBQUAD{many.rgba[4 * i + 2], many.rgba[4 * i + 1], many.rgba[4 * i], 0};
+    const std::vector<RGBQUAD> px = pixelsOf(many);
     om1_options o;
     om1::OptionTable::preset(o, "plain");
     o.max_outlines = 10000000;
@@ -203,9 +134,7 @@ TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
 // every few hundred rows and regions: a stop inside it ends the trace there.
 TEST(TracerProgress, AStopInsideTheRegionLabellingEndsTheTrace) {
     const TestPicture many = makePicture(600, 600, 3);
-    std::vector<RGBQUAD> px(static_cast<size_t>(many.width) * many.height);
-    for (size_t i = 0; i < px.size(); ++i)
-        px[i] = RGBQUAD{many.rgba[4 * i + 2], many.rgba[4 * i + 1], many.rgba[4 * i], 0};
+    const std::vector<RGBQUAD> px = pixelsOf(many);
     om1_options o;
     om1::OptionTable::defaults(o);
     const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
@@ -252,21 +181,36 @@ om1_options settingsOf(const std::string& name) {
 
 const char* const kSettings[] = {"plain", "graphic", "photo", "bw", "pixel", "polygon"};
 
-// Through the pipeline, a host that stops at its k-th report, for every k
-// the whole job gave it (vectorize, the shapes, the SVG): the call running
-// then returns OM1_CANCELLED, and a stopped result still writes the whole
-// output. (Leaks and stale reads: the asan preset.)
+// Through the pipeline, a host that hears every report: the shares rise from
+// 0 to kTraced over vectorize and on to 1 over the shapes and the writing,
+// and the output is that of a run without a progress. A host that stops at
+// its k-th report, for every k the whole job gave it (vectorize, the shapes,
+// the SVG): the call running then returns OM1_CANCELLED (a cancelled
+// vectorize has no drawing and no stats), and a stopped result still writes
+// the whole output. (Leaks and stale reads: the asan preset.)
 TEST(StopAtEveryCall, ThePipelineEndsCancelled) {
     const TestPicture many = makePicture(160, 120, 3);
     for (const char* name : kSettings) {
         const om1_options o = settingsOf(name);
+        int code = 0;
+        const std::string plain = svgOf(om1::vectorize(many.picture(), &o), nullptr, code);
         Heard all;
         om1::Hooks hooks = all.hooks();
-        int code = 0;
         const om1::Result whole = om1::vectorize(many.picture(), &o, &hooks);
         ASSERT_EQ(whole.status(), OM1_OK) << name;
+        EXPECT_EQ(all.shares.front(), 0.0) << name;
+        EXPECT_DOUBLE_EQ(all.shares.back(), om1::Progress::kTraced) << name;
         const std::string expected = svgOf(whole, &hooks, code);
         ASSERT_EQ(code, OM1_OK) << name;
+        EXPECT_EQ(expected, plain) << name;
+        EXPECT_DOUBLE_EQ(all.shares.back(), 1.0) << name;
+        bool shaped = false;  // the shapes' span, built by the write
+        for (size_t i = 0; i < all.shares.size(); ++i) {
+            EXPECT_LE(i ? all.shares[i - 1] : 0.0, all.shares[i]) << name << " call " << i;
+            const double s = all.shares[i];
+            shaped = shaped || (s > om1::Progress::kTraced && s <= om1::Progress::kShaped);
+        }
+        EXPECT_TRUE(shaped) << name;
         for (long k = 0; k < static_cast<long>(all.shares.size()); ++k) {
             Heard heard;
             heard.stopAt = k;
@@ -275,6 +219,9 @@ TEST(StopAtEveryCall, ThePipelineEndsCancelled) {
             if (r.status() != OM1_OK) {
                 EXPECT_EQ(r.status(), OM1_CANCELLED) << name << " call " << k;
                 EXPECT_EQ(static_cast<long>(heard.shares.size()), k + 1) << name;
+                EXPECT_EQ(r.drawing(), nullptr) << name;
+                om1_stats st;
+                EXPECT_EQ(r.stats(st), OM1_CANCELLED) << name;
                 continue;
             }
             const std::string svg = svgOf(r, &hooks, code);
@@ -310,9 +257,7 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
     for (const char* name : kSettings) {
         const bool small = std::string(name) == "plain";
         const TestPicture many = makePicture(small ? 200 : 512, small ? 150 : 520, 3);
-        std::vector<RGBQUAD> px(static_cast<size_t>(many.width) * many.height);
-        for (size_t i = 0; i < px.size(); ++i)
-            px[i] = RGBQUAD{many.rgba[4 * i + 2], many.rgba[4 * i + 1], many.rgba[4 * i], 0};
+        const std::vector<RGBQUAD> px = pixelsOf(many);
         const om1_options o = settingsOf(name);
         const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
         long calls = 0, stopAt = -1;
@@ -376,11 +321,6 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
         }
         if (tree) kvctr_deleteKvCtree(tree);
     }
-}
-
-TEST(ProgressRecord, TheCancelledCodeHasItsSentence) {
-    EXPECT_STRNE(om1::Result::message(OM1_CANCELLED), om1::Result::message(-1));
-    EXPECT_NE(std::string(om1::Result::message(OM1_CANCELLED)).find("cancel"), std::string::npos);
 }
 
 }  // namespace

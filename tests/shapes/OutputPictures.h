@@ -1,4 +1,4 @@
-// Generated hard-edged pictures for the output tests, and the checks run on
+// Generated hard-edged pictures for the shape tests, and the checks run on
 // their shapes: pixel-centre coverage and render-back with rsvg-convert.
 #pragma once
 
@@ -38,6 +38,12 @@ struct Picture {
 // multiplies the sizes of the pictures and their shapes (lines stay one pixel
 // wide, checker squares and noise one pixel).
 std::vector<Picture> hardEdgedPictures(int scale = 1);
+
+// Pictures for the region labelling: noise, mosaics, nested rings, one-pixel
+// lines and corner-to-corner touches. Each has a block of 3 x 3 pixels of one
+// colour at its top left, where the library's tracer starts (its first
+// region is its seed's 3 x 3 ring, whatever the colours there).
+std::vector<Picture> regionPictures();
 
 // The nested example: white, a blue block with a yellow square inside.
 Picture nestPicture();

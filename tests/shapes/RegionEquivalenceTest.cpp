@@ -11,15 +11,13 @@
 #include <sstream>
 
 #include "CoreRegions.h"
-#include "RegionPictures.h"
+#include "OutputPictures.h"
 #include "prepare/Presets.h"
 #include "shapes/CrackTracer.h"
 #include "shapes/ShapeBuilder.h"
 #include "writers/SvgWriter.h"
 
 namespace {
-
-using regionpictures::Picture;
 
 bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
     return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
@@ -109,7 +107,7 @@ std::vector<std::string> sortedPaths(const om1::ShapeSet& set) {
 
 TEST(RegionEquivalence, SameRegionsAndContainmentAsTheTracer) {
     int whole = 0;
-    for (const Picture& p : regionpictures::all()) {
+    for (const Picture& p : regionPictures()) {
         om1::RegionTree t;
         ASSERT_TRUE(t.build(p.px.data(), p.w, p.h)) << p.name;
         EXPECT_EQ(floodGroups(p, t.labels), t.regions()) << p.name;

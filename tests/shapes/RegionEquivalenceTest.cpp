@@ -23,32 +23,38 @@ bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
     return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
 }
 
-// 4-connected groups of one colour, by flood fill.
+// Marks in `reached` every pixel a 4-connected walk from those in `q` reaches
+// through steps from i to j that `pass(i, j)` allows.
+template <class Pass>
+void flood(const Picture& p, std::queue<size_t>& q, std::vector<char>& reached, Pass pass) {
+    while (!q.empty()) {
+        const size_t i = q.front();
+        q.pop();
+        const int x = static_cast<int>(i % p.w), y = static_cast<int>(i / p.w);
+        const int nx[4] = {x + 1, x - 1, x, x}, ny[4] = {y, y, y + 1, y - 1};
+        for (int k = 0; k < 4; ++k) {
+            if (nx[k] < 0 || ny[k] < 0 || nx[k] >= p.w || ny[k] >= p.h) continue;
+            const size_t j = static_cast<size_t>(ny[k]) * p.w + nx[k];
+            if (!reached[j] && pass(i, j)) reached[j] = 1, q.push(j);
+        }
+    }
+}
+
+// 4-connected groups of one colour, each of one label.
 int floodGroups(const Picture& p, const std::vector<int32_t>& labels) {
-    const size_t n = p.px.size();
-    std::vector<char> seen(n, 0);
+    std::vector<char> seen(p.px.size(), 0);
     int groups = 0;
-    for (size_t s = 0; s < n; ++s) {
+    for (size_t s = 0; s < seen.size(); ++s) {
         if (seen[s]) continue;
         ++groups;
         std::queue<size_t> q;
         q.push(s);
         seen[s] = 1;
-        while (!q.empty()) {
-            const size_t i = q.front();
-            q.pop();
-            EXPECT_EQ(labels[i], labels[s]) << p.name << " pixel " << i;
-            const int x = static_cast<int>(i % p.w), y = static_cast<int>(i / p.w);
-            const int nx[4] = {x + 1, x - 1, x, x}, ny[4] = {y, y, y + 1, y - 1};
-            for (int k = 0; k < 4; ++k) {
-                if (nx[k] < 0 || ny[k] < 0 || nx[k] >= p.w || ny[k] >= p.h) continue;
-                const size_t j = static_cast<size_t>(ny[k]) * p.w + nx[k];
-                if (!seen[j] && sameColour(p.px[i], p.px[j])) {
-                    seen[j] = 1;
-                    q.push(j);
-                }
-            }
-        }
+        flood(p, q, seen, [&](size_t i, size_t j) {
+            if (!sameColour(p.px[i], p.px[j])) return false;
+            EXPECT_EQ(labels[j], labels[s]) << p.name << " pixel " << j;
+            return true;
+        });
     }
     return groups;
 }
@@ -72,17 +78,7 @@ std::vector<int> bruteParents(const Picture& p, const std::vector<int32_t>& labe
                     const size_t i = static_cast<size_t>(y) * p.w + x;
                     if (labels[i] != r && !reached[i]) reached[i] = 1, q.push(i);
                 }
-        while (!q.empty()) {
-            const size_t i = q.front();
-            q.pop();
-            const int x = static_cast<int>(i % p.w), y = static_cast<int>(i / p.w);
-            const int nx[4] = {x + 1, x - 1, x, x}, ny[4] = {y, y, y + 1, y - 1};
-            for (int k = 0; k < 4; ++k) {
-                if (nx[k] < 0 || ny[k] < 0 || nx[k] >= p.w || ny[k] >= p.h) continue;
-                const size_t j = static_cast<size_t>(ny[k]) * p.w + nx[k];
-                if (!reached[j] && labels[j] != r) reached[j] = 1, q.push(j);
-            }
-        }
+        flood(p, q, reached, [&](size_t, size_t j) { return labels[j] != r; });
         for (size_t i = 0; i < n; ++i) filled[r] += !reached[i];
         for (size_t i = 0; i < n; ++i) {
             const int s = labels[i];

@@ -26,6 +26,14 @@ double cross(PointD a, PointD b) {
 double norm(PointD a) {
     return std::sqrt(a.x * a.x + a.y * a.y);
 }
+// Distance from p to the segment a-b.
+double segmentDistance(PointD p, PointD a, PointD b) {
+    const PointD ab = sub(b, a);
+    const double ll = dot(ab, ab);
+    double t = ll > 1e-12 ? dot(sub(p, a), ab) / ll : 0;
+    t = std::max(0.0, std::min(1.0, t));
+    return norm(sub(p, add(a, mul(ab, t))));
+}
 PointD unit(PointD a) {
     const double l = norm(a);
     return l > 1e-12 ? mul(a, 1.0 / l) : PointD{0, 0};
@@ -40,6 +48,13 @@ const int kLongestEdge = 100;
 // (the cosine).
 const double kTipEdge = 2.0;
 const double kTipTurn = -0.34;
+// A small feature's corner: a vertex where the polygon turns by at least
+// about 80 degrees (the cosine; a disc of radius 3 turns by less), between edges of at least
+// kSnugEdge pixels, whose samples all lie within kSnugFit of the two edges (a rounded bend's
+// samples fall short of the vertex where its edges meet).
+const double kSnugTurn = 0.17;
+const double kSnugEdge = 2.0;
+const double kSnugFit = 0.35;
 // Stretches of at most this many samples are first tried as one segment.
 const int kShortRest = 256;
 
@@ -653,6 +668,18 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
         if (dot(sub(b, a), sub(d, c)) < kTipTurn * before * after)
             tip[static_cast<size_t>(e)] = tip[static_cast<size_t>((e + 1) % VV)] = 1;
     }
+    auto snug = [&](int e) {
+        const PointD a = vertexAt(e - 1), b = vertexAt(e), c = vertexAt(e + 1);
+        const PointD ab = sub(b, a), bc = sub(c, b);
+        const double l1 = norm(ab), l2 = norm(bc);
+        if (l1 < kSnugEdge || l2 < kSnugEdge || dot(ab, bc) > kSnugTurn * l1 * l2) return false;
+        for (int k = vert(e - 1) + 1; k < vert(e + 1); ++k) {
+            const PointD p = L.at(k);
+            if (std::min(segmentDistance(p, a, b), segmentDistance(p, b, c)) > kSnugFit)
+                return false;
+        }
+        return true;
+    };
     std::vector<int> corners;
     for (int e = 0; e < VV; ++e) {
         if (fixedEnd(e) || tip[static_cast<size_t>(e)]) {
@@ -672,6 +699,7 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
             const double alpha = h > r ? (4.0 / 3.0) * (1 - r / h) : 0;
             corner = alpha > settings.alphaMax;
         }
+        if (!corner && (closed || (e > 0 && e + 1 < VV))) corner = snug(e);
         if (corner) corners.push_back(e);
     }
     // Stage 4: the stretches between corners.

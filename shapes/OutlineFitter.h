@@ -13,8 +13,12 @@
 // 3. a vertex is a corner when a smooth curve through the midpoints of its
 //    two edges could come no closer to it than `cornerSlack` (half a pixel
 //    measured across the diagonal of a pixel) with handles of `alphaMax`
-//    times the way to the vertex; with the default 1 a right angle between
-//    edges of six pixels or more is a corner;
+//    times the way to the vertex (with the default 1 a right angle between
+//    edges of eight pixels or more), or when the polygon turns there by 80
+//    degrees or more between edges of at least two pixels and every sample
+//    of the two edges lies within 0.35 px of them (the corner of a small
+//    feature: a rounded bend's samples fall short of the vertex), or at the
+//    tip of a thin wedge;
 // 4. every stretch between corners (the whole loop when there is none) is
 //    covered by as few cubic segments as keep every sample within
 //    `tolerance`: the longest segment that fits is taken first, segments

@@ -73,15 +73,19 @@ void trace(const Picture& p, OutputOptions::Layout layout, ShapeSet& set) {
     om1_delKvCTree(tree);
 }
 
-// The shape of a colour (the first one drawn in it).
+// The shape nearest in colour (within 24 per channel; a small shape's mean
+// takes in some of its anti-aliased rim), the first drawn among equals.
 const om1::Shape* shapeOf(const ShapeSet& set, unsigned rgb) {
-    for (const om1::Shape& s : set.shapes)
-        if (s.role != om1::Shape::Role::Frame && !s.loops.empty() &&
-            std::abs(s.color.rgbRed - static_cast<int>(rgb >> 16)) <= 8 &&
-            std::abs(s.color.rgbGreen - static_cast<int>((rgb >> 8) & 255)) <= 8 &&
-            std::abs(s.color.rgbBlue - static_cast<int>(rgb & 255)) <= 8)
-            return &s;
-    return nullptr;
+    const om1::Shape* best = nullptr;
+    int bestDiff = 25;
+    for (const om1::Shape& s : set.shapes) {
+        if (s.role == om1::Shape::Role::Frame || s.loops.empty()) continue;
+        const int d = std::max({std::abs(s.color.rgbRed - static_cast<int>(rgb >> 16)),
+                                std::abs(s.color.rgbGreen - static_cast<int>((rgb >> 8) & 255)),
+                                std::abs(s.color.rgbBlue - static_cast<int>(rgb & 255))});
+        if (d < bestDiff) best = &s, bestDiff = d;
+    }
+    return best;
 }
 
 // Points along every segment of a curve, 32 a segment.
@@ -185,6 +189,38 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
                 std::max(outside, std::min({distance(q, tip, base1), distance(q, base1, base0),
                                             distance(q, base0, tip)}));
     EXPECT_LT(outside, 0.5);
+
+    // A small feature keeps its corners too: a square of 6 px turned by 25
+    // degrees is four straight segments with corners within 0.15 px, while a
+    // disc of radius 3 beside it stays round (no corners: within 0.3 px of
+    // its circle).
+    const double turn = 25 * 3.14159265358979 / 180, half = 3;
+    const PointD centre = {9.4, 54.3}, disc = {88.6, 52.2};
+    const PointD ax = {std::cos(turn), std::sin(turn)}, ay = {-ax.y, ax.x};
+    const Picture small = antialiased("small", 96, 64, [&](double x, double y) {
+        const double dx = x - centre.x, dy = y - centre.y;
+        if (std::fabs(dx * ax.x + dy * ax.y) < half && std::fabs(dx * ay.x + dy * ay.y) < half)
+            return kBlue;
+        return std::hypot(x - disc.x, y - disc.y) < 3 ? kRed : kWhite;
+    });
+    ShapeSet smallSet;
+    trace(small, OutputOptions::Layout::Stacked, smallSet);
+    const om1::Shape *square = shapeOf(smallSet, kBlue), *dot = shapeOf(smallSet, kRed);
+    ASSERT_NE(square, nullptr);
+    ASSERT_NE(dot, nullptr);
+    for (const PointD& p : flat(dot->curves[0]))
+        EXPECT_NEAR(std::hypot(p.x - disc.x, p.y - disc.y), 3, 0.3) << p.x << "," << p.y;
+    const std::vector<PointD>& q = square->curves[0];
+    ASSERT_EQ(segments(q), 4u);
+    for (size_t i = 0; i < q.size(); i += 3) {
+        double nearest = 1e9;
+        for (int sx : {-1, 1})
+            for (int sy : {-1, 1})
+                nearest = std::min(
+                    nearest, std::hypot(q[i].x - (centre.x + half * (sx * ax.x + sy * ay.x)),
+                                        q[i].y - (centre.y + half * (sx * ax.y + sy * ay.y))));
+        EXPECT_LT(nearest, 0.15) << q[i].x << "," << q[i].y;
+    }
 }
 
 // A slanted anti-aliased edge lands within 0.1 px of its true position,

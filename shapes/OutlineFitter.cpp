@@ -55,6 +55,10 @@ const double kTipTurn = -0.34;
 const double kSnugTurn = 0.17;
 const double kSnugEdge = 2.0;
 const double kSnugFit = 0.35;
+// Rounds of least squares and parameter steps in a trial fit, and in the
+// fit of a segment kept.
+const int kTrialRounds = 2;
+const int kPolishRounds = 8;
 // Stretches of at most this many samples are first tried as one segment.
 const int kShortRest = 256;
 
@@ -281,6 +285,7 @@ public:
             // times its segments.
             const bool shortRest = b - s <= kShortRest;
             if (shortRest && tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
                 emit(seg);
                 return;
             }
@@ -290,6 +295,7 @@ public:
             const bool prefixFailed = !doubling(f, 8, s, a, b, P, tP, tA, seg);
             if (!shortRest && !prefixFailed &&
                 tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
                 emit(seg);
                 return;
             }
@@ -309,6 +315,8 @@ public:
             if (best < 0) {
                 best = std::min(s + 2, b - 1);
                 forceFit(s, best, P, pointAt(best, a, b), tP, tangentAt(best, a, b), bestSeg);
+            } else {
+                polish(s, best, tP, tangentAt(best, a, b), bestSeg, s == a && isFree(tA), false);
             }
             emit(bestSeg);
             P = bestSeg[3];
@@ -385,6 +393,19 @@ private:
         seg[2] = isFree(t3) ? add(P0, mul(chord, 2.0 / 3)) : sub(P3, mul(t3, clen / 3));
     }
 
+    // A segment the search kept, fitted again with more rounds of moving
+    // the samples' curve parameters (its ends and tangents as they are):
+    // the search's two rounds tell whether a length fits, these bring the
+    // curve nearer the samples. Kept when it stays within the tolerance.
+    void polish(int s, int e, PointD t0, PointD t3, PointD* seg, bool skip0, bool skip3) {
+        PointD c[4];
+        rounds_ = kPolishRounds;
+        const bool ok =
+            tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true) && worst_ <= s_.tolerance;
+        rounds_ = kTrialRounds;
+        if (ok) std::copy(c, c + 4, seg);
+    }
+
     void emit(const PointD* seg) {
         out_.push_back(seg[1]);
         out_.push_back(seg[2]);
@@ -398,6 +419,7 @@ private:
                 bool skip3, bool sound = false) {
         const int skip = 2;
         int i0 = s + (skip0 ? skip : 1), i1 = e - (skip3 ? skip : 1);
+        worst_ = 0;
         seg[0] = P0;
         seg[3] = P3;
         const PointD chord = sub(P3, P0);
@@ -455,7 +477,7 @@ private:
         for (double& u : u_) u /= total;
         double worst = 0;
         bool good = false;
-        for (int iter = 0; iter < 2; ++iter) {
+        for (int iter = 0; iter < rounds_; ++iter) {
             if (!leastSquares(i0, P0, P3, t0, t3, seg)) heuristic();
             // Sanity: handles forward along their tangents and not too long.
             if (!free0 && (dot(sub(seg[1], P0), t0) <= 0 || norm(sub(seg[1], P0)) > 2 * clen))
@@ -468,7 +490,7 @@ private:
             // (The distance is taken before the step, which only brings
             // the curve point nearer; the last round stops at the first
             // sample out of the tolerance.)
-            const bool last = iter == 1 && !sound;
+            const bool last = iter == rounds_ - 1 && !sound;
             worst = 0;
             double sum = 0;
             for (int i = 0; i < m; ++i) {
@@ -488,8 +510,9 @@ private:
             // Within the tolerance everywhere, and within a third of it on
             // average (the samples' own noise stays well below that), unless
             // relaxed.
+            worst_ = worst;
             good = worst <= tol && (relaxed_ || sum <= m * (tol * tol / 9));
-            if (good) return true;
+            if (good && rounds_ == kTrialRounds) return true;
         }
         return sound || good;
     }
@@ -551,6 +574,8 @@ private:
     std::vector<PointD>& out_;
     std::vector<double> u_;
     bool relaxed_ = false;  // the mean error not asked for
+    int rounds_ = kTrialRounds;
+    double worst_ = 0;  // the last fit's largest distance
 };
 
 }  // namespace

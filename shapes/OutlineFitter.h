@@ -21,7 +21,8 @@
 //    tip of a thin wedge;
 // 4. every stretch between corners (the whole loop when there is none) is
 //    covered by as few cubic segments as keep every sample within
-//    `tolerance`: the longest segment that fits is taken first, segments
+//    `tolerance`: the longest segment that fits is taken first (then fitted
+//    again with more rounds, its ends and tangents kept), segments
 //    meet with one tangent, and a stretch within `tolerance` of its chord is
 //    one straight segment.
 #pragma once

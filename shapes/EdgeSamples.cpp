@@ -14,6 +14,7 @@ const double kMinContrast = 24.0;  // colour distance below which nothing is tol
 const double kDeadZone = 0.04;     // shares this close to 0 or 1 count as 0 or 1
 const double kPlateau = 0.06;      // two shares this close are one level
 const double kMinSpan = 0.3;       // levels closer than this tell nothing
+const double kMinSine = 0.3;       // three colours nearer one line tell nothing
 
 }  // namespace
 
@@ -29,6 +30,43 @@ double EdgeSamples::share(const RGBQUAD& p, const RGBQUAD& in, const RGBQUAD& ou
     if (a >= 1 - kDeadZone) return 1;
     return a;
 }
+
+namespace {
+
+// The share of colour `a` in a pixel of colour `p` made of `a`, `b` and
+// `c` (least squares, shares summing to one, each within 0..1); false when
+// the three colours lie too near one line to tell.
+bool shares3(const RGBQUAD& p, const RGBQUAD& a, const RGBQUAD& b, const RGBQUAD& c,
+             double& share) {
+    const double u[3] = {double(a.rgbRed) - c.rgbRed, double(a.rgbGreen) - c.rgbGreen,
+                         double(a.rgbBlue) - c.rgbBlue};
+    const double v[3] = {double(b.rgbRed) - c.rgbRed, double(b.rgbGreen) - c.rgbGreen,
+                         double(b.rgbBlue) - c.rgbBlue};
+    const double q[3] = {double(p.rgbRed) - c.rgbRed, double(p.rgbGreen) - c.rgbGreen,
+                         double(p.rgbBlue) - c.rgbBlue};
+    const double uu = u[0] * u[0] + u[1] * u[1] + u[2] * u[2];
+    const double vv = v[0] * v[0] + v[1] * v[1] + v[2] * v[2];
+    const double uv = u[0] * v[0] + u[1] * v[1] + u[2] * v[2];
+    const double uq = u[0] * q[0] + u[1] * q[1] + u[2] * q[2];
+    const double vq = v[0] * q[0] + v[1] * q[1] + v[2] * q[2];
+    const double det = uu * vv - uv * uv;
+    const double minC = kMinContrast * kMinContrast;
+    if (uu < minC || vv < minC || det < kMinSine * kMinSine * uu * vv) return false;
+    double sa = (uq * vv - vq * uv) / det, sb = (vq * uu - uq * uv) / det;
+    sa = std::max(0.0, std::min(1.0, sa));
+    sb = std::max(0.0, std::min(1.0, sb));
+    if (sa + sb > 1) {
+        const double k = sa + sb;
+        sa /= k;
+        sb /= k;
+    }
+    if (sa <= kDeadZone) sa = 0;
+    if (sa >= 1 - kDeadZone) sa = 1;
+    share = sa;
+    return true;
+}
+
+}  // namespace
 
 void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, std::vector<PointD>& out) {
     out.clear();
@@ -51,11 +89,25 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, std::vector<
             const RGBQUAD& co = (*pic.colours)[static_cast<size_t>(lo)];
             double outs[kReach], ins[kReach];
             int no = 0, ni = 0;
+            // The region beyond each side's run (within reach), whose colour
+            // may show in that side's pixels too (a thin band between two
+            // others): there the shares come from the three colours.
+            auto beyond = [&](int x, int y, int dx, int dy, int32_t own) {
+                for (int t = 0; t <= kReach; ++t, x += dx, y += dy) {
+                    const int32_t l = pic.label(x, y);
+                    if (l != own) return l >= 0 && l != li && l != lo ? l : -1;
+                }
+                return -1;
+            };
+            const int32_t xo = beyond(ox, oy, nx, ny, lo), xi = beyond(ix, iy, -nx, -ny, li);
             double last = 2;
             for (int t = 0; t < kReach; ++t) {
                 const int x = ox + t * nx, y = oy + t * ny;
                 if (pic.label(x, y) != lo) break;
-                const double a = share(pic.pixels[static_cast<size_t>(y) * pic.width + x], ci, co);
+                const RGBQUAD& p = pic.pixels[static_cast<size_t>(y) * pic.width + x];
+                double a = -1;
+                if (xo < 0 || !shares3(p, ci, co, (*pic.colours)[static_cast<size_t>(xo)], a))
+                    a = share(p, ci, co);
                 if (a < 0 || a > last + 0.05) break;
                 outs[no++] = a;
                 last = a;
@@ -64,7 +116,13 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, std::vector<
             for (int t = 0; t < kReach; ++t) {
                 const int x = ix - t * nx, y = iy - t * ny;
                 if (pic.label(x, y) != li) break;
-                const double a = share(pic.pixels[static_cast<size_t>(y) * pic.width + x], ci, co);
+                const RGBQUAD& p = pic.pixels[static_cast<size_t>(y) * pic.width + x];
+                double a = -1, b;
+                // The share of the outside colour: all that is not the inside's.
+                if (xi >= 0 && shares3(p, co, ci, (*pic.colours)[static_cast<size_t>(xi)], b))
+                    a = 1 - b;
+                else
+                    a = share(p, ci, co);
                 if (a < 0 || 1 - a > last + 0.05) break;
                 ins[ni++] = a;
                 last = 1 - a;

@@ -10,7 +10,11 @@
 // every share of the outside colour found inside moves it inwards. Up to
 // three pixels on each side count, as long as they belong to the two regions
 // and their shares keep falling away from the edge (a rising share is the
-// next edge of a thin line). Steps on the raster border, between regions of
+// next edge of a thin line). Where another region lies just beyond one
+// side's pixels (a thin band between two others), that side's pixels may
+// hold its colour too: their shares then come from the three colours (the
+// pixel as a mix of all three, least squares), unless the three lie too near
+// one line to tell. Steps on the raster border, between regions of
 // nearly one colour, or without a picture stay at their midpoints; no
 // sample moves more than one pixel.
 #pragma once

@@ -11,6 +11,7 @@
 #include "prepare/Presets.h"
 #include "prepare/Tracer.h"
 #include "shapes/AreaCoverage.h"
+#include "shapes/CrackLoop.h"
 #include "shapes/CurveJudge.h"
 #include "shapes/EdgeSamples.h"
 #include "shapes/LabelRaster.h"
@@ -221,6 +222,50 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
                                         q[i].y - (centre.y + half * (sx * ax.y + sy * ay.y))));
         EXPECT_LT(nearest, 0.15) << q[i].x << "," << q[i].y;
     }
+}
+
+// A thin band between two other colours: ochre above y = 19.6, navy to
+// y = 20.9, white below. Row 19 is labelled ochre, row 20 navy (whose pixels
+// hold a tenth of the white), the rest white. The navy strip's top edge
+// still lands at 19.6: read as a mix of navy and ochre alone, row 20's white
+// would put it 0.11 px lower.
+TEST(SmoothCurves, ThinBandBetweenTwoColours) {
+    const int w = 16, h = 40;
+    const RGBQUAD ochre = {60, 170, 200, 0}, navy = {140, 40, 40, 0}, white = {255, 255, 255, 0};
+    auto mix = [](const RGBQUAD& a, const RGBQUAD& b, double t) {
+        auto c = [&](BYTE x, BYTE y) { return static_cast<BYTE>(std::lround(x + t * (y - x))); };
+        return RGBQUAD{c(a.rgbBlue, b.rgbBlue), c(a.rgbGreen, b.rgbGreen), c(a.rgbRed, b.rgbRed),
+                       0};
+    };
+    std::vector<int32_t> labels(static_cast<size_t>(w) * h);
+    std::vector<RGBQUAD> pixels(labels.size());
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const size_t i = static_cast<size_t>(y) * w + x;
+            labels[i] = y < 20 ? 0 : y == 20 ? 1 : 2;
+            pixels[i] = y < 19    ? ochre
+                        : y == 19 ? mix(ochre, navy, 0.4)
+                        : y == 20 ? mix(navy, white, 0.1)
+                                  : white;
+        }
+    const std::vector<RGBQUAD> colours = {ochre, navy, white};
+    om1::EdgeSamples::Picture pic;
+    pic.labels = labels.data();
+    pic.width = w;
+    pic.height = h;
+    pic.pixels = pixels.data();
+    pic.colours = &colours;
+    om1::CrackLoop strip;  // round the navy row, clockwise from its top left
+    strip.x = 0;
+    strip.y = 20;
+    strip.codes.assign(w, 0);
+    strip.codes.push_back(1);
+    strip.codes.insert(strip.codes.end(), w, 2);
+    strip.codes.push_back(3);
+    std::vector<PointD> samples;
+    om1::EdgeSamples::sample(strip, pic, samples);
+    ASSERT_EQ(samples.size(), strip.codes.size());
+    for (int x = 2; x < w - 2; ++x) EXPECT_NEAR(samples[static_cast<size_t>(x)].y, 19.6, 0.02) << x;
 }
 
 // A slanted anti-aliased edge lands within 0.1 px of its true position,

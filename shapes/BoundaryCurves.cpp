@@ -711,8 +711,9 @@ private:
         const PointD A = {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)};
         const PointD B = {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)};
         // The optimal polygon of the points as moved (or not): the same for
-        // every tolerance.
-        std::vector<int> polygons[2];
+        // every tolerance; the straight runs it is found from, the same
+        // for both but near the ends.
+        std::vector<int> polygons[2], runs;
         // One fit: its segments (0: none), kept in `p` when it scores best
         // so far. `going` hears of every fit (a long piece takes tens of
         // milliseconds for each); after a stop no more fits.
@@ -724,7 +725,8 @@ private:
             }
             points.front() = moved && moveStart ? startX : A;
             points.back() = moved && moveEnd ? endX : B;
-            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved])) return size_t(0);
+            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved], &runs))
+                return size_t(0);
             if (moved && (moveStart || moveEnd)) {
                 Curve joined;
                 joined.push_back(A);

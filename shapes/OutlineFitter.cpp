@@ -172,10 +172,19 @@ double chordPenalty(const Loop& L, int a, int b) {
 // eps of every sample between, over steps that do not go in all four
 // directions (round a loop at most n - 2 steps, and `cap` when positive; on
 // an open path up to its end).
-void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon) {
+// `known`, when given (an open path only), holds the runs found for the
+// same path with other end points: a run from k reads samples k to at most
+// k + lon[k] + 1, so one that read neither end is the same here.
+void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
+                  const std::vector<int>* known = nullptr) {
     const int n = L.size();
     lon.assign(static_cast<size_t>(n), 1);
+    if (known && (L.closed() || known->size() != lon.size())) known = nullptr;
     for (int k = 0; k < n; ++k) {
+        if (known && k >= 1 && k + (*known)[static_cast<size_t>(k)] + 1 <= n - 2) {
+            lon[static_cast<size_t>(k)] = (*known)[static_cast<size_t>(k)];
+            continue;
+        }
         int limit = L.closed() ? n - 2 : n - 1 - k;
         if (cap > 0) limit = std::min(limit, cap);
         const PointD a = L.at(k);
@@ -822,7 +831,7 @@ bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<ui
 
 bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
                             const Settings& settings, std::vector<PointD>& out,
-                            std::vector<int>* polygon) {
+                            std::vector<int>* polygon, std::vector<int>* runs) {
     out.clear();
     const int n = static_cast<int>(points.size());
     if (n < 2 || codes.size() != points.size()) return false;
@@ -832,9 +841,11 @@ bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector
         verts = *polygon;
     } else {
         std::vector<int> lon;
-        straightRuns(L, settings.straightness, kLongestEdge, lon);
+        straightRuns(L, settings.straightness, kLongestEdge, lon,
+                     runs && !runs->empty() ? runs : nullptr);
         optimalPolygon(L, lon, verts);
         if (polygon) *polygon = verts;
+        if (runs) runs->swap(lon);
     }
     if (verts.empty()) return false;
     return fitPolygon(L, verts, settings, out);

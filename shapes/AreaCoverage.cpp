@@ -1,6 +1,7 @@
 #include "shapes/AreaCoverage.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 
 namespace om1 {
@@ -12,11 +13,31 @@ long long toUnits(double v) {
     const double u = v * kUnit;
     return static_cast<long long>(u >= 0 ? u + 0.5 : u - 0.5);
 }
+// A row whose columns from its leftmost entry to its rightmost are at most
+// this many times its entries (plus a few) is summed column by column;
+// a wider one (the two sides of a closed loop) has its entries sorted.
+const size_t kDenseSpan = 4;
 }  // namespace
 
 // Each piece of an edge within one pixel row adds its height, signed, to
 // every pixel right of it in that row, and the part of it right of its mean
 // x to the pixel it crosses; summing along the row gives the covered share.
+
+// Pieces next to one another add to the same pixels one after the other:
+// those add up in the entry already there (one of the last two).
+inline void AreaCoverage::add(int row, int column, double v) {
+    const long long units = toUnits(v);
+    const size_t n = entries_.size();
+    if (n >= 1 && entries_[n - 1].x == column && entries_[n - 1].y == row) {
+        entries_[n - 1].units += units;
+        return;
+    }
+    if (n >= 2 && entries_[n - 2].x == column && entries_[n - 2].y == row) {
+        entries_[n - 2].units += units;
+        return;
+    }
+    entries_.push_back({row, column, units});
+}
 
 void AreaCoverage::addPiece(int row, double x0, double y0, double x1, double y1) {
     // Walked left to right, column by column; heights keep the edge's sign.
@@ -29,8 +50,8 @@ void AreaCoverage::addPiece(int row, double x0, double y0, double x1, double y1)
     const int c0 = static_cast<int>(std::floor(x0));
     if (x1 - x0 < 1e-12) {
         const double h = sign * (y1 - y0), xm = 0.5 * (x0 + x1) - c0;
-        entries_.push_back({row, c0, h * (1 - xm)});
-        entries_.push_back({row, c0 + 1, h * xm});
+        add(row, c0, h * (1 - xm));
+        add(row, c0 + 1, h * xm);
         return;
     }
     const double slope = (y1 - y0) / (x1 - x0);
@@ -41,8 +62,8 @@ void AreaCoverage::addPiece(int row, double x0, double y0, double x1, double y1)
         const double h = sign * (yb - ya);
         if (h != 0) {
             const double xm = 0.5 * (xa + xb) - c;
-            entries_.push_back({row, c, h * (1 - xm)});
-            entries_.push_back({row, c + 1, h * xm});
+            add(row, c, h * (1 - xm));
+            add(row, c + 1, h * xm);
         }
         xa = xb;
         ya = yb;
@@ -67,43 +88,67 @@ void AreaCoverage::addLine(PointD a, PointD b) {
 void AreaCoverage::cells(std::vector<Cell>& out) {
     out.clear();
     if (entries_.empty()) return;
-    // Bucketed by row (every row between the lowest and the highest holds
-    // pieces of the edges crossing it), then each row sorted by column.
+    // Every row between the lowest and the highest holds pieces of the
+    // edges crossing it: its columns, then its sums or its sorted entries.
     int ylo = entries_[0].y, yhi = ylo;
     for (const Entry& e : entries_) {
         ylo = std::min(ylo, e.y);
         yhi = std::max(yhi, e.y);
     }
     const size_t rows = static_cast<size_t>(yhi - ylo) + 1;
-    rowStart_.assign(rows + 1, 0);
-    for (const Entry& e : entries_) ++rowStart_[static_cast<size_t>(e.y - ylo) + 1];
-    for (size_t r = 0; r < rows; ++r) rowStart_[r + 1] += rowStart_[r];
-    sorted_.resize(entries_.size());
-    {
-        std::vector<size_t>& next = rowFill_;
-        next.assign(rowStart_.begin(), rowStart_.end() - 1);
-        for (const Entry& e : entries_) sorted_[next[static_cast<size_t>(e.y - ylo)]++] = e;
+    rows_.assign(rows, Row{INT_MAX, INT_MIN, 0, 0, false});
+    for (const Entry& e : entries_) {
+        Row& r = rows_[static_cast<size_t>(e.y - ylo)];
+        r.lo = std::min(r.lo, e.x);
+        r.hi = std::max(r.hi, e.x);
+        ++r.count;
     }
-    for (size_t r = 0; r < rows; ++r) {
-        const auto from = sorted_.begin() + static_cast<std::ptrdiff_t>(rowStart_[r]);
-        const auto to = sorted_.begin() + static_cast<std::ptrdiff_t>(rowStart_[r + 1]);
-        if (to - from <= 24) {
-            for (auto i = from + 1; i < to; ++i)
-                for (auto j = i; j != from && j->x < (j - 1)->x; --j) std::iter_swap(j, j - 1);
+    size_t dense = 0, sparse = 0;
+    for (Row& r : rows_) {
+        if (r.count == 0) continue;
+        const size_t span = static_cast<size_t>(static_cast<long long>(r.hi) - r.lo) + 1;
+        r.dense = span <= kDenseSpan * r.count + 8;
+        if (r.dense) {
+            r.start = dense;
+            dense += span;
         } else {
-            std::sort(from, to, [](const Entry& a, const Entry& b) { return a.x < b.x; });
+            r.start = sparse;
+            sparse += r.count;
         }
-        const int y = ylo + static_cast<int>(r);
-        // Summed in fixed point (2^-40 of a pixel), exactly, so the shares
-        // do not depend on the order the pieces came in.
+    }
+    sums_.assign(dense, 0);
+    sorted_.resize(sparse);
+    for (const Entry& e : entries_) {
+        Row& r = rows_[static_cast<size_t>(e.y - ylo)];
+        if (r.dense)
+            sums_[r.start + static_cast<size_t>(e.x - r.lo)] += e.units;
+        else
+            sorted_[r.start++] = e;  // start ends past the row's entries
+    }
+    for (size_t ri = 0; ri < rows; ++ri) {
+        const Row& r = rows_[ri];
+        if (r.count == 0) continue;
+        const int y = ylo + static_cast<int>(ri);
+        // Clockwise polygons run down their right side: their cover comes
+        // out negative in this sum.
         long long sum = 0;
+        if (r.dense) {
+            const long long* s = &sums_[r.start];
+            for (int x = r.lo; x <= r.hi; ++x) {
+                sum += *s++;
+                const double run = static_cast<double>(sum) / kUnit;
+                if (std::fabs(run) > 1e-9) out.push_back({x, y, -run});
+            }
+            continue;
+        }
+        const auto to = sorted_.begin() + static_cast<std::ptrdiff_t>(r.start);
+        const auto from = to - static_cast<std::ptrdiff_t>(r.count);
+        std::sort(from, to, [](const Entry& a, const Entry& b) { return a.x < b.x; });
         for (auto i = from; i != to;) {
             const int x = i->x;
-            while (i != to && i->x == x) sum += toUnits((i++)->v);
+            while (i != to && i->x == x) sum += (i++)->units;
             const double run = static_cast<double>(sum) / kUnit;
             const int next = i != to ? i->x : x + 1;
-            // Clockwise polygons run down their right side: their cover
-            // comes out negative in this sum.
             if (std::fabs(run) > 1e-9)
                 for (int c = x; c < next; ++c) out.push_back({c, y, -run});
         }

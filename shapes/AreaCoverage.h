@@ -25,14 +25,24 @@ public:
     void cells(std::vector<Cell>& out);
 
 private:
+    // A share added to one pixel, in fixed point (2^-40 of a pixel): summed
+    // exactly, so the shares do not depend on the order the pieces came in.
     struct Entry {
         int y, x;
-        double v;
-        bool operator<(const Entry& o) const { return y != o.y ? y < o.y : x < o.x; }
+        long long units;
+    };
+    // The pixels a row's entries fall in.
+    struct Row {
+        int lo, hi;    // the leftmost and rightmost column
+        size_t count;  // entries
+        size_t start;  // where its sums (or its entries) start
+        bool dense;    // summed column by column, else its entries sorted
     };
     void addPiece(int row, double x0, double y0, double x1, double y1);
+    void add(int row, int column, double v);
     std::vector<Entry> entries_, sorted_;
-    std::vector<size_t> rowStart_, rowFill_;
+    std::vector<Row> rows_;
+    std::vector<long long> sums_;
 };
 
 }  // namespace om1

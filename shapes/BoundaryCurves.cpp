@@ -184,41 +184,71 @@ public:
             const OutputOptions& options)
         : pic_(pic), judged_(judged), options_(options) {}
 
-    // `gain`, when given, gets how much less squared colour error the curve
-    // gives than the staircase (0 without a picture).
-    bool keep(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
-              int32_t out, bool underneath = false, double* gain = nullptr) {
+    // The curve the next judgements are about, along `stair` (`closed`:
+    // both whole loops) between regions `in` and `out` (CurveJudge); both
+    // stay as they are until the next call. The area between them is
+    // measured when first asked for, and each judgement made once.
+    void judge(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
+               int32_t out) {
+        curve_ = &curve;
+        stair_ = &stair;
+        closed_ = closed;
+        in_ = in;
+        out_ = out;
+        measured_ = false;
+        judged_as_[0] = judged_as_[1] = false;
+    }
+
+    // Whether the curve stays. `gain`, when given, gets how much less squared
+    // colour error the curve gives than the staircase (0 without a picture).
+    bool keep(bool underneath = false, double* gain = nullptr) {
         if (gain) *gain = 0;
         if (options_.maxCurveAreaError < 0) return true;
-        if (out < 0 || in < 0) return false;
+        if (out_ < 0 || in_ < 0) return false;
         // With the earlier region drawn on under the later one, the edge
         // shows the two regions alone.
-        EdgeSamples::Picture judged = judged_;
-        if (underneath) judged.parents = nullptr;
-        const CurveJudge::Errors e =
-            CurveJudge::compare(curve, stair, closed, in, out, judged, cov_, cells_);
+        const CurveJudge::Errors& e = errors(underneath);
         if (e.area <= 1e-6) return false;  // the staircase itself
         if (gain && pic_.pixels) *gain = e.staircase - e.curve;
         if (pic_.pixels) return e.curve < e.staircase;
-        const double steps = static_cast<double>(stair.size() - (closed ? 0 : 1));
+        const double steps = static_cast<double>(stair_->size() - (closed_ ? 0 : 1));
         return e.area <= options_.maxCurveAreaError * steps;
     }
 
     // The squared colour error of a fitted piece, drawn as stacked (`flat`:
     // its two regions alone).
-    double error(const Curve& curve, const std::vector<Corner>& stair, int32_t in, int32_t out,
-                 bool flat) {
-        EdgeSamples::Picture judged = judged_;
-        if (flat) judged.parents = nullptr;
-        return CurveJudge::compare(curve, stair, false, in, out, judged, cov_, cells_).curve;
-    }
+    double error(bool flat) { return errors(flat).curve; }
 
 private:
+    // The judgement with what lies under both regions (or, `flat`, with the
+    // two regions alone).
+    const CurveJudge::Errors& errors(bool flat) {
+        if (!measured_) {
+            CurveJudge::cover(*curve_, *stair_, closed_, cov_, cells_);
+            measured_ = true;
+        }
+        if (!judged_as_[flat]) {
+            EdgeSamples::Picture judged = judged_;
+            if (flat) judged.parents = nullptr;
+            errors_[flat] = CurveJudge::errors(cells_, in_, out_, judged);
+            judged_as_[flat] = true;
+        }
+        return errors_[flat];
+    }
+
     const EdgeSamples::Picture& pic_;
     const EdgeSamples::Picture& judged_;
     const OutputOptions& options_;
     AreaCoverage cov_;
     std::vector<AreaCoverage::Cell> cells_;
+    // The curve judged and what was found so far.
+    const Curve* curve_ = nullptr;
+    const std::vector<Corner>* stair_ = nullptr;
+    bool closed_ = false;
+    int32_t in_ = -1, out_ = -1;
+    bool measured_ = false;
+    bool judged_as_[2] = {false, false};
+    CurveJudge::Errors errors_[2];
 };
 
 // Without a picture the judge still measures the area between a curve and
@@ -578,7 +608,8 @@ public:
         EdgeSamples::sample(loop, pic_, samples_);
         CurveFitter::fitLoop(loop, samples_, settings_, whole_);
         Piece& p = *u.piece;
-        p.curved = !stairs(in, out) && chooser_.keep(whole_, corners_, true, in, out);
+        chooser_.judge(whole_, corners_, true, in, out);
+        p.curved = !stairs(in, out) && chooser_.keep();
         if (p.curved)
             p.curve = whole_;
         else
@@ -680,8 +711,9 @@ private:
         const PointD A = {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)};
         const PointD B = {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)};
         // The optimal polygon of the points as moved (or not): the same for
-        // every tolerance.
-        std::vector<int> polygons[2];
+        // every tolerance; the straight runs it is found from, the same
+        // for both but near the ends.
+        std::vector<int> polygons[2], runs;
         // One fit: its segments (0: none), kept in `p` when it scores best
         // so far. `going` hears of every fit (a long piece takes tens of
         // milliseconds for each); after a stop no more fits.
@@ -693,7 +725,8 @@ private:
             }
             points.front() = moved && moveStart ? startX : A;
             points.back() = moved && moveEnd ? endX : B;
-            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved])) return size_t(0);
+            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved], &runs))
+                return size_t(0);
             if (moved && (moveStart || moveEnd)) {
                 Curve joined;
                 joined.push_back(A);
@@ -707,14 +740,14 @@ private:
             // far as the later one's pixels reach (up to a pixel under it,
             // else half a pixel), unless the edge with what lies under both
             // showing through is as true to the picture.
-            const bool under =
-                !given.staircase && stackedSiblings(given, in, out) &&
-                (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
-                 hiddenCurve(r, cut, topIn, top, self, 0.5, fs.tolerance, hidden)) &&
-                chooser.error(cut, pc, in, out, false) > chooser.error(cut, pc, in, out, true);
+            chooser.judge(cut, pc, false, in, out);
+            const bool under = !given.staircase && stackedSiblings(given, in, out) &&
+                               (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
+                                hiddenCurve(r, cut, topIn, top, self, 0.5, fs.tolerance, hidden)) &&
+                               chooser.error(false) > chooser.error(true);
             if (!under) hidden.clear();
             double gain = 0;
-            const bool kept = chooser.keep(cut, pc, false, in, out, under, &gain);
+            const bool kept = chooser.keep(under, &gain);
             if (!kept) return segments;
             const double score = gain - kSegmentCost * static_cast<double>(segments);
             if (!p.curved || score > best) {

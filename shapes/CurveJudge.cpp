@@ -5,7 +5,12 @@
 
 namespace om1 {
 
-void CurveJudge::flatten(const std::vector<PointD>& c, std::vector<PointD>& poly) {
+namespace {
+
+// Every point of the curve flattened to within 0.02 px (the start point not
+// repeated), in order, to `visit`.
+template <typename Visit>
+void flattened(const std::vector<PointD>& c, Visit&& visit) {
     for (size_t i = 0; i + 3 < c.size(); i += 3) {
         const PointD &p0 = c[i], &p1 = c[i + 1], &p2 = c[i + 2], &p3 = c[i + 3];
         const double dd =
@@ -16,38 +21,57 @@ void CurveJudge::flatten(const std::vector<PointD>& c, std::vector<PointD>& poly
         for (int j = 1; j <= k; ++j) {
             const double t = static_cast<double>(j) / k, u = 1 - t;
             const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
-            poly.push_back({b0 * p0.x + b1 * p1.x + b2 * p2.x + b3 * p3.x,
-                            b0 * p0.y + b1 * p1.y + b2 * p2.y + b3 * p3.y});
+            visit(PointD{b0 * p0.x + b1 * p1.x + b2 * p2.x + b3 * p3.x,
+                         b0 * p0.y + b1 * p1.y + b2 * p2.y + b3 * p3.y});
         }
     }
+}
+
+}  // namespace
+
+void CurveJudge::flatten(const std::vector<PointD>& c, std::vector<PointD>& poly) {
+    flattened(c, [&](PointD p) { poly.push_back(p); });
 }
 
 CurveJudge::Errors CurveJudge::compare(const std::vector<PointD>& curve,
                                        const std::vector<Corner>& stair, bool closed, int32_t in,
                                        int32_t out, const EdgeSamples::Picture& pic,
                                        AreaCoverage& cov, std::vector<AreaCoverage::Cell>& cells) {
-    Errors e;
-    if (curve.size() < 4 || stair.empty()) return e;
+    cover(curve, stair, closed, cov, cells);
+    return errors(cells, in, out, pic);
+}
+
+void CurveJudge::cover(const std::vector<PointD>& curve, const std::vector<Corner>& stair,
+                       bool closed, AreaCoverage& cov, std::vector<AreaCoverage::Cell>& cells) {
+    cells.clear();
+    if (curve.size() < 4 || stair.empty()) return;
     cov.clear();
     // The curve forwards, the staircase back: the region between them,
     // positive where the curve gives `in` more area.
-    std::vector<PointD> poly;
-    poly.push_back(curve[0]);
-    flatten(curve, poly);
-    for (size_t i = 1; i < poly.size(); ++i) cov.addLine(poly[i - 1], poly[i]);
+    PointD last = curve[0];
+    flattened(curve, [&](PointD p) {
+        cov.addLine(last, p);
+        last = p;
+    });
     const size_t n = stair.size();
     auto corner = [&](size_t i) {
         return PointD{static_cast<double>(stair[i].x), static_cast<double>(stair[i].y)};
     };
     if (closed) {
-        cov.addLine(poly.back(), poly.front());
+        cov.addLine(last, curve[0]);
         for (size_t i = 0; i < n; ++i) cov.addLine(corner((i + 1) % n), corner(i));
     } else {
-        cov.addLine(poly.back(), corner(n - 1));
+        cov.addLine(last, corner(n - 1));
         for (size_t i = n - 1; i > 0; --i) cov.addLine(corner(i), corner(i - 1));
-        cov.addLine(corner(0), poly.front());
+        cov.addLine(corner(0), curve[0]);
     }
     cov.cells(cells);
+}
+
+CurveJudge::Errors CurveJudge::errors(const std::vector<AreaCoverage::Cell>& cells, int32_t in,
+                                      int32_t out, const EdgeSamples::Picture& pic) {
+    Errors e;
+    if (cells.empty()) return e;
     const std::vector<RGBQUAD>& colours = *pic.colours;
     auto sq = [](const RGBQUAD& p, double r, double g, double b) {
         const double dr = p.rgbRed - r, dg = p.rgbGreen - g, db = p.rgbBlue - b;

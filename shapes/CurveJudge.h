@@ -33,6 +33,15 @@ public:
                           bool closed, int32_t in, int32_t out, const EdgeSamples::Picture& pic,
                           AreaCoverage& scratch, std::vector<AreaCoverage::Cell>& cells);
 
+    // compare() in two steps, for several judgements of one curve: the
+    // pixels between the curve and the staircase with their signed shares
+    // (positive where the curve gives `in` more area; none when the curve
+    // has no segment or the staircase no corner), then the errors over them.
+    static void cover(const std::vector<PointD>& curve, const std::vector<Corner>& stair,
+                      bool closed, AreaCoverage& scratch, std::vector<AreaCoverage::Cell>& cells);
+    static Errors errors(const std::vector<AreaCoverage::Cell>& cells, int32_t in, int32_t out,
+                         const EdgeSamples::Picture& pic);
+
     // Appends the curve flattened to within 0.02 px (the start point not
     // repeated) to `poly`.
     static void flatten(const std::vector<PointD>& curve, std::vector<PointD>& poly);

@@ -68,17 +68,35 @@ struct Moments {
 };
 
 // A closed boundary seen from a start sample: sample k is the input's
-// (start + k) mod n, for any k.
+// (start + k) mod n, for any k. Samples 0..last (twice round a loop, to the
+// end of an open path) lie in order in one array, with the distance of each
+// from the one before.
 class Loop {
 public:
     Loop(const std::vector<PointD>& s, const std::vector<uint8_t>& c, int start, bool closed)
-        : s_(s), c_(c), n_(static_cast<int>(s.size())), start_(start), closed_(closed) {
+        : s_(s),
+          c_(c),
+          n_(static_cast<int>(s.size())),
+          start_(start),
+          closed_(closed),
+          last_(closed ? 2 * n_ : n_ - 1) {
         // Coordinates relative to the start keep the sums well conditioned.
         origin_ = s[static_cast<size_t>(start)];
-        const int last = closed ? 2 * n_ : n_ - 1;
+        const int last = last_;
+        const size_t count = static_cast<size_t>(last) + 1;
+        points_.resize(count);
+        codes_.resize(count);
+        steps_.resize(count);
+        for (int k = 0; k <= last; ++k) {
+            const size_t j = static_cast<size_t>(wrap(k));
+            points_[static_cast<size_t>(k)] = s[j];
+            codes_[static_cast<size_t>(k)] = c[j];
+        }
+        steps_[0] = 0;
+        for (size_t k = 1; k < count; ++k) steps_[k] = norm(sub(points_[k], points_[k - 1]));
         sums_.resize(static_cast<size_t>(last) + 2);
         for (int k = 0; k <= last; ++k) {
-            const PointD p = sub(at(k), origin_);
+            const PointD p = sub(points_[static_cast<size_t>(k)], origin_);
             Moments m = sums_[static_cast<size_t>(k)];
             m.n += 1;
             m.x += p.x;
@@ -91,8 +109,20 @@ public:
     }
     int size() const { return n_; }
     bool closed() const { return closed_; }
-    PointD at(int k) const { return s_[static_cast<size_t>(wrap(k))]; }
-    int code(int k) const { return c_[static_cast<size_t>(wrap(k))]; }
+    PointD at(int k) const {
+        return k >= 0 && k <= last_ ? points_[static_cast<size_t>(k)]
+                                    : s_[static_cast<size_t>(wrap(k))];
+    }
+    int code(int k) const {
+        return k >= 0 && k <= last_ ? codes_[static_cast<size_t>(k)]
+                                    : c_[static_cast<size_t>(wrap(k))];
+    }
+    // Samples 0..last() in order; steps()[k]: the distance from sample k - 1
+    // to sample k (k >= 1).
+    int last() const { return last_; }
+    const PointD* points() const { return points_.data(); }
+    const uint8_t* codes() const { return codes_.data(); }
+    const double* steps() const { return steps_.data(); }
     // Samples a..b inclusive (0 <= a <= b <= 2n), relative to the origin.
     Moments range(int a, int b) const {
         const Moments &hi = sums_[static_cast<size_t>(b) + 1], &lo = sums_[static_cast<size_t>(a)];
@@ -117,7 +147,11 @@ private:
     const std::vector<uint8_t>& c_;
     int n_, start_;
     bool closed_;
+    int last_;
     PointD origin_;
+    std::vector<PointD> points_;
+    std::vector<uint8_t> codes_;
+    std::vector<double> steps_;
     std::vector<Moments> sums_;
 };
 
@@ -138,10 +172,19 @@ double chordPenalty(const Loop& L, int a, int b) {
 // eps of every sample between, over steps that do not go in all four
 // directions (round a loop at most n - 2 steps, and `cap` when positive; on
 // an open path up to its end).
-void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon) {
+// `known`, when given (an open path only), holds the runs found for the
+// same path with other end points: a run from k reads samples k to at most
+// k + lon[k] + 1, so one that read neither end is the same here.
+void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
+                  const std::vector<int>* known = nullptr) {
     const int n = L.size();
     lon.assign(static_cast<size_t>(n), 1);
+    if (known && (L.closed() || known->size() != lon.size())) known = nullptr;
     for (int k = 0; k < n; ++k) {
+        if (known && k >= 1 && k + (*known)[static_cast<size_t>(k)] + 1 <= n - 2) {
+            lon[static_cast<size_t>(k)] = (*known)[static_cast<size_t>(k)];
+            continue;
+        }
         int limit = L.closed() ? n - 2 : n - 1 - k;
         if (cap > 0) limit = std::min(limit, cap);
         const PointD a = L.at(k);
@@ -215,25 +258,6 @@ void fitLine(const Loop& L, int a, int b, PointD& point, PointD& normal) {
     const double theta = 0.5 * std::atan2(2 * cxy, cxx - cyy);
     point = add(L.origin(), PointD{mx, my});
     normal = {-std::sin(theta), std::cos(theta)};
-}
-
-PointD bezier(const PointD* c, double t) {
-    const double u = 1 - t;
-    const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
-    return {b0 * c[0].x + b1 * c[1].x + b2 * c[2].x + b3 * c[3].x,
-            b0 * c[0].y + b1 * c[1].y + b2 * c[2].y + b3 * c[3].y};
-}
-
-PointD bezierD1(const PointD* c, double t) {
-    const double u = 1 - t;
-    return add(add(mul(sub(c[1], c[0]), 3 * u * u), mul(sub(c[2], c[1]), 6 * u * t)),
-               mul(sub(c[3], c[2]), 3 * t * t));
-}
-
-PointD bezierD2(const PointD* c, double t) {
-    const PointD a = add(sub(c[2], mul(c[1], 2)), c[0]);
-    const PointD b = add(sub(c[3], mul(c[2], 2)), c[1]);
-    return add(mul(a, 6 * (1 - t)), mul(b, 6 * t));
 }
 
 // Solves the small symmetric system A x = r (size m <= 4) in place; false
@@ -440,6 +464,9 @@ private:
                 heuristic();
             return true;
         }
+        // The samples used, in order (they lie within the loop's array).
+        const PointD* q = L_.points() + i0;
+        const int m = i1 - i0 + 1;
         // A straight segment when the ends allow it and the samples are close.
         const PointD cu = unit(chord);
         const double tol = s_.tolerance;
@@ -447,12 +474,12 @@ private:
             (free3 || cross(t3, cu) * cross(t3, cu) < 1e-4) && (free0 || dot(t0, cu) > 0) &&
             (free3 || dot(t3, cu) > 0)) {
             bool ok = true;
-            for (int i = i0; i <= i1 && ok; ++i) {
-                const PointD d = sub(L_.at(i), P0);
+            for (int i = 0; i < m && ok; ++i) {
+                const PointD d = sub(q[i], P0);
                 const double along = dot(d, cu);
                 double dist = std::fabs(cross(cu, d));
                 if (along < 0) dist = norm(d);
-                if (along > clen) dist = norm(sub(L_.at(i), P3));
+                if (along > clen) dist = norm(sub(q[i], P3));
                 ok = dist <= tol;
             }
             if (ok) {
@@ -461,24 +488,30 @@ private:
             }
         }
         // Chord-length parameters.
-        const int m = i1 - i0 + 1;
-        u_.assign(static_cast<size_t>(m), 0);
-        double total = norm(sub(L_.at(i0), P0));
-        u_[0] = total;
+        u_.resize(static_cast<size_t>(m));
+        double* const uu = u_.data();
+        const double* const steps = L_.steps() + i0;
+        double total = norm(sub(q[0], P0));
+        uu[0] = total;
         for (int i = 1; i < m; ++i) {
-            total += norm(sub(L_.at(i0 + i), L_.at(i0 + i - 1)));
-            u_[static_cast<size_t>(i)] = total;
+            total += steps[i];
+            uu[i] = total;
         }
-        total += norm(sub(P3, L_.at(i1)));
+        total += norm(sub(P3, q[m - 1]));
         if (total < 1e-9) {
             heuristic();
             return true;
         }
-        for (double& u : u_) u /= total;
+        for (int i = 0; i < m; ++i) uu[i] /= total;
         double worst = 0;
         bool good = false;
         for (int iter = 0; iter < rounds_; ++iter) {
-            if (!leastSquares(i0, P0, P3, t0, t3, seg)) heuristic();
+            const bool solved =
+                free0 ? (free3 ? leastSquares<true, true>(q, m, P0, P3, t0, t3, seg)
+                               : leastSquares<true, false>(q, m, P0, P3, t0, t3, seg))
+                      : (free3 ? leastSquares<false, true>(q, m, P0, P3, t0, t3, seg)
+                               : leastSquares<false, false>(q, m, P0, P3, t0, t3, seg));
+            if (!solved) heuristic();
             // Sanity: handles forward along their tangents and not too long.
             if (!free0 && (dot(sub(seg[1], P0), t0) <= 0 || norm(sub(seg[1], P0)) > 2 * clen))
                 return false;
@@ -493,19 +526,31 @@ private:
             const bool last = iter == rounds_ - 1 && !sound;
             worst = 0;
             double sum = 0;
+            // The control points' differences, the same at every sample.
+            const PointD c0 = seg[0], c1 = seg[1], c2 = seg[2], c3 = seg[3];
+            const PointD d10 = sub(c1, c0), d21 = sub(c2, c1), d32 = sub(c3, c2);
+            const PointD e0 = add(sub(c2, mul(c1, 2)), c0), e1 = add(sub(c3, mul(c2, 2)), c1);
             for (int i = 0; i < m; ++i) {
-                double& u = u_[static_cast<size_t>(i)];
-                const PointD p = L_.at(i0 + i);
-                const PointD d = sub(bezier(seg, u), p);
+                const double t = uu[i];
+                const PointD p = q[i];
+                // The curve point at t, less p, and the first and second
+                // derivatives there.
+                const double v = 1 - t;
+                const double b0 = v * v * v, b1 = 3 * v * v * t, b2 = 3 * v * t * t, b3 = t * t * t;
+                const PointD d = sub(PointD{b0 * c0.x + b1 * c1.x + b2 * c2.x + b3 * c3.x,
+                                            b0 * c0.y + b1 * c1.y + b2 * c2.y + b3 * c3.y},
+                                     p);
                 const double dist = norm(d);
                 worst = std::max(worst, dist);
                 sum += dist * dist;
                 if (last && worst > tol) return false;
                 // Far out already: this fit fails whatever the rest.
                 if (!sound && worst > 8 * tol) return false;
-                const PointD d1 = bezierD1(seg, u), d2 = bezierD2(seg, u);
+                const PointD d1 =
+                    add(add(mul(d10, 3 * v * v), mul(d21, 6 * v * t)), mul(d32, 3 * t * t));
+                const PointD d2 = add(mul(e0, 6 * (1 - t)), mul(e1, 6 * t));
                 const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
-                if (std::fabs(fd) > 1e-12) u = std::min(1.0, std::max(0.0, u - f / fd));
+                if (std::fabs(fd) > 1e-12) uu[i] = std::min(1.0, std::max(0.0, t - f / fd));
             }
             // Within the tolerance everywhere, and within a third of it on
             // average (the samples' own noise stays well below that), unless
@@ -518,14 +563,17 @@ private:
     }
 
     // The control points that minimise the squared distances of the samples
-    // from their curve points, with the tangents fixed where given.
-    bool leastSquares(int i0, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg) {
-        const bool free0 = isFree(t0), free3 = isFree(t3);
+    // q[0..count) from their curve points (at u_), with the tangents fixed
+    // where given (free0, free3: isFree(t0), isFree(t3)).
+    template <bool free0, bool free3>
+    bool leastSquares(const PointD* q, int count, PointD P0, PointD P3, PointD t0, PointD t3,
+                      PointD* seg) {
         double A[4][4] = {}, r[4] = {};
-        const int m = (free0 ? 2 : 1) + (free3 ? 2 : 1);
+        constexpr int m = (free0 ? 2 : 1) + (free3 ? 2 : 1);
         PointD e[4];
-        for (size_t i = 0; i < u_.size(); ++i) {
-            const double u = u_[i], v = 1 - u;
+        const double* const uu = u_.data();
+        for (int i = 0; i < count; ++i) {
+            const double u = uu[i], v = 1 - u;
             const double b0 = v * v * v, b1 = 3 * v * v * u, b2 = 3 * v * u * u, b3 = u * u * u;
             PointD known = add(mul(P0, b0), mul(P3, b3));
             int k = 0;
@@ -543,7 +591,7 @@ private:
                 known = add(known, mul(P3, b2));
                 e[k++] = mul(t3, -b2);
             }
-            const PointD res = sub(L_.at(i0 + static_cast<int>(i)), known);
+            const PointD res = sub(q[i], known);
             for (int a = 0; a < m; ++a) {
                 r[a] += dot(e[a], res);
                 for (int b = a; b < m; ++b) A[a][b] += dot(e[a], e[b]);
@@ -783,7 +831,7 @@ bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<ui
 
 bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
                             const Settings& settings, std::vector<PointD>& out,
-                            std::vector<int>* polygon) {
+                            std::vector<int>* polygon, std::vector<int>* runs) {
     out.clear();
     const int n = static_cast<int>(points.size());
     if (n < 2 || codes.size() != points.size()) return false;
@@ -793,9 +841,11 @@ bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector
         verts = *polygon;
     } else {
         std::vector<int> lon;
-        straightRuns(L, settings.straightness, kLongestEdge, lon);
+        straightRuns(L, settings.straightness, kLongestEdge, lon,
+                     runs && !runs->empty() ? runs : nullptr);
         optimalPolygon(L, lon, verts);
         if (polygon) *polygon = verts;
+        if (runs) runs->swap(lon);
     }
     if (verts.empty()) return false;
     return fitPolygon(L, verts, settings, out);

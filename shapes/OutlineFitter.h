@@ -61,9 +61,15 @@ public:
     // on the same points and codes (it does not depend on the tolerance):
     // empty, it is found and stored; else it is used as it is. Clear it
     // when the points change.
+    // `runs`, when given, keeps the straight runs from every point that the
+    // polygon is found from, between calls on the same codes and the same
+    // points but the first and the last (the path's ends moved): empty, they
+    // are found; else those that reach neither end are taken as they are.
+    // Either way it gets this path's. Clear it when the points between
+    // change.
     static bool fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
                         const Settings& settings, std::vector<PointD>& out,
-                        std::vector<int>* polygon = nullptr);
+                        std::vector<int>* polygon = nullptr, std::vector<int>* runs = nullptr);
 };
 
 }  // namespace om1

@@ -44,3 +44,32 @@ TEST(OutlineFitter, ScatteredSamplesTakeLongSegments) {
     EXPECT_LT(worst, s.tolerance);
     printf("scattered arc: %zu segments, %.3f px from the arc at most\n", segments, worst);
 }
+
+// The straight runs kept from a fit of the same path with other ends: those
+// that reach an end are found again, so the fit with the ends moved is the
+// one made from nothing, point for point.
+TEST(OutlineFitter, RunsKeptForMovedEndsGiveTheSameFit) {
+    std::vector<PointD> points;
+    std::vector<uint8_t> codes;
+    for (int i = 0; i <= 60; ++i) {
+        points.push_back({i * 0.9, 4 * std::sin(i * 0.15)});
+        codes.push_back(i % 3 == 2 ? 1 : 0);
+    }
+    OutlineFitter::Settings s;
+    std::vector<PointD> first, kept, fresh;
+    std::vector<int> runs, freshRuns;
+    ASSERT_TRUE(OutlineFitter::fitOpen(points, codes, s, first, nullptr, &runs));
+    const std::vector<int> firstRuns = runs;
+    ASSERT_EQ(runs.size(), points.size());
+    points.front() = {-1.5, 1.5};
+    points.back() = {points.back().x + 1.5, points.back().y + 2.5};
+    ASSERT_TRUE(OutlineFitter::fitOpen(points, codes, s, kept, nullptr, &runs));
+    ASSERT_TRUE(OutlineFitter::fitOpen(points, codes, s, fresh, nullptr, &freshRuns));
+    EXPECT_EQ(runs, freshRuns);
+    EXPECT_NE(runs, firstRuns);  // the ends changed some runs
+    ASSERT_EQ(kept.size(), fresh.size());
+    for (size_t i = 0; i < kept.size(); ++i) {
+        EXPECT_EQ(kept[i].x, fresh[i].x) << i;
+        EXPECT_EQ(kept[i].y, fresh[i].y) << i;
+    }
+}

@@ -50,6 +50,7 @@ OutputOptions OptionsRecord::toOutput(const om1_options& o) {
     out.reconcileTolerance = static_cast<int>(o.tolerance * 2.55);
     out.background = o.background >= 0 ? o.background : 0xFFFFFF;
     out.threads = o.threads;
+    out.innerColours = o.threshold < 0 && o.palette_count == 0;
     return out;
 }
 

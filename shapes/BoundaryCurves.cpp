@@ -480,10 +480,12 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
 // pixels whose four neighbours are of the region too (the region's colour
 // where it has none). The edge samples measure shares against these.
 // False when `going` answers false (asked every 256 rows).
+// `sum` gets, per region, the sums of those pixels' red, green and blue and
+// their count.
 bool interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out,
-                     const std::function<bool()>& going) {
+                     std::vector<double>& sum, const std::function<bool()>& going) {
     const size_t n = pic.colours->size();
-    std::vector<double> sum(4 * n, 0.0);
+    sum.assign(4 * n, 0.0);
     const int w = pic.width, h = pic.height;
     for (int y = 1; y + 1 < h; ++y) {
         if ((y & 255) == 0 && !going()) return false;
@@ -510,6 +512,35 @@ bool interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out,
                         static_cast<BYTE>(s[0] / s[3] + 0.5), 0};
     }
     return true;
+}
+
+// The curves draw the edge pixels by their anti-aliasing, so the regions of
+// one colour (`colours`, per region) are filled with the mean of their inner
+// pixels (`sums` as interiorColours gives them): as many colours as before,
+// each as the picture shows it inside its regions. A colour whose regions
+// have no inner pixel stays.
+void innerFills(const std::vector<RGBQUAD>& colours, const std::vector<double>& sums,
+                ShapeSet& set) {
+    std::unordered_map<uint32_t, std::array<double, 4>> groups;
+    auto key = [&](size_t l) {
+        const RGBQUAD& c = colours[l];
+        return static_cast<uint32_t>(c.rgbRed) << 16 | static_cast<uint32_t>(c.rgbGreen) << 8 |
+               c.rgbBlue | static_cast<uint32_t>(set.shapes[l].alpha) << 24;
+    };
+    const size_t n = std::min(colours.size(), set.shapes.size());
+    for (size_t l = 0; l < n; ++l) {
+        std::array<double, 4>& g = groups[key(l)];
+        for (int k = 0; k < 4; ++k)
+            g[static_cast<size_t>(k)] += sums[4 * l + static_cast<size_t>(k)];
+    }
+    for (size_t l = 0; l < n; ++l) {
+        const std::array<double, 4>& g = groups[key(l)];
+        if (g[3] <= 0) continue;
+        RGBQUAD& c = set.shapes[l].color;
+        c.rgbRed = static_cast<BYTE>(g[0] / g[3] + 0.5);
+        c.rgbGreen = static_cast<BYTE>(g[1] / g[3] + 0.5);
+        c.rgbBlue = static_cast<BYTE>(g[2] / g[3] + 0.5);
+    }
 }
 
 // Whether the pixels on both sides of the step that leaves corner c in
@@ -853,8 +884,10 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         EdgeSamples::Picture pic = given;
         std::vector<RGBQUAD> own;
         if (pic.pixels && pic.colours) {
-            if (!interiorColours(pic, own, going)) return false;
+            std::vector<double> sums;
+            if (!interiorColours(pic, own, sums, going)) return false;
             pic.colours = &own;
+            if (options.innerColours) innerFills(*given.colours, sums, set);
         }
         // Every piece between junctions, by the key of its first step, and
         // every loop without junctions (`islands`, by the key of the first

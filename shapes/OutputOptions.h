@@ -34,6 +34,13 @@ struct OutputOptions {
     // first of them drawn, when that leaves the drawing exact (every other
     // one's parent is drawn before that slot); the others get no loops.
     bool joinParts = false;
+    // With curves and a picture: the regions of one colour are filled with
+    // the mean of their inner pixels (those whose four neighbours are of the
+    // region) in the picture, as the curves draw the edge pixels by their
+    // anti-aliasing; as many colours as the stages gave. Off where the
+    // colours themselves are asked for (a threshold's black and white, a
+    // palette).
+    bool innerColours = true;
     // 0xRRGGBB: the colour the formats without opacity (EPS, DXF) flatten
     // shapes of partial opacity onto.
     int background = 0xFFFFFF;

@@ -74,8 +74,8 @@ void trace(const Picture& p, OutputOptions::Layout layout, ShapeSet& set) {
     om1_delKvCTree(tree);
 }
 
-// The shape nearest in colour (within 24 per channel; a small shape's mean
-// takes in some of its anti-aliased rim), the first drawn among equals.
+// The shape nearest in colour (within 24 per channel), the first drawn
+// among equals.
 const om1::Shape* shapeOf(const ShapeSet& set, unsigned rgb) {
     const om1::Shape* best = nullptr;
     int bestDiff = 25;
@@ -209,6 +209,14 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
     const om1::Shape *square = shapeOf(smallSet, kBlue), *dot = shapeOf(smallSet, kRed);
     ASSERT_NE(square, nullptr);
     ASSERT_NE(dot, nullptr);
+    // Filled with the colour of their inner pixels, not the mean over their
+    // anti-aliased rims (which takes in some of the white).
+    for (const om1::Shape* s : {box, wedge, square, dot}) {
+        const unsigned rgb = s == box || s == square ? kBlue : kRed;
+        EXPECT_EQ(static_cast<unsigned>(s->color.rgbRed << 16 | s->color.rgbGreen << 8 |
+                                        s->color.rgbBlue),
+                  rgb);
+    }
     for (const PointD& p : flat(dot->curves[0]))
         EXPECT_NEAR(std::hypot(p.x - disc.x, p.y - disc.y), 3, 0.3) << p.x << "," << p.y;
     const std::vector<PointD>& q = square->curves[0];

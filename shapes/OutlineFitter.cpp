@@ -55,6 +55,11 @@ const double kTipTurn = -0.34;
 const double kSnugTurn = 0.17;
 const double kSnugEdge = 2.0;
 const double kSnugFit = 0.35;
+// An edge shorter than kCutEdge pixels across a corner goes when the lines
+// of its neighbours meet within kCutReach of its middle (the corner of a
+// small shape, such as a shard of four or five pixels, cut by the polygon).
+const double kCutEdge = 2.0;
+const double kCutReach = 2.0;
 // Rounds of least squares and parameter steps in a trial fit, and in the
 // fit of a segment kept.
 const int kTrialRounds = 2;
@@ -687,11 +692,11 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
             const PointD n1 = lineNormal[static_cast<size_t>(pe)],
                          n2 = lineNormal[static_cast<size_t>(f)];
             const double det = n1.x * n2.y - n1.y * n2.x;
-            if (norm(sub(b, a)) < 1.5 && std::fabs(det) > 0.3) {
+            if (norm(sub(b, a)) < kCutEdge && std::fabs(det) > 0.3) {
                 const double d1 = dot(n1, linePoint[static_cast<size_t>(pe)]),
                              d2 = dot(n2, linePoint[static_cast<size_t>(f)]);
                 const PointD x = {(d1 * n2.y - d2 * n1.y) / det, (n1.x * d2 - n2.x * d1) / det};
-                if (norm(sub(x, mul(add(a, b), 0.5))) < 2) {
+                if (norm(sub(x, mul(add(a, b), 0.5))) < kCutReach) {
                     // Vertex e becomes the meeting point; edge e (to f) goes,
                     // and the line of edge f now starts at e.
                     v[static_cast<size_t>(e)] = x;

@@ -10,6 +10,8 @@
 //    four directions;
 // 2. every polygon vertex moved to where the straight lines fitted to its two
 //    edges (least squares over their samples) meet, at most `maxShift` away;
+//    an edge under two pixels across a corner goes where the lines of its
+//    neighbours meet within two pixels of its middle;
 // 3. a vertex is a corner when a smooth curve through the midpoints of its
 //    two edges could come no closer to it than `cornerSlack` (half a pixel
 //    measured across the diagonal of a pixel) with handles of `alphaMax`

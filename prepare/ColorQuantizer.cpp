@@ -11,6 +11,7 @@
 
 #include "tracer/Ombrel.h"
 #include "prepare/Bands.h"
+#include "prepare/ColourTable.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
@@ -57,6 +58,11 @@ void measure(const std::vector<Entry>& e, Box& b) {
     b.range = hi[b.widest] - lo[b.widest];
 }
 
+// Pictures of at most this many pixels count their colours in a table, while
+// they have at most this many.
+const size_t kTablePixels = size_t{1} << 19;
+const size_t kTableColours = size_t{1} << 12;
+
 }  // namespace
 
 bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
@@ -79,71 +85,26 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
     // band its own counts, added after: the same result for any number).
     const int bands = Bands::count(threads, static_cast<long long>(n));
     try {
-        // Distinct colours and their counts, in colour order: a bit per
-        // possible colour, and a colour's entry is its rank among the set
-        // bits (counted per 64-bit word). Only the words a colour falls in
-        // are read or written (`words`, in order): the bits start as zero
-        // pages from calloc and the ranks unset, so that a small picture
-        // does not pay for all 2^24 colours.
+        // Distinct colours and their counts, in colour order. A smaller
+        // picture counts them in a table (ColourTable) that then gives a
+        // colour's entry. A larger one sets a bit per possible colour, and a
+        // colour's entry is its rank among the set bits (counted per 64-bit
+        // word). Only the words a colour falls in are read or written
+        // (`words`, in order): the bits start as zero pages from calloc and
+        // the ranks unset.
+        bool tabled = bands == 1 && n <= kTablePixels;
+        std::unique_ptr<ColourTable> table;
         const size_t kWords = size_t{1} << 18;
-        std::unique_ptr<uint64_t, void (*)(void*)> bitsOwned(
-            static_cast<uint64_t*>(std::calloc(kWords, sizeof(uint64_t))), std::free);
-        std::unique_ptr<uint32_t[]> rankOwned(new uint32_t[kWords]);
-        if (!bitsOwned) return false;
-        uint64_t* const present = bitsOwned.get();
-        uint32_t* const rank = rankOwned.get();
+        std::unique_ptr<uint64_t, void (*)(void*)> bitsOwned(nullptr, std::free);
+        std::unique_ptr<uint32_t[]> rankOwned;
+        uint64_t* present = nullptr;
+        uint32_t* rank = nullptr;
         std::vector<uint32_t> words;
-        if (!at(0.1)) return false;
-        if (bands == 1) {
-            for (size_t i = 0; i < n; ++i) {
-                if ((i & kEvery) == kEvery && !at(0.1 + 0.2 * static_cast<double>(i) / n))
-                    return false;
-                const uint32_t c = packColour(pixels[i]);
-                uint64_t& word = present[c >> 6];
-                if (!word) words.push_back(c >> 6);
-                word |= uint64_t{1} << (c & 63);
-            }
-            if (words.size() < kWords / 64) {
-                std::sort(words.begin(), words.end());
-            } else {  // many colours: a scan of every word is cheaper than the sort
-                words.clear();
-                for (size_t k = 0; k < kWords; ++k)
-                    if (present[k]) words.push_back(static_cast<uint32_t>(k));
-            }
-        } else {
-            std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
-                                                    std::vector<uint64_t>(kWords, 0));
-            std::atomic<bool> stop{false};
-            Bands::run(
-                bands, static_cast<long long>(n),
-                [&](int band, long long b, long long e) {
-                    uint64_t* bits = band == 0 ? present : more[band - 1].data();
-                    for (long long i = b; i < e; ++i) {
-                        if (((i - b) & kEvery) == kEvery &&
-                            !bandGoing(stop, band, i, b, e, 0.1, 0.2))
-                            return;
-                        const uint32_t c = packColour(pixels[i]);
-                        bits[c >> 6] |= uint64_t{1} << (c & 63);
-                    }
-                },
-                [&]() {
-                    if (!stop && !at(0.29)) stop = true;
-                });
-            if (stop) return false;
-            for (const std::vector<uint64_t>& m : more)
-                for (size_t k = 0; k < kWords; ++k) present[k] |= m[k];
-            for (size_t k = 0; k < kWords; ++k)
-                if (present[k]) words.push_back(static_cast<uint32_t>(k));
-        }
-        if (!at(0.3)) return false;
-        uint32_t distinct = 0;
-        for (uint32_t k : words) {
-            rank[k] = distinct;
-            distinct += bitsSet(present[k]);
-        }
+        std::vector<Entry> entries;
         // A colour's position in colour order (its entry before the boxes
         // reorder them).
         auto rankOf = [&](uint32_t c) {
+            if (tabled) return table->value(c);
             const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
             return rank[c >> 6] + bitsSet(below);
         };
@@ -159,40 +120,122 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             }
             return last.rank;
         };
-        std::vector<Entry> entries(distinct);
-        size_t id = 0;
-        for (uint32_t k : words)
-            for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
-                entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
-        if (bands == 1) {
-            LastEntry last;
-            for (size_t i = 0; i < n; ++i) {
-                if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n))
-                    return false;
-                ++entries[entryOf(i, last)].count;
+        if (!at(0.1)) return false;
+        if (tabled) {
+            table.reset(new ColourTable);
+            // Runs of one colour are common: each is added at once. Too many
+            // colours (the table's lookups missing the cache): the bits.
+            uint32_t colour = packColour(pixels[0]), run = 0;
+            for (size_t i = 0; i < n && tabled; ++i) {
+                const uint32_t c = packColour(pixels[i]);
+                if (c != colour) {
+                    table->add(colour, run);
+                    tabled = table->size() <= kTableColours;
+                    colour = c;
+                    run = 0;
+                }
+                ++run;
+            }
+            table->add(colour, run);
+            if (!tabled) table.reset();
+        }
+        if (tabled) {
+            if (!at(0.3)) return false;
+            std::vector<uint32_t> colours;
+            table->sorted(colours);
+            entries.resize(colours.size());
+            for (size_t r = 0; r < colours.size(); ++r) {
+                entries[r] = {colours[r], table->value(colours[r])};
+                table->set(colours[r], static_cast<uint32_t>(r));
             }
         } else {
-            std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
-                                                      std::vector<uint32_t>(distinct, 0));
-            std::atomic<bool> stop{false};
-            Bands::run(
-                bands, static_cast<long long>(n),
-                [&](int band, long long b, long long e) {
-                    LastEntry last;
-                    uint32_t* mine = counts[band].data();
-                    for (long long i = b; i < e; ++i) {
-                        if (((i - b) & kEvery) == kEvery &&
-                            !bandGoing(stop, band, i, b, e, 0.3, 0.2))
-                            return;
-                        ++mine[entryOf(static_cast<size_t>(i), last)];
-                    }
-                },
-                [&]() {
-                    if (!stop && !at(0.49)) stop = true;
-                });
-            if (stop) return false;
-            for (const std::vector<uint32_t>& c : counts)
-                for (uint32_t id = 0; id < distinct; ++id) entries[id].count += c[id];
+            bitsOwned.reset(static_cast<uint64_t*>(std::calloc(kWords, sizeof(uint64_t))));
+            rankOwned.reset(new uint32_t[kWords]);
+            if (!bitsOwned) return false;
+            present = bitsOwned.get();
+            rank = rankOwned.get();
+            if (bands == 1) {
+                for (size_t i = 0; i < n; ++i) {
+                    if ((i & kEvery) == kEvery && !at(0.1 + 0.2 * static_cast<double>(i) / n))
+                        return false;
+                    const uint32_t c = packColour(pixels[i]);
+                    uint64_t& word = present[c >> 6];
+                    if (!word) words.push_back(c >> 6);
+                    word |= uint64_t{1} << (c & 63);
+                }
+                if (words.size() < kWords / 64) {
+                    std::sort(words.begin(), words.end());
+                } else {  // many colours: a scan of every word is cheaper than the sort
+                    words.clear();
+                    for (size_t k = 0; k < kWords; ++k)
+                        if (present[k]) words.push_back(static_cast<uint32_t>(k));
+                }
+            } else {
+                std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
+                                                        std::vector<uint64_t>(kWords, 0));
+                std::atomic<bool> stop{false};
+                Bands::run(
+                    bands, static_cast<long long>(n),
+                    [&](int band, long long b, long long e) {
+                        uint64_t* bits = band == 0 ? present : more[band - 1].data();
+                        for (long long i = b; i < e; ++i) {
+                            if (((i - b) & kEvery) == kEvery &&
+                                !bandGoing(stop, band, i, b, e, 0.1, 0.2))
+                                return;
+                            const uint32_t c = packColour(pixels[i]);
+                            bits[c >> 6] |= uint64_t{1} << (c & 63);
+                        }
+                    },
+                    [&]() {
+                        if (!stop && !at(0.29)) stop = true;
+                    });
+                if (stop) return false;
+                for (const std::vector<uint64_t>& m : more)
+                    for (size_t k = 0; k < kWords; ++k) present[k] |= m[k];
+                for (size_t k = 0; k < kWords; ++k)
+                    if (present[k]) words.push_back(static_cast<uint32_t>(k));
+            }
+            if (!at(0.3)) return false;
+            uint32_t distinct = 0;
+            for (uint32_t k : words) {
+                rank[k] = distinct;
+                distinct += bitsSet(present[k]);
+            }
+            entries.resize(distinct);
+            size_t id = 0;
+            for (uint32_t k : words)
+                for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
+                    entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
+            if (bands == 1) {
+                LastEntry last;
+                for (size_t i = 0; i < n; ++i) {
+                    if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n))
+                        return false;
+                    ++entries[entryOf(i, last)].count;
+                }
+            } else {
+                std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
+                                                          std::vector<uint32_t>(distinct, 0));
+                std::atomic<bool> stop{false};
+                Bands::run(
+                    bands, static_cast<long long>(n),
+                    [&](int band, long long b, long long e) {
+                        LastEntry last;
+                        uint32_t* mine = counts[band].data();
+                        for (long long i = b; i < e; ++i) {
+                            if (((i - b) & kEvery) == kEvery &&
+                                !bandGoing(stop, band, i, b, e, 0.3, 0.2))
+                                return;
+                            ++mine[entryOf(static_cast<size_t>(i), last)];
+                        }
+                    },
+                    [&]() {
+                        if (!stop && !at(0.49)) stop = true;
+                    });
+                if (stop) return false;
+                for (const std::vector<uint32_t>& c : counts)
+                    for (uint32_t id = 0; id < distinct; ++id) entries[id].count += c[id];
+            }
         }
         if (!at(0.5)) return false;
         std::vector<Entry> sorted(entries.size());

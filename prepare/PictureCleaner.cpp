@@ -170,34 +170,69 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
         if (b + len > 64) v |= row[w0 + 1] << (64 - b);
         return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
     };
+    // Flat is read from two bits per pixel: R, its right neighbour has its
+    // key, and D, the one below does (set where there is no such
+    // neighbour). With H = R and the left neighbour's R (the pixel's row of
+    // three alike), a pixel is flat when H holds in its row and the rows
+    // above and below and D in its row and the one above. Each band keeps
+    // three rows of each, in turn.
+    const uint64_t lastMask = (width & 63) == 0 ? ~uint64_t{0} : (uint64_t{1} << (width & 63)) - 1;
+    std::vector<uint64_t> rowBits;
+    try {
+        rowBits.assign(static_cast<size_t>(bands) * 6 * words, 0);
+    } catch (...) {
+        return -1;
+    }
+    // H and D of row y.
+    auto bitsOf = [&](int y, uint64_t* H, uint64_t* D) {
+        const size_t at0 = static_cast<size_t>(y) * width;
+        const bool below = y + 1 < height;
+        uint32_t k = key(at0);
+        for (size_t j = 0; j < words; ++j) {
+            const int x0 = static_cast<int>(j * 64), x1 = std::min(width, x0 + 64);
+            uint64_t r = 0, d = 0;
+            for (int x = x0; x < x1; ++x) {
+                const size_t i = at0 + x;
+                const uint32_t next = x + 1 < width ? key(i + 1) : ~k;
+                r |= uint64_t{next == k || x + 1 == width} << (x - x0);
+                d |= uint64_t{!below || key(i + width) == k} << (x - x0);
+                k = next;
+            }
+            H[j] = r;
+            D[j] = d;
+        }
+        uint64_t carry = 1;  // R of the pixel left of the word's first
+        for (size_t j = 0; j < words; ++j) {
+            const uint64_t r = H[j];
+            H[j] = r & (r << 1 | carry);
+            carry = r >> 63;
+        }
+    };
     auto findFlat = [&](int band, long long y0, long long y1) {
+        uint64_t* own = &rowBits[static_cast<size_t>(band) * 6 * words];
+        uint64_t *hAbove = own, *hRow = own + words, *hBelow = own + 2 * words;
+        uint64_t *dAbove = own + 3 * words, *dRow = own + 4 * words, *dBelow = own + 5 * words;
+        if (y0 > 0) {
+            bitsOf(static_cast<int>(y0) - 1, hAbove, dAbove);
+        } else {
+            std::fill(hAbove, hAbove + words, ~uint64_t{0});
+            std::fill(dAbove, dAbove + words, ~uint64_t{0});
+        }
+        bitsOf(static_cast<int>(y0), hRow, dRow);
         for (int y = static_cast<int>(y0); y < y1; ++y) {
             if (!at(0, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
+            if (y + 1 < height)
+                bitsOf(y + 1, hBelow, dBelow);
+            else
+                std::fill(hBelow, hBelow + words, ~uint64_t{0});
             uint64_t* row = &flatBits[y * words];
-            const size_t at0 = static_cast<size_t>(y) * width;
-            const bool inner = y > 0 && y + 1 < height;
-            for (int x = 0; x < width; ++x) {
-                const size_t i = at0 + x;
-                const uint32_t own = key(i);
-                bool same = true;
-                if (inner && x > 0 && x + 1 < width) {
-                    const size_t up = i - width, down = i + width;
-                    same = key(up - 1) == own && key(up) == own && key(up + 1) == own &&
-                           key(i - 1) == own && key(i + 1) == own && key(down - 1) == own &&
-                           key(down) == own && key(down + 1) == own;
-                } else {
-                    for (int dy = -1; dy <= 1 && same; ++dy)
-                        for (int dx = -1; dx <= 1; ++dx) {
-                            const int nx = x + dx, ny = y + dy;
-                            if (nx < 0 || ny < 0 || nx >= width || ny >= height) continue;
-                            if (key(static_cast<size_t>(ny) * width + nx) != own) {
-                                same = false;
-                                break;
-                            }
-                        }
-                }
-                if (same) row[x >> 6] |= uint64_t{1} << (x & 63);
-            }
+            for (size_t j = 0; j < words; ++j)
+                row[j] = hAbove[j] & hRow[j] & hBelow[j] & dAbove[j] & dRow[j];
+            row[words - 1] &= lastMask;
+            std::swap(hAbove, hRow);
+            std::swap(hRow, hBelow);
+            std::swap(dAbove, dRow);
+            std::swap(dRow, dBelow);
         }
     };
     Bands::run(bands, height, findFlat, [&]() {

@@ -100,14 +100,23 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, std::vector<
                 return -1;
             };
             const int32_t xo = beyond(ox, oy, nx, ny, lo), xi = beyond(ix, iy, -nx, -ny, li);
+            // The inside colour's share in pixel (x, y); beside a third
+            // region, inside pixels count all that is not the outside's.
+            auto insideShare = [&](int x, int y, int32_t third, bool inside) {
+                const RGBQUAD& p = pic.pixels[static_cast<size_t>(y) * pic.width + x];
+                double a = -1;
+                if (third >= 0) {
+                    const RGBQUAD& c = (*pic.colours)[static_cast<size_t>(third)];
+                    if (inside ? shares3(p, co, ci, c, a) : shares3(p, ci, co, c, a))
+                        return inside ? 1 - a : a;
+                }
+                return share(p, ci, co);
+            };
             double last = 2;
             for (int t = 0; t < kReach; ++t) {
                 const int x = ox + t * nx, y = oy + t * ny;
                 if (pic.label(x, y) != lo) break;
-                const RGBQUAD& p = pic.pixels[static_cast<size_t>(y) * pic.width + x];
-                double a = -1;
-                if (xo < 0 || !shares3(p, ci, co, (*pic.colours)[static_cast<size_t>(xo)], a))
-                    a = share(p, ci, co);
+                const double a = insideShare(x, y, xo, false);
                 if (a < 0 || a > last + 0.05) break;
                 outs[no++] = a;
                 last = a;
@@ -116,13 +125,7 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, std::vector<
             for (int t = 0; t < kReach; ++t) {
                 const int x = ix - t * nx, y = iy - t * ny;
                 if (pic.label(x, y) != li) break;
-                const RGBQUAD& p = pic.pixels[static_cast<size_t>(y) * pic.width + x];
-                double a = -1, b;
-                // The share of the outside colour: all that is not the inside's.
-                if (xi >= 0 && shares3(p, co, ci, (*pic.colours)[static_cast<size_t>(xi)], b))
-                    a = 1 - b;
-                else
-                    a = share(p, ci, co);
+                const double a = insideShare(x, y, xi, true);
                 if (a < 0 || 1 - a > last + 0.05) break;
                 ins[ni++] = a;
                 last = 1 - a;

@@ -428,11 +428,10 @@ private:
     // curve nearer the samples. Kept when it stays within the tolerance.
     void polish(int s, int e, PointD t0, PointD t3, PointD* seg, bool skip0, bool skip3) {
         PointD c[4];
-        rounds_ = kPolishRounds;
-        const bool ok =
-            tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true) && worst_ <= s_.tolerance;
-        rounds_ = kTrialRounds;
-        if (ok) std::copy(c, c + 4, seg);
+        double worst = 0;
+        if (tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true, &worst) &&
+            worst <= s_.tolerance)
+            std::copy(c, c + 4, seg);
     }
 
     void emit(const PointD* seg) {
@@ -444,11 +443,14 @@ private:
     // Fits one cubic from P0 to P3 over samples s..e; true when every
     // sample used lies within the tolerance.
     // With `sound`, true whenever the handles are sound, whatever the error.
+    // With `polished`, the polishing rounds all run and it gets the largest
+    // distance of the last.
     bool tryFit(int s, int e, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg, bool skip0,
-                bool skip3, bool sound = false) {
+                bool skip3, bool sound = false, double* polished = nullptr) {
         const int skip = 2;
         int i0 = s + (skip0 ? skip : 1), i1 = e - (skip3 ? skip : 1);
-        worst_ = 0;
+        const int rounds = polished ? kPolishRounds : kTrialRounds;
+        if (polished) *polished = 0;
         seg[0] = P0;
         seg[3] = P3;
         const PointD chord = sub(P3, P0);
@@ -510,7 +512,7 @@ private:
         for (int i = 0; i < m; ++i) uu[i] /= total;
         double worst = 0;
         bool good = false;
-        for (int iter = 0; iter < rounds_; ++iter) {
+        for (int iter = 0; iter < rounds; ++iter) {
             const bool solved =
                 free0 ? (free3 ? leastSquares<true, true>(q, m, P0, P3, t0, t3, seg)
                                : leastSquares<true, false>(q, m, P0, P3, t0, t3, seg))
@@ -528,7 +530,7 @@ private:
             // (The distance is taken before the step, which only brings
             // the curve point nearer; the last round stops at the first
             // sample out of the tolerance.)
-            const bool last = iter == rounds_ - 1 && !sound;
+            const bool last = iter == rounds - 1 && !sound;
             worst = 0;
             double sum = 0;
             // The control points' differences, the same at every sample.
@@ -560,9 +562,9 @@ private:
             // Within the tolerance everywhere, and within a third of it on
             // average (the samples' own noise stays well below that), unless
             // relaxed.
-            worst_ = worst;
+            if (polished) *polished = worst;
             good = worst <= tol && (relaxed_ || sum <= m * (tol * tol / 9));
-            if (good && rounds_ == kTrialRounds) return true;
+            if (good && !polished) return true;
         }
         return sound || good;
     }
@@ -627,8 +629,6 @@ private:
     std::vector<PointD>& out_;
     std::vector<double> u_;
     bool relaxed_ = false;  // the mean error not asked for
-    int rounds_ = kTrialRounds;
-    double worst_ = 0;  // the last fit's largest distance
 };
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "shapes/EllipseFit.h"
+
 namespace om1 {
 
 namespace {
@@ -66,6 +68,14 @@ const int kTrialRounds = 2;
 const int kPolishRounds = 8;
 // Stretches of at most this many samples are first tried as one segment.
 const int kShortRest = 256;
+// A closed loop of at least kEllipseSteps steps without a corner is one
+// ellipse when its samples lie within kEllipseFar of it (and the tolerance)
+// and within kEllipseRms in the root mean square. On the corpus's art the
+// drawn circles and ellipses (dots, eyes, wheels) read at most 0.16 and
+// 0.033, the nearest other loop 0.27 and 0.12.
+const int kEllipseSteps = 12;
+const double kEllipseFar = 0.25;
+const double kEllipseRms = 0.06;
 
 // Sums over a run of samples, for straight-line fits in constant time.
 struct Moments {
@@ -783,6 +793,22 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
     // Stage 4: the stretches between corners.
     StretchFitter f(L, settings, out);
     const PointD none = {0, 0};
+    if (corners.empty() && closed && n >= kEllipseSteps) {
+        EllipseFit::Ellipse e;
+        double rms = 0;
+        if (EllipseFit::fit(L.points(), n, e)) {
+            const double far = EllipseFit::farthest(e, L.points(), n, &rms);
+            if (far <= std::min(settings.tolerance, kEllipseFar) && rms <= kEllipseRms) {
+                double area2 = 0;
+                for (int k = 0; k < n; ++k) {
+                    const PointD a = L.at(k), b = L.at(k + 1);
+                    area2 += a.x * b.y - b.x * a.y;
+                }
+                EllipseFit::curve(e, L.at(0), area2 > 0, out);
+                return true;
+            }
+        }
+    }
     if (corners.empty()) {
         const PointD p = f.pointAt(n, 0, 2 * n), t = f.tangentAt(n, 0, 2 * n);
         out.push_back(p);

@@ -21,7 +21,11 @@
 //    of the two edges lies within 0.35 px of them (the corner of a small
 //    feature: a rounded bend's samples fall short of the vertex), or at the
 //    tip of a thin wedge;
-// 4. every stretch between corners (the whole loop when there is none) is
+// 4. a closed loop without corners whose samples all lie near one ellipse
+//    (within `tolerance` and a quarter of a pixel, 0.06 px in the root mean
+//    square) is that ellipse, four segments (EllipseFit): a drawn circle
+//    stays round where its anti-aliased edge follows the renderer's chords;
+//    else every stretch between corners (the whole loop when there is none) is
 //    covered by as few cubic segments as keep every sample within
 //    `tolerance`: the longest segment that fits is taken first (then fitted
 //    again with more rounds, its ends and tangents kept), segments

@@ -110,9 +110,9 @@ const unsigned kWhite = 0xffffff, kRed = 0xd02020, kBlue = 0x2040c0;
 
 }  // namespace
 
-// A disc becomes a handful of segments within a small error of the true
-// circle, in both layouts; a sharp-cornered rectangle next to it keeps its
-// four exact segments.
+// A disc becomes four segments (one ellipse) within a hundredth of a pixel
+// of the true circle, in both layouts; a sharp-cornered rectangle next to
+// it keeps its four exact segments.
 TEST(SmoothCurves, DiscAndRectangle) {
     const double cx = 30.4, cy = 31.7, r = 20.3;
     const Picture p = antialiased("disc", 96, 64, [&](double x, double y) {
@@ -126,11 +126,11 @@ TEST(SmoothCurves, DiscAndRectangle) {
         const om1::Shape* disc = shapeOf(set, kRed);
         ASSERT_NE(disc, nullptr);
         ASSERT_EQ(disc->curves.size(), 1u);
-        EXPECT_LE(segments(disc->curves[0]), 8u);
+        EXPECT_EQ(segments(disc->curves[0]), 4u);
         double worst = 0;
         for (const PointD& q : flat(disc->curves[0]))
             worst = std::max(worst, std::fabs(std::hypot(q.x - cx, q.y - cy) - r));
-        EXPECT_LT(worst, 0.2);
+        EXPECT_LT(worst, 0.02);
         const om1::Shape* box = shapeOf(set, kBlue);
         ASSERT_NE(box, nullptr);
         ASSERT_EQ(box->curves.size(), 1u);

@@ -79,7 +79,7 @@ void follow(const Area& in, int x, int y, std::vector<uint8_t>& steps, CrackLoop
         if (cx == x && cy == y && next == 0) break;
         d = next;
     }
-    loop.codes.assign(steps.begin(), steps.end());
+    loop.codes.assign(steps.data(), steps.data() + steps.size());
 }
 
 // Every loop of a grid's labels, in the order of CrackTracer::trace; `going`
@@ -148,7 +148,7 @@ bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32
 }
 
 bool CrackTracer::traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
-                            std::vector<CrackLoop>& out, const std::function<bool()>& going) {
+                            LoopList& out, const std::function<bool()>& going) {
     if (!mask || width <= 0 || height <= 0) return true;
     std::vector<Labelled> loops;
     if (!traceGrid(MaskGrid{mask, width, height}, offsetX, offsetY, loops, going)) return false;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "shapes/CrackLoop.h"
+#include "shapes/LoopList.h"
 
 namespace om1 {
 
@@ -43,7 +44,7 @@ public:
     // empty) is asked every 256 rows; false when it answers false or memory
     // runs out.
     static bool traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
-                          std::vector<CrackLoop>& out, const std::function<bool()>& going = {});
+                          LoopList& out, const std::function<bool()>& going = {});
 };
 
 }  // namespace om1

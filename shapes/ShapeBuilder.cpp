@@ -172,6 +172,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         for (int i = 0; i < n; ++i) member[fill[join.empty() ? i : join[i]]++] = i;
     }
     std::vector<uint8_t> mask, steps;
+    CrackTracer::Scratch scratch;
     long long work = 0;  // pixels of the shapes traced since the progress last heard
     for (int i = 0; i < n; ++i) {
         if (work > (1 << 18)) {
@@ -200,8 +201,15 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         const int end = lr.subtreeEnd(i);
         if (!firstPixel.empty() && membersEnd - membersBegin == 1 &&
             (liftedBefore.empty() || liftedBefore[end] == liftedBefore[i])) {
-            s.loops.emplace_back();
+            CrackLoop& loop = s.loops.emplace_back();
             const int32_t f = firstPixel[i];
+            if (s.pixels == 1) {
+                // One pixel (most regions of a detailed picture): its square.
+                loop.x = f % lr.width;
+                loop.y = f / lr.width;
+                loop.codes = {0, 1, 2, 3};
+                continue;
+            }
             if (!CrackTracer::traceRange(lr.labels.data(), lr.width, lr.height, i, end,
                                          f % lr.width, f / lr.width, s.loops.back(), &steps))
                 return false;
@@ -229,8 +237,9 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             s.pixels = 0;
             for (uint8_t v : mask) s.pixels += v;
         }
-        if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops,
-                                    [&]() { return at(0.45 + 0.15 * i / n); }))
+        if (!CrackTracer::traceMask(
+                mask.data(), w, h, b.x0, b.y0, s.loops, [&]() { return at(0.45 + 0.15 * i / n); },
+                &scratch))
             return false;
     }
     return true;

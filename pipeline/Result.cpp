@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <ostream>
@@ -25,8 +26,8 @@ namespace {
 class CheckedBuffer : public std::streambuf {
 public:
     CheckedBuffer(std::ostream& target, std::function<bool()> going, size_t size)
-        : target_(target), going_(std::move(going)), block_(size) {
-        setp(block_.data(), block_.data() + block_.size());
+        : target_(target), going_(std::move(going)), block_(new char[size]), size_(size) {
+        setp(block_.get(), block_.get() + size_);
     }
     // Passes on what is left; false when the target or `going` failed.
     bool finish() { return pass() && !failed_; }
@@ -49,13 +50,15 @@ private:
     bool pass() {
         const std::streamsize n = pptr() - pbase();
         if (n > 0 && !target_.write(pbase(), n)) failed_ = true;
-        setp(block_.data(), block_.data() + block_.size());
+        setp(block_.get(), block_.get() + size_);
         return !failed_;
     }
 
     std::ostream& target_;
     std::function<bool()> going_;
-    std::vector<char> block_;
+    // Not cleared: a small file touches only the pages it fills.
+    std::unique_ptr<char[]> block_;
+    size_t size_;
     bool failed_ = false;
 };
 

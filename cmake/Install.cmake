@@ -19,7 +19,8 @@ set(OM1_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/om1)
 set(OM1_HOST_HEADERS
     pipeline/Vectorize.h pipeline/Hooks.h pipeline/Picture.h pipeline/Result.h
     pipeline/OptionTable.h pipeline/om1types.h
-    prepare/RegionTree.h prepare/TraceReport.h shapes/CrackLoop.h shapes/OutputOptions.h
+    prepare/RegionTree.h prepare/TraceReport.h shapes/CrackCodes.h shapes/CrackLoop.h
+    shapes/CurveList.h shapes/LoopList.h shapes/OutputOptions.h shapes/PointD.h
     shapes/Shape.h writers/OutputFormat.h)
 # Core headers, installed with the path they are included by ("interface/om1.h").
 set(OM1_HOST_CORE_HEADERS

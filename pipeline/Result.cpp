@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <ostream>
@@ -16,22 +17,24 @@ namespace om1 {
 
 namespace {
 
-// Passes what a writer writes on to `target` in blocks of 64 KB and asks
-// `going` before each block: one shape whose path is megabytes long (a
-// region with thousands of holes) is still stopped promptly. A false answer
-// fails the stream, so the writer gives up.
+// Passes what a writer writes on to `target` in blocks of `size` bytes and
+// asks `going` (if given) before each block: with 64 KB blocks one shape
+// whose path is megabytes long (a region with thousands of holes) is still
+// stopped promptly. A false answer fails the stream, so the writer gives up.
+// Without `going`, large blocks spare the target (a file) a write for every
+// few kilobytes of a file of hundreds of megabytes.
 class CheckedBuffer : public std::streambuf {
 public:
-    CheckedBuffer(std::ostream& target, std::function<bool()> going)
-        : target_(target), going_(std::move(going)), block_(1 << 16) {
-        setp(block_.data(), block_.data() + block_.size());
+    CheckedBuffer(std::ostream& target, std::function<bool()> going, size_t size)
+        : target_(target), going_(std::move(going)), block_(new char[size]), size_(size) {
+        setp(block_.get(), block_.get() + size_);
     }
     // Passes on what is left; false when the target or `going` failed.
     bool finish() { return pass() && !failed_; }
 
 protected:
     int_type overflow(int_type c) override {
-        if (!pass() || !going_()) {
+        if (!pass() || (going_ && !going_())) {
             failed_ = true;
             return traits_type::eof();
         }
@@ -47,13 +50,15 @@ private:
     bool pass() {
         const std::streamsize n = pptr() - pbase();
         if (n > 0 && !target_.write(pbase(), n)) failed_ = true;
-        setp(block_.data(), block_.data() + block_.size());
+        setp(block_.get(), block_.get() + size_);
         return !failed_;
     }
 
     std::ostream& target_;
     std::function<bool()> going_;
-    std::vector<char> block_;
+    // Not cleared: a small file touches only the pages it fills.
+    std::unique_ptr<char[]> block_;
+    size_t size_;
     bool failed_ = false;
 };
 
@@ -170,7 +175,8 @@ int Result::write(std::ostream& out, OutputFormat::Kind kind, const Hooks* hooks
         auto share = [&]() { return Progress::kShaped + each * static_cast<double>(asked); };
         bool ok;
         if (progress.active()) {
-            CheckedBuffer checked(out, [&]() { return progress.at(share()); });
+            CheckedBuffer checked(
+                out, [&]() { return progress.at(share()); }, 1 << 16);
             std::ostream through(&checked);
             ok = OutputFormat::write(through, kind, *set, [&](const Shape& sh) {
                 if (!progress.at(share())) through.setstate(std::ios::badbit);
@@ -179,7 +185,11 @@ int Result::write(std::ostream& out, OutputFormat::Kind kind, const Hooks* hooks
             });
             ok = checked.finish() && ok;
         } else {
-            ok = OutputFormat::write(out, kind, *set, [&](const Shape& sh) { return hidden(sh); });
+            CheckedBuffer blocks(out, nullptr, 1 << 20);
+            std::ostream through(&blocks);
+            ok = OutputFormat::write(through, kind, *set,
+                                     [&](const Shape& sh) { return hidden(sh); });
+            ok = blocks.finish() && ok;
         }
         if (progress.stopped()) return OM1_CANCELLED;
         // Done: what the host answers to the last report changes nothing.

@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "shapes/CrackCodes.h"
+
 namespace om1 {
 
 struct Corner {
@@ -20,8 +22,8 @@ struct Corner {
 };
 
 struct CrackLoop {
-    int x = 0, y = 0;            // start corner
-    std::vector<uint8_t> codes;  // closed: the steps return to the start
+    int x = 0, y = 0;  // start corner
+    CrackCodes codes;  // closed: the steps return to the start
 
     // The shoelace area in square pixels, positive for outer loops.
     long long area() const;

@@ -79,23 +79,22 @@ void follow(const Area& in, int x, int y, std::vector<uint8_t>& steps, CrackLoop
         if (cx == x && cy == y && next == 0) break;
         d = next;
     }
-    loop.codes.assign(steps.begin(), steps.end());
+    loop.codes.assign(steps.data(), steps.data() + steps.size());
 }
 
-// Every loop of a grid's labels, in the order of CrackTracer::trace; `going`
-// (may be empty) is asked every 256 rows: false stops with false.
-template <class G>
-bool traceGrid(const G& g, int offsetX, int offsetY, std::vector<CrackTracer::Labelled>& out,
-               const std::function<bool()>& going) {
+// Every loop of a grid's labels, in the order of CrackTracer::trace, each
+// followed into the loop `emit(label)` gives; `going` (may be empty) is asked
+// every 256 rows: false stops with false. `used` and `steps` are scratch.
+template <class G, class Emit>
+bool traceGrid(const G& g, int offsetX, int offsetY, Emit emit, const std::function<bool()>& going,
+               std::vector<uint8_t>& used, std::vector<uint8_t>& steps) {
     const int width = g.w, height = g.h;
     const size_t cw = static_cast<size_t>(width) + 1;
-    std::vector<uint8_t> used;
     try {
         used.assign(cw * (static_cast<size_t>(height) + 1), 0);
     } catch (...) {
         return false;
     }
-    std::vector<uint8_t> steps;
     for (int y = 0; y < height; ++y) {
         if ((y & 255) == 255 && going && !going()) return false;
         for (int x = 0; x < width; ++x) {
@@ -103,15 +102,13 @@ bool traceGrid(const G& g, int offsetX, int offsetY, std::vector<CrackTracer::La
             if (l < 0 || (used[y * cw + x] & 1)) continue;
             const OneLabel<G> in{g, l};
             if (!boundaryStep(in, x, y, 0)) continue;
-            CrackTracer::Labelled item;
-            item.label = l;
-            item.loop.x = x + offsetX;
-            item.loop.y = y + offsetY;
             try {
-                follow(in, x, y, steps, item.loop, [&](int cx, int cy, int d) {
+                CrackLoop& loop = emit(l);
+                loop.x = x + offsetX;
+                loop.y = y + offsetY;
+                follow(in, x, y, steps, loop, [&](int cx, int cy, int d) {
                     used[cy * cw + cx] |= static_cast<uint8_t>(1u << d);
                 });
-                out.push_back(std::move(item));
             } catch (...) {
                 return false;
             }
@@ -125,7 +122,14 @@ bool traceGrid(const G& g, int offsetX, int offsetY, std::vector<CrackTracer::La
 bool CrackTracer::trace(const int32_t* labels, int width, int height, int offsetX, int offsetY,
                         std::vector<Labelled>& out) {
     if (!labels || width <= 0 || height <= 0) return true;
-    return traceGrid(Grid{labels, width, height}, offsetX, offsetY, out, {});
+    std::vector<uint8_t> used, steps;
+    return traceGrid(
+        Grid{labels, width, height}, offsetX, offsetY,
+        [&](int32_t label) -> CrackLoop& {
+            out.push_back(Labelled{label, CrackLoop()});
+            return out.back().loop;
+        },
+        {}, used, steps);
 }
 
 bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
@@ -148,16 +152,13 @@ bool CrackTracer::traceRange(const int32_t* labels, int width, int height, int32
 }
 
 bool CrackTracer::traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
-                            std::vector<CrackLoop>& out, const std::function<bool()>& going) {
+                            LoopList& out, const std::function<bool()>& going, Scratch* scratch) {
     if (!mask || width <= 0 || height <= 0) return true;
-    std::vector<Labelled> loops;
-    if (!traceGrid(MaskGrid{mask, width, height}, offsetX, offsetY, loops, going)) return false;
-    try {
-        for (Labelled& l : loops) out.push_back(std::move(l.loop));
-    } catch (...) {
-        return false;
-    }
-    return true;
+    Scratch own;
+    Scratch& s = scratch ? *scratch : own;
+    return traceGrid(
+        MaskGrid{mask, width, height}, offsetX, offsetY,
+        [&](int32_t) -> CrackLoop& { return out.emplace_back(); }, going, s.used, s.steps);
 }
 
 }  // namespace om1

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "shapes/CrackLoop.h"
+#include "shapes/LoopList.h"
 
 namespace om1 {
 
@@ -39,11 +40,18 @@ public:
     static bool traceRange(const int32_t* labels, int width, int height, int32_t lo, int32_t hi,
                            int x, int y, CrackLoop& out, std::vector<uint8_t>* scratch = nullptr);
 
-    // Loops of the pixels whose mask byte is non-zero. `going` (may be
-    // empty) is asked every 256 rows; false when it answers false or memory
-    // runs out.
+    // Working memory that a caller tracing many masks passes to every call,
+    // so that it is allocated once.
+    struct Scratch {
+        std::vector<uint8_t> used, steps;
+    };
+
+    // Loops of the pixels whose mask byte is non-zero, appended to `out`.
+    // `going` (may be empty) is asked every 256 rows; false when it answers
+    // false or memory runs out.
     static bool traceMask(const uint8_t* mask, int width, int height, int offsetX, int offsetY,
-                          std::vector<CrackLoop>& out, const std::function<bool()>& going = {});
+                          LoopList& out, const std::function<bool()>& going = {},
+                          Scratch* scratch = nullptr);
 };
 
 }  // namespace om1

@@ -9,34 +9,32 @@
 
 #include "companion/KvCtree.h"
 #include "shapes/CrackLoop.h"
+#include "shapes/CurveList.h"
+#include "shapes/LoopList.h"
 #include "shapes/OutputOptions.h"
+#include "shapes/PointD.h"
 
 namespace om1 {
 
-struct PointD {
-    double x;
-    double y;
-};
-
 struct Shape {
-    enum class Role { Outline, Hole, Frame };
+    enum class Role : uint8_t { Outline, Hole, Frame };
     Role role = Role::Outline;
-    int parent = -1;     // index in ShapeSet::shapes, -1 for the root
-    int depth = 0;       // 0 for the root
-    RGBQUAD color = {};  // unused for frames
     // Opacity: 255 opaque, 1..254 drawn with that opacity, 0 the empty
     // region of a picture with transparency (no loops: never drawn).
     uint8_t alpha = 255;
+    int parent = -1;                // index in ShapeSet::shapes, -1 for the root
+    int depth = 0;                  // 0 for the root
+    RGBQUAD color = {};             // unused for frames
     const KvCtree* node = nullptr;  // the tree node; null for a region added by reconcile
     long long pixels = 0;           // pixels the shape covers (its own in cutout layout)
     // The exact boundary: clockwise outer loops, counter-clockwise holes. In
     // the stacked layout the area a node is drawn with (itself and
     // everything on top of it), in the cutout layout the region's own pixels.
-    std::vector<CrackLoop> loops;
+    LoopList loops;
     // Per loop, closed cubic Bezier curves: 3n + 1 points (start, then two
     // control points and the end point of each segment, the last end being
     // the start). Empty in polygon mode.
-    std::vector<std::vector<PointD>> curves;
+    CurveList curves;
 };
 
 struct ShapeSet {

@@ -125,7 +125,10 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         }
     }
     std::vector<Box> boxes(static_cast<size_t>(n));
-    std::vector<long long> counts(static_cast<size_t>(n), 0);
+    // Every node's pixel count (its subtree's once folded) is kept in its
+    // shape's `pixels` until the shape of its group is made (a group's
+    // first node comes before its other members).
+    for (int i = 0; i < n; ++i) out.shapes[i].pixels = 0;
     // The first pixel of every node, for the single loop of an exact
     // labelling's subtree.
     // (With transparency a subtree's mask can have holes: the masks are used.)
@@ -138,7 +141,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             if (l < 0) continue;
             if (!firstPixel.empty() && firstPixel[l] < 0) firstPixel[l] = static_cast<int32_t>(p);
             boxes[l].add(x, y);
-            ++counts[l];
+            ++out.shapes[l].pixels;
         }
     }
     // Children come after their parents: fold boxes and counts upward.
@@ -146,7 +149,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         const int p = lr.nodes[i].parent;
         if (p >= 0) {
             boxes[p].add(boxes[i]);
-            counts[p] += counts[i];
+            out.shapes[p].pixels += out.shapes[i].pixels;
         }
     }
     std::vector<int> join;
@@ -169,6 +172,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         for (int i = 0; i < n; ++i) member[fill[join.empty() ? i : join[i]]++] = i;
     }
     std::vector<uint8_t> mask, steps;
+    CrackTracer::Scratch scratch;
     long long work = 0;  // pixels of the shapes traced since the progress last heard
     for (int i = 0; i < n; ++i) {
         if (work > (1 << 18)) {
@@ -176,15 +180,19 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             if (!at(0.45 + 0.15 * i / n)) return false;
         }
         Shape& s = out.shapes[i];
-        s.pixels = 0;
         const int* const membersBegin = member.data() + start[i];
         const int* const membersEnd = member.data() + start[i + 1];
-        if (membersBegin == membersEnd) continue;  // drawn with the first of its group
+        if (membersBegin == membersEnd) {
+            s.pixels = 0;
+            continue;  // drawn with the first of its group
+        }
         Box b;
+        long long pixels = 0;
         for (const int* m = membersBegin; m != membersEnd; ++m) {
-            s.pixels += counts[*m];
+            pixels += out.shapes[*m].pixels;
             b.add(boxes[*m]);
         }
+        s.pixels = pixels;
         if (s.role == Shape::Role::Frame || b.x1 < 0) continue;
         if (transparent && lr.nodes[i].alpha == 0) continue;  // never drawn
         work += (static_cast<long long>(b.x1 - b.x0) + 1) * (b.y1 - b.y0 + 1);
@@ -193,8 +201,15 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         const int end = lr.subtreeEnd(i);
         if (!firstPixel.empty() && membersEnd - membersBegin == 1 &&
             (liftedBefore.empty() || liftedBefore[end] == liftedBefore[i])) {
-            s.loops.emplace_back();
+            CrackLoop& loop = s.loops.emplace_back();
             const int32_t f = firstPixel[i];
+            if (s.pixels == 1) {
+                // One pixel (most regions of a detailed picture): its square.
+                loop.x = f % lr.width;
+                loop.y = f / lr.width;
+                loop.codes = {0, 1, 2, 3};
+                continue;
+            }
             if (!CrackTracer::traceRange(lr.labels.data(), lr.width, lr.height, i, end,
                                          f % lr.width, f / lr.width, s.loops.back(), &steps))
                 return false;
@@ -222,8 +237,9 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
             s.pixels = 0;
             for (uint8_t v : mask) s.pixels += v;
         }
-        if (!CrackTracer::traceMask(mask.data(), w, h, b.x0, b.y0, s.loops,
-                                    [&]() { return at(0.45 + 0.15 * i / n); }))
+        if (!CrackTracer::traceMask(
+                mask.data(), w, h, b.x0, b.y0, s.loops, [&]() { return at(0.45 + 0.15 * i / n); },
+                &scratch))
             return false;
     }
     return true;

@@ -176,7 +176,7 @@ TEST(RegionEquivalence, SameRegionsAndContainmentAsTheTracer) {
                     const int l = lr.labels[static_cast<size_t>(y) * p.w + x];
                     mask[static_cast<size_t>(y - y0) * mw + x - x0] = l >= i && l < end;
                 }
-            std::vector<om1::CrackLoop> loops;
+            om1::LoopList loops;
             ASSERT_TRUE(om1::CrackTracer::traceMask(mask.data(), mw, mh, x0, y0, loops));
             om1::CrackLoop one;
             ASSERT_TRUE(om1::CrackTracer::traceRange(lr.labels.data(), p.w, p.h, i, end,

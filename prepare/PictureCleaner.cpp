@@ -381,7 +381,7 @@ bool PictureCleaner::restituteWithAlpha(RGBQUAD* pixels, const RGBQUAD* original
 }
 
 long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area, uint8_t* alpha,
-                                  const std::function<bool(double)>& progress) {
+                                  const std::function<bool(double)>& progress, int threads) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     // Between the steps of each pass: a pass takes at most half of what was left.
     double share = 0;
@@ -391,7 +391,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<int32_t> labels;
-        long long count = labelRegions(pixels, alpha, width, height, labels, going);
+        long long count = labelRegions(pixels, alpha, width, height, labels, going, threads);
         if (count < 0) return -1;
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
@@ -505,7 +505,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 if (alpha) alpha[i] = alpha[from];
             }
             if (!at(0.7)) return -1;
-            count = labelRegions(pixels, alpha, width, height, labels, going);
+            count = labelRegions(pixels, alpha, width, height, labels, going, threads);
             if (count < 0) return -1;
             share += (1 - share) / 2;
         }

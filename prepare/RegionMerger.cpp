@@ -28,7 +28,7 @@ struct Candidate {
 long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                               double cost, double budget, double growth, bool means, uint8_t* alpha,
                               const uint8_t* originalAlpha,
-                              const std::function<bool(double)>& progress) {
+                              const std::function<bool(double)>& progress, int threads) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
     if (!originalAlpha) alpha = nullptr;
     auto at = [&](double share) { return !progress || progress(share); };
@@ -42,7 +42,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
     const int K = alpha ? 4 : 3;
     try {
         std::vector<int32_t> labels;
-        const long long regions = labelRegions(pixels, alpha, width, height, labels, going);
+        const long long regions =
+            labelRegions(pixels, alpha, width, height, labels, going, threads);
         if (regions < 0) return -1;
         const int32_t m = static_cast<int32_t>(regions);
         if (!at(0.2)) return -1;

@@ -64,7 +64,7 @@ long long markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int
 }  // namespace
 
 bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
-                       const std::function<bool(double)>& progress) {
+                       const std::function<bool(double)>& progress, int threads) {
     auto at = [&](double share) { return !progress || progress(share); };
     width = w;
     height = h;
@@ -81,10 +81,13 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
         // of its two passes.
         const size_t every = size_t{1} << 18;
         size_t asked = 0;
-        if (labelRegions(pixels, nullptr, w, h, labels, [&]() {
-                asked += every;
-                return at(0.35 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
-            }) < 0)
+        if (labelRegions(
+                pixels, nullptr, w, h, labels,
+                [&]() {
+                    asked += every;
+                    return at(0.35 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
+                },
+                threads) < 0)
             throw Stopped();
         int32_t* L = labels.data();
         std::vector<int32_t> first;

@@ -155,10 +155,14 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             return (level[a] != 0 || partialB) && (level[b] != 0 || partialA);
         };
         // Neighbour pairs, each once: each band sorts its own, then they are
-        // merged.
+        // merged. A band's list is made here, not on its thread (whose
+        // memory would stay with that thread's heap), and sorted and
+        // thinned in place when full before it grows.
         if (!at(0.3)) return -1;
         share = 0.35;
         std::vector<std::vector<uint64_t>> bandPairs(static_cast<size_t>(bands));
+        for (int b = 0; b < bands && bands > 1; ++b)
+            bandPairs[b].reserve(std::max<size_t>(4096, n / bands / 32));
         std::atomic<bool> stop{false}, failed{false};
         Bands::run(bands, bands, [&](int band, long long, long long) {
             try {
@@ -175,10 +179,17 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         const int32_t a = labels[i];
                         const int32_t nb[2] = {x + 1 < width ? labels[i + 1] : a,
                                                y + 1 < height ? labels[i + width] : a};
-                        for (int32_t b : nb)
-                            if (b != a)
-                                pairs.push_back(static_cast<uint64_t>(std::min(a, b)) << 32 |
-                                                static_cast<uint32_t>(std::max(a, b)));
+                        for (int32_t b : nb) {
+                            if (b == a) continue;
+                            const uint64_t pair = static_cast<uint64_t>(std::min(a, b)) << 32 |
+                                                  static_cast<uint32_t>(std::max(a, b));
+                            if (!pairs.empty() && pairs.back() == pair) continue;
+                            if (pairs.size() == pairs.capacity() && bands > 1) {
+                                std::sort(pairs.begin(), pairs.end());
+                                pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+                            }
+                            pairs.push_back(pair);
+                        }
                     }
                 }
                 std::sort(pairs.begin(), pairs.end());

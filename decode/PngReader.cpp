@@ -3,13 +3,19 @@
 #include <libdeflate.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <system_error>
+#include <thread>
 
 namespace {
+
+// From this many pixels on, a second thread expands the rows.
+const long long kHelperPixels = 1LL << 20;
 
 uint32_t be(const unsigned char* p) {
     return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
@@ -184,6 +190,46 @@ bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
         const size_t rowBytes = static_cast<size_t>(w) * channels;
         const size_t total = static_cast<size_t>(h) * (rowBytes + 1);
         std::unique_ptr<uint8_t[]> raw(new uint8_t[total]);
+        // A large picture's RGBA rows are made on a second thread: the
+        // memory is taken (zeroed, its pages mapped) while the data is
+        // inflated here, then each row is expanded once this thread has
+        // unfiltered it (`ready` rows). `stop` ends the helper early.
+        std::vector<uint8_t> pixels;
+        std::atomic<long long> ready{0};
+        std::atomic<bool> stop{false}, noMemory{false};
+        const size_t outRow = static_cast<size_t>(w) * 4;
+        auto expandRows = [&]() {
+            try {
+                pixels.resize(outRow * static_cast<size_t>(h));
+            } catch (const std::bad_alloc&) {
+                noMemory = true;
+                return;
+            }
+            for (long long y = 0; y < h; ++y) {
+                while (ready.load(std::memory_order_acquire) <= y) {
+                    if (stop.load()) return;
+                    std::this_thread::yield();
+                }
+                expand(raw.get() + static_cast<size_t>(y) * (rowBytes + 1) + 1,
+                       pixels.data() + static_cast<size_t>(y) * outRow, static_cast<size_t>(w),
+                       channels);
+            }
+        };
+        std::thread helper;
+        if (w * h >= kHelperPixels) {
+            try {
+                helper = std::thread(expandRows);
+            } catch (const std::system_error&) {
+            }
+        }
+        struct Joined {
+            std::thread& t;
+            std::atomic<bool>& stop;
+            ~Joined() {
+                stop = true;
+                if (t.joinable()) t.join();
+            }
+        } joined{helper, stop};
         {
             std::unique_ptr<libdeflate_decompressor, DecompressorFree> d(
                 libdeflate_alloc_decompressor());
@@ -195,15 +241,21 @@ bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
                 return false;
         }
         std::vector<uint8_t>().swap(z);
-        std::vector<uint8_t> pixels(static_cast<size_t>(w) * h * 4);
+        const bool helped = helper.joinable();
+        if (!helped) pixels.resize(outRow * static_cast<size_t>(h));
         const uint8_t* prior = nullptr;
         for (long long y = 0; y < h; ++y) {
             uint8_t* row = raw.get() + static_cast<size_t>(y) * (rowBytes + 1);
             if (!unfilter(row[0], row + 1, prior, rowBytes, channels)) return false;
-            expand(row + 1, pixels.data() + static_cast<size_t>(y) * w * 4, static_cast<size_t>(w),
-                   channels);
+            if (helped)
+                ready.store(y + 1, std::memory_order_release);
+            else
+                expand(row + 1, pixels.data() + static_cast<size_t>(y) * outRow,
+                       static_cast<size_t>(w), channels);
             prior = row + 1;
         }
+        if (helped) helper.join();
+        if (noMemory) return false;
         width = static_cast<int>(w);
         height = static_cast<int>(h);
         rgba.swap(pixels);

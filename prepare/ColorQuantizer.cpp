@@ -58,6 +58,10 @@ void measure(const std::vector<Entry>& e, Box& b) {
     b.range = hi[b.widest] - lo[b.widest];
 }
 
+// From this many pixels on, the painting looks each colour's box up in a
+// table by colour.
+const size_t kBoxTablePixels = size_t{1} << 21;
+
 // Pictures of at most this many pixels count their colours in a table, while
 // they have at most this many.
 const size_t kTablePixels = size_t{1} << 19;
@@ -369,10 +373,11 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         }
         // Boxes number at most 256: a byte each. A large picture's colours
         // look their box up in a table by colour (16 MB, only the pages of
-        // the colours present touched), one read where the rank takes three.
+        // the colours present touched: worth it from kBoxTablePixels on),
+        // one read where the rank takes three.
         std::vector<uint8_t> nearestOf;
         std::unique_ptr<uint8_t[]> boxOf;
-        if (tabled) {
+        if (tabled || n < kBoxTablePixels) {
             nearestOf.resize(entries.size());
             for (size_t i = 0; i < entries.size(); ++i)
                 nearestOf[rankOf(entries[i].color)] = static_cast<uint8_t>(nearest[i]);

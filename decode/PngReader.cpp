@@ -5,17 +5,21 @@
 
 #include <atomic>
 #include <climits>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <system_error>
 #include <thread>
 
 namespace {
 
-// From this many pixels on, a second thread expands the rows.
+// From this many pixels on, a second thread expands the rows, told of every
+// kRowsTold rows unfiltered.
 const long long kHelperPixels = 1LL << 20;
+const long long kRowsTold = 16;
 
 uint32_t be(const unsigned char* p) {
     return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
@@ -193,10 +197,14 @@ bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
         // A large picture's RGBA rows are made on a second thread: the
         // memory is taken (zeroed, its pages mapped) while the data is
         // inflated here, then each row is expanded once this thread has
-        // unfiltered it (`ready` rows). `stop` ends the helper early.
+        // unfiltered it (`ready` rows, told every kRowsTold rows and at the
+        // end). `stop` ends the helper early.
         std::vector<uint8_t> pixels;
-        std::atomic<long long> ready{0};
-        std::atomic<bool> stop{false}, noMemory{false};
+        std::mutex lock;
+        std::condition_variable told;
+        long long ready = 0;  // under `lock`, as `stop`
+        bool stop = false;
+        std::atomic<bool> noMemory{false};
         const size_t outRow = static_cast<size_t>(w) * 4;
         auto expandRows = [&]() {
             try {
@@ -205,14 +213,18 @@ bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
                 noMemory = true;
                 return;
             }
-            for (long long y = 0; y < h; ++y) {
-                while (ready.load(std::memory_order_acquire) <= y) {
-                    if (stop.load()) return;
-                    std::this_thread::yield();
+            for (long long y = 0; y < h;) {
+                long long upTo;
+                {
+                    std::unique_lock<std::mutex> hold(lock);
+                    told.wait(hold, [&]() { return ready > y || stop; });
+                    if (stop) return;
+                    upTo = ready;
                 }
-                expand(raw.get() + static_cast<size_t>(y) * (rowBytes + 1) + 1,
-                       pixels.data() + static_cast<size_t>(y) * outRow, static_cast<size_t>(w),
-                       channels);
+                for (; y < upTo; ++y)
+                    expand(raw.get() + static_cast<size_t>(y) * (rowBytes + 1) + 1,
+                           pixels.data() + static_cast<size_t>(y) * outRow, static_cast<size_t>(w),
+                           channels);
             }
         };
         std::thread helper;
@@ -222,14 +234,22 @@ bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
             } catch (const std::system_error&) {
             }
         }
+        // Told to stop and joined on every way out.
         struct Joined {
             std::thread& t;
-            std::atomic<bool>& stop;
+            std::mutex& lock;
+            std::condition_variable& told;
+            bool& stop;
             ~Joined() {
-                stop = true;
-                if (t.joinable()) t.join();
+                if (!t.joinable()) return;
+                {
+                    const std::lock_guard<std::mutex> hold(lock);
+                    stop = true;
+                }
+                told.notify_one();
+                t.join();
             }
-        } joined{helper, stop};
+        } joined{helper, lock, told, stop};
         {
             std::unique_ptr<libdeflate_decompressor, DecompressorFree> d(
                 libdeflate_alloc_decompressor());
@@ -247,14 +267,19 @@ bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
         for (long long y = 0; y < h; ++y) {
             uint8_t* row = raw.get() + static_cast<size_t>(y) * (rowBytes + 1);
             if (!unfilter(row[0], row + 1, prior, rowBytes, channels)) return false;
-            if (helped)
-                ready.store(y + 1, std::memory_order_release);
-            else
+            if (helped && ((y + 1) % kRowsTold == 0 || y + 1 == h)) {
+                {
+                    const std::lock_guard<std::mutex> hold(lock);
+                    ready = y + 1;
+                }
+                told.notify_one();
+            } else if (!helped) {
                 expand(row + 1, pixels.data() + static_cast<size_t>(y) * outRow,
                        static_cast<size_t>(w), channels);
+            }
             prior = row + 1;
         }
-        if (helped) helper.join();
+        if (helped) helper.join();  // (it ends once it has expanded row h - 1)
         if (noMemory) return false;
         width = static_cast<int>(w);
         height = static_cast<int>(h);

@@ -18,6 +18,10 @@
 
 #include "stb_image.h"
 
+#ifndef OM1_DECODE_STB_ONLY
+#include "decode/PngReader.h"
+#endif
+
 namespace {
 
 struct FileCloser {
@@ -217,6 +221,14 @@ void ImageLoader::composite(RasterImage& img, const std::vector<uint8_t>& rgba, 
 #ifndef OM1_DECODE_STB_ONLY
 bool ImageLoader::loadPng(FILE* f, long long maxPixels, RasterImage& out,
                           std::vector<uint8_t>& rgba, std::string& error) {
+    // The common file the quick way; any other, or one it finds fault with,
+    // from the start again with libspng.
+    const long start = ftell(f);
+    if (PngReader::read(f, maxPixels, out.width, out.height, rgba)) return true;
+    if (start < 0 || fseek(f, start, SEEK_SET) != 0) {
+        error = "cannot read: " + std::string(strerror(errno));
+        return false;
+    }
     std::unique_ptr<spng_ctx, void (*)(spng_ctx*)> ctx(spng_ctx_new(0), spng_ctx_free);
     if (!ctx) {
         error = "cannot allocate memory";

@@ -63,9 +63,10 @@ int traceInto(const Picture& p, Result::State& s, const Hooks* hooks) {
                                 static_cast<BYTE>(bg >> 16), 0};
     Progress progress(hooks);
     if (!progress.at(0)) return OM1_CANCELLED;
-    if (!AlphaPicture::fromRgba(p.rgba, p.width, p.height, static_cast<size_t>(stride),
-                                o.background >= 0 && !o.transparent, background, picture, alpha,
-                                [&progress]() { return progress.at(0); }))
+    if (!AlphaPicture::fromRgba(
+            p.rgba, p.width, p.height, static_cast<size_t>(stride),
+            o.background >= 0 && !o.transparent, background, picture, alpha,
+            [&progress]() { return progress.at(0); }, o.threads))
         return progress.stopped() ? OM1_CANCELLED : OM1_OUT_OF_MEMORY;
     if (p.owner) std::vector<uint8_t>().swap(*p.owner);
     if (!progress.at(Progress::kComposited)) return OM1_CANCELLED;

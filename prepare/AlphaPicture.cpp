@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <unordered_map>
 
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
@@ -116,7 +117,8 @@ void AlphaPicture::settle(std::vector<RGBQUAD>& pixels, std::vector<uint8_t>& al
 
 bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t stride,
                             bool composite, RGBQUAD background, std::vector<RGBQUAD>& pixels,
-                            std::vector<uint8_t>& alpha, const std::function<bool()>& going) {
+                            std::vector<uint8_t>& alpha, const std::function<bool()>& going,
+                            int threads) {
     pixels.clear();
     alpha.clear();
     if (!rgba || width <= 0 || height <= 0) return false;
@@ -125,7 +127,32 @@ bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t s
         // Grown row by row, so that no single step touches all the memory.
         pixels.reserve(n);
         alpha.reserve(n);
-        for (int y = 0; y < height; ++y) {
+        // A large picture: grown 256 rows at a time here, then converted by
+        // bands of rows on the threads.
+        const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
+        for (int y = 0; y < height && bands > 1; y += 256) {
+            if (y > 0 && going && !going()) {
+                pixels.clear();
+                alpha.clear();
+                return false;
+            }
+            const size_t rows = static_cast<size_t>(std::min(height, y + 256));
+            pixels.resize(rows * width);
+            alpha.resize(rows * width);
+        }
+        if (bands > 1)
+            Bands::run(bands, height, [&](int, long long y0, long long y1) {
+                for (long long y = y0; y < y1; ++y) {
+                    const uint8_t* row = rgba + static_cast<size_t>(y) * stride;
+                    RGBQUAD* out = pixels.data() + static_cast<size_t>(y) * width;
+                    uint8_t* a = alpha.data() + static_cast<size_t>(y) * width;
+                    for (int x = 0; x < width; ++x, row += 4) {
+                        out[x] = RGBQUAD{row[2], row[1], row[0], 0};
+                        a[x] = row[3];
+                    }
+                }
+            });
+        for (int y = 0; y < height && bands == 1; ++y) {
             if ((y & 255) == 255 && going && !going()) {
                 pixels.clear();
                 alpha.clear();

@@ -50,9 +50,12 @@ public:
     // is: the picture is traced as an opaque one). False when memory runs out.
     // `going`, when given, is asked every 256 rows: false when it answers
     // false (nothing kept).
+    // A large picture is converted by bands on up to `threads` threads (0:
+    // one per core).
     static bool fromRgba(const uint8_t* rgba, int width, int height, size_t stride, bool composite,
                          RGBQUAD background, std::vector<RGBQUAD>& pixels,
-                         std::vector<uint8_t>& alpha, const std::function<bool()>& going = {});
+                         std::vector<uint8_t>& alpha, const std::function<bool()>& going = {},
+                         int threads = 1);
     // The same on decoded pixels with straight colours and their alpha, in
     // place.
     static void settle(std::vector<RGBQUAD>& pixels, std::vector<uint8_t>& alpha, bool composite,

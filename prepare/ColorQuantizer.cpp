@@ -58,6 +58,10 @@ void measure(const std::vector<Entry>& e, Box& b) {
     b.range = hi[b.widest] - lo[b.widest];
 }
 
+// From this many pixels on, the painting looks each colour's box up in a
+// table by colour.
+const size_t kBoxTablePixels = size_t{1} << 21;
+
 // Pictures of at most this many pixels count their colours in a table, while
 // they have at most this many.
 const size_t kTablePixels = size_t{1} << 19;
@@ -367,10 +371,21 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             auto byte = [&](int c) { return static_cast<BYTE>(std::lround(mean[3 * b + c])); };
             colours[b] = RGBQUAD{byte(2), byte(1), byte(0), 0};
         }
-        // Boxes number at most 256: a byte each.
-        std::vector<uint8_t> nearestOf(entries.size());
-        for (size_t i = 0; i < entries.size(); ++i)
-            nearestOf[rankOf(entries[i].color)] = static_cast<uint8_t>(nearest[i]);
+        // Boxes number at most 256: a byte each. A large picture's colours
+        // look their box up in a table by colour (16 MB, only the pages of
+        // the colours present touched: worth it from kBoxTablePixels on),
+        // one read where the rank takes three.
+        std::vector<uint8_t> nearestOf;
+        std::unique_ptr<uint8_t[]> boxOf;
+        if (tabled || n < kBoxTablePixels) {
+            nearestOf.resize(entries.size());
+            for (size_t i = 0; i < entries.size(); ++i)
+                nearestOf[rankOf(entries[i].color)] = static_cast<uint8_t>(nearest[i]);
+        } else {
+            boxOf.reset(new uint8_t[size_t{1} << 24]);
+            for (size_t i = 0; i < entries.size(); ++i)
+                boxOf[entries[i].color] = static_cast<uint8_t>(nearest[i]);
+        }
         std::vector<uint8_t>().swap(nearest);
         // Every 2^20 pixels the first band reports its share and every band
         // looks whether to stop.
@@ -386,7 +401,17 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     if (((i - from) & 0xFFFFF) == 0 &&
                         !bandGoing(stop, band, i, from, to, 0.8, 0.2))
                         return;
-                    const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
+                    uint32_t b;
+                    if (boxOf) {
+                        const uint32_t c = packColour(pixels[i]);
+                        if (c != last.colour) {
+                            last.colour = c;
+                            last.rank = boxOf[c];
+                        }
+                        b = last.rank;
+                    } else {
+                        b = nearestOf[entryOf(static_cast<size_t>(i), last)];
+                    }
                     mine[b] = 1;
                     const BYTE reserved = pixels[i].rgbReserved;
                     pixels[i] = colours[b];

@@ -381,7 +381,7 @@ bool PictureCleaner::restituteWithAlpha(RGBQUAD* pixels, const RGBQUAD* original
 }
 
 long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area, uint8_t* alpha,
-                                  const std::function<bool(double)>& progress) {
+                                  const std::function<bool(double)>& progress, int threads) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     // Between the steps of each pass: a pass takes at most half of what was left.
     double share = 0;
@@ -391,14 +391,29 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     const size_t n = static_cast<size_t>(width) * height;
     try {
         std::vector<int32_t> labels;
-        long long count = labelRegions(pixels, alpha, width, height, labels, going);
+        long long count = labelRegions(pixels, alpha, width, height, labels, going, threads);
         if (count < 0) return -1;
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
-        std::vector<int32_t> first, size, parent, small, touched, members;
+        std::vector<int32_t> first, size, parent, small, touched, members, source;
         std::vector<long long> shared;
         std::vector<uint8_t> large;
         auto colour = [&](int32_t r) { return packKey(pixels, alpha, first[r]); };
+        // The passes over the pixels by bands of rows on the threads, for at
+        // most one region in 64 pixels (each band counts its own).
+        const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
+        auto rowsOf = [&](int band, size_t& from, size_t& to) {
+            from = static_cast<size_t>(static_cast<long long>(height) * band / bands) * width;
+            to = static_cast<size_t>(static_cast<long long>(height) * (band + 1) / bands) * width;
+        };
+        std::vector<std::vector<int32_t>> bandSize, bandFirst;
+        std::atomic<bool> stop{false};
+        // A band's pixel i: band 0 asks the progress, the others stop with it.
+        auto goingOn = [&](int band, size_t i, size_t from) {
+            if (((i - from) & kEvery) != kEvery) return true;
+            if (band == 0 ? !going() : stop.load()) stop = true;
+            return !stop.load();
+        };
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             if (!at(0)) return -1;
             const int32_t m = static_cast<int32_t>(count);
@@ -407,13 +422,42 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             shared.assign(m, 0);
             size.assign(m, 0);
             // Labels are ranked by first pixel: label r first appears after
-            // every label below it.
-            int32_t seen = 0;
-            for (size_t i = 0; i < n; ++i) {
-                if ((i & kEvery) == kEvery && !going()) return -1;
-                const int32_t r = labels[i];
-                ++size[r];
-                if (r == seen) first[seen++] = static_cast<int32_t>(i);
+            // every label below it (by bands: in the first band it appears
+            // in, first there).
+            if (bands > 1 && static_cast<size_t>(m) <= n / 64) {
+                bandSize.resize(static_cast<size_t>(bands));
+                bandFirst.resize(static_cast<size_t>(bands));
+                for (int b = 0; b < bands; ++b) {
+                    bandSize[b].assign(m, 0);
+                    bandFirst[b].assign(m, -1);
+                }
+                Bands::run(bands, bands, [&](int band, long long, long long) {
+                    int32_t* const sz = bandSize[band].data();
+                    int32_t* const fi = bandFirst[band].data();
+                    size_t from, to;
+                    rowsOf(band, from, to);
+                    for (size_t i = from; i < to; ++i) {
+                        if (!goingOn(band, i, from)) return;
+                        const int32_t r = labels[i];
+                        if (sz[r]++ == 0) fi[r] = static_cast<int32_t>(i);
+                    }
+                });
+                if (stop) return -1;
+                for (int32_t r = 0; r < m; ++r) {
+                    first[r] = -1;
+                    for (int b = 0; b < bands; ++b) {
+                        size[r] += bandSize[b][r];
+                        if (first[r] < 0) first[r] = bandFirst[b][r];
+                    }
+                }
+            } else {
+                int32_t seen = 0;
+                for (size_t i = 0; i < n; ++i) {
+                    if ((i & kEvery) == kEvery && !going()) return -1;
+                    const int32_t r = labels[i];
+                    ++size[r];
+                    if (r == seen) first[seen++] = static_cast<int32_t>(i);
+                }
             }
             large.resize(m);
             small.clear();
@@ -493,19 +537,27 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             if (merged == 0) break;
             if (!at(0.6)) return -1;
             // A region that joined none keeps its pixels, the first one
-            // included: the pixels of the others take its colour.
-            for (size_t i = 0; i < n; ++i) {
-                if ((i & kEvery) == kEvery && !going()) return -1;
-                const int32_t r = labels[i];
-                if (parent[r] == r) continue;
-                const size_t from = static_cast<size_t>(first[find(r)]);
-                pixels[i].rgbRed = pixels[from].rgbRed;
-                pixels[i].rgbGreen = pixels[from].rgbGreen;
-                pixels[i].rgbBlue = pixels[from].rgbBlue;
-                if (alpha) alpha[i] = alpha[from];
-            }
+            // included: the pixels of the others take its colour. By bands,
+            // from the roots' first pixels (`source`), which no band
+            // repaints.
+            source.resize(m);
+            for (int32_t r = 0; r < m; ++r) source[r] = parent[r] == r ? -1 : first[find(r)];
+            Bands::run(bands, bands, [&](int band, long long, long long) {
+                size_t from, to;
+                rowsOf(band, from, to);
+                for (size_t i = from; i < to; ++i) {
+                    if (!goingOn(band, i, from)) return;
+                    const int32_t s = source[labels[i]];
+                    if (s < 0) continue;
+                    pixels[i].rgbRed = pixels[s].rgbRed;
+                    pixels[i].rgbGreen = pixels[s].rgbGreen;
+                    pixels[i].rgbBlue = pixels[s].rgbBlue;
+                    if (alpha) alpha[i] = alpha[s];
+                }
+            });
+            if (stop) return -1;
             if (!at(0.7)) return -1;
-            count = labelRegions(pixels, alpha, width, height, labels, going);
+            count = labelRegions(pixels, alpha, width, height, labels, going, threads);
             if (count < 0) return -1;
             share += (1 - share) / 2;
         }

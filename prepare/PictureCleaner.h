@@ -64,9 +64,11 @@ public:
     // Returns the number of regions left, -1 when memory runs out. With
     // alpha, a small region may join the empty region, never the other way.
     // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
+    // The labelling of a large picture runs by bands on up to `threads`
+    // threads (0: one per core), with the same result for any number.
     static long long speckle(RGBQUAD* pixels, int width, int height, int area,
                              uint8_t* alpha = nullptr,
-                             const std::function<bool(double)>& progress = {});
+                             const std::function<bool(double)>& progress = {}, int threads = 1);
 
     // Colour restitution from the picture: every region of `pixels` takes the
     // mean colour (rounded per channel) of the same pixels in `original`, so

@@ -4,12 +4,14 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <vector>
 
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
@@ -22,13 +24,21 @@ namespace om1 {
 // `going`, when given, is asked about every 2^18 pixels (whole rows in the
 // first pass): -1 when it answers false. The labels grow with the first pass,
 // so that filling a large picture's array is spread between the checks too.
+// A picture of at least Bands::kMinPixels is labelled by bands on up to
+// `threads` threads (0: one per core), with the same labels for any number.
 namespace detail {
+
+template <class Keys>
+long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t>& labels,
+                              const std::function<bool()>& going, int bands);
 
 // labelRegions for keys of one kind: `Keys` gives pixel i's key.
 template <class Keys>
 long long labelRegionsBy(const Keys& key, int w, int h, std::vector<int32_t>& labels,
-                         const std::function<bool()>& going) {
+                         const std::function<bool()>& going, int threads = 1) {
     const size_t n = static_cast<size_t>(w) * h;
+    const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), h);
+    if (bands > 1) return labelRegionsInBands(key, w, h, labels, going, bands);
     const size_t every = size_t{1} << 18;
     const int rows = static_cast<int>(std::max<size_t>(1, every / std::max(w, 1)));
     labels.clear();
@@ -94,6 +104,156 @@ long long labelRegionsBy(const Keys& key, int w, int h, std::vector<int32_t>& la
     return next;
 }
 
+// The same by bands of rows, each on a thread of its own: every band is
+// labelled as a picture of its own (its sets rooted at their first pixel in
+// the band), then the sets that meet across the rows between two bands are
+// joined (parents still point to earlier pixels, a set's root is its first
+// pixel in the picture), then the roots are counted by band and every band
+// numbers its own. The pixels whose parent the joining changed point to
+// their set's root; those roots' numbers (from an earlier band) are looked
+// up, all others come from the band itself. The labels are those of one
+// band.
+template <class Keys>
+long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t>& labels,
+                              const std::function<bool()>& going, int bands) {
+    const size_t n = static_cast<size_t>(w) * h;
+    const size_t every = size_t{1} << 18;
+    labels.clear();
+    labels.reserve(n);
+    // Grown between the checks, as one band grows it.
+    for (size_t size = 0; size < n;) {
+        if (size > 0 && going && !going()) return -1;
+        size = std::min(n, size + every);
+        labels.resize(size);
+    }
+    int32_t* const parent = labels.data();
+    std::vector<int> firstRow(static_cast<size_t>(bands) + 1);
+    for (int b = 0; b <= bands; ++b)
+        firstRow[b] = static_cast<int>(static_cast<long long>(h) * b / bands);
+    std::atomic<bool> stop{false};
+    const int rows = static_cast<int>(std::max<size_t>(1, every / std::max(w, 1)));
+    // The first band asks `going` every `rows` rows (or 2^18 pixels); the
+    // others stop with it.
+    auto goingOn = [&](int band) {
+        if (band == 0 && going && !going()) stop = true;
+        return !stop.load();
+    };
+    auto find = [parent](int32_t i, std::vector<int32_t>* changed) {
+        while (parent[i] != i) {
+            if (changed && parent[parent[i]] != parent[i]) {
+                parent[i] = parent[parent[i]];
+                changed->push_back(i);
+            }
+            i = parent[i];
+        }
+        return i;
+    };
+    Bands::run(bands, bands, [&](int band, long long, long long) {
+        const int y0 = firstRow[band], y1 = firstRow[band + 1];
+        auto join = [&](int32_t a, int32_t b) {
+            while (parent[a] != a) a = parent[a] = parent[parent[a]];
+            while (parent[b] != b) b = parent[b] = parent[parent[b]];
+            if (a < b)
+                parent[b] = a;
+            else if (b < a)
+                parent[a] = b;
+        };
+        for (int y = y0; y < y1; ++y) {
+            if ((y - y0) % rows == rows - 1 && !goingOn(band)) return;
+            const int32_t row = y * w;
+            uint32_t left = key(row);
+            if (y == y0) {
+                parent[row] = row;
+                for (int32_t i = row + 1; i < row + w; ++i) {
+                    const uint32_t k = key(i);
+                    parent[i] = k == left ? parent[i - 1] : i;
+                    left = k;
+                }
+                continue;
+            }
+            uint32_t upLeft = key(row - w);
+            parent[row] = left == upLeft ? parent[row - w] : row;
+            for (int32_t i = row + 1; i < row + w; ++i) {
+                const uint32_t k = key(i), up = key(i - w);
+                if (k == left) {
+                    parent[i] = parent[i - 1];
+                    if (k == up && upLeft != k) join(i - 1, i - w);
+                } else {
+                    parent[i] = k == up ? parent[i - w] : i;
+                }
+                left = k;
+                upLeft = up;
+            }
+        }
+    });
+    if (stop) return -1;
+    // The seams, top to bottom; `changed` collects every pixel whose parent
+    // moved (those may now point into an earlier band).
+    std::vector<int32_t> changed;
+    for (int b = 1; b < bands; ++b) {
+        const int32_t row = firstRow[b] * w;
+        for (int32_t i = row; i < row + w; ++i) {
+            if (key(i) != key(i - w)) continue;
+            // The same two sets as the pixel to the left.
+            if (i > row && key(i - 1) == key(i) && key(i - 1 - w) == key(i)) continue;
+            const int32_t a = find(i - w, &changed), c = find(i, &changed);
+            if (a == c) continue;
+            const int32_t lo = std::min(a, c), hi = std::max(a, c);
+            parent[hi] = lo;
+            changed.push_back(hi);
+        }
+    }
+    // Every changed pixel straight to its root; the roots so pointed to,
+    // sorted, get their numbers once their bands have counted.
+    std::vector<int32_t> targets;
+    for (int32_t q : changed) {
+        parent[q] = find(q, nullptr);
+        targets.push_back(parent[q]);
+    }
+    std::sort(targets.begin(), targets.end());
+    targets.erase(std::unique(targets.begin(), targets.end()), targets.end());
+    std::vector<int32_t> numberOf(targets.size());
+    std::vector<int32_t> roots(static_cast<size_t>(bands) + 1, 0);
+    auto bandStart = [&](int b) { return static_cast<int32_t>(firstRow[b]) * w; };
+    Bands::run(bands, bands, [&](int band, long long, long long) {
+        const int32_t from = bandStart(band), to = bandStart(band + 1);
+        size_t t = static_cast<size_t>(std::lower_bound(targets.begin(), targets.end(), from) -
+                                       targets.begin());
+        int32_t count = 0;
+        for (int32_t i = from; i < to; ++i) {
+            if (parent[i] != i) continue;
+            if (t < targets.size() && targets[t] == i) numberOf[t++] = count;
+            ++count;
+        }
+        roots[band + 1] = count;
+    });
+    for (int b = 0; b < bands; ++b) roots[b + 1] += roots[b];
+    for (size_t t = 0; t < targets.size(); ++t) {
+        const int band =
+            static_cast<int>(std::upper_bound(firstRow.begin(), firstRow.end(), targets[t] / w) -
+                             firstRow.begin() - 1);
+        numberOf[t] += roots[band];
+    }
+    Bands::run(bands, bands, [&](int band, long long, long long) {
+        const int32_t from = bandStart(band), to = bandStart(band + 1);
+        int32_t next = roots[band];
+        int32_t* const label = parent;
+        for (int32_t i = from; i < to; ++i) {
+            if (((i - from) & (every - 1)) == every - 1 && !goingOn(band)) return;
+            const int32_t v = label[i];
+            if (v == i)
+                label[i] = next++;
+            else if (v >= from)
+                label[i] = label[v];
+            else
+                label[i] = numberOf[static_cast<size_t>(
+                    std::lower_bound(targets.begin(), targets.end(), v) - targets.begin())];
+        }
+    });
+    if (stop) return -1;
+    return roots[bands];
+}
+
 // The colour alone as the key.
 struct ColourKeys {
     const RGBQUAD* pixels;
@@ -116,11 +276,12 @@ struct ColourAlphaKeys {
 }  // namespace detail
 
 inline long long labelRegions(const RGBQUAD* pixels, const uint8_t* alpha, int w, int h,
-                              std::vector<int32_t>& labels,
-                              const std::function<bool()>& going = {}) {
+                              std::vector<int32_t>& labels, const std::function<bool()>& going = {},
+                              int threads = 1) {
     if (alpha)
-        return detail::labelRegionsBy(detail::ColourAlphaKeys{pixels, alpha}, w, h, labels, going);
-    return detail::labelRegionsBy(detail::ColourKeys{pixels}, w, h, labels, going);
+        return detail::labelRegionsBy(detail::ColourAlphaKeys{pixels, alpha}, w, h, labels, going,
+                                      threads);
+    return detail::labelRegionsBy(detail::ColourKeys{pixels}, w, h, labels, going, threads);
 }
 
 }  // namespace om1

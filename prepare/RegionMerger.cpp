@@ -1,10 +1,13 @@
 #include "prepare/RegionMerger.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
+#include <new>
 #include <queue>
 #include <vector>
 
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 #include "prepare/RegionLabels.h"
 
@@ -28,7 +31,7 @@ struct Candidate {
 long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                               double cost, double budget, double growth, bool means, uint8_t* alpha,
                               const uint8_t* originalAlpha,
-                              const std::function<bool(double)>& progress) {
+                              const std::function<bool(double)>& progress, int threads) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
     if (!originalAlpha) alpha = nullptr;
     auto at = [&](double share) { return !progress || progress(share); };
@@ -42,7 +45,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
     const int K = alpha ? 4 : 3;
     try {
         std::vector<int32_t> labels;
-        const long long regions = labelRegions(pixels, alpha, width, height, labels, going);
+        const long long regions =
+            labelRegions(pixels, alpha, width, height, labels, going, threads);
         if (regions < 0) return -1;
         const int32_t m = static_cast<int32_t>(regions);
         if (!at(0.2)) return -1;
@@ -52,8 +56,70 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // Per region with alpha: 0 empty, 255 opaque, else partial.
         std::vector<uint8_t> level(alpha ? m : 0);
         double squares = 0;
+        // The passes over the pixels by bands of rows on the threads. The
+        // sums of a picture without alpha are sums of whole numbers, exact
+        // in any order: each band adds its own, for at most one region in 64
+        // pixels (their memory). Labels are ranked by first pixel, so the
+        // first band a region appears in holds its first pixel.
+        const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
+        auto rowsOf = [&](int band, int& y0, int& y1) {
+            y0 = static_cast<int>(static_cast<long long>(height) * band / bands);
+            y1 = static_cast<int>(static_cast<long long>(height) * (band + 1) / bands);
+        };
+        const bool summed = !alpha && bands > 1 && static_cast<size_t>(m) <= n / 64;
+        if (summed) {
+            struct Part {
+                std::vector<double> size, sum;
+                std::vector<int32_t> first;
+                double squares = 0;
+            };
+            std::vector<Part> parts(static_cast<size_t>(bands));
+            for (Part& p : parts) {
+                p.size.assign(m, 0);
+                p.sum.assign(3 * static_cast<size_t>(m), 0);
+                p.first.assign(m, -1);
+            }
+            std::atomic<bool> stop{false};
+            Bands::run(bands, bands, [&](int band, long long, long long) {
+                Part& p = parts[band];
+                int y0, y1;
+                rowsOf(band, y0, y1);
+                for (int y = y0; y < y1; ++y) {
+                    if ((y - y0) % 256 == 255 && (band == 0 ? !going() : stop.load())) {
+                        stop = true;
+                        return;
+                    }
+                    for (size_t i = static_cast<size_t>(y) * width,
+                                e = static_cast<size_t>(y + 1) * width;
+                         i < e; ++i) {
+                        const int32_t r = labels[i];
+                        const double red = original[i].rgbRed, green = original[i].rgbGreen,
+                                     blue = original[i].rgbBlue;
+                        p.size[r] += 1;
+                        if (p.first[r] < 0) p.first[r] = static_cast<int32_t>(i);
+                        p.sum[3 * r] += red;
+                        p.sum[3 * r + 1] += green;
+                        p.sum[3 * r + 2] += blue;
+                        p.squares += red * red + green * green + blue * blue;
+                    }
+                }
+            });
+            if (stop) return -1;
+            for (int32_t r = 0; r < m; ++r) {
+                bool painted = false;
+                for (Part& p : parts) {
+                    size[r] += p.size[r];
+                    for (int k = 0; k < 3; ++k) sum[3 * r + k] += p.sum[3 * r + k];
+                    if (!painted && p.first[r] >= 0) {
+                        paint[r] = packKey(pixels, alpha, static_cast<size_t>(p.first[r]));
+                        painted = true;
+                    }
+                }
+            }
+            for (Part& p : parts) squares += p.squares;
+        }
         int32_t seen = 0;  // labels are ranked by first pixel
-        for (size_t i = 0; i < n; ++i) {
+        for (size_t i = 0; i < n && !summed; ++i) {
             if ((i & kEvery) == kEvery && !going()) return -1;
             const int32_t r = labels[i];
             double red = original[i].rgbRed, green = original[i].rgbGreen,
@@ -88,25 +154,62 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             const bool partialB = level[b] != 0 && level[b] != 255;
             return (level[a] != 0 || partialB) && (level[b] != 0 || partialA);
         };
-        // Neighbour pairs, each once.
-        std::vector<uint64_t> pairs;
+        // Neighbour pairs, each once: each band sorts its own, then they are
+        // merged. A band's list is made here, not on its thread (whose
+        // memory would stay with that thread's heap), and sorted and
+        // thinned in place when full before it grows.
         if (!at(0.3)) return -1;
         share = 0.35;
-        for (int y = 0; y < height; ++y) {
-            if ((y & 255) == 255 && !going()) return -1;
-            for (int x = 0; x < width; ++x) {
-                const size_t i = static_cast<size_t>(y) * width + x;
-                const int32_t a = labels[i];
-                const int32_t nb[2] = {x + 1 < width ? labels[i + 1] : a,
-                                       y + 1 < height ? labels[i + width] : a};
-                for (int32_t b : nb)
-                    if (b != a)
-                        pairs.push_back(static_cast<uint64_t>(std::min(a, b)) << 32 |
-                                        static_cast<uint32_t>(std::max(a, b)));
+        std::vector<std::vector<uint64_t>> bandPairs(static_cast<size_t>(bands));
+        for (int b = 0; b < bands && bands > 1; ++b)
+            bandPairs[b].reserve(std::max<size_t>(4096, n / bands / 32));
+        std::atomic<bool> stop{false}, failed{false};
+        Bands::run(bands, bands, [&](int band, long long, long long) {
+            try {
+                std::vector<uint64_t>& pairs = bandPairs[band];
+                int y0, y1;
+                rowsOf(band, y0, y1);
+                for (int y = y0; y < y1; ++y) {
+                    if ((y & 255) == 255 && (band == 0 ? !going() : stop.load())) {
+                        stop = true;
+                        return;
+                    }
+                    for (int x = 0; x < width; ++x) {
+                        const size_t i = static_cast<size_t>(y) * width + x;
+                        const int32_t a = labels[i];
+                        const int32_t nb[2] = {x + 1 < width ? labels[i + 1] : a,
+                                               y + 1 < height ? labels[i + width] : a};
+                        for (int32_t b : nb) {
+                            if (b == a) continue;
+                            const uint64_t pair = static_cast<uint64_t>(std::min(a, b)) << 32 |
+                                                  static_cast<uint32_t>(std::max(a, b));
+                            if (!pairs.empty() && pairs.back() == pair) continue;
+                            if (pairs.size() == pairs.capacity() && bands > 1) {
+                                std::sort(pairs.begin(), pairs.end());
+                                pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+                            }
+                            pairs.push_back(pair);
+                        }
+                    }
+                }
+                std::sort(pairs.begin(), pairs.end());
+                pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+            } catch (...) {
+                failed = true;  // memory ran out
+                stop = true;
             }
+        });
+        if (failed) throw std::bad_alloc();
+        if (stop || !at(0.4)) return -1;
+        std::vector<uint64_t> pairs;
+        pairs.swap(bandPairs[0]);
+        for (size_t b = 1; b < bandPairs.size(); ++b) {
+            const size_t middle = pairs.size();
+            pairs.insert(pairs.end(), bandPairs[b].begin(), bandPairs[b].end());
+            std::vector<uint64_t>().swap(bandPairs[b]);
+            std::inplace_merge(pairs.begin(), pairs.begin() + static_cast<std::ptrdiff_t>(middle),
+                               pairs.end());
         }
-        if (!at(0.4)) return -1;
-        std::sort(pairs.begin(), pairs.end());
         pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         std::vector<std::vector<int32_t>> adjacent(m);
         for (uint64_t p : pairs) {
@@ -212,6 +315,29 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             std::vector<int32_t>().swap(added);
         }
         if (!at(0.9)) return -1;
+        // Every pixel in its region's colour (and level), by bands: the
+        // roots first, as the bands only read them.
+        auto repaint = [&]() {
+            for (int32_t r = 0; r < m; ++r) parent[r] = find(r);
+            Bands::run(bands, bands, [&](int band, long long, long long) {
+                int y0, y1;
+                rowsOf(band, y0, y1);
+                for (int y = y0; y < y1; ++y) {
+                    if ((y & 255) == 255 && (band == 0 ? !going() : stop.load())) {
+                        stop = true;
+                        return;
+                    }
+                    for (size_t i = static_cast<size_t>(y) * width,
+                                e = static_cast<size_t>(y + 1) * width;
+                         i < e; ++i) {
+                        const uint32_t v = paint[parent[labels[i]]];
+                        unpackColour(pixels[i], v);
+                        if (alpha) alpha[i] = keyAlpha(v);
+                    }
+                }
+            });
+            return !stop.load();
+        };
         if (alpha) {
             for (int32_t r = 0; r < m; ++r) {
                 if (parent[r] != r) continue;
@@ -235,12 +361,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 paint[r] = v | l << 24;
             }
             share = 0.95;
-            for (size_t i = 0; i < n; ++i) {
-                if ((i & kEvery) == kEvery && !going()) return -1;
-                const uint32_t v = paint[find(labels[i])];
-                unpackColour(pixels[i], v);
-                alpha[i] = keyAlpha(v);
-            }
+            if (!repaint()) return -1;
             return left;
         }
         if (means)
@@ -252,10 +373,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 paint[r] = v;
             }
         share = 0.95;
-        for (size_t i = 0; i < n; ++i) {
-            if ((i & kEvery) == kEvery && !going()) return -1;
-            unpackColour(pixels[i], paint[find(labels[i])]);
-        }
+        if (!repaint()) return -1;
         return left;
     } catch (...) {
         return -1;

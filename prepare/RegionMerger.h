@@ -47,7 +47,7 @@ public:
     static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                            double cost, double budget, double growth = 0, bool means = true,
                            uint8_t* alpha = nullptr, const uint8_t* originalAlpha = nullptr,
-                           const std::function<bool(double)>& progress = {});
+                           const std::function<bool(double)>& progress = {}, int threads = 1);
 };
 
 }  // namespace om1

@@ -1,8 +1,10 @@
 #include "prepare/RegionTree.h"
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
 
+#include "prepare/Bands.h"
 #include "prepare/RegionLabels.h"
 
 namespace om1 {
@@ -64,7 +66,7 @@ long long markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int
 }  // namespace
 
 bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
-                       const std::function<bool(double)>& progress) {
+                       const std::function<bool(double)>& progress, int threads) {
     auto at = [&](double share) { return !progress || progress(share); };
     width = w;
     height = h;
@@ -81,18 +83,56 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
         // of its two passes.
         const size_t every = size_t{1} << 18;
         size_t asked = 0;
-        if (labelRegions(pixels, nullptr, w, h, labels, [&]() {
+        const long long labelCount = labelRegions(
+            pixels, nullptr, w, h, labels,
+            [&]() {
                 asked += every;
                 return at(0.35 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
-            }) < 0)
-            throw Stopped();
+            },
+            threads);
+        if (labelCount < 0) throw Stopped();
         int32_t* L = labels.data();
         std::vector<int32_t> first;
-        for (size_t i = 0; i < n; ++i) {
-            if ((i & (every - 1)) == 0 && !at(0.35 + 0.05 * static_cast<double>(i) / n))
-                throw Stopped();
-            if (L[i] == static_cast<int32_t>(first.size()))
-                first.push_back(static_cast<int32_t>(i));
+        // With threads, for at most one region in 64 pixels, each band of
+        // rows finds the first pixels in it; a region's is in the first band
+        // it appears in.
+        const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), h);
+        auto rowsOf = [&](int band, size_t& from, size_t& to) {
+            from = static_cast<size_t>(static_cast<long long>(h) * band / bands) * w;
+            to = static_cast<size_t>(static_cast<long long>(h) * (band + 1) / bands) * w;
+        };
+        std::atomic<bool> stop{false};
+        auto goingOn = [&](int band, size_t i, size_t from, double share) {
+            if (((i - from) & (every - 1)) != 0) return true;
+            if (band == 0 ? !at(share) : stop.load()) stop = true;
+            return !stop.load();
+        };
+        if (bands > 1 && static_cast<size_t>(labelCount) <= n / 64) {
+            std::vector<std::vector<int32_t>> firstIn(static_cast<size_t>(bands),
+                                                      std::vector<int32_t>(labelCount, -1));
+            Bands::run(bands, bands, [&](int band, long long, long long) {
+                int32_t* const f = firstIn[band].data();
+                size_t from, to;
+                rowsOf(band, from, to);
+                for (size_t i = from; i < to; ++i) {
+                    if (!goingOn(band, i, from,
+                                 0.35 + 0.05 * static_cast<double>(i - from) / (to - from)))
+                        return;
+                    if (f[L[i]] < 0) f[L[i]] = static_cast<int32_t>(i);
+                }
+            });
+            if (stop) throw Stopped();
+            first.assign(static_cast<size_t>(labelCount), -1);
+            for (const std::vector<int32_t>& f : firstIn)
+                for (long long r = 0; r < labelCount; ++r)
+                    if (first[r] < 0) first[r] = f[r];
+        } else {
+            for (size_t i = 0; i < n; ++i) {
+                if ((i & (every - 1)) == 0 && !at(0.35 + 0.05 * static_cast<double>(i) / n))
+                    throw Stopped();
+                if (L[i] == static_cast<int32_t>(first.size()))
+                    first.push_back(static_cast<int32_t>(i));
+            }
         }
         const int32_t count = static_cast<int32_t>(first.size());
 
@@ -154,7 +194,11 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
             for (int32_t c = start[v + 1]; c > start[v];) stack.push_back(children[--c]);
         }
         if (!at(0.9)) throw Stopped();
-        for (size_t i = 0; i < n; ++i) L[i] = index[L[i]];
+        Bands::run(bands, bands, [&](int band, long long, long long) {
+            size_t from, to;
+            rowsOf(band, from, to);
+            for (size_t i = from; i < to; ++i) L[i] = index[L[i]];
+        });
     } catch (...) {
         parents.clear();
         colors.clear();

@@ -48,8 +48,10 @@ public:
     // out; the tree is then empty. `progress`, when given, hears the share
     // done (0..1) every few hundred rows of a pass and every few thousand
     // regions; false stops the work (false, the tree empty).
+    // The labelling of a large picture runs by bands on up to `threads`
+    // threads (0: one per core), with the same result for any number.
     bool build(const RGBQUAD* pixels, int width, int height,
-               const std::function<bool(double)>& progress = {});
+               const std::function<bool(double)>& progress = {}, int threads = 1);
 
     // Regions (nodes that are not the frame).
     int regions() const { return static_cast<int>(parents.size()) - (rootFrame ? 1 : 0); }

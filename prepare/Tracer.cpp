@@ -413,7 +413,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
                                         static_cast<int>(std::min<long long>(area, INT_MAX)), wa,
-                                        part(watched, 0.45, 0.55)) < 0)
+                                        part(watched, 0.45, 0.55), options.threads) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
@@ -429,7 +429,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
             // The largest union cost grows with the picture's side.
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget, growth,
-                                    options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62)) < 0)
+                                    options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62),
+                                    options.threads) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
@@ -469,7 +470,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         if (alpha && !AlphaPicture::standIns(work.data(), wa, n, standIn)) return NoOutlines;
         if (exact) {
             if (!rep.regions.build(alpha ? standIn.data() : work.data(), width, height,
-                                   part(watched, 0.68, 1)))
+                                   part(watched, 0.68, 1), options.threads))
                 return stopped ? Cancelled : NoOutlines;
             const int regions = rep.regions.regions();
             result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;

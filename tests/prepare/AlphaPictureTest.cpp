@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <cstring>
 #include <vector>
 
 #include "prepare/AlphaPicture.h"
@@ -95,5 +96,31 @@ TEST(AlphaPicture, AntialiasDecidesAnEdgeByCoverage) {
             if (shape) {
                 EXPECT_EQ(packed(px[y * w + x]), 20u | 160u << 8 | 40u << 16);
             }
+        }
+}
+
+TEST(AlphaPicture, FromRgbaByBandsGivesTheResultOfOneThread) {
+    // Over 2^20 pixels, with a row stride wider than the row; opaque,
+    // transparent, and composited.
+    const int w = 1030, h = 1020;
+    const size_t stride = 4 * static_cast<size_t>(w) + 12;
+    std::vector<uint8_t> rgba(stride * h);
+    for (size_t i = 0; i < rgba.size(); ++i) rgba[i] = static_cast<uint8_t>(i * 2654435761u >> 24);
+    std::vector<uint8_t> opaque = rgba;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) opaque[y * stride + 4 * x + 3] = 255;
+    for (const std::vector<uint8_t>* picture : {&rgba, &opaque})
+        for (bool composite : {false, true}) {
+            std::vector<RGBQUAD> one, many;
+            std::vector<uint8_t> oneAlpha, manyAlpha;
+            const RGBQUAD bg = {10, 20, 30, 0};
+            ASSERT_TRUE(om1::AlphaPicture::fromRgba(picture->data(), w, h, stride, composite, bg,
+                                                    one, oneAlpha, {}, 1));
+            ASSERT_TRUE(om1::AlphaPicture::fromRgba(picture->data(), w, h, stride, composite, bg,
+                                                    many, manyAlpha, {}, 2));
+            ASSERT_EQ(many.size(), one.size());
+            EXPECT_EQ(0, std::memcmp(many.data(), one.data(), one.size() * sizeof(RGBQUAD)));
+            EXPECT_EQ(manyAlpha, oneAlpha);
+            EXPECT_EQ(oneAlpha.empty(), composite || picture == &opaque);
         }
 }

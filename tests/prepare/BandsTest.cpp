@@ -81,3 +81,42 @@ TEST(Bands, AStageByBandsStopsWhenAsked) {
         EXPECT_FALSE(elsewhere);
     }
 }
+
+TEST(Bands, SpeckleByBandsGivesTheResultOfOneThread) {
+    // Blobs of four colours with specks of every size up to the area, across
+    // the seams; with and without alpha levels.
+    const int w = 1031, h = 1027;
+    std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h);
+    std::vector<uint8_t> alpha(pixels.size());
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const size_t i = static_cast<size_t>(y) * w + x;
+            int c = (x / 37 + y / 29) % 4;
+            const uint32_t hash = static_cast<uint32_t>(i * 2654435761u) >> 24;
+            if (hash < 12) c = (c + 1 + hash % 3) % 4;  // a speck, sometimes joining others
+            pixels[i] = RGBQUAD{static_cast<BYTE>(c * 60), static_cast<BYTE>(200 - c * 50), 9, 0};
+            alpha[i] = (x / 50 + y / 70) % 3 == 0 ? 128 : 255;
+        }
+    for (bool withAlpha : {false, true}) {
+        std::vector<RGBQUAD> one = pixels;
+        std::vector<uint8_t> oneAlpha = alpha;
+        const long long left = om1::PictureCleaner::speckle(
+            one.data(), w, h, 6, withAlpha ? oneAlpha.data() : nullptr, {}, 1);
+        ASSERT_GT(left, 0);
+        for (int threads : {2, 3}) {
+            std::vector<RGBQUAD> many = pixels;
+            std::vector<uint8_t> manyAlpha = alpha;
+            EXPECT_EQ(
+                om1::PictureCleaner::speckle(many.data(), w, h, 6,
+                                             withAlpha ? manyAlpha.data() : nullptr, {}, threads),
+                left);
+            EXPECT_TRUE(std::equal(many.begin(), many.end(), one.begin(),
+                                   [](const RGBQUAD& a, const RGBQUAD& b) {
+                                       return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen &&
+                                              a.rgbBlue == b.rgbBlue;
+                                   }))
+                << threads << " threads, alpha " << withAlpha;
+            EXPECT_EQ(manyAlpha, oneAlpha);
+        }
+    }
+}

@@ -1,6 +1,7 @@
 // Region merging by the cost of a union: worked examples with exact costs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "prepare/RegionMerger.h"
@@ -96,3 +97,46 @@ TEST(RegionMerger, RegionsTakeTheMeanOfTheInputTheyCover) {
 }
 
 }  // namespace
+
+TEST(RegionMerger, ThreadsGiveTheResultOfOne) {
+    // A large picture (threads are taken from 2^20 pixels on): blocks of
+    // a few colours over a noisy input, with and without alpha; merged to
+    // a budget, on 1, 2 and 3 threads.
+    const int w = 1030, h = 1021;
+    std::vector<RGBQUAD> blocks(static_cast<size_t>(w) * h), input(blocks.size());
+    std::vector<uint8_t> levels(blocks.size()), inputAlpha(blocks.size());
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const size_t i = static_cast<size_t>(y) * w + x;
+            const int c = (x / 13 * 7 + y / 11 * 3) % 5;
+            blocks[i] = rgb(c * 50, 120 - c * 20, 200 - c * 30);
+            const int noise = static_cast<int>((i * 2654435761u) >> 28);
+            input[i] = rgb(c * 50 + noise, 120 - c * 20, 200 - c * 30 + noise);
+            inputAlpha[i] = (x / 40 + y / 40) % 3 == 0 ? 120 : 255;
+            levels[i] = inputAlpha[i] == 255 ? 255 : 128;
+        }
+    for (bool withAlpha : {false, true}) {
+        std::vector<RGBQUAD> one = blocks;
+        std::vector<uint8_t> oneAlpha = levels;
+        const double cost = 4e5, budget = 3.0 * w * h * 40;
+        const long long left = RegionMerger::merge(one.data(), input.data(), w, h, cost, budget, 0,
+                                                   true, withAlpha ? oneAlpha.data() : nullptr,
+                                                   withAlpha ? inputAlpha.data() : nullptr, {}, 1);
+        EXPECT_GT(left, 1);
+        for (int threads : {2, 3}) {
+            std::vector<RGBQUAD> many = blocks;
+            std::vector<uint8_t> manyAlpha = levels;
+            EXPECT_EQ(RegionMerger::merge(many.data(), input.data(), w, h, cost, budget, 0, true,
+                                          withAlpha ? manyAlpha.data() : nullptr,
+                                          withAlpha ? inputAlpha.data() : nullptr, {}, threads),
+                      left);
+            EXPECT_TRUE(std::equal(many.begin(), many.end(), one.begin(),
+                                   [](const RGBQUAD& a, const RGBQUAD& b) {
+                                       return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen &&
+                                              a.rgbBlue == b.rgbBlue;
+                                   }))
+                << threads << " threads, alpha " << withAlpha;
+            EXPECT_EQ(manyAlpha, oneAlpha);
+        }
+    }
+}

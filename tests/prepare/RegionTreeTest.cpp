@@ -68,3 +68,29 @@ TEST(RegionTree, RefusesUnusableInput) {
 }
 
 }  // namespace
+
+TEST(RegionTree, ThreadsGiveTheTreeOfOne) {
+    // Over 2^20 pixels: nested rings and blocks, so that regions nest across
+    // the bands' seams; few regions (the banded first pixels) and many.
+    const int w = 1025, h = 1031;
+    for (int cell : {97, 5}) {
+        std::vector<RGBQUAD> px(static_cast<size_t>(w) * h);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                const int dx = x - 500, dy = y - 520;
+                const int c = (dx * dx + dy * dy) / 9000 % 3 + (x / cell + y / cell) % 2 * 3;
+                px[static_cast<size_t>(y) * w + x] = RGBQUAD{static_cast<BYTE>(c * 40), 0, 0, 0};
+            }
+        om1::RegionTree one, many;
+        ASSERT_TRUE(one.build(px.data(), w, h, {}, 1));
+        ASSERT_TRUE(many.build(px.data(), w, h, {}, 2));
+        EXPECT_GT(one.regions(), 10);
+        EXPECT_EQ(many.labels, one.labels) << cell;
+        EXPECT_EQ(many.parents, one.parents) << cell;
+        EXPECT_EQ(many.rootFrame, one.rootFrame);
+        EXPECT_EQ(many.longestBoundary, one.longestBoundary);
+        ASSERT_EQ(many.colors.size(), one.colors.size());
+        for (size_t i = 0; i < one.colors.size(); ++i)
+            EXPECT_EQ(many.colors[i].rgbRed, one.colors[i].rgbRed) << i;
+    }
+}

@@ -1,0 +1,291 @@
+#include "decode/PngReader.h"
+
+#include <libdeflate.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <climits>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <system_error>
+#include <thread>
+
+namespace {
+
+// From this many pixels on, a second thread expands the rows, told of every
+// kRowsTold rows unfiltered.
+const long long kHelperPixels = 1LL << 20;
+const long long kRowsTold = 16;
+
+uint32_t be(const unsigned char* p) {
+    return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
+           static_cast<uint32_t>(p[2]) << 8 | p[3];
+}
+
+struct DecompressorFree {
+    void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
+};
+
+// The filters by bytes a pixel, so that each channel's left neighbour stays
+// in a register.
+template <int B>
+void sub(uint8_t* row, size_t bytes) {
+    for (size_t i = B; i < bytes; ++i) row[i] = static_cast<uint8_t>(row[i] + row[i - B]);
+}
+
+template <int B>
+void average(uint8_t* row, const uint8_t* prior, size_t bytes) {
+    unsigned left[B];
+    for (int c = 0; c < B; ++c) left[c] = row[c] = static_cast<uint8_t>(row[c] + (prior[c] >> 1));
+    for (size_t i = B; i < bytes; i += B)
+        for (int c = 0; c < B; ++c)
+            left[c] = row[i + c] =
+                static_cast<uint8_t>(row[i + c] + ((left[c] + prior[i + c]) >> 1));
+}
+
+template <int B>
+void paeth(uint8_t* row, const uint8_t* prior, size_t bytes) {
+    int left[B], upLeft[B];
+    for (int c = 0; c < B; ++c) {
+        left[c] = row[c] = static_cast<uint8_t>(row[c] + prior[c]);
+        upLeft[c] = prior[c];
+    }
+    for (size_t i = B; i < bytes; i += B)
+        for (int c = 0; c < B; ++c) {
+            const int a = left[c], b = prior[i + c], cc = upLeft[c];
+            const int pa = std::abs(b - cc), pb = std::abs(a - cc), pc = std::abs(a + b - 2 * cc);
+            const int p = pa <= pb && pa <= pc ? a : pb <= pc ? b : cc;
+            left[c] = row[i + c] = static_cast<uint8_t>(row[i + c] + p);
+            upLeft[c] = b;
+        }
+}
+
+template <int B>
+bool unfilterBy(int filter, uint8_t* row, const uint8_t* prior, size_t bytes) {
+    switch (filter) {
+        case 0:
+            return true;
+        case 1:
+            sub<B>(row, bytes);
+            return true;
+        case 2:
+            if (prior)
+                for (size_t i = 0; i < bytes; ++i) row[i] = static_cast<uint8_t>(row[i] + prior[i]);
+            return true;
+        case 3:
+            if (prior)
+                average<B>(row, prior, bytes);
+            else
+                for (size_t i = B; i < bytes; ++i)
+                    row[i] = static_cast<uint8_t>(row[i] + (row[i - B] >> 1));
+            return true;
+        case 4:
+            // Above the first row everything is zero: the left neighbour.
+            if (prior)
+                paeth<B>(row, prior, bytes);
+            else
+                sub<B>(row, bytes);
+            return true;
+        default:
+            return false;
+    }
+}
+
+// One unfiltered row of `w` pixels of `channels` bytes into RGBA.
+void expand(const uint8_t* in, uint8_t* out, size_t w, int channels) {
+    switch (channels) {
+        case 1:
+            for (size_t x = 0; x < w; ++x, out += 4) {
+                out[0] = out[1] = out[2] = in[x];
+                out[3] = 255;
+            }
+            break;
+        case 2:
+            for (size_t x = 0; x < w; ++x, out += 4, in += 2) {
+                out[0] = out[1] = out[2] = in[0];
+                out[3] = in[1];
+            }
+            break;
+        case 3:
+            for (size_t x = 0; x < w; ++x, out += 4, in += 3) {
+                out[0] = in[0];
+                out[1] = in[1];
+                out[2] = in[2];
+                out[3] = 255;
+            }
+            break;
+        default:
+            std::memcpy(out, in, 4 * w);
+    }
+}
+
+}  // namespace
+
+bool PngReader::unfilter(int filter, uint8_t* row, const uint8_t* prior, size_t bytes, int bpp) {
+    switch (bpp) {
+        case 1:
+            return unfilterBy<1>(filter, row, prior, bytes);
+        case 2:
+            return unfilterBy<2>(filter, row, prior, bytes);
+        case 3:
+            return unfilterBy<3>(filter, row, prior, bytes);
+        case 4:
+            return unfilterBy<4>(filter, row, prior, bytes);
+        default:
+            return false;
+    }
+}
+
+bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
+                     std::vector<uint8_t>& rgba) {
+    try {
+        unsigned char head[8];
+        auto chunkHead = [&]() { return fread(head, 1, sizeof(head), f) == sizeof(head); };
+        // The checksum of the chunk type and `data`, against the stored one
+        // (libdeflate's checksum of a null buffer is the starting value, not
+        // the one given).
+        auto checked = [&](const uint8_t* data, size_t size) {
+            unsigned char stored[4];
+            uint32_t crc = static_cast<uint32_t>(libdeflate_crc32(0, head + 4, 4));
+            if (size > 0) crc = static_cast<uint32_t>(libdeflate_crc32(crc, data, size));
+            return fread(stored, 1, 4, f) == 4 && be(stored) == crc;
+        };
+        if (!chunkHead() || std::memcmp(head, "\x89PNG\r\n\x1a\n", 8) != 0) return false;
+        unsigned char ihdr[13];
+        if (!chunkHead() || be(head) != 13 || std::memcmp(head + 4, "IHDR", 4) != 0 ||
+            fread(ihdr, 1, sizeof(ihdr), f) != sizeof(ihdr) || !checked(ihdr, sizeof(ihdr)))
+            return false;
+        const long long w = be(ihdr), h = be(ihdr + 4);
+        // Depth 8, deflate, the adaptive filters, not interlaced.
+        if (ihdr[8] != 8 || ihdr[10] != 0 || ihdr[11] != 0 || ihdr[12] != 0) return false;
+        const int channels = ihdr[9] == 0   ? 1
+                             : ihdr[9] == 4 ? 2
+                             : ihdr[9] == 2 ? 3
+                             : ihdr[9] == 6 ? 4
+                                            : 0;
+        if (channels == 0 || w < 3 || h < 3 || w > INT_MAX || h > INT_MAX || w * h > maxPixels)
+            return false;
+
+        // The compressed data: every IDAT, then IEND and the file's end.
+        std::vector<uint8_t> z;
+        struct stat st = {};
+        if (fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0 &&
+            st.st_size < (1LL << 32))
+            z.reserve(static_cast<size_t>(st.st_size));
+        for (;;) {
+            if (!chunkHead()) return false;
+            const uint32_t length = be(head);
+            if (std::memcmp(head + 4, "IEND", 4) == 0) {
+                if (length != 0 || z.empty() || !checked(nullptr, 0) || fgetc(f) != EOF)
+                    return false;
+                break;
+            }
+            if (std::memcmp(head + 4, "IDAT", 4) != 0 || length > 0x7FFFFFFFu) return false;
+            const size_t at = z.size();
+            z.resize(at + length);
+            if (fread(z.data() + at, 1, length, f) != length || !checked(z.data() + at, length))
+                return false;
+        }
+
+        const size_t rowBytes = static_cast<size_t>(w) * channels;
+        const size_t total = static_cast<size_t>(h) * (rowBytes + 1);
+        std::unique_ptr<uint8_t[]> raw(new uint8_t[total]);
+        // A large picture's RGBA rows are made on a second thread: the
+        // memory is taken (zeroed, its pages mapped) while the data is
+        // inflated here, then each row is expanded once this thread has
+        // unfiltered it (`ready` rows, told every kRowsTold rows and at the
+        // end). `stop` ends the helper early.
+        std::vector<uint8_t> pixels;
+        std::mutex lock;
+        std::condition_variable told;
+        long long ready = 0;  // under `lock`, as `stop`
+        bool stop = false;
+        std::atomic<bool> noMemory{false};
+        const size_t outRow = static_cast<size_t>(w) * 4;
+        auto expandRows = [&]() {
+            try {
+                pixels.resize(outRow * static_cast<size_t>(h));
+            } catch (const std::bad_alloc&) {
+                noMemory = true;
+                return;
+            }
+            for (long long y = 0; y < h;) {
+                long long upTo;
+                {
+                    std::unique_lock<std::mutex> hold(lock);
+                    told.wait(hold, [&]() { return ready > y || stop; });
+                    if (stop) return;
+                    upTo = ready;
+                }
+                for (; y < upTo; ++y)
+                    expand(raw.get() + static_cast<size_t>(y) * (rowBytes + 1) + 1,
+                           pixels.data() + static_cast<size_t>(y) * outRow, static_cast<size_t>(w),
+                           channels);
+            }
+        };
+        std::thread helper;
+        if (w * h >= kHelperPixels) {
+            try {
+                helper = std::thread(expandRows);
+            } catch (const std::system_error&) {
+            }
+        }
+        // Told to stop and joined on every way out.
+        struct Joined {
+            std::thread& t;
+            std::mutex& lock;
+            std::condition_variable& told;
+            bool& stop;
+            ~Joined() {
+                if (!t.joinable()) return;
+                {
+                    const std::lock_guard<std::mutex> hold(lock);
+                    stop = true;
+                }
+                told.notify_one();
+                t.join();
+            }
+        } joined{helper, lock, told, stop};
+        {
+            std::unique_ptr<libdeflate_decompressor, DecompressorFree> d(
+                libdeflate_alloc_decompressor());
+            size_t in = 0, out = 0;
+            if (!d ||
+                libdeflate_zlib_decompress_ex(d.get(), z.data(), z.size(), raw.get(), total, &in,
+                                              &out) != LIBDEFLATE_SUCCESS ||
+                in != z.size() || out != total)
+                return false;
+        }
+        std::vector<uint8_t>().swap(z);
+        const bool helped = helper.joinable();
+        if (!helped) pixels.resize(outRow * static_cast<size_t>(h));
+        const uint8_t* prior = nullptr;
+        for (long long y = 0; y < h; ++y) {
+            uint8_t* row = raw.get() + static_cast<size_t>(y) * (rowBytes + 1);
+            if (!unfilter(row[0], row + 1, prior, rowBytes, channels)) return false;
+            if (helped && ((y + 1) % kRowsTold == 0 || y + 1 == h)) {
+                {
+                    const std::lock_guard<std::mutex> hold(lock);
+                    ready = y + 1;
+                }
+                told.notify_one();
+            } else if (!helped) {
+                expand(row + 1, pixels.data() + static_cast<size_t>(y) * outRow,
+                       static_cast<size_t>(w), channels);
+            }
+            prior = row + 1;
+        }
+        if (helped) helper.join();  // (it ends once it has expanded row h - 1)
+        if (noMemory) return false;
+        width = static_cast<int>(w);
+        height = static_cast<int>(h);
+        rgba.swap(pixels);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}

@@ -3,6 +3,7 @@
 #include <libdeflate.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <condition_variable>
@@ -20,6 +21,8 @@ namespace {
 // kRowsTold rows unfiltered.
 const long long kHelperPixels = 1LL << 20;
 const long long kRowsTold = 16;
+// Compressed data is read this many bytes at a time.
+const size_t kReadBlock = size_t{1} << 20;
 
 uint32_t be(const unsigned char* p) {
     return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
@@ -185,10 +188,16 @@ bool PngReader::read(FILE* f, long long maxPixels, int& width, int& height,
                 break;
             }
             if (std::memcmp(head + 4, "IDAT", 4) != 0 || length > 0x7FFFFFFFu) return false;
+            // Read in blocks: a length the file does not hold ends at its end,
+            // not after taking (and zeroing) the memory it claims.
             const size_t at = z.size();
-            z.resize(at + length);
-            if (fread(z.data() + at, 1, length, f) != length || !checked(z.data() + at, length))
-                return false;
+            for (size_t left = length; left > 0;) {
+                const size_t block = std::min<size_t>(left, kReadBlock), from = z.size();
+                z.resize(from + block);
+                if (fread(z.data() + from, 1, block, f) != block) return false;
+                left -= block;
+            }
+            if (!checked(z.data() + at, length)) return false;
         }
 
         const size_t rowBytes = static_cast<size_t>(w) * channels;

@@ -158,6 +158,11 @@ TEST(PngReader, LeavesOtherFilesToTheFullDecoder) {
     trailing.push_back(0);
     std::vector<unsigned char> badIdat = png;
     badIdat[png.size() - 16] ^= 0x01;  // the last IDAT's checksum
+    // An IDAT claiming nearly 2 GB: read up to the file's end, not taken
+    // (and zeroed) at once.
+    std::vector<unsigned char> lying = png;
+    lying.at(33) = 0x7F;
+    lying.at(34) = lying.at(35) = 0xFF;
     // A width of 20: more data wanted than there is.
     const std::vector<unsigned char> wider = withHeaderByte(png, 3, 20);
     struct Case {
@@ -175,6 +180,7 @@ TEST(PngReader, LeavesOtherFilesToTheFullDecoder) {
         {"a wrong checksum", badIdat, false},
         {"too wide for its data", wider, false},
         {"cut short", std::vector<unsigned char>(png.begin(), png.end() - 20), false},
+        {"an IDAT longer than the file", lying, false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -305,18 +305,6 @@ TEST(Presets, SeedNeverMixesColours) {
     }
 }
 
-TEST(Presets, NamesAndOptionsRoundTrip) {
-    for (const char* n : {"plain", "graphic", "photo", "bw", "pixel"}) {
-        Presets::Preset p;
-        ASSERT_TRUE(Presets::parse(n, p));
-        EXPECT_STREQ(Presets::name(p), n);
-    }
-    Presets::Preset p;
-    EXPECT_FALSE(Presets::parse("Graphic", p));
-    EXPECT_EQ(Presets::options(Presets::Plain).seed, TraceOptions::Seed::Fixed);
-    EXPECT_TRUE(Presets::polygonOutput(Presets::Pixel));
-}
-
 // PSNR over red, green and blue of one picture against another.
 double psnr(const std::vector<RGBQUAD>& a, const std::vector<RGBQUAD>& b) {
     double e = 0;

@@ -1,4 +1,5 @@
-// The companion contour tree: layout, node operations, release, flip and palette merge.
+// The companion contour tree: node operations, release, flip and palette merge
+// (its layout is pinned by the header's static_asserts).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -14,37 +15,10 @@ RGBQUAD quad(BYTE r, BYTE g, BYTE b) {
 
 }  // namespace
 
-TEST(KvCtree, FieldsSitAtTheirByteOffsets) {
-    KvCtree* t = kvctr_newKvCtree();
-    ASSERT_NE(t, nullptr);
-    unsigned char* base = reinterpret_cast<unsigned char*>(t);
-    unsigned char codes[2] = {0, 2};
-    ASSERT_TRUE(t->init(codes, 2, 77, 10));
-    int v;
-    memcpy(&v, base + 44, 4);
-    EXPECT_EQ(v, 2);
-    memcpy(&v, base + 56, 4);
-    EXPECT_EQ(v, 77);
-    unsigned char* chain;
-    memcpy(&chain, base + 48, 8);
-    EXPECT_EQ(chain, t->chain);
-    t->bezierCount = 4;
-    ASSERT_TRUE(t->newBezier(4));
-    memcpy(&v, base + 68, 4);
-    EXPECT_EQ(v, 4);
-    KvPoint* pts;
-    memcpy(&pts, base + 72, 8);
-    EXPECT_EQ(pts, t->bezier);
-    kvctr_deleteKvCtree(t);
-}
-
 TEST(KvCtree, NewRootIsEmptyAndInitCopiesTheChain) {
     KvCtree* t = kvctr_newKvCtree();
     ASSERT_NE(t, nullptr);
-    EXPECT_EQ(t->isFrame, 0);
-    EXPECT_TRUE(!t->holes && !t->chain && !t->bezier);
-    EXPECT_EQ(t->dirNum, 0);
-    EXPECT_EQ(t->bezierCount, 0);
+    EXPECT_TRUE(!t->isFrame && !t->holes && !t->chain && !t->bezier);
     unsigned char codes[4] = {0, 1, 2, 3};
     ASSERT_TRUE(t->init(codes, 4, 5, 3));
     codes[0] = 3;
@@ -63,20 +37,6 @@ TEST(KvCtree, NewRootIsEmptyAndInitCopiesTheChain) {
     EXPECT_EQ(t->bezier[6].x, 0.0);
     kvctr_deleteKvCtree(t);
     kvctr_deleteKvCtree(nullptr);  // nothing to do
-}
-
-TEST(KvCtree, AddTailKeepsOrder) {
-    KvCtree* t = kvctr_newKvCtree();
-    for (int i = 0; i < 3; ++i) {
-        KvCtree::Holes* h = t->addTail();
-        ASSERT_NE(h, nullptr);
-        ASSERT_NE(h->ctree, nullptr);
-        h->ctree->startOffset = i;
-    }
-    int i = 0;
-    for (KvCtree::Holes* h = t->holes; h; h = h->next) EXPECT_EQ(h->ctree->startOffset, i++);
-    EXPECT_EQ(i, 3);
-    kvctr_deleteKvCtree(t);
 }
 
 TEST(KvCtree, DeletesLongHoleListsAndDeepNesting) {

@@ -54,11 +54,3 @@ struct Image {
             for (int x = x0; x < x0 + ww; ++x) set(x, y, c);
     }
 };
-
-// Every outline reachable through child and next (not parts), depth first.
-inline void collectOutlines(ListOfOutLines* n, std::vector<ListOfOutLines*>& out) {
-    for (; n; n = n->next) {
-        out.push_back(n);
-        collectOutlines(n->child, out);
-    }
-}

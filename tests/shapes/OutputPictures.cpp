@@ -198,22 +198,36 @@ std::vector<Picture> hardEdgedPictures(int k) {
     return out;
 }
 
-namespace {
-
-void flatten(const std::vector<om1::PointD>& c, std::vector<om1::PointD>& out) {
-    out.clear();
-    if (c.empty()) return;
+std::vector<om1::PointD> flattened(const std::vector<om1::PointD>& c, int steps) {
+    std::vector<om1::PointD> out;
+    if (c.empty()) return out;
     out.push_back(c[0]);
     for (size_t i = 0; i + 3 < c.size(); i += 3)
-        for (int k = 1; k <= 16; ++k) {
-            const double t = k / 16.0, u = 1 - t;
+        for (int k = 1; k <= steps; ++k) {
+            const double t = static_cast<double>(k) / steps, u = 1 - t;
             const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
             out.push_back({b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x,
                            b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y});
         }
+    return out;
 }
 
-}  // namespace
+bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+Coverage coverage(const om1::ShapeSet& set, bool curves, const std::vector<RGBQUAD>* picture) {
+    std::vector<int> owner;
+    const std::vector<int> count = centreCoverage(set, curves, owner);
+    Coverage c;
+    for (size_t i = 0; i < count.size(); ++i) {
+        c.seams += count[i] == 0;
+        c.overlaps += count[i] > 1;
+        if (picture)
+            c.wrong += owner[i] < 0 || !sameColour(set.shapes[owner[i]].color, (*picture)[i]);
+    }
+    return c;
+}
 
 std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vector<int>& owner) {
     const int w = set.width, h = set.height;
@@ -227,7 +241,7 @@ std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vect
         for (auto& r : rows) r.clear();
         for (size_t k = 0; k < s.loops.size(); ++k) {
             if (curves && k < s.curves.size()) {
-                flatten(s.curves[k], poly);
+                poly = flattened(s.curves[k]);
             } else {
                 poly.clear();
                 for (const om1::Corner& c : s.loops[k].vertices())

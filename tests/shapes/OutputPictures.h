@@ -62,6 +62,20 @@ bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::L
 // `owner` gets the index of the last shape covering each centre (-1: none).
 std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vector<int>& owner);
 
+// The pixel centres no shape covers (seams), several cover (overlaps), and,
+// given the picture, those whose last covering shape is not of the pixel's
+// colour or that none covers (wrong).
+struct Coverage {
+    int seams = 0, overlaps = 0, wrong = 0;
+};
+Coverage coverage(const om1::ShapeSet& set, bool curves,
+                  const std::vector<RGBQUAD>* picture = nullptr);
+
+bool sameColour(const RGBQUAD& a, const RGBQUAD& b);
+
+// Points along a curve (anchors every third point), `steps` a segment.
+std::vector<om1::PointD> flattened(const std::vector<om1::PointD>& curve, int steps = 16);
+
 // Renders an SVG file with rsvg-convert at w x h on `background`; empty on
 // failure. Pixels as 0xRRGGBB.
 std::vector<unsigned> renderSvg(const std::string& svg, int w, int h,

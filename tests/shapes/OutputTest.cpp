@@ -193,23 +193,13 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
                 EXPECT_EQ(drawn, exact ? (join ? c.exactJoined : c.exactNodes)
                                        : (join ? c.joined : c.nodes))
                     << p.name << (exact ? " exact" : "");
-                std::vector<int> owner;
-                centreCoverage(set, false, owner);
-                int wrong = 0;
-                for (size_t i = 0; i < owner.size(); ++i) {
-                    const RGBQUAD& a = set.shapes[owner[i]].color;
-                    const RGBQUAD& b = seen[i];
-                    wrong += owner[i] < 0 || a.rgbRed != b.rgbRed || a.rgbGreen != b.rgbGreen ||
-                             a.rgbBlue != b.rgbBlue;
-                }
-                EXPECT_EQ(wrong, 0) << p.name << (join ? " joined" : "") << (exact ? " exact" : "");
+                EXPECT_EQ(coverage(set, false, &seen).wrong, 0)
+                    << p.name << (join ? " joined" : "") << (exact ? " exact" : "");
             }
             om1_delKvCTree(tree);
         }
     // Noise and checkerboards: many corner contacts, still exact.
     for (const Picture& p : hardEdgedPictures()) {
-        ShapeSet plain, joined;
-        ASSERT_TRUE(shapesOf(p, 0, 0, kStacked, true, plain));
         KvCtree* tree = nullptr;
         om1::TraceOptions t;
         t.tolerancePercent = 0;
@@ -219,18 +209,10 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
         o.polygon = true;
         o.joinParts = true;
         o.reconcileTolerance = 0;
+        ShapeSet joined;
         ASSERT_TRUE(om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, joined));
         om1_delKvCTree(tree);
-        std::vector<int> a, b;
-        centreCoverage(plain, false, a);
-        centreCoverage(joined, false, b);
-        int wrong = 0;
-        for (size_t i = 0; i < a.size(); ++i) {
-            const RGBQUAD &ca = plain.shapes[a[i]].color, &cb = joined.shapes[b[i]].color;
-            wrong += a[i] < 0 || b[i] < 0 || ca.rgbRed != cb.rgbRed || ca.rgbGreen != cb.rgbGreen ||
-                     ca.rgbBlue != cb.rgbBlue;
-        }
-        EXPECT_EQ(wrong, 0) << p.name;
+        EXPECT_EQ(coverage(joined, false, &p.px).wrong, 0) << p.name;
     }
 }
 
@@ -288,8 +270,6 @@ TEST(LabelRaster, HoleChainsOnEitherSide) {
         om1::LabelRaster lr;
         ASSERT_TRUE(lr.build(tree, p.w, p.h, withPicture ? p.px.data() : nullptr));
         const long long moved = lr.reconcile(p.px.data(), 0);
-        printf("rings %s the picture: %lld pixels corrected\n", withPicture ? "with" : "without",
-               moved);
         if (withPicture)
             EXPECT_EQ(moved, 0);
         else
@@ -324,11 +304,6 @@ TEST_F(RenderBack, HardEdgesComeBackExactly) {
                     for (int y = 0; y < p.h; ++y)
                         for (int x = 0; x < p.w; ++x) wrong += back[y * p.w + x] != p.at(x, y);
                     const char* mode = polygon ? "polygon" : "curves";
-                    printf(
-                        "%-10s %3dx%-3d %-7s %-7s: %zu shapes, %lld of %lld loops curved, %lld "
-                        "pixels corrected, wrong %d\n",
-                        p.name.c_str(), p.w, p.h, layout == kCutout ? "cutout" : "stacked", mode,
-                        set.shapes.size(), set.curvedLoops, set.loops, set.reconciledPixels, wrong);
                     EXPECT_EQ(wrong, 0) << p.name << " " << mode;
                     EXPECT_EQ(set.curvedLoops, 0) << p.name << " " << mode;
                 }
@@ -349,29 +324,12 @@ TEST(Cutout, NoSeamsNoOverlaps) {
         for (const Picture& p : hardEdgedPictures(run.scale)) {
             ShapeSet set;
             ASSERT_TRUE(shapesOf(p, 0, 0, kCutout, run.polygon, set, run.limit)) << p.name;
-            std::vector<int> owner;
-            const std::vector<int> count = centreCoverage(set, !run.polygon, owner);
-            int seams = 0, overlaps = 0, colours = 0;
-            for (size_t i = 0; i < count.size(); ++i) {
-                seams += count[i] == 0;
-                overlaps += count[i] > 1;
-                if (run.polygon && owner[i] >= 0) {
-                    const RGBQUAD& c = set.shapes[owner[i]].color;
-                    const RGBQUAD& q = p.px[i];
-                    colours +=
-                        c.rgbRed != q.rgbRed || c.rgbGreen != q.rgbGreen || c.rgbBlue != q.rgbBlue;
-                }
-            }
-            printf(
-                "%-10s %3dx%-3d cutout %-7s limit %5.2f: seams %d, overlaps %d, %lld of %lld "
-                "loops curved\n",
-                p.name.c_str(), p.w, p.h, run.polygon ? "polygon" : "curves", run.limit, seams,
-                overlaps, set.curvedLoops, set.loops);
-            EXPECT_EQ(seams, 0) << p.name;
+            const Coverage c = coverage(set, !run.polygon, run.polygon ? &p.px : nullptr);
+            EXPECT_EQ(c.seams, 0) << p.name;
             if (run.limit >= 0) {
-                EXPECT_EQ(overlaps, 0) << p.name;
+                EXPECT_EQ(c.overlaps, 0) << p.name;
             }
-            EXPECT_EQ(colours, 0) << p.name;
+            EXPECT_EQ(c.wrong, 0) << p.name;
         }
 }
 
@@ -383,17 +341,9 @@ TEST(Cutout, BundledExampleWithCurves) {
     ASSERT_GT(p.w, 0);
     ShapeSet set;
     ASSERT_TRUE(shapesOf(p, 10, 4, kCutout, false, set));
-    std::vector<int> owner;
-    const std::vector<int> count = centreCoverage(set, true, owner);
-    int seams = 0, overlaps = 0;
-    for (int c : count) {
-        seams += c == 0;
-        overlaps += c > 1;
-    }
-    printf("shapes.png cutout curves: seams %d, overlaps %d, %lld of %lld loops curved\n", seams,
-           overlaps, set.curvedLoops, set.loops);
-    EXPECT_EQ(seams, 0);
-    EXPECT_EQ(overlaps, 0);
+    const Coverage c = coverage(set, true);
+    EXPECT_EQ(c.seams, 0);
+    EXPECT_EQ(c.overlaps, 0);
     EXPECT_GT(set.curvedLoops, 0);
 }
 

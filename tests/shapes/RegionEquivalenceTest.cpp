@@ -19,10 +19,6 @@
 
 namespace {
 
-bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
-    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
-}
-
 // Marks in `reached` every pixel a 4-connected walk from those in `q` reaches
 // through steps from i to j that `pass(i, j)` allows.
 template <class Pass>

@@ -91,15 +91,7 @@ const om1::Shape* shapeOf(const ShapeSet& set, unsigned rgb) {
 
 // Points along every segment of a curve, 32 a segment.
 std::vector<PointD> flat(const std::vector<PointD>& c) {
-    std::vector<PointD> out;
-    for (size_t i = 0; i + 3 < c.size(); i += 3)
-        for (int k = 0; k < 32; ++k) {
-            const double t = k / 32.0, u = 1 - t;
-            const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
-            out.push_back({b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x,
-                           b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y});
-        }
-    return out;
+    return flattened(c, 32);
 }
 
 size_t segments(const std::vector<PointD>& curve) {
@@ -417,15 +409,9 @@ TEST(SmoothCurves, CutoutSeamsStayZero) {
     for (const Picture& p : pictures) {
         ShapeSet set;
         trace(p, OutputOptions::Layout::Cutout, set);
-        std::vector<int> owner;
-        const std::vector<int> count = centreCoverage(set, true, owner);
-        int seams = 0, overlaps = 0;
-        for (int c : count) {
-            seams += c == 0;
-            overlaps += c > 1;
-        }
-        EXPECT_EQ(seams, 0) << p.name;
-        EXPECT_EQ(overlaps, 0) << p.name;
+        const Coverage c = coverage(set, true);
+        EXPECT_EQ(c.seams, 0) << p.name;
+        EXPECT_EQ(c.overlaps, 0) << p.name;
         EXPECT_GT(set.curvedLoops, 0) << p.name;
     }
 }

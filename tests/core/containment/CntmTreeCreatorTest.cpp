@@ -47,34 +47,6 @@ std::vector<int> holeStarts(const ExportOutLineTree* t) {
 
 }  // namespace
 
-TEST(CntmTreeCreator, OneChildTraceBecomesOneOutlineNode) {
-    ListOfOutLines* region = new ListOfOutLines(0x00AA5511);
-    region->child = rect(1, 1, 4, 3, 0x000000FF);
-    AllOutLines all;
-    all.outLines = region;
-    all.width = 8;
-    all.height = 6;
-    all.size = 48;
-    CntmTreeCreator c(8, 6);
-    ExportOutLinesStruct out(nullptr, 0);
-    ASSERT_TRUE(c.createCntmTree(out, all));
-    ASSERT_NE(out.exportTree, nullptr);
-    ExportOutLineTree* t = out.exportTree;
-    EXPECT_EQ(out.width, 8);
-    EXPECT_EQ(t->type, 0);
-    EXPECT_EQ(t->holes, nullptr);
-    EXPECT_EQ(t->startPos, 1 * 8 + 1);
-    ASSERT_EQ(t->len, region->child->len);
-    for (int i = 0; i < t->len; ++i)
-        EXPECT_EQ(t->data[i], Arc_::opposite(region->child->data[t->len - 1 - i])) << i;
-    // The region's colour, as blue, green, red.
-    EXPECT_EQ(t->color.rgbRed, 0x11);
-    EXPECT_EQ(t->color.rgbGreen, 0x55);
-    EXPECT_EQ(t->color.rgbBlue, 0xAA);
-    EXPECT_TRUE(region->allHolesFree);
-    delete region;
-}
-
 TEST(CntmTreeCreator, RefusalsAndEmptyTraces) {
     CntmTreeCreator c(8, 6);
     ExportOutLinesStruct out(nullptr, 3);
@@ -92,35 +64,6 @@ TEST(CntmTreeCreator, RefusalsAndEmptyTraces) {
     CntmTreeCreator bad(0, 5);
     EXPECT_FALSE(bad.valid);
     EXPECT_FALSE(bad.createCntmTree(out, other));
-}
-
-TEST(CntmTreeCreator, NestedFreeOutlinesNestAsHoles) {
-    // Region R whose outer outline A has a free child B (a hole), whose far
-    // region has outer outline B' (first child) ... kept to two levels.
-    ListOfOutLines* region = new ListOfOutLines(0x111111);
-    ListOfOutLines* a = rect(0, 0, 10, 10, 0);
-    ListOfOutLines* hole = rect(3, 3, 4, 4, 0);
-    a->next = hole;  // the region's outlines: outer first, then the hole
-    region->child = a;
-    ListOfOutLines* inner = rect(3, 3, 4, 4, 0);  // the hole's far side: its outer outline
-    hole->child = inner;
-    hole->allHolesFree = true;
-    AllOutLines all;
-    all.outLines = region;
-    all.width = 10;
-    all.height = 10;
-    CntmTreeCreator c(10, 10);
-    ExportOutLinesStruct out(nullptr, 10);
-    ASSERT_TRUE(c.createCntmTree(out, all));
-    ExportOutLineTree* root = out.exportTree;
-    ASSERT_NE(root, nullptr);
-    EXPECT_EQ(root->type, 0);
-    EXPECT_EQ(root->startPos, 0);
-    ASSERT_EQ(holeStarts(root), (std::vector<int>{33}));
-    ExportOutLineTree* h = root->holes->tree;
-    EXPECT_EQ(h->type, 0);
-    EXPECT_TRUE(chaincode::isClosed(h->data, h->len, POINT{3, 3}));
-    delete region;
 }
 
 TEST(CntmTreeCreator, SetLargestHoleFirst) {

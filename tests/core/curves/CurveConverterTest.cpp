@@ -70,21 +70,6 @@ std::vector<unsigned char> randomLoop(unsigned seed, POINT& start) {
 
 }  // namespace
 
-TEST(CurveData, DifferencesOfAClosedChainSumToZero) {
-    std::vector<unsigned char> c = testchains::box(6, 4);
-    CurveConverter cv(1.0);
-    ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{2, 3}));
-    const BmCurve& b = *cv.curve;
-    EXPECT_TRUE(b.valid);
-    expectClosed(b);
-    // diff[i] = (step[i-1] + step[i]) / 2.
-    EXPECT_DOUBLE_EQ(b.diffX[1], 1.0);
-    EXPECT_DOUBLE_EQ(b.diffX[6], 0.5);
-    EXPECT_DOUBLE_EQ(b.diffY[6], 0.5);
-    EXPECT_DOUBLE_EQ(b.diffX[0], 0.5);  // half of the last step (up) and the first (right)
-    EXPECT_DOUBLE_EQ(b.diffY[0], -0.5);
-}
-
 TEST(CurveData, LengthZeroKeepsTheCurveAndBadInputIsRefused) {
     std::vector<unsigned char> c = testchains::box(3, 3);
     CurveConverter cv;
@@ -175,22 +160,6 @@ TEST(StraightLines, RectangleGivesFourCornerNodes) {
         EXPECT_DOUBLE_EQ(cv.getSegments()[j].p0.x, before[j].p0.x) << j;
         EXPECT_DOUBLE_EQ(cv.getSegments()[j].p2.y, before[j].p2.y) << j;
     }
-}
-
-TEST(StraightLines, TailJoinsRunZero) {
-    // A rectangle whose chain starts two steps into its top side.
-    std::vector<unsigned char> c = testchains::box(8, 5);
-    std::vector<unsigned char> rotated(c.begin() + 2, c.end());
-    rotated.insert(rotated.end(), c.begin(), c.begin() + 2);
-    CurveConverter cv(1.0);
-    ASSERT_TRUE(cv.getCurveData(rotated.data(), static_cast<int>(rotated.size()), POINT{5, 2}));
-    ASSERT_TRUE(cv.dropSmartMedian());
-    EXPECT_EQ(cv.curve->nodeCount, 4);
-    EXPECT_EQ(cv.curve->runShift.x, -2);
-    EXPECT_EQ(cv.curve->runShift.y, 0);
-    EXPECT_EQ(cv.curve->runs[0].length, 8);
-    EXPECT_EQ(cv.curve->runs[0].start, static_cast<int>(rotated.size()) - 2);
-    EXPECT_DOUBLE_EQ(cv.curve->nodes[0].pos.x, 3);
 }
 
 TEST(StraightLines, StaircaseMergesIntoOneChordAtToleranceZero) {

@@ -130,41 +130,6 @@ TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
     EXPECT_EQ(om1::WorkerThread::abandoned(), 0);
 }
 
-// The exact region labelling (every preset but plain) hears the progress
-// every few hundred rows and regions: a stop inside it ends the trace there.
-TEST(TracerProgress, AStopInsideTheRegionLabellingEndsTheTrace) {
-    const TestPicture many = makePicture(600, 600, 3);
-    const std::vector<RGBQUAD> px = pixelsOf(many);
-    om1_options o;
-    om1::OptionTable::defaults(o);
-    const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
-    ASSERT_TRUE(t.exactRegions);
-    // The labelling's span of the trace, and the reports heard inside it.
-    const double from = 0.68;
-    for (const bool stop : {false, true}) {
-        std::vector<double> inside;
-        const om1::Tracer::Progress progress = [&](double s) {
-            if (s > from + 1e-12 && s < 1) inside.push_back(s);
-            return !stop || inside.empty();
-        };
-        KvCtree* tree = nullptr;
-        om1::TraceReport report;
-        const om1::Tracer::Result r =
-            om1::Tracer::trace(px.data(), many.width, many.height, t, tree, &report, progress);
-        EXPECT_EQ(tree, nullptr);
-        if (!stop) {
-            EXPECT_EQ(r, om1::Tracer::Done);
-            EXPECT_GE(inside.size(), 4u);  // rows, regions, the steps between
-            continue;
-        }
-        EXPECT_EQ(r, om1::Tracer::Cancelled);
-        ASSERT_EQ(inside.size(), 1u);
-        EXPECT_LT(inside[0], 0.68 + 0.32 * 0.3);  // in the first pass over the rows
-        EXPECT_TRUE(report.regions.parents.empty());
-        EXPECT_TRUE(report.regions.labels.empty());
-    }
-}
-
 // The settings of the cancel table: every preset and exact polygons.
 om1_options settingsOf(const std::string& name) {
     om1_options o;
@@ -250,7 +215,8 @@ std::vector<long> stopsOf(long count) {
 // Below the pipeline every check reaches the progress (no 10 ms spacing):
 // the stages and the trace, then the shapes, stopped at calls spread over
 // all they make, on a picture large enough for the checks inside the passes
-// over the pixels (every 256 rows, every 2^18 pixels). Each stop ends its
+// over the pixels (every 256 rows, every 2^18 pixels) and in the exact
+// region labelling (every few hundred rows and regions). Each stop ends its
 // step with nothing kept. (`plain` has no stages, and the core's tracer is
 // slow under the sanitizers: a smaller picture.)
 TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
@@ -287,6 +253,7 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
                 om1::Tracer::trace(px.data(), many.width, many.height, t, stopped, &r, progress);
             EXPECT_EQ(result, om1::Tracer::Cancelled) << name << " call " << stopAt;
             EXPECT_EQ(stopped, nullptr) << name;
+            EXPECT_TRUE(r.regions.labels.empty() && r.regions.parents.empty()) << name;
             EXPECT_EQ(calls, stopAt + 1) << name << ": asked again after the stop";
         }
         // The shapes, from the tree (plain) or the labelling.

@@ -7,25 +7,43 @@
 #include <cstdlib>
 
 #include "interface/om1.h"
+#include "shapes/LabelRaster.h"
 #include "shapes/ShapeBuilder.h"
 #include "stb_image.h"
 #include "prepare/Tracer.h"
+
+bool traceShapes(const Picture& p, const om1::TraceOptions& t, const om1::OutputOptions& o,
+                 om1::ShapeSet& set, bool judge, std::vector<RGBQUAD>* prepared) {
+    KvCtree* tree = nullptr;
+    om1::TraceReport report;
+    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report) != om1::Tracer::Done)
+        return false;
+    const std::vector<RGBQUAD> seen = report.prepared.empty() ? p.px : report.prepared;
+    if (prepared) *prepared = seen;
+    const RGBQUAD* picture = judge ? p.px.data() : nullptr;
+    if (!tree) {  // the exact regions
+        om1::RegionTree& r = report.regions;
+        om1::LabelRaster lr;
+        return lr.assign(r.width, r.height, std::move(r.labels), r.parents, r.colors,
+                         r.rootFrame) &&
+               om1::ShapeBuilder::build(lr, false, o, set, picture);
+    }
+    const bool ok = om1::ShapeBuilder::build(tree, seen.data(), p.w, p.h, o, set, picture);
+    om1_delKvCTree(tree);
+    return ok;
+}
 
 bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,
               bool polygon, om1::ShapeSet& set, double curveLimit) {
     om1::TraceOptions t;
     t.tolerancePercent = tolerance;
     t.minOutlineLen = minLen;
-    KvCtree* tree = nullptr;
-    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree) != om1::Tracer::Done) return false;
     om1::OutputOptions o;
     o.layout = layout;
     o.polygon = polygon;
     o.reconcileTolerance = static_cast<int>(tolerance * 2.55);
     o.maxCurveAreaError = curveLimit;
-    const bool ok = om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, set);
-    om1_delKvCTree(tree);
-    return ok;
+    return traceShapes(p, t, o, set);
 }
 
 namespace {

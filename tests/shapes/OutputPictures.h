@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "prepare/TraceOptions.h"
 #include "shapes/OutputOptions.h"
 #include "shapes/Shape.h"
 #include "platform/WinTypes.h"
@@ -50,6 +51,13 @@ Picture nestPicture();
 
 // The bundled example, examples/shapes.png (empty when it cannot be read).
 Picture bundledExample();
+
+// Traces a picture with `t` and builds its shapes with `o`: from the
+// library's tracer's tree, or from the exact regions where `t` asks for them;
+// with the picture to judge the curves when `judge`. `prepared` gets the
+// picture the regions were drawn from.
+bool traceShapes(const Picture& p, const om1::TraceOptions& t, const om1::OutputOptions& o,
+                 om1::ShapeSet& set, bool judge = false, std::vector<RGBQUAD>* prepared = nullptr);
 
 // Traces a picture (tolerance in percent, minimum outline length) and builds
 // its shapes with the given layout, polygon or curve mode and curve limit.

@@ -163,31 +163,17 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
                           {stripes, om1::Presets::Pixel, 5, 5, 5, 5},
                           {arch, om1::Presets::Graphic, 4, 2, 2, 2}};
     for (const Case& c : cases)
-        for (bool exact : {false, true}) {
-            const Picture& p = c.picture;
-            om1::TraceOptions t = om1::Presets::options(c.preset);
-            t.exactRegions = exact;
-            KvCtree* tree = nullptr;
-            om1::TraceReport report;
-            ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report),
-                      om1::Tracer::Done)
-                << p.name;
-            ASSERT_EQ(tree == nullptr, exact) << p.name;
-            const std::vector<RGBQUAD>& seen = report.prepared.empty() ? p.px : report.prepared;
-            om1::LabelRaster regions;
-            if (exact) {
-                ASSERT_TRUE(regions.assign(p.w, p.h, std::move(report.regions.labels),
-                                           report.regions.parents, report.regions.colors,
-                                           report.regions.rootFrame));
-            }
+        for (bool exact : {false, true})
             for (bool join : {false, true}) {
+                const Picture& p = c.picture;
+                om1::TraceOptions t = om1::Presets::options(c.preset);
+                t.exactRegions = exact;
                 OutputOptions o;
                 o.polygon = true;
                 o.joinParts = join;
                 ShapeSet set;
-                ASSERT_TRUE(exact ? om1::ShapeBuilder::build(regions, false, o, set)
-                                  : om1::ShapeBuilder::build(tree, seen.data(), p.w, p.h, o, set))
-                    << p.name;
+                std::vector<RGBQUAD> seen;
+                ASSERT_TRUE(traceShapes(p, t, o, set, false, &seen)) << p.name;
                 int drawn = 0;
                 for (const om1::Shape& s : set.shapes) drawn += !s.loops.empty();
                 EXPECT_EQ(drawn, exact ? (join ? c.exactJoined : c.exactNodes)
@@ -196,22 +182,17 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
                 EXPECT_EQ(coverage(set, false, &seen).wrong, 0)
                     << p.name << (join ? " joined" : "") << (exact ? " exact" : "");
             }
-            om1_delKvCTree(tree);
-        }
     // Noise and checkerboards: many corner contacts, still exact.
     for (const Picture& p : hardEdgedPictures()) {
-        KvCtree* tree = nullptr;
         om1::TraceOptions t;
         t.tolerancePercent = 0;
         t.minOutlineLen = 0;
-        ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree), om1::Tracer::Done);
         OutputOptions o;
         o.polygon = true;
         o.joinParts = true;
         o.reconcileTolerance = 0;
         ShapeSet joined;
-        ASSERT_TRUE(om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, joined));
-        om1_delKvCTree(tree);
+        ASSERT_TRUE(traceShapes(p, t, o, joined)) << p.name;
         EXPECT_EQ(coverage(joined, false, &p.px).wrong, 0) << p.name;
     }
 }

@@ -52,26 +52,11 @@ Picture antialiased(const std::string& name, int w, int h,
 // Traces with the default preset (its exact regions) and builds the shapes,
 // with the input picture for the curves.
 void trace(const Picture& p, OutputOptions::Layout layout, ShapeSet& set) {
-    om1::TraceOptions t = om1::Presets::options(om1::Presets::kDefault);
-    t.seed = om1::TraceOptions::Seed::UniformRing;
-    om1::TraceReport report;
-    KvCtree* tree = nullptr;
-    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report), om1::Tracer::Done)
-        << p.name;
     OutputOptions o;
     o.layout = layout;
     o.reconcileTolerance = 0;
-    if (!tree) {  // the preset's exact regions
-        om1::RegionTree& r = report.regions;
-        om1::LabelRaster lr;
-        ASSERT_TRUE(
-            lr.assign(r.width, r.height, std::move(r.labels), r.parents, r.colors, r.rootFrame));
-        ASSERT_TRUE(om1::ShapeBuilder::build(lr, false, o, set, p.px.data()));
-        return;
-    }
-    const RGBQUAD* prepared = report.prepared.empty() ? p.px.data() : report.prepared.data();
-    ASSERT_TRUE(om1::ShapeBuilder::build(tree, prepared, p.w, p.h, o, set, p.px.data()));
-    om1_delKvCTree(tree);
+    ASSERT_TRUE(traceShapes(p, om1::Presets::options(om1::Presets::kDefault), o, set, true))
+        << p.name;
 }
 
 // The shape nearest in colour (within 24 per channel), the first drawn

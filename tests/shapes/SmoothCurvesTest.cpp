@@ -119,9 +119,6 @@ TEST(SmoothCurves, DiscAndRectangle) {
             EXPECT_TRUE(c[i].x == 60 || c[i].x == 88) << c[i].x;
             EXPECT_TRUE(c[i].y == 12 || c[i].y == 50) << c[i].y;
         }
-        printf("disc %s: %zu segments, %.3f px from the circle at most\n",
-               layout == OutputOptions::Layout::Cutout ? "cutout" : "stacked",
-               segments(disc->curves[0]), worst);
     }
 }
 
@@ -279,7 +276,6 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
                 }
         EXPECT_GT(checked, 10);
         EXPECT_LT(worst, 0.1) << "slope " << e.slope;
-        printf("slope %5.2f: %d points, %.3f px from the line at most\n", e.slope, checked, worst);
     }
 }
 
@@ -306,8 +302,6 @@ TEST(SmoothCurves, SoftEdgesTakeFewerSegments) {
         const om1::Shape* s = shapeOf(set, lower[k]);
         ASSERT_NE(s, nullptr);
         for (const std::vector<PointD>& c : s->curves) counts[k] += segments(c);
-        printf("wave %s: %zu segments, %.3f px from the edge at most\n", k ? "soft" : "sharp",
-               counts[k], worst[k]);
     }
     EXPECT_LT(counts[1] * 2, counts[0]);
     EXPECT_LT(worst[0], 0.3);
@@ -356,7 +350,6 @@ TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
     EXPECT_LE(hi, 1.8);
     EXPECT_EQ(onWhite, 0);
     EXPECT_GE(set.curvedLoops, 2);
-    printf("later on the edge within %.3f px; the first %.2f to %.2f px under it\n", worst, lo, hi);
 }
 
 // Pieces that meet on one line (here along the border, where a band across

@@ -185,28 +185,6 @@ TEST(GetDIBits, RefusesBadArguments) {
     EXPECT_EQ(GetDIBits(memoryDC(), nullptr, 0, 4, out, ok.get(), DIB_RGB_COLORS), 0);
 }
 
-TEST(SetDIBits, EightBitIndicesBecomeColoursAndReadBack) {
-    Section s(5, 2, 32);
-    Info i = header(5, 2, 8);
-    RGBQUAD* t = i.table();
-    t[0] = {0, 0, 0, 0};
-    t[1] = {40, 50, 60, 0};
-    t[2] = {200, 210, 220, 0};
-    i.get()->bmiHeader.biClrUsed = 3;
-    unsigned char rows[16] = {1, 2, 0, 1, 2, 9, 9, 9, 2, 2, 1, 0, 0, 9, 9, 9};
-    ASSERT_EQ(SetDIBits(memoryDC(), s.h, 0, 2, rows, i.get(), DIB_RGB_COLORS), 2);
-    EXPECT_EQ(s.bits[0], 40);  // blue of entry 1 at (0, 0)
-    EXPECT_EQ(s.bits[2], 60);
-    EXPECT_EQ(s.bits[20 + 2], 220);  // red of entry 2 at (0, 1)
-
-    // Read back as 32 bits: the same colours.
-    Info r = header(5, 2, 32);
-    RGBQUAD out[10];
-    ASSERT_EQ(GetDIBits(memoryDC(), s.h, 0, 2, out, r.get(), DIB_RGB_COLORS), 2);
-    EXPECT_EQ(out[1].rgbRed, 220);
-    EXPECT_EQ(out[7].rgbBlue, 40);
-}
-
 TEST(SetDIBits, ThirtyTwoBitColoursIntoAnEightBitBitmapTakeTheNearestEntry) {
     RGBQUAD table[3] = {{0, 0, 0, 0}, {255, 255, 255, 0}, {0, 0, 200, 0}};
     Section s(2, 1, 8, table, 3);

@@ -269,17 +269,6 @@ TEST(BezierFit, RandomClosedChainsGiveFiniteClosedCurvesNearTheChain) {
     }
 }
 
-TEST(BezierFit, NodeAtTheOriginComesOutAtOneOne) {
-    std::vector<unsigned char> c = testchains::box(6, 6);
-    CurveConverter cv(1.0);
-    ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{0, 0}));
-    ASSERT_TRUE(cv.dropSmartMedian());
-    cv.editStraightLines();
-    ASSERT_GE(cv.getSegmentCount(), 1);
-    EXPECT_DOUBLE_EQ(cv.getSegments()[0].p0.x, 1.0);
-    EXPECT_DOUBLE_EQ(cv.getSegments()[0].p0.y, 1.0);
-}
-
 namespace {
 
 struct MergingConverter : CurveConverter {

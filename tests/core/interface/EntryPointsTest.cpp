@@ -109,10 +109,6 @@ TEST(EntryPoints, HandleVariants) {
     for (int y = 4; y < 12; ++y)
         for (int x = 6; x < 18; ++x) px[y * 24 + x] = kBlue;
     t = nullptr;
-    ASSERT_EQ(om1_kvTrace1HLeftTop(t, b, 10, nullptr, 0, 4, 1000, 1, 0.0), 0);
-    ASSERT_NE(t, nullptr);
-    ResultChecker(24, 16, true, "handle").node(t);
-    om1_delKvCTree(t);
     // Every retry exceeds a limit of 0; the tolerance, raised by 5 each time
     // from INT_MAX, wraps instead of overflowing.
     EXPECT_EQ(om1_kvTrace1H(t, b, INT_MAX, 4, 0, 1, 0.0), 2);

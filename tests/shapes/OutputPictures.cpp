@@ -132,6 +132,29 @@ std::vector<Picture> regionPictures() {
     return out;
 }
 
+Picture antialiased(const std::string& name, int w, int h,
+                    const std::function<unsigned(double, double)>& shape) {
+    Picture p(name, w, h);
+    const int k = 16;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            double r = 0, g = 0, b = 0;
+            for (int j = 0; j < k; ++j)
+                for (int i = 0; i < k; ++i) {
+                    const unsigned c = shape(x + (i + 0.5) / k, y + (j + 0.5) / k);
+                    r += c >> 16;
+                    g += (c >> 8) & 255;
+                    b += c & 255;
+                }
+            const double n = k * k;
+            p.set(x, y,
+                  static_cast<unsigned>(std::lround(r / n)) << 16 |
+                      static_cast<unsigned>(std::lround(g / n)) << 8 |
+                      static_cast<unsigned>(std::lround(b / n)));
+        }
+    return p;
+}
+
 Picture nestPicture() {
     Picture p("nest", 20, 16);
     p.fill(0, 0, 20, 16, 0xffffff);

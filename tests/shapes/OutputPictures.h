@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -33,6 +34,12 @@ struct Picture {
         return q.rgbBlue | q.rgbGreen << 8 | q.rgbRed << 16;
     }
 };
+
+// A picture drawn as a renderer anti-aliases: every pixel takes the colour
+// of the shape over it in the share of 16 x 16 samples the shape covers
+// (`shape` gives the colour at a point, 0xRRGGBB).
+Picture antialiased(const std::string& name, int w, int h,
+                    const std::function<unsigned(double, double)>& shape);
 
 // The hard-edged corpus: random rectangles, discs, diagonal bands, one-pixel
 // lines, a checkerboard, 4-colour noise, regions on every border. `scale`

@@ -138,19 +138,12 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
     stripes.fill(0, 0, 40, 30, 0xffffff);
     stripes.fill(10, 0, 5, 30, 0x000000);
     stripes.fill(25, 0, 5, 30, 0x000000);
-    Picture arch("arch", 96, 96);
-    for (int y = 0; y < 96; ++y)
-        for (int x = 0; x < 96; ++x) {
-            int in = 0;
-            for (int s = 0; s < 16; ++s) {
-                const double px = x + (s % 4 + 0.5) / 4, py = y + (s / 4 + 0.5) / 4;
-                const double r = std::hypot(px - 48, py - 45);
-                in += (r >= 36 && r <= 45.6 && py < 45) ||
-                      ((std::fabs(px - 8) < 7 || std::fabs(px - 88) < 7) && py >= 40 && py <= 70);
-            }
-            const unsigned v = (46 * in + 255 * (16 - in)) / 16;
-            arch.set(x, y, v << 16 | std::min(v + 5, 255u) << 8 | std::min(v + 8, 255u));
-        }
+    const Picture arch = antialiased("arch", 96, 96, [](double x, double y) {
+        const double r = std::hypot(x - 48, y - 45);
+        const bool in = (r >= 36 && r <= 45.6 && y < 45) ||
+                        ((std::fabs(x - 8) < 7 || std::fabs(x - 88) < 7) && y >= 40 && y <= 70);
+        return in ? 0x2e3336u : 0xffffffu;
+    });
     struct Case {
         const Picture& picture;
         om1::Presets::Preset preset;

@@ -23,32 +23,6 @@ using om1::ShapeSet;
 
 namespace {
 
-// A picture drawn as a renderer anti-aliases: every pixel takes the colour
-// of the shape over it in the share of 16 x 16 samples the shape covers
-// (`shape` gives the colour at a point, 0xRRGGBB).
-Picture antialiased(const std::string& name, int w, int h,
-                    const std::function<unsigned(double, double)>& shape) {
-    Picture p(name, w, h);
-    const int k = 16;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            double r = 0, g = 0, b = 0;
-            for (int j = 0; j < k; ++j)
-                for (int i = 0; i < k; ++i) {
-                    const unsigned c = shape(x + (i + 0.5) / k, y + (j + 0.5) / k);
-                    r += c >> 16;
-                    g += (c >> 8) & 255;
-                    b += c & 255;
-                }
-            const double n = k * k;
-            p.set(x, y,
-                  static_cast<unsigned>(std::lround(r / n)) << 16 |
-                      static_cast<unsigned>(std::lround(g / n)) << 8 |
-                      static_cast<unsigned>(std::lround(b / n)));
-        }
-    return p;
-}
-
 // Traces with the default preset (its exact regions) and builds the shapes,
 // with the input picture for the curves.
 void trace(const Picture& p, OutputOptions::Layout layout, ShapeSet& set) {

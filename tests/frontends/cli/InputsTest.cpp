@@ -18,7 +18,7 @@
 
 TEST(CommandLine, OptionsAndUsageErrors) {
     // (Every table option's values: EveryTableOptionWithItsRange; outputs:
-    // OutputPathsOfEachSystem and Streams.OutputFormatsByOptionAndExtension.)
+    // OutputPathsAndFormatsOfEachSystem.)
     std::string e;
     for (auto bad : std::vector<std::vector<std::string>>{{},
                                                           {"a.png", "--tolerance", "101"},
@@ -39,29 +39,38 @@ TEST(CommandLine, OptionsAndUsageErrors) {
 }
 
 // Outputs beside the input or under -d: '\\' and a drive's ':' separate
-// folders on Windows only; elsewhere they are part of a name.
-TEST(CommandLine, OutputPathsOfEachSystem) {
+// folders on Windows only; elsewhere they are part of a name. The format:
+// --format, else the output's extension, else SVG.
+TEST(CommandLine, OutputPathsAndFormatsOfEachSystem) {
     struct Row {
-        std::string input, dir, onLinux, onWindows;
+        std::vector<std::string> args;  // after the input
+        std::string input, onLinux, onWindows, format;
     };
     const Row rows[] = {
-        {"C:\\pics\\a.png", "", "C:\\pics\\a.svg", "C:\\pics\\a.svg"},
-        {"C:\\pics\\a.png", "D:\\out", "D:\\out/C:\\pics\\a.svg", "D:\\out/a.svg"},
-        {"C:a.png", "out", "out/C:a.svg", "out/a.svg"},
-        {"pics/b.v1.jpg", "out", "out/b.v1.svg", "out/b.v1.svg"},
+        {{}, "C:\\pics\\a.png", "C:\\pics\\a.svg", "C:\\pics\\a.svg", "svg"},
+        {{"-d", "D:\\out"}, "C:\\pics\\a.png", "D:\\out/C:\\pics\\a.svg", "D:\\out/a.svg", "svg"},
+        {{"-d", "out"}, "C:a.png", "out/C:a.svg", "out/a.svg", "svg"},
+        {{"-d", "out"}, "pics/b.v1.jpg", "out/b.v1.svg", "out/b.v1.svg", "svg"},
+        {{"--format", "PDF"}, "dir/a.png", "dir/a.pdf", "dir/a.pdf", "pdf"},
+        {{"-o", "x.geojson"}, "dir/a.png", "x.geojson", "x.geojson", "geojson"},
+        {{"-o", "x.dxf", "--format", "eps"}, "dir/a.png", "x.dxf", "x.dxf", "eps"},
+        {{"-o", "-"}, "dir/a.png", "-", "-", "svg"},
+        {{"-o", "-", "--format", "json"}, "dir/a.png", "-", "-", "json"},
+        {{"-d", "out", "--format", "dxf"}, "dir/a.png", "out/a.dxf", "out/a.dxf", "dxf"},
     };
     for (const Row& r : rows) {
         CommandLine cl;
         std::string e;
-        ASSERT_TRUE(parseArgs(r.dir.empty() ? std::vector<std::string>{r.input}
-                                            : std::vector<std::string>{r.input, "-d", r.dir},
-                              cl, e))
-            << e;
+        std::vector<std::string> args{r.input};
+        args.insert(args.end(), r.args.begin(), r.args.end());
+        ASSERT_TRUE(parseArgs(args, cl, e)) << e;
 #ifdef _WIN32
         EXPECT_EQ(cl.outputFor(r.input), r.onWindows);
 #else
         EXPECT_EQ(cl.outputFor(r.input), r.onLinux);
 #endif
+        EXPECT_EQ(om1::OutputFormat::name(cl.formatFor(cl.outputFor(r.input))), r.format)
+            << r.input;
     }
     // Names that differ only in case are one file on Windows.
     TempDir d;

@@ -11,37 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "pipeline/OptionTable.h"
-#include "pipeline/Vectorize.h"
+#include "PipelinePictures.h"
 
 namespace {
-
-struct Rgba {
-    int w, h;
-    std::vector<uint8_t> px;
-    Rgba(int width, int height)
-        : w(width), h(height), px(4 * static_cast<size_t>(width) * height, 0) {}
-    void set(int x, int y, uint32_t rgb, int a) {
-        uint8_t* p = &px[4 * (static_cast<size_t>(y) * w + x)];
-        p[0] = rgb >> 16 & 0xFF, p[1] = rgb >> 8 & 0xFF, p[2] = rgb & 0xFF, p[3] = a;
-    }
-    void rect(int x0, int y0, int x1, int y1, uint32_t rgb, int a) {
-        for (int y = y0; y < y1; ++y)
-            for (int x = x0; x < x1; ++x) set(x, y, rgb, a);
-    }
-    int alpha(int x, int y) const { return px[4 * (static_cast<size_t>(y) * w + x) + 3]; }
-    om1::Picture picture() const { return om1::Picture{px.data(), w, h, 0}; }
-};
-
-om1_options preset(const char* name, const char* extra = nullptr, const char* value = nullptr) {
-    om1_options o;
-    EXPECT_TRUE(om1::OptionTable::preset(o, name));
-    if (extra) {
-        std::string e;
-        EXPECT_EQ(om1::OptionTable::set(o, *om1::OptionTable::find(extra), value, e), OM1_OK) << e;
-    }
-    return o;
-}
 
 // Even-odd: is the centre of pixel (x, y) inside the shape's loops?
 bool inside(const om1::Shape& s, int x, int y) {
@@ -65,12 +37,6 @@ std::vector<const om1::Shape*> cover(const om1::ShapeSet& set, int x, int y) {
         if (s.role != om1::Shape::Role::Frame && !s.loops.empty() && inside(s, x, y))
             out.push_back(&s);
     return out;
-}
-
-std::string written(const om1::Result& r, om1::OutputFormat::Kind kind) {
-    std::ostringstream out;
-    EXPECT_EQ(r.write(out, kind), OM1_OK);
-    return out.str();
 }
 
 // A red ring (outer radius 15, inner 7) around a transparent hole, on

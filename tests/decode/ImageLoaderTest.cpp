@@ -31,12 +31,7 @@ TEST(ImageLoader, ReadsEveryFormat) {
         EXPECT_NEAR(img.pixels[28 * 40 + 2].rgbGreen, 255, 8) << name;  // white, bottom left
     }
     // A GIF of one pixel: decoded, then refused as too small.
-    const unsigned char gif[] = {0x47, 0x49, 0x46, 0x38, 0x39, 0x61, 0x01, 0x00, 0x01, 0x00, 0x80,
-                                 0x00, 0x00, 0xff, 0xff, 0xff, 0x00, 0x00, 0x00, 0x21, 0xf9, 0x04,
-                                 0x01, 0x00, 0x00, 0x00, 0x00, 0x2c, 0x00, 0x00, 0x00, 0x00, 0x01,
-                                 0x00, 0x01, 0x00, 0x00, 0x02, 0x02, 0x44, 0x01, 0x00, 0x3b};
-    std::ofstream(d.file("one.gif"), std::ios::binary)
-        .write(reinterpret_cast<const char*>(gif), sizeof(gif));
+    ASSERT_TRUE(TestPicture(1, 1, 255, 255, 255).gif(d.file("one.gif")));
     RasterImage img;
     std::string e;
     EXPECT_FALSE(ImageLoader::load(d.file("one.gif"), 1000000, {}, img, e));

@@ -4,18 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 
 #include "OutputPictures.h"
-#include "interface/om1.h"
 #include "prepare/Presets.h"
-#include "prepare/Tracer.h"
 #include "shapes/AreaCoverage.h"
 #include "shapes/CrackLoop.h"
-#include "shapes/CurveJudge.h"
 #include "shapes/EdgeSamples.h"
-#include "shapes/LabelRaster.h"
-#include "shapes/ShapeBuilder.h"
 
 using om1::OutputOptions;
 using om1::PointD;
@@ -48,11 +42,6 @@ const om1::Shape* shapeOf(const ShapeSet& set, unsigned rgb) {
     return best;
 }
 
-// Points along every segment of a curve, 32 a segment.
-std::vector<PointD> flat(const std::vector<PointD>& c) {
-    return flattened(c, 32);
-}
-
 size_t segments(const std::vector<PointD>& curve) {
     return (curve.size() - 1) / 3;
 }
@@ -79,7 +68,7 @@ TEST(SmoothCurves, DiscAndRectangle) {
         ASSERT_EQ(disc->curves.size(), 1u);
         EXPECT_EQ(segments(disc->curves[0]), 4u);
         double worst = 0;
-        for (const PointD& q : flat(disc->curves[0]))
+        for (const PointD& q : flattened(disc->curves[0], 32))
             worst = std::max(worst, std::fabs(std::hypot(q.x - cx, q.y - cy) - r));
         EXPECT_LT(worst, 0.02);
         const om1::Shape* box = shapeOf(set, kBlue);
@@ -132,7 +121,7 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
         return std::hypot(q.x - a.x - t * dx, q.y - a.y - t * dy);
     };
     double outside = 0;
-    for (const PointD& q : flat(wedge->curves[0]))
+    for (const PointD& q : flattened(wedge->curves[0], 32))
         if (!inWedge(q.x, q.y))
             outside =
                 std::max(outside, std::min({distance(q, tip, base1), distance(q, base1, base0),
@@ -165,7 +154,7 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
                                         s->color.rgbBlue),
                   rgb);
     }
-    for (const PointD& p : flat(dot->curves[0]))
+    for (const PointD& p : flattened(dot->curves[0], 32))
         EXPECT_NEAR(std::hypot(p.x - disc.x, p.y - disc.y), 3, 0.3) << p.x << "," << p.y;
     const std::vector<PointD>& q = square->curves[0];
     ASSERT_EQ(segments(q), 4u);
@@ -242,7 +231,7 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
         const double norm = std::hypot(1.0, e.slope);
         for (const om1::Shape& s : set.shapes)  // the one drawn first covers the picture
             for (const std::vector<PointD>& c : s.curves)
-                for (const PointD& q : flat(c)) {
+                for (const PointD& q : flattened(c, 32)) {
                     // Away from the picture's border, which the boundary follows.
                     if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
                     worst = std::max(worst, std::fabs(q.y - e.offset - e.slope * q.x) / norm);
@@ -269,7 +258,7 @@ TEST(SmoothCurves, SoftEdgesTakeFewerSegments) {
         trace(p, OutputOptions::Layout::Stacked, set);
         for (const om1::Shape& s : set.shapes)
             for (const std::vector<PointD>& c : s.curves)
-                for (const PointD& q : flat(c)) {
+                for (const PointD& q : flattened(c, 32)) {
                     if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
                     worst[k] = std::max(worst[k], std::fabs(q.y - edge(q.x)));
                 }
@@ -308,7 +297,7 @@ TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
     int onWhite = 0;  // points of the first one moved under the later onto white
     for (const om1::Shape* s : {first, later})
         for (const std::vector<PointD>& c : s->curves)
-            for (const PointD& q : flat(c)) {
+            for (const PointD& q : flattened(c, 32)) {
                 if (s == first && towardsLater(q) > 0.3 && std::fabs(towardsLater(q)) < 3)
                     onWhite += q.y < 8 || q.y > 40 || q.x > 56;
                 if (q.y < 12 || q.y > 36 || std::fabs(towardsLater(q)) > 3) continue;

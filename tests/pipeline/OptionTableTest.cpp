@@ -164,19 +164,11 @@ TEST(OptionTable, PresetsAndTheirDefaults) {
     }
     EXPECT_EQ(n, 5);
     EXPECT_STREQ(OptionTable::presetName(0), "graphic");  // the default
-    OptionTable::preset(o, "pixel");
-    EXPECT_EQ(o.polygon, 1);
-    EXPECT_EQ(o.max_colors, 0);  // any number of colours: exact regions cost no more
-    EXPECT_EQ(o.exact_regions, 1);
+    // Each preset's values are pinned by the README's table (ReadmeShowsTheTable);
+    // here the records made of them.
     OptionTable::preset(o, "photo");
-    EXPECT_EQ(o.curve_tolerance, 2);
-    EXPECT_EQ(o.merge_drop, 3);
     EXPECT_EQ(om1::OptionsRecord::toTrace(o).mergeDrop, 3);
     EXPECT_EQ(om1::OptionsRecord::toOutput(o).curveTolerance, 2);
-    OptionTable::preset(o, "plain");
-    EXPECT_EQ(o.fixed_seeds, 1);
-    EXPECT_EQ(o.exact_regions, 0);
-    EXPECT_EQ(o.tolerance, 10);
     // The help names every option once, with its default and the presets that differ.
     const std::string help = OptionTable::commandLineHelp();
     for (int i = 0; OptionTable::row(i); ++i) {

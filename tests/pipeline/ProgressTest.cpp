@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "PipelinePictures.h"
 #include "pipeline/OptionTable.h"
 #include "pipeline/Progress.h"
 #include "pipeline/OptionsRecord.h"
@@ -25,26 +26,14 @@ namespace {
 // Discs and bands of flat colours on a grey ground, with soft edges for the
 // anti-alias stage; `cells` x `cells` small squares of 8 colours below, for
 // a tracer that has many regions to trace.
-struct TestPicture {
-    int width, height;
-    std::vector<uint8_t> rgba;
-    om1::Picture picture() const {
-        om1::Picture p;
-        p.rgba = rgba.data();
-        p.width = width;
-        p.height = height;
-        return p;
-    }
-};
-
-TestPicture makePicture(int w, int h, int cells) {
-    TestPicture t{w, h, std::vector<uint8_t>(static_cast<size_t>(w) * h * 4, 255)};
+Rgba makePicture(int w, int h, int cells) {
+    Rgba t(w, h, 255);
     static const uint8_t palette[8][3] = {{200, 30, 40},  {20, 120, 60}, {30, 60, 200},
                                           {240, 200, 40}, {90, 90, 90},  {250, 250, 250},
                                           {10, 10, 10},   {160, 80, 200}};
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
-            uint8_t* p = &t.rgba[4 * (static_cast<size_t>(y) * w + x)];
+            uint8_t* p = t.at(x, y);
             int c = 4;
             const int dx = x - w / 3, dy = y - h / 3;
             if (dx * dx + dy * dy < w * h / 16) c = 0;
@@ -56,13 +45,6 @@ TestPicture makePicture(int w, int h, int cells) {
             if (c == 0 && dx * dx + dy * dy > w * h / 16 - w) p[1] = 110;
         }
     return t;
-}
-
-std::vector<RGBQUAD> pixelsOf(const TestPicture& t) {
-    std::vector<RGBQUAD> px(static_cast<size_t>(t.width) * t.height);
-    for (size_t i = 0; i < px.size(); ++i)
-        px[i] = RGBQUAD{t.rgba[4 * i + 2], t.rgba[4 * i + 1], t.rgba[4 * i], 0};
-    return px;
 }
 
 struct Heard {
@@ -79,9 +61,7 @@ struct Heard {
 };
 
 std::string svgOf(const om1::Result& r, const om1::Hooks* hooks, int& code) {
-    std::ostringstream out;
-    code = r.write(out, om1::OutputFormat::Kind::Svg, hooks);
-    return out.str();
+    return written(r, om1::OutputFormat::Kind::Svg, hooks, &code);
 }
 
 // The core's tracer cannot be interrupted: given a progress it runs on a
@@ -91,8 +71,8 @@ std::string svgOf(const om1::Result& r, const om1::Hooks* hooks, int& code) {
 // started at once beside it, with and without a progress, give the output of
 // a trace that was never stopped.
 TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
-    const TestPicture many = makePicture(240, 180, 3);
-    const std::vector<RGBQUAD> px = pixelsOf(many);
+    const Rgba many = makePicture(240, 180, 3);
+    const std::vector<RGBQUAD> px = many.pixels();
     om1_options o;
     om1::OptionTable::preset(o, "plain");
     o.max_outlines = 10000000;
@@ -110,9 +90,8 @@ TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
         };
         KvCtree* tree = nullptr;
         om1::TraceReport report;
-        EXPECT_EQ(
-            om1::Tracer::trace(px.data(), many.width, many.height, t, tree, &report, progress),
-            om1::Tracer::Cancelled);
+        EXPECT_EQ(om1::Tracer::trace(px.data(), many.w, many.h, t, tree, &report, progress),
+                  om1::Tracer::Cancelled);
         EXPECT_EQ(tree, nullptr);
         ASSERT_FALSE(heard.empty());
         EXPECT_GT(heard.back(), from) << "the stop is the last call";
@@ -128,41 +107,6 @@ TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
     EXPECT_LE(om1::WorkerThread::abandoned(), 1);
     om1::WorkerThread::waitForAbandoned();
     EXPECT_EQ(om1::WorkerThread::abandoned(), 0);
-}
-
-// The exact region labelling (every preset but plain) hears the progress
-// every few hundred rows and regions: a stop inside it ends the trace there.
-TEST(TracerProgress, AStopInsideTheRegionLabellingEndsTheTrace) {
-    const TestPicture many = makePicture(600, 600, 3);
-    const std::vector<RGBQUAD> px = pixelsOf(many);
-    om1_options o;
-    om1::OptionTable::defaults(o);
-    const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
-    ASSERT_TRUE(t.exactRegions);
-    // The labelling's span of the trace, and the reports heard inside it.
-    const double from = 0.68;
-    for (const bool stop : {false, true}) {
-        std::vector<double> inside;
-        const om1::Tracer::Progress progress = [&](double s) {
-            if (s > from + 1e-12 && s < 1) inside.push_back(s);
-            return !stop || inside.empty();
-        };
-        KvCtree* tree = nullptr;
-        om1::TraceReport report;
-        const om1::Tracer::Result r =
-            om1::Tracer::trace(px.data(), many.width, many.height, t, tree, &report, progress);
-        EXPECT_EQ(tree, nullptr);
-        if (!stop) {
-            EXPECT_EQ(r, om1::Tracer::Done);
-            EXPECT_GE(inside.size(), 4u);  // rows, regions, the steps between
-            continue;
-        }
-        EXPECT_EQ(r, om1::Tracer::Cancelled);
-        ASSERT_EQ(inside.size(), 1u);
-        EXPECT_LT(inside[0], 0.68 + 0.32 * 0.3);  // in the first pass over the rows
-        EXPECT_TRUE(report.regions.parents.empty());
-        EXPECT_TRUE(report.regions.labels.empty());
-    }
 }
 
 // The settings of the cancel table: every preset and exact polygons.
@@ -189,7 +133,7 @@ const char* const kSettings[] = {"plain", "graphic", "photo", "bw", "pixel", "po
 // vectorize has no drawing and no stats), and a stopped result still writes
 // the whole output. (Leaks and stale reads: the asan preset.)
 TEST(StopAtEveryCall, ThePipelineEndsCancelled) {
-    const TestPicture many = makePicture(160, 120, 3);
+    const Rgba many = makePicture(160, 120, 3);
     for (const char* name : kSettings) {
         const om1_options o = settingsOf(name);
         int code = 0;
@@ -250,14 +194,15 @@ std::vector<long> stopsOf(long count) {
 // Below the pipeline every check reaches the progress (no 10 ms spacing):
 // the stages and the trace, then the shapes, stopped at calls spread over
 // all they make, on a picture large enough for the checks inside the passes
-// over the pixels (every 256 rows, every 2^18 pixels). Each stop ends its
+// over the pixels (every 256 rows, every 2^18 pixels) and in the exact
+// region labelling (every few hundred rows and regions). Each stop ends its
 // step with nothing kept. (`plain` has no stages, and the core's tracer is
 // slow under the sanitizers: a smaller picture.)
 TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
     for (const char* name : kSettings) {
         const bool small = std::string(name) == "plain";
-        const TestPicture many = makePicture(small ? 200 : 512, small ? 150 : 520, 3);
-        const std::vector<RGBQUAD> px = pixelsOf(many);
+        const Rgba many = makePicture(small ? 200 : 512, small ? 150 : 520, 3);
+        const std::vector<RGBQUAD> px = many.pixels();
         const om1_options o = settingsOf(name);
         const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
         long calls = 0, stopAt = -1;
@@ -272,9 +217,8 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
         // Traced once without a stop: the calls to stop at, and the shapes'.
         KvCtree* tree = nullptr;
         om1::TraceReport report;
-        ASSERT_EQ(
-            om1::Tracer::trace(px.data(), many.width, many.height, t, tree, &report, progress),
-            om1::Tracer::Done)
+        ASSERT_EQ(om1::Tracer::trace(px.data(), many.w, many.h, t, tree, &report, progress),
+                  om1::Tracer::Done)
             << name;
         const long traceCalls = calls;
         EXPECT_GE(traceCalls, 4) << name;
@@ -284,9 +228,10 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
             KvCtree* stopped = nullptr;
             om1::TraceReport r;
             const om1::Tracer::Result result =
-                om1::Tracer::trace(px.data(), many.width, many.height, t, stopped, &r, progress);
+                om1::Tracer::trace(px.data(), many.w, many.h, t, stopped, &r, progress);
             EXPECT_EQ(result, om1::Tracer::Cancelled) << name << " call " << stopAt;
             EXPECT_EQ(stopped, nullptr) << name;
+            EXPECT_TRUE(r.regions.labels.empty() && r.regions.parents.empty()) << name;
             EXPECT_EQ(calls, stopAt + 1) << name << ": asked again after the stop";
         }
         // The shapes, from the tree (plain) or the labelling.
@@ -303,8 +248,8 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
         oo.threads = 1;
         const RGBQUAD* seen = report.prepared.empty() ? px.data() : report.prepared.data();
         auto build = [&](om1::ShapeSet& set) {
-            return tree ? om1::ShapeBuilder::build(tree, seen, many.width, many.height, oo, set,
-                                                   px.data(), progress)
+            return tree ? om1::ShapeBuilder::build(tree, seen, many.w, many.h, oo, set, px.data(),
+                                                   progress)
                         : om1::ShapeBuilder::build(regions, false, oo, set, px.data(), progress);
         };
         om1::ShapeSet set;

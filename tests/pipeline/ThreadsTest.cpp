@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "pipeline/OptionTable.h"
-#include "pipeline/Vectorize.h"
+#include "PipelinePictures.h"
 #include "prepare/Bands.h"
 
 namespace {
@@ -20,8 +19,8 @@ namespace {
 // noisy colours (tens of thousands of regions after the colour stages);
 // with `alpha`, the cells fade out to the right and one disc is half
 // transparent.
-std::vector<uint8_t> makePicture(int w, int h, bool alpha) {
-    std::vector<uint8_t> rgba(static_cast<size_t>(w) * h * 4);
+Rgba makePicture(int w, int h, bool alpha) {
+    Rgba rgba(w, h);
     uint32_t seed = 12345;
     auto noise = [&seed]() {
         seed = seed * 1103515245u + 12345u;
@@ -29,7 +28,7 @@ std::vector<uint8_t> makePicture(int w, int h, bool alpha) {
     };
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
-            uint8_t* p = &rgba[4 * (static_cast<size_t>(y) * w + x)];
+            uint8_t* p = rgba.at(x, y);
             const int cx = x / 24, cy = y / 24;
             int r = (cx * 53 + cy * 31) % 256, g = (cx * 17 + cy * 97) % 256, b = (cx * cy) % 256;
             r = std::min(255, r + noise());
@@ -54,22 +53,13 @@ std::vector<uint8_t> makePicture(int w, int h, bool alpha) {
 
 const int kWidth = 1100, kHeight = 1000;  // above Bands::kMinPixels
 
-std::string svgWith(const std::vector<uint8_t>& rgba, const char* preset, int threads, int& status,
-                    const om1::Hooks* hooks = nullptr) {
-    om1::Picture p;
-    p.rgba = rgba.data();
-    p.width = kWidth;
-    p.height = kHeight;
-    om1_options o;
-    om1::OptionTable::preset(o, preset);
+std::string svgWith(const Rgba& rgba, const char* name, int threads, int& status) {
+    om1_options o = preset(name);
     o.threads = threads;
     o.max_outlines = 2000000000;
-    const om1::Result r = om1::vectorize(p, &o, hooks);
+    const om1::Result r = om1::vectorize(rgba.picture(), &o);
     status = r.status();
-    if (status != OM1_OK) return std::string();
-    std::ostringstream out;
-    status = r.write(out, om1::OutputFormat::Kind::Svg);
-    return out.str();
+    return status == OM1_OK ? written(r, om1::OutputFormat::Kind::Svg, nullptr, &status) : "";
 }
 
 }  // namespace
@@ -85,7 +75,7 @@ TEST(Threads, BandsGiveTheOutputOfOneThread) {
     const Case cases[] = {{"graphic", false, 2}, {"graphic", false, 3}, {"photo", true, 2}};
     std::string one[2];
     for (const Case& c : cases) {
-        const std::vector<uint8_t> rgba = makePicture(kWidth, kHeight, c.alpha);
+        const Rgba rgba = makePicture(kWidth, kHeight, c.alpha);
         int status = 0;
         std::string& reference = one[c.alpha];
         if (reference.empty()) {

@@ -149,27 +149,34 @@ TEST(Presets, ThinLineOfItsOwnColourIsKept) {
     for (int y = 0; y < 20; ++y) EXPECT_EQ(key(q.at(15, y)), key(rgb(0, 0, 0)));
 }
 
-TEST(Presets, SpeckleBelowTheAreaJoinsItsSurroundings) {
+// Spots below the area join their surroundings: the speckle stage takes a
+// region of fewer pixels; the library's spot pass marks a region whose own
+// share of its weight is at most the area, and the repaint paints the spots
+// nested in it over with its colour (the blue square holds 400 pixels).
+TEST(Presets, SpotsBelowTheAreaJoinTheirSurroundings) {
     const Picture p = spots();
+    const uint32_t red = key(rgb(200, 0, 0)), blue = key(rgb(0, 0, 200)),
+                   green = key(rgb(0, 160, 0));
     struct Case {
+        bool library;
         int area;
         size_t regions;
         uint32_t spotInSquare, spotInField;
     } cases[] = {
-        {0, 4, key(rgb(200, 0, 0)), key(rgb(200, 0, 0))},
-        {9, 4, key(rgb(200, 0, 0)), key(rgb(200, 0, 0))},   // 9 is not below 9
-        {10, 3, key(rgb(0, 0, 200)), key(rgb(200, 0, 0))},  // the inner spot goes
-        {17, 2, key(rgb(0, 0, 200)), key(rgb(0, 160, 0))},  // both go, each to its own
+        {false, 0, 4, red, red},     {false, 9, 4, red, red},  // 9 is not below 9
+        {false, 10, 3, blue, red},                             // the inner spot goes
+        {false, 17, 2, blue, green},                           // both go, each to its own
+        {true, 0, 4, red, red},      {true, 100, 4, red, red}, {true, 1000, 3, blue, red},
     };
     for (const Case& c : cases) {
         TraceOptions o = Presets::options(Presets::Pixel);
-        o.speckle = c.area;
+        (c.library ? o.spots : o.speckle) = c.area;
         Traced t(p, o);
         ASSERT_EQ(t.result, Tracer::Done);
-        EXPECT_EQ(t.colours.size(), c.regions) << "area " << c.area;
+        EXPECT_EQ(t.colours.size(), c.regions) << c.library << " area " << c.area;
         const std::vector<RGBQUAD>& seen = t.report.prepared.empty() ? p.px : t.report.prepared;
-        EXPECT_EQ(key(seen[16 * 60 + 13]), c.spotInSquare) << "area " << c.area;
-        EXPECT_EQ(key(seen[11 * 60 + 41]), c.spotInField) << "area " << c.area;
+        EXPECT_EQ(key(seen[16 * 60 + 13]), c.spotInSquare) << c.library << " area " << c.area;
+        EXPECT_EQ(key(seen[11 * 60 + 41]), c.spotInField) << c.library << " area " << c.area;
     }
 }
 
@@ -202,25 +209,6 @@ TEST(Presets, RestitutionGivesRegionsTheirMeanColour) {
     EXPECT_EQ(key(prepared.at(0, 0)), key(rgb(16, 0, 0)));  // 15.5 rounds up
     EXPECT_EQ(key(prepared.at(1, 1)), key(rgb(16, 0, 0)));
     EXPECT_EQ(key(prepared.at(3, 1)), key(rgb(200, 0, 0)));
-}
-
-TEST(Presets, LibrarySpotPassAbsorbsSpotsOfLightRegions) {
-    // The blue square (400 pixels) holds a red spot of 9; a red spot of 16
-    // lies in the green field. The library's spot pass marks a region whose
-    // own share of its weight is at most the area, and the repaint then
-    // paints the spots nested in it over with its colour.
-    const Picture p = spots();
-    for (int area : {0, 100, 1000}) {
-        TraceOptions o = Presets::options(Presets::Pixel);
-        o.spots = area;
-        Traced t(p, o);
-        ASSERT_EQ(t.result, Tracer::Done);
-        EXPECT_EQ(t.colours.size(), area < 1000 ? 4u : 3u) << area;
-        if (area == 1000) {
-            EXPECT_EQ(key(t.report.prepared[16 * 60 + 13]), key(rgb(0, 0, 200)));
-            EXPECT_EQ(key(t.report.prepared[11 * 60 + 41]), key(rgb(200, 0, 0)));
-        }
-    }
 }
 
 TEST(Presets, ColorsGivesAtMostThatManyFillColours) {
@@ -303,18 +291,6 @@ TEST(Presets, SeedNeverMixesColours) {
         ASSERT_EQ(t.result, Tracer::Done) << Presets::name(pr);
         EXPECT_EQ(t.distinct(), allowed) << Presets::name(pr);
     }
-}
-
-TEST(Presets, NamesAndOptionsRoundTrip) {
-    for (const char* n : {"plain", "graphic", "photo", "bw", "pixel"}) {
-        Presets::Preset p;
-        ASSERT_TRUE(Presets::parse(n, p));
-        EXPECT_STREQ(Presets::name(p), n);
-    }
-    Presets::Preset p;
-    EXPECT_FALSE(Presets::parse("Graphic", p));
-    EXPECT_EQ(Presets::options(Presets::Plain).seed, TraceOptions::Seed::Fixed);
-    EXPECT_TRUE(Presets::polygonOutput(Presets::Pixel));
 }
 
 // PSNR over red, green and blue of one picture against another.

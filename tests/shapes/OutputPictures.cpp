@@ -7,25 +7,43 @@
 #include <cstdlib>
 
 #include "interface/om1.h"
+#include "shapes/LabelRaster.h"
 #include "shapes/ShapeBuilder.h"
 #include "stb_image.h"
 #include "prepare/Tracer.h"
+
+bool traceShapes(const Picture& p, const om1::TraceOptions& t, const om1::OutputOptions& o,
+                 om1::ShapeSet& set, bool judge, std::vector<RGBQUAD>* prepared) {
+    KvCtree* tree = nullptr;
+    om1::TraceReport report;
+    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report) != om1::Tracer::Done)
+        return false;
+    const std::vector<RGBQUAD> seen = report.prepared.empty() ? p.px : report.prepared;
+    if (prepared) *prepared = seen;
+    const RGBQUAD* picture = judge ? p.px.data() : nullptr;
+    if (!tree) {  // the exact regions
+        om1::RegionTree& r = report.regions;
+        om1::LabelRaster lr;
+        return lr.assign(r.width, r.height, std::move(r.labels), r.parents, r.colors,
+                         r.rootFrame) &&
+               om1::ShapeBuilder::build(lr, false, o, set, picture);
+    }
+    const bool ok = om1::ShapeBuilder::build(tree, seen.data(), p.w, p.h, o, set, picture);
+    om1_delKvCTree(tree);
+    return ok;
+}
 
 bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,
               bool polygon, om1::ShapeSet& set, double curveLimit) {
     om1::TraceOptions t;
     t.tolerancePercent = tolerance;
     t.minOutlineLen = minLen;
-    KvCtree* tree = nullptr;
-    if (om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree) != om1::Tracer::Done) return false;
     om1::OutputOptions o;
     o.layout = layout;
     o.polygon = polygon;
     o.reconcileTolerance = static_cast<int>(tolerance * 2.55);
     o.maxCurveAreaError = curveLimit;
-    const bool ok = om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, set);
-    om1_delKvCTree(tree);
-    return ok;
+    return traceShapes(p, t, o, set);
 }
 
 namespace {
@@ -114,6 +132,29 @@ std::vector<Picture> regionPictures() {
     return out;
 }
 
+Picture antialiased(const std::string& name, int w, int h,
+                    const std::function<unsigned(double, double)>& shape) {
+    Picture p(name, w, h);
+    const int k = 16;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            double r = 0, g = 0, b = 0;
+            for (int j = 0; j < k; ++j)
+                for (int i = 0; i < k; ++i) {
+                    const unsigned c = shape(x + (i + 0.5) / k, y + (j + 0.5) / k);
+                    r += c >> 16;
+                    g += (c >> 8) & 255;
+                    b += c & 255;
+                }
+            const double n = k * k;
+            p.set(x, y,
+                  static_cast<unsigned>(std::lround(r / n)) << 16 |
+                      static_cast<unsigned>(std::lround(g / n)) << 8 |
+                      static_cast<unsigned>(std::lround(b / n)));
+        }
+    return p;
+}
+
 Picture nestPicture() {
     Picture p("nest", 20, 16);
     p.fill(0, 0, 20, 16, 0xffffff);
@@ -198,22 +239,36 @@ std::vector<Picture> hardEdgedPictures(int k) {
     return out;
 }
 
-namespace {
-
-void flatten(const std::vector<om1::PointD>& c, std::vector<om1::PointD>& out) {
-    out.clear();
-    if (c.empty()) return;
+std::vector<om1::PointD> flattened(const std::vector<om1::PointD>& c, int steps) {
+    std::vector<om1::PointD> out;
+    if (c.empty()) return out;
     out.push_back(c[0]);
     for (size_t i = 0; i + 3 < c.size(); i += 3)
-        for (int k = 1; k <= 16; ++k) {
-            const double t = k / 16.0, u = 1 - t;
+        for (int k = 1; k <= steps; ++k) {
+            const double t = static_cast<double>(k) / steps, u = 1 - t;
             const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
             out.push_back({b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x,
                            b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y});
         }
+    return out;
 }
 
-}  // namespace
+bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
+    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+}
+
+Coverage coverage(const om1::ShapeSet& set, bool curves, const std::vector<RGBQUAD>* picture) {
+    std::vector<int> owner;
+    const std::vector<int> count = centreCoverage(set, curves, owner);
+    Coverage c;
+    for (size_t i = 0; i < count.size(); ++i) {
+        c.seams += count[i] == 0;
+        c.overlaps += count[i] > 1;
+        if (picture)
+            c.wrong += owner[i] < 0 || !sameColour(set.shapes[owner[i]].color, (*picture)[i]);
+    }
+    return c;
+}
 
 std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vector<int>& owner) {
     const int w = set.width, h = set.height;
@@ -227,7 +282,7 @@ std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vect
         for (auto& r : rows) r.clear();
         for (size_t k = 0; k < s.loops.size(); ++k) {
             if (curves && k < s.curves.size()) {
-                flatten(s.curves[k], poly);
+                poly = flattened(s.curves[k]);
             } else {
                 poly.clear();
                 for (const om1::Corner& c : s.loops[k].vertices())

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "prepare/TraceOptions.h"
 #include "shapes/OutputOptions.h"
 #include "shapes/Shape.h"
 #include "platform/WinTypes.h"
@@ -33,6 +35,12 @@ struct Picture {
     }
 };
 
+// A picture drawn as a renderer anti-aliases: every pixel takes the colour
+// of the shape over it in the share of 16 x 16 samples the shape covers
+// (`shape` gives the colour at a point, 0xRRGGBB).
+Picture antialiased(const std::string& name, int w, int h,
+                    const std::function<unsigned(double, double)>& shape);
+
 // The hard-edged corpus: random rectangles, discs, diagonal bands, one-pixel
 // lines, a checkerboard, 4-colour noise, regions on every border. `scale`
 // multiplies the sizes of the pictures and their shapes (lines stay one pixel
@@ -51,6 +59,13 @@ Picture nestPicture();
 // The bundled example, examples/shapes.png (empty when it cannot be read).
 Picture bundledExample();
 
+// Traces a picture with `t` and builds its shapes with `o`: from the
+// library's tracer's tree, or from the exact regions where `t` asks for them;
+// with the picture to judge the curves when `judge`. `prepared` gets the
+// picture the regions were drawn from.
+bool traceShapes(const Picture& p, const om1::TraceOptions& t, const om1::OutputOptions& o,
+                 om1::ShapeSet& set, bool judge = false, std::vector<RGBQUAD>* prepared = nullptr);
+
 // Traces a picture (tolerance in percent, minimum outline length) and builds
 // its shapes with the given layout, polygon or curve mode and curve limit.
 bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::Layout layout,
@@ -61,6 +76,20 @@ bool shapesOf(const Picture& p, int tolerance, int minLen, om1::OutputOptions::L
 // polygons, or on their curves flattened, when `curves`); frames skipped.
 // `owner` gets the index of the last shape covering each centre (-1: none).
 std::vector<int> centreCoverage(const om1::ShapeSet& set, bool curves, std::vector<int>& owner);
+
+// The pixel centres no shape covers (seams), several cover (overlaps), and,
+// given the picture, those whose last covering shape is not of the pixel's
+// colour or that none covers (wrong).
+struct Coverage {
+    int seams = 0, overlaps = 0, wrong = 0;
+};
+Coverage coverage(const om1::ShapeSet& set, bool curves,
+                  const std::vector<RGBQUAD>* picture = nullptr);
+
+bool sameColour(const RGBQUAD& a, const RGBQUAD& b);
+
+// Points along a curve (anchors every third point), `steps` a segment.
+std::vector<om1::PointD> flattened(const std::vector<om1::PointD>& curve, int steps = 16);
 
 // Renders an SVG file with rsvg-convert at w x h on `background`; empty on
 // failure. Pixels as 0xRRGGBB.

@@ -138,19 +138,12 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
     stripes.fill(0, 0, 40, 30, 0xffffff);
     stripes.fill(10, 0, 5, 30, 0x000000);
     stripes.fill(25, 0, 5, 30, 0x000000);
-    Picture arch("arch", 96, 96);
-    for (int y = 0; y < 96; ++y)
-        for (int x = 0; x < 96; ++x) {
-            int in = 0;
-            for (int s = 0; s < 16; ++s) {
-                const double px = x + (s % 4 + 0.5) / 4, py = y + (s / 4 + 0.5) / 4;
-                const double r = std::hypot(px - 48, py - 45);
-                in += (r >= 36 && r <= 45.6 && py < 45) ||
-                      ((std::fabs(px - 8) < 7 || std::fabs(px - 88) < 7) && py >= 40 && py <= 70);
-            }
-            const unsigned v = (46 * in + 255 * (16 - in)) / 16;
-            arch.set(x, y, v << 16 | std::min(v + 5, 255u) << 8 | std::min(v + 8, 255u));
-        }
+    const Picture arch = antialiased("arch", 96, 96, [](double x, double y) {
+        const double r = std::hypot(x - 48, y - 45);
+        const bool in = (r >= 36 && r <= 45.6 && y < 45) ||
+                        ((std::fabs(x - 8) < 7 || std::fabs(x - 88) < 7) && y >= 40 && y <= 70);
+        return in ? 0x2e3336u : 0xffffffu;
+    });
     struct Case {
         const Picture& picture;
         om1::Presets::Preset preset;
@@ -163,74 +156,37 @@ TEST(ShapeBuilder, JoinedPartsStayExact) {
                           {stripes, om1::Presets::Pixel, 5, 5, 5, 5},
                           {arch, om1::Presets::Graphic, 4, 2, 2, 2}};
     for (const Case& c : cases)
-        for (bool exact : {false, true}) {
-            const Picture& p = c.picture;
-            om1::TraceOptions t = om1::Presets::options(c.preset);
-            t.exactRegions = exact;
-            KvCtree* tree = nullptr;
-            om1::TraceReport report;
-            ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report),
-                      om1::Tracer::Done)
-                << p.name;
-            ASSERT_EQ(tree == nullptr, exact) << p.name;
-            const std::vector<RGBQUAD>& seen = report.prepared.empty() ? p.px : report.prepared;
-            om1::LabelRaster regions;
-            if (exact) {
-                ASSERT_TRUE(regions.assign(p.w, p.h, std::move(report.regions.labels),
-                                           report.regions.parents, report.regions.colors,
-                                           report.regions.rootFrame));
-            }
+        for (bool exact : {false, true})
             for (bool join : {false, true}) {
+                const Picture& p = c.picture;
+                om1::TraceOptions t = om1::Presets::options(c.preset);
+                t.exactRegions = exact;
                 OutputOptions o;
                 o.polygon = true;
                 o.joinParts = join;
                 ShapeSet set;
-                ASSERT_TRUE(exact ? om1::ShapeBuilder::build(regions, false, o, set)
-                                  : om1::ShapeBuilder::build(tree, seen.data(), p.w, p.h, o, set))
-                    << p.name;
+                std::vector<RGBQUAD> seen;
+                ASSERT_TRUE(traceShapes(p, t, o, set, false, &seen)) << p.name;
                 int drawn = 0;
                 for (const om1::Shape& s : set.shapes) drawn += !s.loops.empty();
                 EXPECT_EQ(drawn, exact ? (join ? c.exactJoined : c.exactNodes)
                                        : (join ? c.joined : c.nodes))
                     << p.name << (exact ? " exact" : "");
-                std::vector<int> owner;
-                centreCoverage(set, false, owner);
-                int wrong = 0;
-                for (size_t i = 0; i < owner.size(); ++i) {
-                    const RGBQUAD& a = set.shapes[owner[i]].color;
-                    const RGBQUAD& b = seen[i];
-                    wrong += owner[i] < 0 || a.rgbRed != b.rgbRed || a.rgbGreen != b.rgbGreen ||
-                             a.rgbBlue != b.rgbBlue;
-                }
-                EXPECT_EQ(wrong, 0) << p.name << (join ? " joined" : "") << (exact ? " exact" : "");
+                EXPECT_EQ(coverage(set, false, &seen).wrong, 0)
+                    << p.name << (join ? " joined" : "") << (exact ? " exact" : "");
             }
-            om1_delKvCTree(tree);
-        }
     // Noise and checkerboards: many corner contacts, still exact.
     for (const Picture& p : hardEdgedPictures()) {
-        ShapeSet plain, joined;
-        ASSERT_TRUE(shapesOf(p, 0, 0, kStacked, true, plain));
-        KvCtree* tree = nullptr;
         om1::TraceOptions t;
         t.tolerancePercent = 0;
         t.minOutlineLen = 0;
-        ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree), om1::Tracer::Done);
         OutputOptions o;
         o.polygon = true;
         o.joinParts = true;
         o.reconcileTolerance = 0;
-        ASSERT_TRUE(om1::ShapeBuilder::build(tree, p.px.data(), p.w, p.h, o, joined));
-        om1_delKvCTree(tree);
-        std::vector<int> a, b;
-        centreCoverage(plain, false, a);
-        centreCoverage(joined, false, b);
-        int wrong = 0;
-        for (size_t i = 0; i < a.size(); ++i) {
-            const RGBQUAD &ca = plain.shapes[a[i]].color, &cb = joined.shapes[b[i]].color;
-            wrong += a[i] < 0 || b[i] < 0 || ca.rgbRed != cb.rgbRed || ca.rgbGreen != cb.rgbGreen ||
-                     ca.rgbBlue != cb.rgbBlue;
-        }
-        EXPECT_EQ(wrong, 0) << p.name;
+        ShapeSet joined;
+        ASSERT_TRUE(traceShapes(p, t, o, joined)) << p.name;
+        EXPECT_EQ(coverage(joined, false, &p.px).wrong, 0) << p.name;
     }
 }
 
@@ -288,8 +244,6 @@ TEST(LabelRaster, HoleChainsOnEitherSide) {
         om1::LabelRaster lr;
         ASSERT_TRUE(lr.build(tree, p.w, p.h, withPicture ? p.px.data() : nullptr));
         const long long moved = lr.reconcile(p.px.data(), 0);
-        printf("rings %s the picture: %lld pixels corrected\n", withPicture ? "with" : "without",
-               moved);
         if (withPicture)
             EXPECT_EQ(moved, 0);
         else
@@ -324,11 +278,6 @@ TEST_F(RenderBack, HardEdgesComeBackExactly) {
                     for (int y = 0; y < p.h; ++y)
                         for (int x = 0; x < p.w; ++x) wrong += back[y * p.w + x] != p.at(x, y);
                     const char* mode = polygon ? "polygon" : "curves";
-                    printf(
-                        "%-10s %3dx%-3d %-7s %-7s: %zu shapes, %lld of %lld loops curved, %lld "
-                        "pixels corrected, wrong %d\n",
-                        p.name.c_str(), p.w, p.h, layout == kCutout ? "cutout" : "stacked", mode,
-                        set.shapes.size(), set.curvedLoops, set.loops, set.reconciledPixels, wrong);
                     EXPECT_EQ(wrong, 0) << p.name << " " << mode;
                     EXPECT_EQ(set.curvedLoops, 0) << p.name << " " << mode;
                 }
@@ -349,29 +298,12 @@ TEST(Cutout, NoSeamsNoOverlaps) {
         for (const Picture& p : hardEdgedPictures(run.scale)) {
             ShapeSet set;
             ASSERT_TRUE(shapesOf(p, 0, 0, kCutout, run.polygon, set, run.limit)) << p.name;
-            std::vector<int> owner;
-            const std::vector<int> count = centreCoverage(set, !run.polygon, owner);
-            int seams = 0, overlaps = 0, colours = 0;
-            for (size_t i = 0; i < count.size(); ++i) {
-                seams += count[i] == 0;
-                overlaps += count[i] > 1;
-                if (run.polygon && owner[i] >= 0) {
-                    const RGBQUAD& c = set.shapes[owner[i]].color;
-                    const RGBQUAD& q = p.px[i];
-                    colours +=
-                        c.rgbRed != q.rgbRed || c.rgbGreen != q.rgbGreen || c.rgbBlue != q.rgbBlue;
-                }
-            }
-            printf(
-                "%-10s %3dx%-3d cutout %-7s limit %5.2f: seams %d, overlaps %d, %lld of %lld "
-                "loops curved\n",
-                p.name.c_str(), p.w, p.h, run.polygon ? "polygon" : "curves", run.limit, seams,
-                overlaps, set.curvedLoops, set.loops);
-            EXPECT_EQ(seams, 0) << p.name;
+            const Coverage c = coverage(set, !run.polygon, run.polygon ? &p.px : nullptr);
+            EXPECT_EQ(c.seams, 0) << p.name;
             if (run.limit >= 0) {
-                EXPECT_EQ(overlaps, 0) << p.name;
+                EXPECT_EQ(c.overlaps, 0) << p.name;
             }
-            EXPECT_EQ(colours, 0) << p.name;
+            EXPECT_EQ(c.wrong, 0) << p.name;
         }
 }
 
@@ -383,17 +315,9 @@ TEST(Cutout, BundledExampleWithCurves) {
     ASSERT_GT(p.w, 0);
     ShapeSet set;
     ASSERT_TRUE(shapesOf(p, 10, 4, kCutout, false, set));
-    std::vector<int> owner;
-    const std::vector<int> count = centreCoverage(set, true, owner);
-    int seams = 0, overlaps = 0;
-    for (int c : count) {
-        seams += c == 0;
-        overlaps += c > 1;
-    }
-    printf("shapes.png cutout curves: seams %d, overlaps %d, %lld of %lld loops curved\n", seams,
-           overlaps, set.curvedLoops, set.loops);
-    EXPECT_EQ(seams, 0);
-    EXPECT_EQ(overlaps, 0);
+    const Coverage c = coverage(set, true);
+    EXPECT_EQ(c.seams, 0);
+    EXPECT_EQ(c.overlaps, 0);
     EXPECT_GT(set.curvedLoops, 0);
 }
 

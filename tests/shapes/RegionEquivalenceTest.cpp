@@ -19,10 +19,6 @@
 
 namespace {
 
-bool sameColour(const RGBQUAD& a, const RGBQUAD& b) {
-    return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
-}
-
 // Marks in `reached` every pixel a 4-connected walk from those in `q` reaches
 // through steps from i to j that `pass(i, j)` allows.
 template <class Pass>
@@ -126,10 +122,6 @@ TEST(RegionEquivalence, SameRegionsAndContainmentAsTheTracer) {
         if (c.cut == 0) {
             EXPECT_EQ(c.otherParent, 0) << p.name << ": " << c.firstOtherParent;
         }
-        std::printf(
-            "%-8s %4d regions, tracer: %4d nodes, %3d regions cut, %3d specks added, "
-            "%3d other parents\n",
-            p.name.c_str(), c.labelled, c.nodes, c.cut, c.corrected, c.otherParent);
 
         // Where the tracer kept every region one node, nested as the
         // labelling, and nothing needed correcting, both draw the same paths.

@@ -4,18 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 
 #include "OutputPictures.h"
-#include "interface/om1.h"
 #include "prepare/Presets.h"
-#include "prepare/Tracer.h"
 #include "shapes/AreaCoverage.h"
 #include "shapes/CrackLoop.h"
-#include "shapes/CurveJudge.h"
 #include "shapes/EdgeSamples.h"
-#include "shapes/LabelRaster.h"
-#include "shapes/ShapeBuilder.h"
 
 using om1::OutputOptions;
 using om1::PointD;
@@ -23,55 +17,14 @@ using om1::ShapeSet;
 
 namespace {
 
-// A picture drawn as a renderer anti-aliases: every pixel takes the colour
-// of the shape over it in the share of 16 x 16 samples the shape covers
-// (`shape` gives the colour at a point, 0xRRGGBB).
-Picture antialiased(const std::string& name, int w, int h,
-                    const std::function<unsigned(double, double)>& shape) {
-    Picture p(name, w, h);
-    const int k = 16;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            double r = 0, g = 0, b = 0;
-            for (int j = 0; j < k; ++j)
-                for (int i = 0; i < k; ++i) {
-                    const unsigned c = shape(x + (i + 0.5) / k, y + (j + 0.5) / k);
-                    r += c >> 16;
-                    g += (c >> 8) & 255;
-                    b += c & 255;
-                }
-            const double n = k * k;
-            p.set(x, y,
-                  static_cast<unsigned>(std::lround(r / n)) << 16 |
-                      static_cast<unsigned>(std::lround(g / n)) << 8 |
-                      static_cast<unsigned>(std::lround(b / n)));
-        }
-    return p;
-}
-
 // Traces with the default preset (its exact regions) and builds the shapes,
 // with the input picture for the curves.
 void trace(const Picture& p, OutputOptions::Layout layout, ShapeSet& set) {
-    om1::TraceOptions t = om1::Presets::options(om1::Presets::kDefault);
-    t.seed = om1::TraceOptions::Seed::UniformRing;
-    om1::TraceReport report;
-    KvCtree* tree = nullptr;
-    ASSERT_EQ(om1::Tracer::trace(p.px.data(), p.w, p.h, t, tree, &report), om1::Tracer::Done)
-        << p.name;
     OutputOptions o;
     o.layout = layout;
     o.reconcileTolerance = 0;
-    if (!tree) {  // the preset's exact regions
-        om1::RegionTree& r = report.regions;
-        om1::LabelRaster lr;
-        ASSERT_TRUE(
-            lr.assign(r.width, r.height, std::move(r.labels), r.parents, r.colors, r.rootFrame));
-        ASSERT_TRUE(om1::ShapeBuilder::build(lr, false, o, set, p.px.data()));
-        return;
-    }
-    const RGBQUAD* prepared = report.prepared.empty() ? p.px.data() : report.prepared.data();
-    ASSERT_TRUE(om1::ShapeBuilder::build(tree, prepared, p.w, p.h, o, set, p.px.data()));
-    om1_delKvCTree(tree);
+    ASSERT_TRUE(traceShapes(p, om1::Presets::options(om1::Presets::kDefault), o, set, true))
+        << p.name;
 }
 
 // The shape nearest in colour (within 24 per channel), the first drawn
@@ -87,19 +40,6 @@ const om1::Shape* shapeOf(const ShapeSet& set, unsigned rgb) {
         if (d < bestDiff) best = &s, bestDiff = d;
     }
     return best;
-}
-
-// Points along every segment of a curve, 32 a segment.
-std::vector<PointD> flat(const std::vector<PointD>& c) {
-    std::vector<PointD> out;
-    for (size_t i = 0; i + 3 < c.size(); i += 3)
-        for (int k = 0; k < 32; ++k) {
-            const double t = k / 32.0, u = 1 - t;
-            const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
-            out.push_back({b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x,
-                           b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y});
-        }
-    return out;
 }
 
 size_t segments(const std::vector<PointD>& curve) {
@@ -128,7 +68,7 @@ TEST(SmoothCurves, DiscAndRectangle) {
         ASSERT_EQ(disc->curves.size(), 1u);
         EXPECT_EQ(segments(disc->curves[0]), 4u);
         double worst = 0;
-        for (const PointD& q : flat(disc->curves[0]))
+        for (const PointD& q : flattened(disc->curves[0], 32))
             worst = std::max(worst, std::fabs(std::hypot(q.x - cx, q.y - cy) - r));
         EXPECT_LT(worst, 0.02);
         const om1::Shape* box = shapeOf(set, kBlue);
@@ -142,9 +82,6 @@ TEST(SmoothCurves, DiscAndRectangle) {
             EXPECT_TRUE(c[i].x == 60 || c[i].x == 88) << c[i].x;
             EXPECT_TRUE(c[i].y == 12 || c[i].y == 50) << c[i].y;
         }
-        printf("disc %s: %zu segments, %.3f px from the circle at most\n",
-               layout == OutputOptions::Layout::Cutout ? "cutout" : "stacked",
-               segments(disc->curves[0]), worst);
     }
 }
 
@@ -184,7 +121,7 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
         return std::hypot(q.x - a.x - t * dx, q.y - a.y - t * dy);
     };
     double outside = 0;
-    for (const PointD& q : flat(wedge->curves[0]))
+    for (const PointD& q : flattened(wedge->curves[0], 32))
         if (!inWedge(q.x, q.y))
             outside =
                 std::max(outside, std::min({distance(q, tip, base1), distance(q, base1, base0),
@@ -217,7 +154,7 @@ TEST(SmoothCurves, SharpCornersBetweenPixelCorners) {
                                         s->color.rgbBlue),
                   rgb);
     }
-    for (const PointD& p : flat(dot->curves[0]))
+    for (const PointD& p : flattened(dot->curves[0], 32))
         EXPECT_NEAR(std::hypot(p.x - disc.x, p.y - disc.y), 3, 0.3) << p.x << "," << p.y;
     const std::vector<PointD>& q = square->curves[0];
     ASSERT_EQ(segments(q), 4u);
@@ -294,7 +231,7 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
         const double norm = std::hypot(1.0, e.slope);
         for (const om1::Shape& s : set.shapes)  // the one drawn first covers the picture
             for (const std::vector<PointD>& c : s.curves)
-                for (const PointD& q : flat(c)) {
+                for (const PointD& q : flattened(c, 32)) {
                     // Away from the picture's border, which the boundary follows.
                     if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
                     worst = std::max(worst, std::fabs(q.y - e.offset - e.slope * q.x) / norm);
@@ -302,7 +239,6 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
                 }
         EXPECT_GT(checked, 10);
         EXPECT_LT(worst, 0.1) << "slope " << e.slope;
-        printf("slope %5.2f: %d points, %.3f px from the line at most\n", e.slope, checked, worst);
     }
 }
 
@@ -322,15 +258,13 @@ TEST(SmoothCurves, SoftEdgesTakeFewerSegments) {
         trace(p, OutputOptions::Layout::Stacked, set);
         for (const om1::Shape& s : set.shapes)
             for (const std::vector<PointD>& c : s.curves)
-                for (const PointD& q : flat(c)) {
+                for (const PointD& q : flattened(c, 32)) {
                     if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
                     worst[k] = std::max(worst[k], std::fabs(q.y - edge(q.x)));
                 }
         const om1::Shape* s = shapeOf(set, lower[k]);
         ASSERT_NE(s, nullptr);
         for (const std::vector<PointD>& c : s->curves) counts[k] += segments(c);
-        printf("wave %s: %zu segments, %.3f px from the edge at most\n", k ? "soft" : "sharp",
-               counts[k], worst[k]);
     }
     EXPECT_LT(counts[1] * 2, counts[0]);
     EXPECT_LT(worst[0], 0.3);
@@ -363,7 +297,7 @@ TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
     int onWhite = 0;  // points of the first one moved under the later onto white
     for (const om1::Shape* s : {first, later})
         for (const std::vector<PointD>& c : s->curves)
-            for (const PointD& q : flat(c)) {
+            for (const PointD& q : flattened(c, 32)) {
                 if (s == first && towardsLater(q) > 0.3 && std::fabs(towardsLater(q)) < 3)
                     onWhite += q.y < 8 || q.y > 40 || q.x > 56;
                 if (q.y < 12 || q.y > 36 || std::fabs(towardsLater(q)) > 3) continue;
@@ -379,7 +313,6 @@ TEST(SmoothCurves, EarlierSiblingReachesUnderTheLater) {
     EXPECT_LE(hi, 1.8);
     EXPECT_EQ(onWhite, 0);
     EXPECT_GE(set.curvedLoops, 2);
-    printf("later on the edge within %.3f px; the first %.2f to %.2f px under it\n", worst, lo, hi);
 }
 
 // Pieces that meet on one line (here along the border, where a band across
@@ -417,15 +350,9 @@ TEST(SmoothCurves, CutoutSeamsStayZero) {
     for (const Picture& p : pictures) {
         ShapeSet set;
         trace(p, OutputOptions::Layout::Cutout, set);
-        std::vector<int> owner;
-        const std::vector<int> count = centreCoverage(set, true, owner);
-        int seams = 0, overlaps = 0;
-        for (int c : count) {
-            seams += c == 0;
-            overlaps += c > 1;
-        }
-        EXPECT_EQ(seams, 0) << p.name;
-        EXPECT_EQ(overlaps, 0) << p.name;
+        const Coverage c = coverage(set, true);
+        EXPECT_EQ(c.seams, 0) << p.name;
+        EXPECT_EQ(c.overlaps, 0) << p.name;
         EXPECT_GT(set.curvedLoops, 0) << p.name;
     }
 }

@@ -1,34 +1,11 @@
-// The library-level trace: seed choice and options.
+// The library-level trace: options and refusals. (Its seeds never mix
+// colours: Presets.SeedNeverMixesColours.)
 #include <gtest/gtest.h>
-
-#include <vector>
 
 #include "OutputPictures.h"
 #include "interface/om1.h"
 #include "prepare/ColorQuantizer.h"
 #include "prepare/Tracer.h"
-
-// The centre's ring straddles a red and a white half: the seeds that start
-// on a uniform ring (the trace with them keeps exact colours, see the
-// presets' tests) and the fixed ones.
-TEST(Tracer, SeedsWithAUniformRing) {
-    Picture p("halves", 30, 20);
-    p.fill(0, 0, 15, 20, 0xffffff);
-    p.fill(15, 0, 15, 20, 0xff0000);
-    int xs[om1::Tracer::kMaxSeeds], ys[om1::Tracer::kMaxSeeds], n = 0;
-    om1::Tracer::seeds(p.px.data(), p.w, p.h, om1::TraceOptions::Seed::UniformRing, xs, ys, n);
-    // The first uniform block in row order, the six fixed positions with
-    // uniform rings, then all nine.
-    ASSERT_EQ(n, 1 + 6 + 9);
-    EXPECT_EQ(xs[0], 1);
-    EXPECT_EQ(ys[0], 1);
-    EXPECT_EQ(xs[1], 8);  // w/2 - w/4, h/2 - h/4
-    EXPECT_EQ(ys[1], 5);
-    om1::Tracer::seeds(p.px.data(), p.w, p.h, om1::TraceOptions::Seed::Fixed, xs, ys, n);
-    ASSERT_EQ(n, 9);
-    EXPECT_EQ(xs[0], 15);
-    EXPECT_EQ(ys[0], 10);
-}
 
 TEST(Tracer, OptionsAndRefusals) {
     Picture p("block", 20, 16);

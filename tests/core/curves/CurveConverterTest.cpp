@@ -70,21 +70,6 @@ std::vector<unsigned char> randomLoop(unsigned seed, POINT& start) {
 
 }  // namespace
 
-TEST(CurveData, DifferencesOfAClosedChainSumToZero) {
-    std::vector<unsigned char> c = testchains::box(6, 4);
-    CurveConverter cv(1.0);
-    ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{2, 3}));
-    const BmCurve& b = *cv.curve;
-    EXPECT_TRUE(b.valid);
-    expectClosed(b);
-    // diff[i] = (step[i-1] + step[i]) / 2.
-    EXPECT_DOUBLE_EQ(b.diffX[1], 1.0);
-    EXPECT_DOUBLE_EQ(b.diffX[6], 0.5);
-    EXPECT_DOUBLE_EQ(b.diffY[6], 0.5);
-    EXPECT_DOUBLE_EQ(b.diffX[0], 0.5);  // half of the last step (up) and the first (right)
-    EXPECT_DOUBLE_EQ(b.diffY[0], -0.5);
-}
-
 TEST(CurveData, LengthZeroKeepsTheCurveAndBadInputIsRefused) {
     std::vector<unsigned char> c = testchains::box(3, 3);
     CurveConverter cv;
@@ -177,22 +162,6 @@ TEST(StraightLines, RectangleGivesFourCornerNodes) {
     }
 }
 
-TEST(StraightLines, TailJoinsRunZero) {
-    // A rectangle whose chain starts two steps into its top side.
-    std::vector<unsigned char> c = testchains::box(8, 5);
-    std::vector<unsigned char> rotated(c.begin() + 2, c.end());
-    rotated.insert(rotated.end(), c.begin(), c.begin() + 2);
-    CurveConverter cv(1.0);
-    ASSERT_TRUE(cv.getCurveData(rotated.data(), static_cast<int>(rotated.size()), POINT{5, 2}));
-    ASSERT_TRUE(cv.dropSmartMedian());
-    EXPECT_EQ(cv.curve->nodeCount, 4);
-    EXPECT_EQ(cv.curve->runShift.x, -2);
-    EXPECT_EQ(cv.curve->runShift.y, 0);
-    EXPECT_EQ(cv.curve->runs[0].length, 8);
-    EXPECT_EQ(cv.curve->runs[0].start, static_cast<int>(rotated.size()) - 2);
-    EXPECT_DOUBLE_EQ(cv.curve->nodes[0].pos.x, 3);
-}
-
 TEST(StraightLines, StaircaseMergesIntoOneChordAtToleranceZero) {
     // A diamond whose four sides are 45-degree staircases of eight steps.
     std::vector<unsigned char> c;
@@ -228,19 +197,9 @@ TEST(StraightLines, StaircaseMergesIntoOneChordAtToleranceZero) {
 TEST(BezierFit, HalfAngleSearch) {
     EXPECT_DOUBLE_EQ(BmCurve::solveHalfAngle(0.005), 0.005);
     EXPECT_DOUBLE_EQ(BmCurve::solveHalfAngle(1.5), 1.5);
-    double a = BmCurve::solveHalfAngle(0.05);
-    // Searched from 0.05 in steps of 0.01 below 0.3: the best grid point.
-    double best = 0.05, err = 1000;
-    for (int k = 0; 0.05 + k * 0.01 < 0.3; ++k) {
-        double x = 0.05 + k * 0.01;
-        double e = std::fabs(0.05 - 1 / x + 1 / std::tan(x));
-        if (e < err) {
-            err = e;
-            best = x;
-        }
-    }
-    EXPECT_DOUBLE_EQ(a, best);
-    EXPECT_NEAR(a, 0.15, 0.011);  // 1/t - cot t ~ t/3
+    // Searched from 0.05 in steps of 0.01 below 0.3 (1/t - cot t ~ t/3): the
+    // grid point 0.15.
+    EXPECT_NEAR(BmCurve::solveHalfAngle(0.05), 0.15, 1e-9);
 }
 
 namespace {
@@ -308,17 +267,6 @@ TEST(BezierFit, RandomClosedChainsGiveFiniteClosedCurvesNearTheChain) {
             }
         }
     }
-}
-
-TEST(BezierFit, NodeAtTheOriginComesOutAtOneOne) {
-    std::vector<unsigned char> c = testchains::box(6, 6);
-    CurveConverter cv(1.0);
-    ASSERT_TRUE(cv.getCurveData(c.data(), static_cast<int>(c.size()), POINT{0, 0}));
-    ASSERT_TRUE(cv.dropSmartMedian());
-    cv.editStraightLines();
-    ASSERT_GE(cv.getSegmentCount(), 1);
-    EXPECT_DOUBLE_EQ(cv.getSegments()[0].p0.x, 1.0);
-    EXPECT_DOUBLE_EQ(cv.getSegments()[0].p0.y, 1.0);
 }
 
 namespace {

@@ -10,37 +10,12 @@
 #include <vector>
 
 #include "golden/GoldenPictures.h"
+#include "golden/ResultHash.h"
 #include "interface/om1.h"
 #include "platform/Gdi.h"
 #include "TestBitmaps.h"
 
 namespace {
-
-// A hash of the whole tree: structure, chains, colours and Bezier points.
-uint64_t treeHash(const KvCtree* root) {
-    uint64_t h = 1469598103934665603ull;
-    auto mix = [&h](const void* p, size_t n) {
-        const unsigned char* b = static_cast<const unsigned char*>(p);
-        for (size_t i = 0; i < n; ++i) h = (h ^ b[i]) * 1099511628211ull;
-    };
-    std::vector<const KvCtree*> stack;
-    if (root) stack.push_back(root);
-    while (!stack.empty()) {
-        const KvCtree* t = stack.back();
-        stack.pop_back();
-        mix(&t->isFrame, sizeof t->isFrame);
-        mix(&t->dirNum, sizeof t->dirNum);
-        mix(&t->startOffset, sizeof t->startOffset);
-        mix(&t->color, sizeof t->color);
-        if (t->chain && t->dirNum > 0) mix(t->chain, static_cast<size_t>(t->dirNum));
-        if (t->bezier && t->bezierCount > 0)
-            mix(t->bezier, sizeof(KvPoint) * static_cast<size_t>(t->bezierCount));
-        int holes = 0;
-        for (KvCtree::Holes* hl = t->holes; hl; hl = hl->next, ++holes) stack.push_back(hl->ctree);
-        mix(&holes, sizeof holes);
-    }
-    return h;
-}
 
 struct Job {
     golden::Picture picture;
@@ -66,9 +41,10 @@ uint64_t runJob(const Job& job) {
         r = om1_kvTrace1H(t, b, job.tolerance, job.minLen, 100000, 1, 0.0);
         DeleteObject(b);
     }
-    uint64_t h = treeHash(t) ^ static_cast<uint64_t>(r);
+    golden::Hash h;
+    golden::hashKvCtree(h, r, t);
     om1_delKvCTree(t);
-    return h;
+    return h.h;
 }
 
 }  // namespace

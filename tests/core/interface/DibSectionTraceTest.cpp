@@ -181,21 +181,3 @@ TEST(DibSectionTrace, SameResultsOnEverySystem) {
         EXPECT_EQ(id, e.indexedTopDown) << e.picture;
     }
 }
-
-// The handle entry point reads the section's memory rows as they are: a
-// bottom-up section gives what the pixel-buffer entry point gives for the
-// same buffer.
-TEST(DibSectionTrace, HandleAndBufferAgree) {
-    for (const Named& n : pictures()) {
-        Picture p = n.picture;
-        Section s(p, false);
-        ASSERT_NE(s.h, nullptr);
-        Hash a, b;
-        KvCtree* tree = nullptr;
-        hashKvCtree(a, om1_kvTrace1H(tree, s.h, 10, 4, 100000, 1, 0.0), tree);
-        om1_delKvCTree(tree);
-        hashKvCtree(b, om1_kvTrace1Bmp(tree, p.px.data(), p.w, p.h, 10, 4, 100000, 1, 0.0), tree);
-        om1_delKvCTree(tree);
-        EXPECT_EQ(a.hex(), b.hex()) << n.name;
-    }
-}

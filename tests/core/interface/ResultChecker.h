@@ -1,6 +1,7 @@
 // The properties every result of the entry points has: every chain closed
 // and inside the raster, every start offset a pixel of the raster, every
-// Bezier point inside the picture up to the curves' bulge.
+// hole's chain inside its parent's box, every frame in its parent's colour,
+// every Bezier point inside the picture up to the curves' bulge.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -43,7 +44,7 @@ struct ResultChecker {
     }
     bool inside(const KvPoint& p, double slack) const { return outside(p) <= slack + 1e-9; }
 
-    void node(const KvCtree* t) {
+    void node(const KvCtree* t, const long* parentBox = nullptr, const KvCtree* parent = nullptr) {
         ++nodes;
         ASSERT_GT(t->dirNum, 0) << where;
         ASSERT_NE(t->chain, nullptr) << where;
@@ -51,13 +52,26 @@ struct ResultChecker {
         ASSERT_LT(t->startOffset, w * h) << where;
         long x = t->startOffset % w, y = t->startOffset / w;
         const long x0 = x, y0 = y;
+        long box[4] = {x, y, x, y};  // min x, min y, max x, max y
         for (int i = 0; i < t->dirNum; ++i) {
             ASSERT_LE(t->chain[i], 3) << where;
             x += t->chain[i] == 0 ? 1 : t->chain[i] == 2 ? -1 : 0;
             y += t->chain[i] == 1 ? 1 : t->chain[i] == 3 ? -1 : 0;
             ASSERT_TRUE(x >= 0 && x < w && y >= 0 && y < h) << where;
+            box[0] = std::min(box[0], x), box[1] = std::min(box[1], y);
+            box[2] = std::max(box[2], x), box[3] = std::max(box[3], y);
         }
         ASSERT_TRUE(x == x0 && y == y0) << where << ": open chain of " << t->dirNum;
+        if (parentBox) {
+            EXPECT_TRUE(box[0] >= parentBox[0] && box[1] >= parentBox[1] &&
+                        box[2] <= parentBox[2] && box[3] <= parentBox[3])
+                << where << ": hole at " << x0 << "," << y0 << " leaves its parent's box";
+        }
+        if (parent && t->isFrame) {
+            EXPECT_EQ(t->color.rgbRed, parent->color.rgbRed) << where;
+            EXPECT_EQ(t->color.rgbGreen, parent->color.rgbGreen) << where;
+            EXPECT_EQ(t->color.rgbBlue, parent->color.rgbBlue) << where;
+        }
         ASSERT_GT(t->bezierCount, 0) << where;
         ASSERT_EQ((t->bezierCount - 1) % 3, 0) << where;
         for (int i = 0; i < t->bezierCount; i += 3)
@@ -75,6 +89,6 @@ struct ResultChecker {
                 ASSERT_TRUE(inside(q, kEdge)) << where << ": curve at " << q.x << ", " << q.y;
             }
         }
-        for (KvCtree::Holes* hl = t->holes; hl; hl = hl->next) node(hl->ctree);
+        for (KvCtree::Holes* hl = t->holes; hl; hl = hl->next) node(hl->ctree, box, t);
     }
 };

@@ -1,4 +1,5 @@
-// Chain-code buffers: walking, reversing, rotation, growth and normalisation.
+// Chain-code buffers: walking, reversing and growth. (Look-ups, rotation and
+// normalisation: against the ring at every rotation, ChainRingTest.)
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -8,11 +9,6 @@
 namespace {
 
 const unsigned char kSeedRing[8] = {0, 0, 3, 3, 2, 2, 1, 1};
-
-void layRing(BoundChain& c, POINT seed) {
-    c.start = c.end = POINT{seed.x - 1, seed.y + 1};
-    for (unsigned i = 0; i < 8; ++i) c.append(kSeedRing[i], i);
-}
 
 }  // namespace
 
@@ -33,11 +29,6 @@ TEST(ChainCode, SeedRingWalksTheEightNeighboursAndReversesClosed) {
     EXPECT_TRUE(chaincode::isClosed(r, 8, POINT{4, 6}));
     const unsigned char open[3] = {0, 1, 2};
     EXPECT_FALSE(chaincode::isClosed(open, 3, POINT{0, 0}));
-    for (int d = 0; d < 4; ++d) {
-        EXPECT_EQ(Arc_::opposite(d), (d + 2) % 4);
-        EXPECT_EQ(chaincode::stepX(d), Arc_().dx[d]);
-        EXPECT_EQ(chaincode::stepY(d), Arc_().dy[d]);
-    }
 }
 
 TEST(Arc, AppendMovesEndAndCountsOrIsRefusedWithoutBuffers) {
@@ -80,51 +71,6 @@ TEST(Arc, GrowthStepsByGrowByKeepsBytesAndRefusesToWrap) {
     Arc_ wrap(4, 0x80000000u, 10);
     EXPECT_FALSE(wrap.grow(0xFFFFFFF0u));
     EXPECT_EQ(wrap.capacity, 4u);
-}
-
-TEST(BoundChain, IndexOfAndRotationReadLogicalPositions) {
-    BoundChain c(16, 16, 20);
-    EXPECT_EQ(c.lastCodeReversed(), -10);  // empty
-    layRing(c, POINT{5, 5});
-    EXPECT_EQ(c.indexOf(POINT{4, 6}), 0);
-    EXPECT_EQ(c.indexOf(POINT{5, 6}), 1);
-    EXPECT_EQ(c.indexOf(POINT{4, 5}), 7);
-    EXPECT_EQ(c.indexOf(POINT{5, 5}), -10);  // the seed is inside, not on the ring
-    EXPECT_EQ(c.indexOf(POINT{40, 40}), -10);
-    for (int i = 0; i < 3; ++i) c.advanceStart();
-    EXPECT_EQ(c.rotation, 3);
-    EXPECT_EQ(c.start.x, 6);
-    EXPECT_EQ(c.start.y, 5);
-    EXPECT_EQ(c.codeAt(0), kSeedRing[3]);
-    // The last logical code is the byte stored just before index rotation.
-    EXPECT_EQ(c.codeAt(c.count - 1), kSeedRing[2]);
-    EXPECT_EQ(c.lastCodeReversed(), Arc_::opposite(kSeedRing[2]));
-    // indexOf walks from the logical start.
-    EXPECT_EQ(c.indexOf(POINT{6, 5}), 0);
-    EXPECT_EQ(c.indexOf(POINT{6, 4}), 1);
-    EXPECT_EQ(c.indexOf(POINT{6, 6}), 7);
-    for (int i = 3; i < c.count; ++i) c.advanceStart();  // a full turn
-    EXPECT_EQ(c.start.x, 4);
-    EXPECT_EQ(c.start.y, 6);
-    EXPECT_EQ(c.rotation, 0);
-}
-
-TEST(BoundChain, NormalizeMakesRotationPhysical) {
-    BoundChain c(16, 16, 20);
-    layRing(c, POINT{5, 5});
-    unsigned char* before = c.codes;
-    c.normalize();  // without rotation: nothing changes
-    EXPECT_EQ(c.codes, before);
-    for (int i = 0; i < 5; ++i) c.advanceStart();
-    POINT s = c.start;
-    c.normalize();
-    EXPECT_EQ(c.rotation, 0);
-    EXPECT_EQ(c.start.x, s.x);
-    EXPECT_EQ(c.start.y, s.y);
-    EXPECT_NE(c.codes, before);  // exchanged with spare, not reallocated
-    EXPECT_EQ(c.spare, before);
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(c.codes[i], kSeedRing[(5 + i) % 8]) << i;
-    EXPECT_TRUE(chaincode::isClosed(c.codes, c.count, c.start));
 }
 
 TEST(BoundChain, StartsUnclaimedAndGrowKeepsInner) {

@@ -204,26 +204,6 @@ TEST(ChainRing, ArcCutsChooseTheSameMainLoop) {
     EXPECT_LT(swapped, cuts);
 }
 
-TEST(ChainRing, WorkedGrowthStepSplicesAtTheMetPixel) {
-    // Seed (5, 5): ring from (4, 6); the arc 1, 0, 0, 3 from (4, 6) meets
-    // chain pixel 2 at (6, 6).
-    Fixture f;
-    lay(*f.t.chain, Loop{"seed", {4, 6}, {0, 0, 3, 3, 2, 2, 1, 1}}, 0);
-    ASSERT_TRUE(f.ring.load(*f.t.chain));
-    Arc_& a = *f.t.arc;
-    a.count = 0;
-    a.start = a.end = POINT{4, 6};
-    for (int code : {1, 0, 0, 3}) a.pushBack(code);
-    ASSERT_EQ(f.ring.indexOf(POINT{6, 6}), 2);
-    ASSERT_TRUE(f.ring.splice(a, 2));
-    ASSERT_TRUE(f.ring.store(f.out));
-    EXPECT_EQ(f.out.start.x, 4);
-    EXPECT_EQ(f.out.start.y, 7);
-    EXPECT_EQ(logical(f.out), (std::vector<unsigned char>{0, 0, 3, 3, 3, 2, 2, 1, 1, 1}));
-    EXPECT_EQ(f.ring.indexOf(POINT{5, 6}), -10);  // now inside
-    EXPECT_EQ(f.ring.indexOf(POINT{6, 5}), 4);
-}
-
 TEST(ChainRing, FirstStepMarksStayWithTheirPositionsWhileColourAndCodeStay) {
     Fixture f;
     const Loop l = loops()[0];

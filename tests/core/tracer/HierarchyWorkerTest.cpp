@@ -39,12 +39,9 @@ TEST(HierarchyWorker, CopyCarriesCodesAndRegionDataNotFlags) {
     ASSERT_NE(c, nullptr);
     EXPECT_NE(c->data, src->data);
     EXPECT_EQ(codesOf(c), codesOf(src));
-    EXPECT_EQ(c->start.x, 4);
-    EXPECT_EQ(c->color, 0x112233u);
-    EXPECT_EQ(c->paletteIndex, 5);
-    EXPECT_EQ(c->tag, 77);
-    EXPECT_EQ(c->pixelCount, 9);
-    EXPECT_EQ(c->kind, 1);
+    EXPECT_EQ(
+        std::vector<long>({c->start.x, c->color, c->paletteIndex, c->tag, c->pixelCount, c->kind}),
+        std::vector<long>({4, 0x112233, 5, 77, 9, 1}));
     EXPECT_TRUE(c->isFrame);  // flags are not copied
     EXPECT_EQ(c->checkState, -1);
     EXPECT_EQ(HierarchyWorker::copyOutline(nullptr), nullptr);
@@ -62,73 +59,6 @@ TEST(HierarchyWorker, CopyCarriesCodesAndRegionDataNotFlags) {
     EXPECT_EQ(unusable.map, nullptr);
     ASSERT_NE(unusable.working, nullptr);
     EXPECT_EQ(unusable.working->color, 0xff0000u);
-}
-
-TEST(HierarchyWorkerSplit, OutlineWithoutChildrenGetsItsOwnCopy) {
-    HierarchyWorker w(20 * 20, 20);
-    ListOfOutLines* o = outline(POINT{1, 1}, testchains::boxOfPixels(5, 4));
-    w.splitIntoParts(o);
-    ASSERT_EQ(listLength(o->parts), 1);
-    EXPECT_EQ(codesOf(o->parts), codesOf(o));
-    EXPECT_EQ(o->parts->start.x, 1);
-    EXPECT_EQ(o->parts->kind, 1);
-    EXPECT_FALSE(o->allHolesFree);
-    delete o;
-}
-
-TEST(HierarchyWorkerSplit, FreeChildrenGetReversedCopiesBehindTheOutline) {
-    HierarchyWorker w(30 * 30, 30);
-    ListOfOutLines* o = outline(POINT{0, 0}, testchains::boxOfPixels(20, 20));
-    ListOfOutLines* a = outline(POINT{3, 3}, testchains::boxOfPixels(4, 4));
-    ListOfOutLines* b = outline(POINT{10, 10}, testchains::boxOfPixels(3, 5));
-    // c shares exactly one pixel visit with o, (0, 10): still free.
-    ListOfOutLines* c = outline(POINT{0, 10}, {0, 0, 1, 2, 3, 2});
-    o->child = a;
-    a->next = b;
-    b->next = c;
-    w.splitIntoParts(o);
-    ASSERT_EQ(listLength(o->parts), 4);
-    ListOfOutLines* p = o->parts;
-    EXPECT_EQ(codesOf(p), codesOf(o));  // the outline itself first
-    p = p->next;
-    EXPECT_EQ(p->start.y, 10);  // then the children in reverse order, reversed
-    EXPECT_EQ(codesOf(p), (std::vector<int>{0, 1, 0, 3, 2, 2}));
-    p = p->next;
-    EXPECT_EQ(p->start.x, 10);
-    p = p->next;
-    EXPECT_EQ(p->start.x, 3);
-    EXPECT_TRUE(o->allHolesFree);
-    EXPECT_TRUE(a->isFrame);
-    EXPECT_TRUE(b->isFrame);
-    EXPECT_TRUE(c->isFrame);
-    EXPECT_TRUE(w.mapIsCleanForTesting());
-    delete o;
-}
-
-TEST(HierarchyWorkerSplit, WorkedSplitWithOneDetour) {
-    HierarchyWorker w(10 * 10, 10);
-    // O runs round a 6 x 4 rectangle; its child C follows it but leaves the
-    // top edge at a = (1, 0) and comes back at b = (3, 0) one row lower.
-    ListOfOutLines* o = outline(POINT{0, 0}, testchains::boxOfPixels(6, 4), 0x00ABCDEF);
-    ListOfOutLines* c =
-        outline(POINT{0, 0}, {0, 1, 0, 0, 3, 0, 0, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3, 3});
-    ASSERT_TRUE(chaincode::isClosed(c->data, c->len, c->start));
-    o->child = c;
-    w.splitIntoParts(o);
-    EXPECT_FALSE(c->isFrame);
-    EXPECT_FALSE(o->allHolesFree);
-    ASSERT_EQ(listLength(o->parts), 1);
-    ListOfOutLines* part = o->parts;
-    EXPECT_FALSE(part->isFrame);
-    EXPECT_EQ(part->color, 0x00ABCDEFu);
-    EXPECT_EQ(part->start.x, 1);
-    EXPECT_EQ(part->start.y, 0);
-    // Segment 1, 0, 0, 3 then the working outline from b back to a (2, 2),
-    // reversed.
-    EXPECT_EQ(codesOf(part), (std::vector<int>{0, 0, 1, 2, 2, 3}));
-    EXPECT_TRUE(chaincode::isClosed(part->data, part->len, part->start));
-    EXPECT_TRUE(w.mapIsCleanForTesting());
-    delete o;
 }
 
 TEST(HierarchyWorkerSplit, DetourThatNeverReturnsIsDropped) {

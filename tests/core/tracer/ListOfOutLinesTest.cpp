@@ -1,4 +1,4 @@
-// Outline nodes: data ownership, list building and deletion.
+// Outline nodes: data ownership and deletion.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -37,28 +37,6 @@ TEST(ListOfOutLines, PutAndGetDataOwnACopy) {
     EXPECT_EQ(n.data, nullptr);
     EXPECT_EQ(n.len, 0);
     EXPECT_FALSE(n.FreeAllocAndPutData(codes, -1, POINT{0, 0}));
-}
-
-TEST(ListOfOutLines, ListBuilders) {
-    ListOfOutLines* head = new ListOfOutLines(1);
-    ListOfOutLines* h2 = head->AllocAndAddHead(2);
-    ASSERT_NE(h2, head);
-    EXPECT_EQ(h2->next, head);
-    EXPECT_EQ(h2->color, 2u);
-    ListOfOutLines* tail = head->AllocAndAddQueue(3);
-    EXPECT_EQ(head->next, tail);
-    ListOfOutLines* mid = h2->AllocAndAddToHead(4);  // directly after the first node
-    EXPECT_EQ(h2->next, mid);
-    EXPECT_EQ(mid->next, head);
-    std::vector<DWORD> colors;
-    for (ListOfOutLines* p = h2; p; p = p->next) colors.push_back(p->color);
-    EXPECT_EQ(colors, (std::vector<DWORD>{2, 4, 1, 3}));
-    // A node unlinked from the list is deleted on its own.
-    mid->next = nullptr;
-    h2->next = head;
-    delete mid;
-    EXPECT_EQ(h2->next->color, 1u);
-    delete h2;  // the whole list
 }
 
 TEST(ListOfOutLines, DeletingOwnsEveryLinkWithoutDeepRecursion) {

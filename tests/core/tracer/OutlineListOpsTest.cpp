@@ -34,19 +34,6 @@ struct OutlineListOps : ::testing::Test {
 
 }  // namespace
 
-TEST_F(OutlineListOps, CountsOverTheTree) {
-    ListOfOutLines* a = ring(POINT{2, 3});
-    EXPECT_EQ(t.getOLnumber(a), 1);
-    a->child = ring(POINT{2, 3});
-    EXPECT_EQ(Ombrel::getTotalPointNum(a), 16);
-    a->child->next = ring(POINT{5, 5});
-    a->child->next->next = ring(POINT{6, 6});
-    EXPECT_EQ(t.getOLnumber(a), 3);
-    EXPECT_EQ(Ombrel::getTotalPointNum(nullptr), 0);
-    EXPECT_EQ(t.getOLnumber(nullptr), 0);
-    delete a;
-}
-
 TEST_F(OutlineListOps, IndexRotationAndClosure) {
     ListOfOutLines* r = ring(POINT{2, 3});
     EXPECT_EQ(t.getPointIndex(r, POINT{2, 3}), 0);  // revisited at the end, still 0

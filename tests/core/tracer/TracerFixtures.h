@@ -9,13 +9,8 @@
 #include "tracer/Ombrel.h"
 
 struct TestOmbrel : Ombrel {
-    using Ombrel::addArcToOutline;
     using Ombrel::checkLoopValid;
     using Ombrel::checkNoOpposDirs;
-    using Ombrel::createAddArc;
-    using Ombrel::delSmallOutlines;
-    using Ombrel::DoFirstStep;
-    using Ombrel::DoOneOutline;
     using Ombrel::generalCheckVisitedOnlyOnce;
     using Ombrel::GenerateInitBoundChain;
     using Ombrel::GetColor;
@@ -23,12 +18,10 @@ struct TestOmbrel : Ombrel {
     using Ombrel::Initialization;
     using Ombrel::IsPointOK;
     using Ombrel::Ombrel;
-    using Ombrel::PaintSQ;
     using Ombrel::SetVisited;
     using Ombrel::SolveIntersect;
     using Ombrel::SolveOneStepIntersect;
     using Ombrel::spliceArc;
-    using Ombrel::TwoStepsOK;
     using Ombrel::UpdateRegionColor;
     using Ombrel::VisitedReached;
 };
@@ -54,11 +47,3 @@ struct Image {
             for (int x = x0; x < x0 + ww; ++x) set(x, y, c);
     }
 };
-
-// Every outline reachable through child and next (not parts), depth first.
-inline void collectOutlines(ListOfOutLines* n, std::vector<ListOfOutLines*>& out) {
-    for (; n; n = n->next) {
-        out.push_back(n);
-        collectOutlines(n->child, out);
-    }
-}

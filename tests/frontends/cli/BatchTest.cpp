@@ -1,6 +1,8 @@
 // Batches: directories as inputs (--recursive, relative paths kept under
-// -d), --jobs, the progress bar under a pseudo-terminal (script), and the
-// worst exit code when some pictures are bad.
+// -d), --jobs, the progress bar under a pseudo-terminal (script), the worst
+// exit code when some pictures are bad, and pictures traced on several
+// threads at once written as each alone (run under ThreadSanitizer by the
+// tsan preset: the tool's data-race check).
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -11,7 +13,6 @@
 #include <vector>
 
 #include "ToolProcess.h"
-#include "stb_image_write.h"
 
 namespace {
 
@@ -23,15 +24,9 @@ void makeDir(const std::string& path) {
 
 // A 12 x 10 picture: a block of colour `k` on white.
 bool smallPng(const std::string& file, int k) {
-    std::vector<unsigned char> rgba(12 * 10 * 4, 255);
-    for (int y = 2; y < 7; ++y)
-        for (int x = 2 + k % 4; x < 9; ++x) {
-            unsigned char* p = &rgba[(y * 12 + x) * 4];
-            p[0] = static_cast<unsigned char>(40 * k);
-            p[1] = 0;
-            p[2] = static_cast<unsigned char>(255 - 40 * k);
-        }
-    return stbi_write_png(file.c_str(), 12, 10, 4, rgba.data(), 12 * 4) != 0;
+    TestPicture p(12, 10, 255, 255, 255);
+    p.fill(2 + k % 4, 2, 7 - k % 4, 5, 40 * k, 0, 255 - 40 * k);
+    return p.png(file);
 }
 
 bool exists(const std::string& path) {
@@ -103,4 +98,29 @@ TEST(Batch, ProgressBarUnderATerminal) {
     const std::string quiet = readText(piped);
     EXPECT_EQ(quiet.find("100/100"), std::string::npos);
     EXPECT_NE(quiet.find("p199.png -> "), std::string::npos);
+}
+
+TEST(Om1trace, BatchOnThreadsMatchesSingleRuns) {
+    TempDir d;
+    std::vector<std::string> names;
+    std::string inputs;
+    for (int k = 0; k < 8; ++k) {
+        TestPicture p(48 + 4 * k, 36, 255, 255, 255);
+        for (int j = 0; j <= k; ++j)
+            p.fill(3 + 5 * j, 4 + (j * 7) % 20, 4 + k, 6, 40 * j % 256, 200 - 20 * j, 30 + 25 * k);
+        const std::string name = "p" + std::to_string(k);
+        ASSERT_TRUE(k % 2 ? p.png(d.file(name + ".png")) : p.gif(d.file(name + ".gif")));
+        names.push_back(name);
+        inputs += " " + d.file(name + (k % 2 ? ".png" : ".gif"));
+    }
+    ASSERT_TRUE(std::filesystem::create_directory(d.file("batch")));
+    ASSERT_TRUE(std::filesystem::create_directory(d.file("alone")));
+    ASSERT_EQ(runTool(inputs + " -d " + d.file("batch") + " --quiet"), 0);
+    for (int k = 0; k < 8; ++k) {
+        const std::string in = d.file(names[k] + (k % 2 ? ".png" : ".gif"));
+        ASSERT_EQ(runTool(in + " -d " + d.file("alone") + " --quiet"), 0);
+        const std::string alone = readText(d.file("alone/" + names[k] + ".svg"));
+        EXPECT_NE(alone.find("</svg>"), std::string::npos);
+        EXPECT_EQ(readText(d.file("batch/" + names[k] + ".svg")), alone) << names[k];
+    }
 }

@@ -1,6 +1,7 @@
-// Standard streams and output formats of om1trace: -o - writes only the
-// output to standard output (through a pipe), messages go to standard error,
-// --format and the output's extension choose the writer.
+// Standard streams of om1trace: -o - writes only the output to standard
+// output (through a pipe), messages go to standard error, - reads the picture
+// from standard input. (The writer chosen by --format and the output's
+// extension: CommandLine.OutputPathsAndFormatsOfEachSystem.)
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -64,30 +65,6 @@ bool endsWith(const std::string& s, const std::string& tail) {
 }
 
 }  // namespace
-
-TEST(Streams, OutputFormatsByOptionAndExtension) {
-    struct Row {
-        std::vector<std::string> args;
-        std::string outputFor;  // of "dir/a.png"
-        std::string format;     // of that output
-    };
-    const Row rows[] = {
-        {{"dir/a.png"}, "dir/a.svg", "svg"},
-        {{"dir/a.png", "--format", "PDF"}, "dir/a.pdf", "pdf"},
-        {{"dir/a.png", "-o", "x.geojson"}, "x.geojson", "geojson"},
-        {{"dir/a.png", "-o", "x.dxf", "--format", "eps"}, "x.dxf", "eps"},
-        {{"dir/a.png", "-o", "-"}, "-", "svg"},
-        {{"dir/a.png", "-o", "-", "--format", "json"}, "-", "json"},
-        {{"dir/a.png", "-d", "out", "--format", "dxf"}, "out/a.dxf", "dxf"},
-    };
-    for (const Row& r : rows) {
-        CommandLine cl;
-        std::string error;
-        ASSERT_TRUE(parseArgs(r.args, cl, error)) << error;
-        EXPECT_EQ(cl.outputFor("dir/a.png"), r.outputFor);
-        EXPECT_EQ(om1::OutputFormat::name(cl.formatFor(cl.outputFor("dir/a.png"))), r.format);
-    }
-}
 
 // Through a pipe: standard output carries the file and nothing else; the
 // summary goes to standard error; a failing standard output exits 74.

@@ -28,6 +28,40 @@ namespace om1 {
 // `threads` threads (0: one per core), with the same labels for any number.
 namespace detail {
 
+// One row of the first pass, from its first pixel `row`, `w` pixels: a
+// pixel's parent is its left or upper neighbour of the same key (else the
+// pixel itself), and where both are of its key their sets join. `top`: no
+// row above counts (the picture's or a band's first).
+template <class Keys, class Join>
+inline void scanRow(const Keys& key, int32_t* parent, int32_t row, int32_t w, bool top,
+                    const Join& join) {
+    uint32_t left = key(row);  // the key of the pixel left of i
+    if (top) {
+        parent[row] = row;
+        for (int32_t i = row + 1; i < row + w; ++i) {
+            const uint32_t k = key(i);
+            parent[i] = k == left ? parent[i - 1] : i;
+            left = k;
+        }
+        return;
+    }
+    // The keys above i and above its left neighbour.
+    uint32_t upLeft = key(row - w);
+    parent[row] = left == upLeft ? parent[row - w] : row;
+    for (int32_t i = row + 1; i < row + w; ++i) {
+        const uint32_t k = key(i), up = key(i - w);
+        if (k == left) {
+            parent[i] = parent[i - 1];
+            // Joined already through the pixel above the left one.
+            if (k == up && upLeft != k) join(i - 1, i - w);
+        } else {
+            parent[i] = k == up ? parent[i - w] : i;
+        }
+        left = k;
+        upLeft = up;
+    }
+}
+
 template <class Keys>
 long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t>& labels,
                               const std::function<bool()>& going, int bands);
@@ -62,32 +96,7 @@ long long labelRegionsBy(const Keys& key, int w, int h, std::vector<int32_t>& la
             labels.resize(std::min(n, static_cast<size_t>(y + rows) * w));
             parent = labels.data();
         }
-        const int32_t row = y * w;
-        uint32_t left = key(row);  // the key of the pixel left of x
-        if (y == 0) {
-            parent[0] = 0;
-            for (int32_t i = 1; i < w; ++i) {
-                const uint32_t k = key(i);
-                parent[i] = k == left ? parent[i - 1] : i;
-                left = k;
-            }
-            continue;
-        }
-        // The keys above x and above its left neighbour.
-        uint32_t upLeft = key(row - w);
-        parent[row] = left == upLeft ? parent[row - w] : row;
-        for (int32_t i = row + 1; i < row + w; ++i) {
-            const uint32_t k = key(i), up = key(i - w);
-            if (k == left) {
-                parent[i] = parent[i - 1];
-                // Joined already through the pixel above the left one.
-                if (k == up && upLeft != k) join(i - 1, i - w);
-            } else {
-                parent[i] = k == up ? parent[i - w] : i;
-            }
-            left = k;
-            upLeft = up;
-        }
+        scanRow(key, parent, y * w, w, y == 0, join);
     }
     int32_t next = 0;
     int32_t* const label = labels.data();
@@ -160,30 +169,7 @@ long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t
         };
         for (int y = y0; y < y1; ++y) {
             if ((y - y0) % rows == rows - 1 && !goingOn(band)) return;
-            const int32_t row = y * w;
-            uint32_t left = key(row);
-            if (y == y0) {
-                parent[row] = row;
-                for (int32_t i = row + 1; i < row + w; ++i) {
-                    const uint32_t k = key(i);
-                    parent[i] = k == left ? parent[i - 1] : i;
-                    left = k;
-                }
-                continue;
-            }
-            uint32_t upLeft = key(row - w);
-            parent[row] = left == upLeft ? parent[row - w] : row;
-            for (int32_t i = row + 1; i < row + w; ++i) {
-                const uint32_t k = key(i), up = key(i - w);
-                if (k == left) {
-                    parent[i] = parent[i - 1];
-                    if (k == up && upLeft != k) join(i - 1, i - w);
-                } else {
-                    parent[i] = k == up ? parent[i - w] : i;
-                }
-                left = k;
-                upLeft = up;
-            }
+            scanRow(key, parent, y * w, w, y == y0, join);
         }
     });
     if (stop) return -1;

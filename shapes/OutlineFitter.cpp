@@ -797,8 +797,8 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
         EllipseFit::Ellipse e;
         double rms = 0;
         if (EllipseFit::fit(L.points(), n, e)) {
-            const double far = EllipseFit::farthest(e, L.points(), n, &rms);
-            if (far <= std::min(settings.tolerance, kEllipseFar) && rms <= kEllipseRms) {
+            const double worst = EllipseFit::farthest(e, L.points(), n, &rms);
+            if (worst <= std::min(settings.tolerance, kEllipseFar) && rms <= kEllipseRms) {
                 double area2 = 0;
                 for (int k = 0; k < n; ++k) {
                     const PointD a = L.at(k), b = L.at(k + 1);

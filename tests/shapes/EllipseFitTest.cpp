@@ -65,8 +65,8 @@ TEST(EllipseFit, DistancesAndRefusals) {
     EllipseFit::Ellipse e;
     ASSERT_TRUE(EllipseFit::fit(wobbly.data(), 64, e));
     double rms = 0;
-    const double far = EllipseFit::farthest(e, wobbly.data(), 64, &rms);
-    EXPECT_NEAR(far, 0.05, 0.01);
+    const double worst = EllipseFit::farthest(e, wobbly.data(), 64, &rms);
+    EXPECT_NEAR(worst, 0.05, 0.01);
     EXPECT_NEAR(rms, 0.05, 0.01);
 
     std::vector<PointD> line, hyperbola;

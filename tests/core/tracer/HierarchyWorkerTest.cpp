@@ -39,9 +39,9 @@ TEST(HierarchyWorker, CopyCarriesCodesAndRegionDataNotFlags) {
     ASSERT_NE(c, nullptr);
     EXPECT_NE(c->data, src->data);
     EXPECT_EQ(codesOf(c), codesOf(src));
-    EXPECT_EQ(
-        std::vector<long>({c->start.x, c->color, c->paletteIndex, c->tag, c->pixelCount, c->kind}),
-        std::vector<long>({4, 0x112233, 5, 77, 9, 1}));
+    EXPECT_EQ(std::vector<long long>(
+                  {c->start.x, c->color, c->paletteIndex, c->tag, c->pixelCount, c->kind}),
+              std::vector<long long>({4, 0x112233, 5, 77, 9, 1}));
     EXPECT_TRUE(c->isFrame);  // flags are not copied
     EXPECT_EQ(c->checkState, -1);
     EXPECT_EQ(HierarchyWorker::copyOutline(nullptr), nullptr);

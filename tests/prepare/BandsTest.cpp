@@ -1,9 +1,11 @@
 // Bands: the parts cover the range once, in order, whatever the count; small
 // pictures stay on one thread; a stage running by bands stops when its
-// progress (heard on the calling thread only) asks it to.
+// progress (heard on the calling thread only) asks it to, and gives the
+// result of one thread.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -11,6 +13,7 @@
 #include "prepare/Bands.h"
 #include "prepare/ColorQuantizer.h"
 #include "prepare/PictureCleaner.h"
+#include "prepare/RegionMerger.h"
 
 TEST(Bands, PartsCoverTheRangeOnceInOrder) {
     struct Case {
@@ -82,12 +85,14 @@ TEST(Bands, AStageByBandsStopsWhenAsked) {
     }
 }
 
-TEST(Bands, SpeckleByBandsGivesTheResultOfOneThread) {
-    // Blobs of four colours with specks of every size up to the area, across
-    // the seams; with and without alpha levels.
+// The stages that run by bands (from 2^20 pixels on) give the result of one
+// thread on 2 and 3: blobs of four colours with specks of every size up to
+// the speckle area across the seams, over a noisy input for the merging;
+// with and without alpha levels.
+TEST(Bands, StagesByBandsGiveTheResultOfOneThread) {
     const int w = 1031, h = 1027;
-    std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h);
-    std::vector<uint8_t> alpha(pixels.size());
+    std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h), input(pixels.size());
+    std::vector<uint8_t> alpha(pixels.size()), inputAlpha(pixels.size());
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             const size_t i = static_cast<size_t>(y) * w + x;
@@ -95,28 +100,46 @@ TEST(Bands, SpeckleByBandsGivesTheResultOfOneThread) {
             const uint32_t hash = static_cast<uint32_t>(i * 2654435761u) >> 24;
             if (hash < 12) c = (c + 1 + hash % 3) % 4;  // a speck, sometimes joining others
             pixels[i] = RGBQUAD{static_cast<BYTE>(c * 60), static_cast<BYTE>(200 - c * 50), 9, 0};
-            alpha[i] = (x / 50 + y / 70) % 3 == 0 ? 128 : 255;
+            const BYTE noise = static_cast<BYTE>(hash >> 4);
+            input[i] = RGBQUAD{static_cast<BYTE>(c * 60 + noise), static_cast<BYTE>(200 - c * 50),
+                               static_cast<BYTE>(9 + noise), 0};
+            inputAlpha[i] = (x / 50 + y / 70) % 3 == 0 ? 120 : 255;
+            alpha[i] = inputAlpha[i] == 255 ? 255 : 128;
         }
-    for (bool withAlpha : {false, true}) {
-        std::vector<RGBQUAD> one = pixels;
-        std::vector<uint8_t> oneAlpha = alpha;
-        const long long left = om1::PictureCleaner::speckle(
-            one.data(), w, h, 6, withAlpha ? oneAlpha.data() : nullptr, {}, 1);
-        ASSERT_GT(left, 0);
-        for (int threads : {2, 3}) {
-            std::vector<RGBQUAD> many = pixels;
-            std::vector<uint8_t> manyAlpha = alpha;
-            EXPECT_EQ(
-                om1::PictureCleaner::speckle(many.data(), w, h, 6,
-                                             withAlpha ? manyAlpha.data() : nullptr, {}, threads),
-                left);
-            EXPECT_TRUE(std::equal(many.begin(), many.end(), one.begin(),
-                                   [](const RGBQUAD& a, const RGBQUAD& b) {
-                                       return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen &&
-                                              a.rgbBlue == b.rgbBlue;
-                                   }))
-                << threads << " threads, alpha " << withAlpha;
-            EXPECT_EQ(manyAlpha, oneAlpha);
+    using Stage = std::function<long long(RGBQUAD*, uint8_t*, int)>;
+    const struct {
+        const char* name;
+        Stage run;
+    } stages[] = {
+        {"speckle",
+         [&](RGBQUAD* p, uint8_t* a, int threads) {
+             return om1::PictureCleaner::speckle(p, w, h, 6, a, {}, threads);
+         }},
+        {"merge",
+         [&](RGBQUAD* p, uint8_t* a, int threads) {
+             return om1::RegionMerger::merge(p, input.data(), w, h, 4e5, 3.0 * w * h * 40, 0, true,
+                                             a, a ? inputAlpha.data() : nullptr, {}, threads);
+         }},
+    };
+    auto sameColours = [](const RGBQUAD& a, const RGBQUAD& b) {
+        return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
+    };
+    for (const auto& stage : stages)
+        for (bool withAlpha : {false, true}) {
+            std::vector<RGBQUAD> one = pixels;
+            std::vector<uint8_t> oneAlpha = alpha;
+            const long long left = stage.run(one.data(), withAlpha ? oneAlpha.data() : nullptr, 1);
+            ASSERT_GT(left, 1) << stage.name;
+            ASSERT_FALSE(std::equal(one.begin(), one.end(), pixels.begin(), sameColours))
+                << stage.name << " changed nothing";
+            for (int threads : {2, 3}) {
+                std::vector<RGBQUAD> many = pixels;
+                std::vector<uint8_t> manyAlpha = alpha;
+                EXPECT_EQ(stage.run(many.data(), withAlpha ? manyAlpha.data() : nullptr, threads),
+                          left);
+                EXPECT_TRUE(std::equal(many.begin(), many.end(), one.begin(), sameColours))
+                    << stage.name << ", " << threads << " threads, alpha " << withAlpha;
+                EXPECT_EQ(manyAlpha, oneAlpha) << stage.name;
+            }
         }
-    }
 }

@@ -29,6 +29,22 @@ std::vector<unsigned char> noise(int w, int h, int channels) {
     return v;
 }
 
+// Writes `pixels` as a PNG with every row in `filter` and returns them as
+// stb_image reads the file back, in RGBA.
+std::vector<uint8_t> writePng(const std::string& path, int w, int h, int channels, int filter,
+                              const std::vector<unsigned char>& pixels) {
+    stbi_write_force_png_filter = filter;
+    const bool written = stbi_write_png(path.c_str(), w, h, channels, pixels.data(), w * channels);
+    stbi_write_force_png_filter = -1;
+    if (!written) return {};
+    int sw = 0, sh = 0, sc = 0;
+    unsigned char* read = stbi_load(path.c_str(), &sw, &sh, &sc, 4);
+    if (!read) return {};
+    const std::vector<uint8_t> out(read, read + static_cast<size_t>(w) * h * 4);
+    stbi_image_free(read);
+    return out;
+}
+
 bool readQuick(const std::string& path, int& w, int& h, std::vector<uint8_t>& rgba) {
     FILE* f = fopen(path.c_str(), "rb");
     if (!f) return false;
@@ -86,16 +102,9 @@ TEST(PngReader, DecodesEveryFilterAndColourTypeAsStbImage) {
         for (int filter = 0; filter <= 4; ++filter) {
             SCOPED_TRACE("channels " + std::to_string(channels) + ", filter " +
                          std::to_string(filter));
-            const std::vector<unsigned char> pixels = noise(w, h, channels);
-            stbi_write_force_png_filter = filter;
-            ASSERT_TRUE(stbi_write_png(d.file("a.png").c_str(), w, h, channels, pixels.data(),
-                                       w * channels));
-            stbi_write_force_png_filter = -1;
-            int sw = 0, sh = 0, sc = 0;
-            unsigned char* expected = stbi_load(d.file("a.png").c_str(), &sw, &sh, &sc, 4);
-            ASSERT_NE(expected, nullptr);
-            const std::vector<uint8_t> want(expected, expected + static_cast<size_t>(w) * h * 4);
-            stbi_image_free(expected);
+            const std::vector<uint8_t> want =
+                writePng(d.file("a.png"), w, h, channels, filter, noise(w, h, channels));
+            ASSERT_FALSE(want.empty());
             int rw = 0, rh = 0;
             std::vector<uint8_t> got;
             ASSERT_TRUE(readQuick(d.file("a.png"), rw, rh, got));
@@ -116,16 +125,10 @@ TEST(PngReader, LargePicturesExpandOnASecondThread) {
     TempDir d;
     const int w = 1030, h = 1020;
     for (int channels : {2, 3}) {
-        const std::vector<unsigned char> pixels = noise(w, h, channels);
-        stbi_write_force_png_filter = 3;  // (quicker to write than trying each)
-        ASSERT_TRUE(
-            stbi_write_png(d.file("big.png").c_str(), w, h, channels, pixels.data(), w * channels));
-        stbi_write_force_png_filter = -1;
-        int sw = 0, sh = 0, sc = 0;
-        unsigned char* expected = stbi_load(d.file("big.png").c_str(), &sw, &sh, &sc, 4);
-        ASSERT_NE(expected, nullptr);
-        const std::vector<uint8_t> want(expected, expected + static_cast<size_t>(w) * h * 4);
-        stbi_image_free(expected);
+        // One filter: quicker to write than trying each.
+        const std::vector<uint8_t> want =
+            writePng(d.file("big.png"), w, h, channels, 3, noise(w, h, channels));
+        ASSERT_FALSE(want.empty());
         int rw = 0, rh = 0;
         std::vector<uint8_t> got;
         ASSERT_TRUE(readQuick(d.file("big.png"), rw, rh, got));

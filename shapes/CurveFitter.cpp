@@ -48,9 +48,8 @@ OutlineFitter::Settings CurveFitter::settings(int curveTolerance, int width, int
 bool CurveFitter::fitLoop(const CrackLoop& loop, const std::vector<PointD>& samples,
                           const OutlineFitter::Settings& settings, std::vector<PointD>& out) {
     out.clear();
-    if (loop.codes.size() >= 8 &&
-        OutlineFitter::fit(samples, std::vector<uint8_t>(loop.codes.begin(), loop.codes.end()),
-                           settings, out)) {
+    if (loop.codes.size() >= 8 && samples.size() == loop.codes.size() &&
+        OutlineFitter::fit(samples, loop.codes.data(), settings, out)) {
         // A fit that turned inside out or lost most of the area is no fit.
         const double a = static_cast<double>(loop.area());
         if (std::fabs(area(out) - a) <= 0.5 * std::fabs(a)) return true;

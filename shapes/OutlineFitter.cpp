@@ -88,7 +88,8 @@ struct Moments {
 // from the one before.
 class Loop {
 public:
-    Loop(const std::vector<PointD>& s, const std::vector<uint8_t>& c, int start, bool closed)
+    // `c`: one step direction per sample.
+    Loop(const std::vector<PointD>& s, const uint8_t* c, int start, bool closed)
         : s_(s),
           c_(c),
           n_(static_cast<int>(s.size())),
@@ -159,7 +160,7 @@ private:
         return j;
     }
     const std::vector<PointD>& s_;
-    const std::vector<uint8_t>& c_;
+    const uint8_t* c_;
     int n_, start_;
     bool closed_;
     int last_;
@@ -828,11 +829,11 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
 
 }  // namespace
 
-bool OutlineFitter::fit(const std::vector<PointD>& samples, const std::vector<uint8_t>& codes,
+bool OutlineFitter::fit(const std::vector<PointD>& samples, const uint8_t* codes,
                         const Settings& settings, std::vector<PointD>& out) {
     out.clear();
     const int n = static_cast<int>(samples.size());
-    if (n < 4 || codes.size() != samples.size()) return false;
+    if (n < 4 || !codes) return false;
     // Start at the sharpest turn: a corner there is a vertex of the polygon.
     int start = 0;
     double sharpest = -2;
@@ -866,7 +867,7 @@ bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector
     out.clear();
     const int n = static_cast<int>(points.size());
     if (n < 2 || codes.size() != points.size()) return false;
-    const Loop L(points, codes, 0, false);
+    const Loop L(points, codes.data(), 0, false);
     std::vector<int> verts;
     if (polygon && !polygon->empty()) {
         verts = *polygon;

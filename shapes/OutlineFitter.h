@@ -51,12 +51,13 @@ public:
     };
 
     // `samples` and `codes` (the step directions, 0 = +x, 1 = +y, 2 = -x,
-    // 3 = -y) describe one closed boundary, one entry per step. `out` gets a
+    // 3 = -y; as many as samples) describe one closed boundary, one entry
+    // per step. `out` gets a
     // closed curve of 3n + 1 points (straight segments have their control
     // points at the thirds). False when the boundary is too small or too
     // thin for a polygon of three edges; `out` is then empty. Throws
     // std::bad_alloc when memory runs out.
-    static bool fit(const std::vector<PointD>& samples, const std::vector<uint8_t>& codes,
+    static bool fit(const std::vector<PointD>& samples, const uint8_t* codes,
                     const Settings& settings, std::vector<PointD>& out);
 
     // The same for an open path from points.front() to points.back(), which

@@ -390,12 +390,12 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     const std::function<bool()> going = [&]() { return at(part); };
     const size_t n = static_cast<size_t>(width) * height;
     try {
-        std::vector<int32_t> labels;
-        long long count = labelRegions(pixels, alpha, width, height, labels, going, threads);
-        if (count < 0) return -1;
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
-        std::vector<int32_t> first, size, parent, small, touched, members, source;
+        std::vector<int32_t> labels, first, size, parent, small, touched, members, source;
+        long long count =
+            labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+        if (count < 0) return -1;
         std::vector<long long> shared;
         std::vector<uint8_t> large;
         auto colour = [&](int32_t r) { return packKey(pixels, alpha, first[r]); };
@@ -406,7 +406,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             from = static_cast<size_t>(static_cast<long long>(height) * band / bands) * width;
             to = static_cast<size_t>(static_cast<long long>(height) * (band + 1) / bands) * width;
         };
-        std::vector<std::vector<int32_t>> bandSize, bandFirst;
+        std::vector<std::vector<int32_t>> bandSize;
         std::atomic<bool> stop{false};
         // A band's pixel i: band 0 asks the progress, the others stop with it.
         auto goingOn = [&](int band, size_t i, size_t from) {
@@ -417,46 +417,29 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             if (!at(0)) return -1;
             const int32_t m = static_cast<int32_t>(count);
-            first.resize(m);
             parent.resize(m);
             shared.assign(m, 0);
             size.assign(m, 0);
-            // Labels are ranked by first pixel: label r first appears after
-            // every label below it (by bands: in the first band it appears
-            // in, first there).
+            // The regions' sizes (by bands: each band counts its own).
             if (bands > 1 && static_cast<size_t>(m) <= n / 64) {
                 bandSize.resize(static_cast<size_t>(bands));
-                bandFirst.resize(static_cast<size_t>(bands));
-                for (int b = 0; b < bands; ++b) {
-                    bandSize[b].assign(m, 0);
-                    bandFirst[b].assign(m, -1);
-                }
+                for (int b = 0; b < bands; ++b) bandSize[b].assign(m, 0);
                 Bands::run(bands, bands, [&](int band, long long, long long) {
                     int32_t* const sz = bandSize[band].data();
-                    int32_t* const fi = bandFirst[band].data();
                     size_t from, to;
                     rowsOf(band, from, to);
                     for (size_t i = from; i < to; ++i) {
                         if (!goingOn(band, i, from)) return;
-                        const int32_t r = labels[i];
-                        if (sz[r]++ == 0) fi[r] = static_cast<int32_t>(i);
+                        ++sz[labels[i]];
                     }
                 });
                 if (stop) return -1;
-                for (int32_t r = 0; r < m; ++r) {
-                    first[r] = -1;
-                    for (int b = 0; b < bands; ++b) {
-                        size[r] += bandSize[b][r];
-                        if (first[r] < 0) first[r] = bandFirst[b][r];
-                    }
-                }
+                for (int b = 0; b < bands; ++b)
+                    for (int32_t r = 0; r < m; ++r) size[r] += bandSize[b][r];
             } else {
-                int32_t seen = 0;
                 for (size_t i = 0; i < n; ++i) {
                     if ((i & kEvery) == kEvery && !going()) return -1;
-                    const int32_t r = labels[i];
-                    ++size[r];
-                    if (r == seen) first[seen++] = static_cast<int32_t>(i);
+                    ++size[labels[i]];
                 }
             }
             large.resize(m);
@@ -557,7 +540,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             });
             if (stop) return -1;
             if (!at(0.7)) return -1;
-            count = labelRegions(pixels, alpha, width, height, labels, going, threads);
+            count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
             if (count < 0) return -1;
             share += (1 - share) / 2;
         }

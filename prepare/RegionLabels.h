@@ -64,15 +64,18 @@ inline void scanRow(const Keys& key, int32_t* parent, int32_t row, int32_t w, bo
 
 template <class Keys>
 long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t>& labels,
-                              const std::function<bool()>& going, int bands);
+                              const std::function<bool()>& going, int bands,
+                              std::vector<int32_t>* firsts = nullptr);
 
 // labelRegions for keys of one kind: `Keys` gives pixel i's key.
 template <class Keys>
 long long labelRegionsBy(const Keys& key, int w, int h, std::vector<int32_t>& labels,
-                         const std::function<bool()>& going, int threads = 1) {
+                         const std::function<bool()>& going, int threads = 1,
+                         std::vector<int32_t>* firsts = nullptr) {
     const size_t n = static_cast<size_t>(w) * h;
     const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), h);
-    if (bands > 1) return labelRegionsInBands(key, w, h, labels, going, bands);
+    if (bands > 1) return labelRegionsInBands(key, w, h, labels, going, bands, firsts);
+    if (firsts) firsts->clear();
     const size_t every = size_t{1} << 18;
     const int rows = static_cast<int>(std::max<size_t>(1, every / std::max(w, 1)));
     labels.clear();
@@ -101,7 +104,12 @@ long long labelRegionsBy(const Keys& key, int w, int h, std::vector<int32_t>& la
     int32_t next = 0;
     int32_t* const label = labels.data();
     auto relabel = [&](size_t i) {
-        label[i] = label[i] == static_cast<int32_t>(i) ? next++ : label[label[i]];
+        if (label[i] != static_cast<int32_t>(i)) {
+            label[i] = label[label[i]];
+            return;
+        }
+        if (firsts) firsts->push_back(static_cast<int32_t>(i));
+        label[i] = next++;
     };
     // `going` is asked before every pixel i with i % every == every - 1.
     for (size_t i = 0; i < n;) {
@@ -124,7 +132,8 @@ long long labelRegionsBy(const Keys& key, int w, int h, std::vector<int32_t>& la
 // band.
 template <class Keys>
 long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t>& labels,
-                              const std::function<bool()>& going, int bands) {
+                              const std::function<bool()>& going, int bands,
+                              std::vector<int32_t>* firsts) {
     const size_t n = static_cast<size_t>(w) * h;
     const size_t every = size_t{1} << 18;
     labels.clear();
@@ -214,6 +223,7 @@ long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t
         roots[band + 1] = count;
     });
     for (int b = 0; b < bands; ++b) roots[b + 1] += roots[b];
+    if (firsts) firsts->assign(static_cast<size_t>(roots[bands]), 0);
     for (size_t t = 0; t < targets.size(); ++t) {
         const int band =
             static_cast<int>(std::upper_bound(firstRow.begin(), firstRow.end(), targets[t] / w) -
@@ -227,9 +237,10 @@ long long labelRegionsInBands(const Keys& key, int w, int h, std::vector<int32_t
         for (int32_t i = from; i < to; ++i) {
             if (((i - from) & (every - 1)) == every - 1 && !goingOn(band)) return;
             const int32_t v = label[i];
-            if (v == i)
+            if (v == i) {
+                if (firsts) (*firsts)[static_cast<size_t>(next)] = i;
                 label[i] = next++;
-            else if (v >= from)
+            } else if (v >= from)
                 label[i] = label[v];
             else
                 label[i] = numberOf[static_cast<size_t>(
@@ -261,13 +272,14 @@ struct ColourAlphaKeys {
 
 }  // namespace detail
 
+// `firsts`, when given, gets every region's first pixel (by its label).
 inline long long labelRegions(const RGBQUAD* pixels, const uint8_t* alpha, int w, int h,
                               std::vector<int32_t>& labels, const std::function<bool()>& going = {},
-                              int threads = 1) {
+                              int threads = 1, std::vector<int32_t>* firsts = nullptr) {
     if (alpha)
         return detail::labelRegionsBy(detail::ColourAlphaKeys{pixels, alpha}, w, h, labels, going,
-                                      threads);
-    return detail::labelRegionsBy(detail::ColourKeys{pixels}, w, h, labels, going, threads);
+                                      threads, firsts);
+    return detail::labelRegionsBy(detail::ColourKeys{pixels}, w, h, labels, going, threads, firsts);
 }
 
 }  // namespace om1

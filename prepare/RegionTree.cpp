@@ -1,7 +1,6 @@
 #include "prepare/RegionTree.h"
 
 #include <algorithm>
-#include <atomic>
 #include <climits>
 
 #include "prepare/Bands.h"
@@ -78,62 +77,26 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
     if (!pixels || w <= 0 || h <= 0 || static_cast<long long>(w) * h > INT_MAX) return false;
     try {
         const size_t n = static_cast<size_t>(w) * h;
-        // The regions (labelRegions: numbered by first pixel), then the
-        // first pixel of each. The labelling asks about every 2^18 pixels
-        // of its two passes.
+        // The regions (labelRegions: numbered by first pixel) and the first
+        // pixel of each. The labelling asks about every 2^18 pixels of its
+        // two passes.
         const size_t every = size_t{1} << 18;
         size_t asked = 0;
-        const long long labelCount = labelRegions(
-            pixels, nullptr, w, h, labels,
-            [&]() {
-                asked += every;
-                return at(0.35 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
-            },
-            threads);
-        if (labelCount < 0) throw Stopped();
-        int32_t* L = labels.data();
         std::vector<int32_t> first;
-        // With threads, for at most one region in 64 pixels, each band of
-        // rows finds the first pixels in it; a region's is in the first band
-        // it appears in.
+        if (labelRegions(
+                pixels, nullptr, w, h, labels,
+                [&]() {
+                    asked += every;
+                    return at(0.4 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
+                },
+                threads, &first) < 0)
+            throw Stopped();
+        int32_t* L = labels.data();
         const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), h);
         auto rowsOf = [&](int band, size_t& from, size_t& to) {
             from = static_cast<size_t>(static_cast<long long>(h) * band / bands) * w;
             to = static_cast<size_t>(static_cast<long long>(h) * (band + 1) / bands) * w;
         };
-        std::atomic<bool> stop{false};
-        auto goingOn = [&](int band, size_t i, size_t from, double share) {
-            if (((i - from) & (every - 1)) != 0) return true;
-            if (band == 0 ? !at(share) : stop.load()) stop = true;
-            return !stop.load();
-        };
-        if (bands > 1 && static_cast<size_t>(labelCount) <= n / 64) {
-            std::vector<std::vector<int32_t>> firstIn(static_cast<size_t>(bands),
-                                                      std::vector<int32_t>(labelCount, -1));
-            Bands::run(bands, bands, [&](int band, long long, long long) {
-                int32_t* const f = firstIn[band].data();
-                size_t from, to;
-                rowsOf(band, from, to);
-                for (size_t i = from; i < to; ++i) {
-                    if (!goingOn(band, i, from,
-                                 0.35 + 0.05 * static_cast<double>(i - from) / (to - from)))
-                        return;
-                    if (f[L[i]] < 0) f[L[i]] = static_cast<int32_t>(i);
-                }
-            });
-            if (stop) throw Stopped();
-            first.assign(static_cast<size_t>(labelCount), -1);
-            for (const std::vector<int32_t>& f : firstIn)
-                for (long long r = 0; r < labelCount; ++r)
-                    if (first[r] < 0) first[r] = f[r];
-        } else {
-            for (size_t i = 0; i < n; ++i) {
-                if ((i & (every - 1)) == 0 && !at(0.35 + 0.05 * static_cast<double>(i) / n))
-                    throw Stopped();
-                if (L[i] == static_cast<int32_t>(first.size()))
-                    first.push_back(static_cast<int32_t>(i));
-            }
-        }
         const int32_t count = static_cast<int32_t>(first.size());
 
         // Pass 3: containment, region by region in label order.

@@ -62,18 +62,26 @@ TEST(RegionLabels, BandsGiveTheLabelsOfOneBand) {
     };
     for (const Case& c : cases) {
         const std::vector<RGBQUAD> px = paint(c.w, c.h, c.colour);
-        std::vector<int32_t> one;
-        const long long count = om1::labelRegions(px.data(), nullptr, c.w, c.h, one);
+        std::vector<int32_t> one, firsts;
+        const long long count =
+            om1::labelRegions(px.data(), nullptr, c.w, c.h, one, {}, 1, &firsts);
         if (c.regions >= 0) {
             EXPECT_EQ(count, c.regions) << c.name;
         }
+        // Labels rank the regions by first pixel, and `firsts` names it.
+        std::vector<int32_t> expected;
+        for (size_t i = 0; i < one.size(); ++i)
+            if (one[i] == static_cast<int32_t>(expected.size()))
+                expected.push_back(static_cast<int32_t>(i));
+        EXPECT_EQ(firsts, expected) << c.name;
         for (int bands = 2; bands <= std::min(c.h, 9); ++bands) {
-            std::vector<int32_t> banded;
+            std::vector<int32_t> banded, bandedFirsts;
             EXPECT_EQ(om1::detail::labelRegionsInBands(om1::detail::ColourKeys{px.data()}, c.w, c.h,
-                                                       banded, {}, bands),
+                                                       banded, {}, bands, &bandedFirsts),
                       count)
                 << c.name << ", " << bands << " bands";
             EXPECT_EQ(banded, one) << c.name << ", " << bands << " bands";
+            EXPECT_EQ(bandedFirsts, expected) << c.name << ", " << bands << " bands";
         }
     }
 }

@@ -44,23 +44,26 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
     // Channels: red, green, blue; with alpha premultiplied, and alpha.
     const int K = alpha ? 4 : 3;
     try {
-        std::vector<int32_t> labels;
+        std::vector<int32_t> labels, first;
         const long long regions =
-            labelRegions(pixels, alpha, width, height, labels, going, threads);
+            labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
         if (regions < 0) return -1;
         const int32_t m = static_cast<int32_t>(regions);
         if (!at(0.2)) return -1;
         share = 0.25;
         std::vector<double> size(m, 0), sum(K * static_cast<size_t>(m), 0);
+        // A region's colour (and level): its first pixel's.
         std::vector<uint32_t> paint(m);
+        for (int32_t r = 0; r < m; ++r)
+            paint[r] = packKey(pixels, alpha, static_cast<size_t>(first[r]));
+        std::vector<int32_t>().swap(first);
         // Per region with alpha: 0 empty, 255 opaque, else partial.
         std::vector<uint8_t> level(alpha ? m : 0);
         double squares = 0;
         // The passes over the pixels by bands of rows on the threads. The
         // sums of a picture without alpha are sums of whole numbers, exact
         // in any order: each band adds its own, for at most one region in 64
-        // pixels (their memory). Labels are ranked by first pixel, so the
-        // first band a region appears in holds its first pixel.
+        // pixels (their memory).
         const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
         auto rowsOf = [&](int band, int& y0, int& y1) {
             y0 = static_cast<int>(static_cast<long long>(height) * band / bands);
@@ -70,14 +73,12 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         if (summed) {
             struct Part {
                 std::vector<double> size, sum;
-                std::vector<int32_t> first;
                 double squares = 0;
             };
             std::vector<Part> parts(static_cast<size_t>(bands));
             for (Part& p : parts) {
                 p.size.assign(m, 0);
                 p.sum.assign(3 * static_cast<size_t>(m), 0);
-                p.first.assign(m, -1);
             }
             std::atomic<bool> stop{false};
             Bands::run(bands, bands, [&](int band, long long, long long) {
@@ -96,7 +97,6 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         const double red = original[i].rgbRed, green = original[i].rgbGreen,
                                      blue = original[i].rgbBlue;
                         p.size[r] += 1;
-                        if (p.first[r] < 0) p.first[r] = static_cast<int32_t>(i);
                         p.sum[3 * r] += red;
                         p.sum[3 * r + 1] += green;
                         p.sum[3 * r + 2] += blue;
@@ -105,27 +105,19 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 }
             });
             if (stop) return -1;
-            for (int32_t r = 0; r < m; ++r) {
-                bool painted = false;
+            for (int32_t r = 0; r < m; ++r)
                 for (Part& p : parts) {
                     size[r] += p.size[r];
                     for (int k = 0; k < 3; ++k) sum[3 * r + k] += p.sum[3 * r + k];
-                    if (!painted && p.first[r] >= 0) {
-                        paint[r] = packKey(pixels, alpha, static_cast<size_t>(p.first[r]));
-                        painted = true;
-                    }
                 }
-            }
             for (Part& p : parts) squares += p.squares;
         }
-        int32_t seen = 0;  // labels are ranked by first pixel
         for (size_t i = 0; i < n && !summed; ++i) {
             if ((i & kEvery) == kEvery && !going()) return -1;
             const int32_t r = labels[i];
             double red = original[i].rgbRed, green = original[i].rgbGreen,
                    blue = original[i].rgbBlue;
             size[r] += 1;
-            if (r == seen) paint[seen++] = packKey(pixels, alpha, i);
             if (alpha) {
                 const double a = originalAlpha[i];
                 red *= a / 255.0;

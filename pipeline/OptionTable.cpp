@@ -71,8 +71,10 @@ const OptionTable::Row kRows[] = {
     OM1_ROW(colors, K::Int, 0, 256, nullptr, "N", "quantise to N colours (0 off)", 2, nullptr),
     OM1_ROW(palette, K::Palette, 0, 256, nullptr, "FILE|#rrggbb,...",
             "snap every pixel to the nearest given colour", 0, nullptr),
-    OM1_ROW(antialias, K::Switch, 0, 1, nullptr, "on|off",
-            "absorb thin bands of in-between colours", 0, nullptr),
+    OM1_ROW(
+        antialias, K::Switch, 0, 1, nullptr, "on|off",
+        "absorb thin bands of in-between colours; make anti-aliased thin lines on one colour whole",
+        0, nullptr),
     OM1_ROW(antialias_radius, K::Int, 1, 64, nullptr, "PX",
             "how far a band pixel looks for flat regions", 0, nullptr),
     OM1_ROW(antialias_tolerance, K::Int, 0, 765, nullptr, "D",

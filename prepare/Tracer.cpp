@@ -22,6 +22,7 @@
 #include "prepare/PreFilter.h"
 #include "prepare/RegionMerger.h"
 #include "prepare/SpotRestitution.h"
+#include "prepare/ThinLines.h"
 #include "prepare/WorkerThread.h"
 
 namespace om1 {
@@ -240,6 +241,15 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
             report.stagesRan = true;
     }
     if (!at(0.15)) return false;
+    // Thin lines on one colour are made whole before the colours are
+    // reduced (the anti-alias cleanup would leave their in-between pixels
+    // to the speckle filter and the merging).
+    if (o.antialias && o.paletteCount <= 0 && o.colors >= 2) {
+        const long long restored =
+            ThinLines::restore(pixels, width, height, o.antialiasRadius, o.antialiasTolerance);
+        if (restored < 0) return false;
+        if (restored > 0) report.stagesRan = true;
+    }
     if (o.paletteCount > 0) {
         if (!ColorQuantizer::snap(pixels, width, height, o.palette, std::min(o.paletteCount, 256)))
             return false;

@@ -382,3 +382,28 @@ TEST(SmoothCurves, SharesAndCoverage) {
     }
     EXPECT_NEAR(total, 2.0, 1e-12);
 }
+
+// An anti-aliased line 1.4 px wide on white, slanted, comes back whole: one
+// shape of its colour whose edges run along the line's, not specks.
+TEST(SmoothCurves, ThinLineStaysWhole) {
+    const double width = 1.4, slope = 0.23, offset = 9.3;
+    const Picture p = antialiased("line", 80, 40, [&](double x, double y) {
+        const double d = std::fabs(y - offset - slope * x) / std::hypot(1.0, slope);
+        return x >= 4 && x <= 76 && d <= width / 2 ? kBlue : kWhite;
+    });
+    ShapeSet set;
+    trace(p, OutputOptions::Layout::Stacked, set);
+    std::vector<const om1::Shape*> lines;
+    for (const om1::Shape& s : set.shapes)
+        if (s.role != om1::Shape::Role::Frame && !s.loops.empty() && s.color.rgbRed < 200)
+            lines.push_back(&s);
+    ASSERT_EQ(lines.size(), 1u);
+    double worst = 0;
+    for (const std::vector<PointD>& c : lines[0]->curves)
+        for (const PointD& q : flattened(c, 32)) {
+            if (q.x < 8 || q.x > 72) continue;  // the ends are round
+            const double d = std::fabs(q.y - offset - slope * q.x) / std::hypot(1.0, slope);
+            worst = std::max(worst, std::fabs(d - width / 2));
+        }
+    EXPECT_LT(worst, 0.2);
+}

@@ -1,0 +1,246 @@
+#include "prepare/ThinLines.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "prepare/PackedColour.h"
+
+namespace om1 {
+
+namespace {
+
+const int kMinContrast = 48;  // a line this close to its background is no line
+
+// Bits of a pixel's mark.
+const uint8_t kFlat = 1, kCandidate = 2, kSeen = 4;
+
+// A pixel's colour as a key (PixelKeys without alpha): equal keys, equal
+// colours.
+inline uint32_t keyAt(const RGBQUAD* p, size_t i) {
+    uint32_t v;
+    std::memcpy(&v, p + i, sizeof v);
+    return v & 0x00FFFFFFu;
+}
+
+int channelGap(uint32_t a, uint32_t b) {
+    int gap = 0;
+    for (int c = 0; c < 3; ++c)
+        gap = std::max(gap, std::abs(colourChannel(a, c) - colourChannel(b, c)));
+    return gap;
+}
+
+// The share of colour l in colour p on the line from b to l (unclamped);
+// `off` gets the largest channel distance of p from that line.
+double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
+    double dd = 0, pd = 0;
+    for (int c = 0; c < 3; ++c) {
+        const double d = colourChannel(l, c) - colourChannel(b, c);
+        dd += d * d;
+        pd += (colourChannel(p, c) - colourChannel(b, c)) * d;
+    }
+    const double s = dd > 0 ? pd / dd : 0;
+    const double t = std::max(0.0, std::min(1.0, s));
+    double worst = 0;
+    for (int c = 0; c < 3; ++c) {
+        const double on = colourChannel(b, c) + t * (colourChannel(l, c) - colourChannel(b, c));
+        worst = std::max(worst, std::abs(colourChannel(p, c) - on));
+    }
+    off = static_cast<int>(worst + 0.5);
+    return s;
+}
+
+}  // namespace
+
+long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius, int tolerance) {
+    if (!pixels || width < 3 || height < 3 || radius < 1) return 0;
+    const size_t n = static_cast<size_t>(width) * height;
+    const size_t w = static_cast<size_t>(width);
+    try {
+        std::vector<uint8_t> mark(n, 0);
+        // Flat pixels: a pixel whose row neighbours match it (`same`) and
+        // whose rows above and below do so around a pixel of its colour.
+        std::vector<uint8_t> same(3 * w);
+        auto rowSame = [&](int y, uint8_t* s) {
+            const size_t r = static_cast<size_t>(y) * w;
+            for (int x = 0; x < width; ++x) {
+                const uint32_t c = keyAt(pixels, r + x);
+                s[x] = (x == 0 || keyAt(pixels, r + x - 1) == c) &&
+                       (x + 1 == width || keyAt(pixels, r + x + 1) == c);
+            }
+        };
+        bool anyFlat = false;
+        rowSame(0, &same[w]);
+        if (height > 1) rowSame(1, &same[2 * w]);
+        for (int y = 0; y < height; ++y) {
+            const uint8_t* up = &same[0];
+            const uint8_t* mid = &same[w];
+            const uint8_t* down = &same[2 * w];
+            const size_t r = static_cast<size_t>(y) * w;
+            for (int x = 0; x < width; ++x) {
+                if (!mid[x]) continue;
+                const uint32_t c = keyAt(pixels, r + x);
+                if (y > 0 && !(up[x] && keyAt(pixels, r - w + x) == c)) continue;
+                if (y + 1 < height && !(down[x] && keyAt(pixels, r + w + x) == c)) continue;
+                mark[r + x] = kFlat;
+                anyFlat = true;
+            }
+            std::memmove(&same[0], &same[w], 2 * w);
+            if (y + 2 < height) rowSame(y + 2, &same[2 * w]);
+        }
+        if (!anyFlat) return 0;
+        // The one flat colour in the window round pixel i, if there is one
+        // and it is not the pixel's own.
+        auto background = [&](int x, int y, uint32_t& b) {
+            const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
+            const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
+            bool found = false;
+            for (int v = y0; v <= y1; ++v)
+                for (int u = x0; u <= x1; ++u) {
+                    const size_t j = static_cast<size_t>(v) * w + u;
+                    if (!(mark[j] & kFlat)) continue;
+                    const uint32_t c = keyAt(pixels, j);
+                    if (!found) {
+                        b = c;
+                        found = true;
+                    } else if (c != b) {
+                        return false;
+                    }
+                }
+            return found && b != keyAt(pixels, static_cast<size_t>(y) * w + x);
+        };
+        // The candidates: flat pixels counted over the window's rows by
+        // column, then along the row, so that a window without any is
+        // passed over at once.
+        std::vector<int> column(w, 0), prefix(w + 1, 0);
+        for (int v = 0; v <= std::min(radius, height - 1); ++v)
+            for (int x = 0; x < width; ++x)
+                column[x] += mark[static_cast<size_t>(v) * w + x] & kFlat;
+        std::vector<size_t> candidates;
+        std::vector<uint32_t> backs;
+        for (int y = 0; y < height; ++y) {
+            if (y > 0) {
+                const int add = y + radius, drop = y - radius - 1;
+                for (int x = 0; x < width; ++x) {
+                    if (add < height) column[x] += mark[static_cast<size_t>(add) * w + x] & kFlat;
+                    if (drop >= 0) column[x] -= mark[static_cast<size_t>(drop) * w + x] & kFlat;
+                }
+            }
+            for (int x = 0; x < width; ++x) prefix[x + 1] = prefix[x] + column[x];
+            for (int x = 0; x < width; ++x) {
+                const size_t i = static_cast<size_t>(y) * w + x;
+                if (mark[i] & kFlat) continue;
+                const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
+                if (prefix[x1 + 1] == prefix[x0]) continue;
+                uint32_t b = 0;
+                if (!background(x, y, b)) continue;
+                mark[i] |= kCandidate;
+                candidates.push_back(i);
+                backs.push_back(b);
+            }
+        }
+        auto backOf = [&](size_t i) {
+            const size_t k = static_cast<size_t>(
+                std::lower_bound(candidates.begin(), candidates.end(), i) - candidates.begin());
+            return backs[k];
+        };
+        // The lines: 8-connected groups of candidates on one background.
+        std::vector<size_t> group, stack;
+        std::vector<double> share;
+        long long changed = 0;
+        for (size_t g = 0; g < candidates.size(); ++g) {
+            const size_t start = candidates[g];
+            if (mark[start] & kSeen) continue;
+            const uint32_t b = backs[g];
+            group.clear();
+            stack.assign(1, start);
+            mark[start] |= kSeen;
+            while (!stack.empty()) {
+                const size_t i = stack.back();
+                stack.pop_back();
+                group.push_back(i);
+                const int x = static_cast<int>(i % w), y = static_cast<int>(i / w);
+                for (int dy = -1; dy <= 1; ++dy)
+                    for (int dx = -1; dx <= 1; ++dx) {
+                        const int u = x + dx, v = y + dy;
+                        if (u < 0 || v < 0 || u >= width || v >= height) continue;
+                        const size_t j = static_cast<size_t>(v) * w + u;
+                        if ((mark[j] & (kCandidate | kSeen)) != kCandidate || backOf(j) != b)
+                            continue;
+                        mark[j] |= kSeen;
+                        stack.push_back(j);
+                    }
+            }
+            std::sort(group.begin(), group.end());
+            // Its colour: the pixel farthest from the background.
+            uint32_t l = b;
+            long long far = -1;
+            for (size_t i : group) {
+                const uint32_t c = keyAt(pixels, i);
+                long long d = 0;
+                for (int ch = 0; ch < 3; ++ch) {
+                    const long long e = colourChannel(c, ch) - colourChannel(b, ch);
+                    d += e * e;
+                }
+                if (d > far) far = d, l = c;
+            }
+            if (channelGap(l, b) < kMinContrast) continue;
+            share.resize(group.size());
+            bool line = true;
+            for (size_t k = 0; k < group.size() && line; ++k) {
+                int off = 0;
+                share[k] = shareOf(keyAt(pixels, group[k]), b, l, off);
+                line = off <= tolerance;
+            }
+            if (!line) continue;
+            // Keys and packed colours differ only in the order of red and
+            // blue; the pixels take the key's bytes as they are.
+            auto paint = [&](size_t i, uint32_t key) {
+                if (keyAt(pixels, i) == key) return;
+                const BYTE reserved = pixels[i].rgbReserved;
+                std::memcpy(pixels + i, &key, sizeof key);
+                pixels[i].rgbReserved = reserved;
+                ++changed;
+            };
+            // Shares were read before any pixel changes; the group's
+            // squares are judged on the painted pixels.
+            for (size_t k = 0; k < group.size(); ++k) paint(group[k], share[k] >= 0.5 ? l : b);
+            // Two pixels of the line that meet only at a corner: of the other
+            // two pixels of their square, the one holding more of the line
+            // joins it (its share from its colour before the painting is
+            // lost for members: a member there holds less than half).
+            for (size_t k = 0; k < group.size(); ++k) {
+                const size_t i = group[k];
+                if (share[k] < 0.5) continue;
+                const int x = static_cast<int>(i % w), y = static_cast<int>(i / w);
+                if (y + 1 >= height) continue;
+                for (int dx = -1; dx <= 1; dx += 2) {
+                    const int u = x + dx;
+                    if (u < 0 || u >= width) continue;
+                    const size_t diag = static_cast<size_t>(y + 1) * w + u;
+                    const size_t side = static_cast<size_t>(y) * w + u;
+                    const size_t below = i + w;
+                    if (keyAt(pixels, diag) != l || keyAt(pixels, side) == l ||
+                        keyAt(pixels, below) == l)
+                        continue;
+                    auto held = [&](size_t j) {
+                        const auto it = std::lower_bound(group.begin(), group.end(), j);
+                        return it != group.end() && *it == j
+                                   ? share[static_cast<size_t>(it - group.begin())]
+                                   : -1.0;
+                    };
+                    const double a = held(side), c = held(below);
+                    if (a < 0 && c < 0) continue;
+                    paint(a >= c ? side : below, l);
+                }
+            }
+        }
+        return changed;
+    } catch (const std::bad_alloc&) {
+        return -1;
+    }
+}
+
+}  // namespace om1

@@ -631,6 +631,7 @@ public:
     // False when `going` answered false.
     bool island(IslandUse& u, const Going& going) {
         const CrackLoop& loop = u.shape->loops[u.loop];
+        prepared_ = nullptr;
         corners_ = loop.corners();
         const int n = static_cast<int>(corners_.size());
         if (!going(8 * static_cast<size_t>(n))) return false;
@@ -648,24 +649,25 @@ public:
         return true;
     }
 
-    // The pieces the loop of `u` claims, each between two of its junctions
-    // (`u.pieces` in the order of the junctions from the loop's first
-    // corner). False when `going` answered false.
-    bool pieces(Uses& u, const Going& going) {
+    // Piece j of the loop of `u` (which claims it), between two of its
+    // junctions (`u.pieces` in the order of the junctions from the loop's
+    // first corner). The loop's corners, junctions and samples are found
+    // once for the pieces of one loop that follow one another on this
+    // fitter. False when `going` answered false.
+    bool piece(const Uses& u, size_t j, const Going& going) {
         const CrackLoop& loop = u.shape->loops[u.loop];
-        corners_ = loop.corners();
-        const int n = static_cast<int>(corners_.size());
-        js_.clear();
-        for (int k = 0; k < n; ++k)
-            if (r_.junction(corners_[k].x, corners_[k].y)) js_.push_back(k);
-        const size_t J = js_.size();
-        EdgeSamples::sample(loop, pic_, samples_);
-        for (size_t j = 0; j < J; ++j) {
-            if (!u.pieces[j].claimed) continue;
-            const int a = js_[j], b = js_[(j + 1) % J];
-            if (!piece(loop, a, b, *u.pieces[j].piece, going)) return false;
+        if (prepared_ != &u) {
+            corners_ = loop.corners();
+            const int n = static_cast<int>(corners_.size());
+            js_.clear();
+            for (int k = 0; k < n; ++k)
+                if (r_.junction(corners_[k].x, corners_[k].y)) js_.push_back(k);
+            EdgeSamples::sample(loop, pic_, samples_);
+            prepared_ = &u;
         }
-        return true;
+        const size_t J = js_.size();
+        const int a = js_[j], b = js_[(j + 1) % J];
+        return piece(loop, a, b, *u.pieces[j].piece, going);
     }
 
 private:
@@ -848,6 +850,7 @@ private:
     Chooser chooser_;
     std::vector<Corner> corners_, pc_;
     std::vector<int> js_;
+    const Uses* prepared_ = nullptr;  // the loop corners_, js_ and samples_ are of
     std::vector<PointD> samples_, points_;
     std::vector<uint8_t> codes_;
     Curve whole_, cut_, hidden_;
@@ -906,9 +909,11 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::vector<int> js;
         std::vector<Piece*> found;
         std::vector<uint8_t> reversed;
-        // What to fit: the loops that claim pieces (an index into `uses`)
-        // and the islands (`uses.size()` + an index into `islandUses`).
-        std::vector<size_t> jobs;
+        // What to fit: every claimed piece (an index into `uses` and the
+        // piece's there), then the islands (`uses.size()` + an index into
+        // `islandUses`). One piece a job, so that a loop that claims most
+        // pieces (the background's) is shared out too.
+        std::vector<std::pair<size_t, size_t>> jobs;
         std::vector<size_t> islandJobs;
 
         // 1. Every loop in order: its junctions, and which pieces it is the
@@ -988,11 +993,12 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     ++found[j]->users;
                     u.pieces.push_back({found[j], reversed[j] != 0, claimed});
                 }
-                if (claims) jobs.push_back(uses.size());
+                for (size_t j = 0; claims && j < J; ++j)
+                    if (u.pieces[j].claimed) jobs.push_back({uses.size(), j});
                 uses.push_back(std::move(u));
             }
         }
-        for (size_t i : islandJobs) jobs.push_back(uses.size() + i);
+        for (size_t i : islandJobs) jobs.push_back({uses.size() + i, 0});
         std::vector<size_t>().swap(islandJobs);
 
         // 2. The claimed pieces and islands fitted, on several threads for a
@@ -1006,8 +1012,8 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 for (;;) {
                     const size_t i = next.fetch_add(1);
                     if (i >= jobs.size()) return true;
-                    const size_t j = jobs[i];
-                    if (!(j < uses.size() ? f.pieces(uses[j], go)
+                    const size_t j = jobs[i].first;
+                    if (!(j < uses.size() ? f.piece(uses[j], jobs[i].second, go)
                                           : f.island(islandUses[j - uses.size()], go)))
                         return false;
                 }

@@ -126,17 +126,6 @@ void straightPiece(const std::vector<Corner>& corners, Curve& out) {
     }
 }
 
-// The corners of a loop from corner a to corner b (round the loop; b at or
-// before a: the full way round).
-void cornersBetween(const std::vector<Corner>& corners, int a, int b, std::vector<Corner>& pc) {
-    const int n = static_cast<int>(corners.size());
-    pc.clear();
-    for (int k = a;; k = (k + 1) % n) {
-        pc.push_back(corners[static_cast<size_t>(k)]);
-        if (k == b && pc.size() > 1) break;
-    }
-}
-
 // Where the edge of a piece that starts at junction c (its first step in
 // direction d, its first samples s[0..count)) really ends near c: on the
 // raster border, where the line through those samples crosses the border
@@ -270,10 +259,7 @@ struct FlatPicture {
 };
 
 // The labels on either side of the step that leaves corner k of a loop.
-void sides(const Raster& r, const CrackLoop& loop, const std::vector<Corner>& corners, int k,
-           int32_t& in, int32_t& out) {
-    const int d = loop.codes[static_cast<size_t>(k)];
-    const Corner& c = corners[static_cast<size_t>(k)];
+void sides(const Raster& r, const Corner& c, int d, int32_t& in, int32_t& out) {
     out = r.at(c.x + kOutX[d], c.y + kOutY[d]);
     const int o = (d + 3) & 3;
     in = r.at(c.x + kOutX[d] - kDx[o], c.y + kOutY[d] - kDy[o]);
@@ -609,6 +595,16 @@ struct KeepOnStop {
     }
 };
 
+// One fit to make: a claimed piece (an index into the uses and the piece's
+// there, its first step `a` and the corner that step leaves, its steps) or
+// an island (`use`: the uses' count + an index into the island uses, `steps`
+// its loop's).
+struct FitJob {
+    size_t use, piece;
+    size_t a, steps;
+    Corner at;
+};
+
 // Asked before every fit with the fit's size in steps; false: no more fits.
 using Going = std::function<bool(size_t)>;
 
@@ -631,12 +627,11 @@ public:
     // False when `going` answered false.
     bool island(IslandUse& u, const Going& going) {
         const CrackLoop& loop = u.shape->loops[u.loop];
-        prepared_ = nullptr;
         corners_ = loop.corners();
         const int n = static_cast<int>(corners_.size());
         if (!going(8 * static_cast<size_t>(n))) return false;
         int32_t in, out;
-        sides(r_, loop, corners_, 0, in, out);
+        sides(r_, corners_[0], loop.codes[0], in, out);
         EdgeSamples::sample(loop, pic_, samples_);
         CurveFitter::fitLoop(loop, samples_, settings_, whole_);
         Piece& p = *u.piece;
@@ -649,25 +644,23 @@ public:
         return true;
     }
 
-    // Piece j of the loop of `u` (which claims it), between two of its
-    // junctions (`u.pieces` in the order of the junctions from the loop's
-    // first corner). The loop's corners, junctions and samples are found
-    // once for the pieces of one loop that follow one another on this
-    // fitter. False when `going` answered false.
-    bool piece(const Uses& u, size_t j, const Going& going) {
+    // A piece the loop of `u` claims (`job`), between two of its
+    // junctions: its corners and samples are found for its own steps
+    // alone. False when `going` answered false.
+    bool piece(const Uses& u, const FitJob& job, const Going& going) {
         const CrackLoop& loop = u.shape->loops[u.loop];
-        if (prepared_ != &u) {
-            corners_ = loop.corners();
-            const int n = static_cast<int>(corners_.size());
-            js_.clear();
-            for (int k = 0; k < n; ++k)
-                if (r_.junction(corners_[k].x, corners_[k].y)) js_.push_back(k);
-            EdgeSamples::sample(loop, pic_, samples_);
-            prepared_ = &u;
+        const size_t n = loop.codes.size();
+        Corner c = job.at;
+        pc_.clear();
+        pc_.push_back(c);
+        for (size_t k = 0, i = job.a; k < job.steps; ++k, i = i + 1 == n ? 0 : i + 1) {
+            const int d = loop.codes[i];
+            c.x += kDx[d];
+            c.y += kDy[d];
+            pc_.push_back(c);
         }
-        const size_t J = js_.size();
-        const int a = js_[j], b = js_[(j + 1) % J];
-        return piece(loop, a, b, *u.pieces[j].piece, going);
+        EdgeSamples::sample(loop, pic_, job.a, job.steps, job.at, samples_);
+        return piece(loop, static_cast<int>(job.a), *u.pieces[job.piece].piece, going);
     }
 
 private:
@@ -678,36 +671,37 @@ private:
                      (b >= 0 && static_cast<size_t>(b) < k->size() && (*k)[b]));
     }
 
-    // The piece of `loop` from corner a to corner b (junctions), into the
-    // curves of `slot`.
-    bool piece(const CrackLoop& loop, int a, int b, Piece& slot, const Going& going) {
+    // The piece of `loop` from its step a (a junction) along the corners
+    // `pc_` (to the next junction) through the samples `samples_` of its
+    // steps, into the curves of `slot`.
+    bool piece(const CrackLoop& loop, int a, Piece& slot, const Going& going) {
         const Raster& r = r_;
         const EdgeSamples::Picture& given = given_;
         const EdgeSamples::Picture& pic = pic_;
         const OutputOptions& options = options_;
-        const std::vector<Corner>& corners = corners_;
-        const int n = static_cast<int>(corners.size());
+        const int n = static_cast<int>(loop.codes.size());
         std::vector<PointD>& points = points_;
         std::vector<uint8_t>& codes = codes_;
-        std::vector<Corner>& pc = pc_;
+        const std::vector<Corner>& pc = pc_;
         Curve& cut = cut_;
         Curve& hidden = hidden_;
         Chooser& chooser = chooser_;
-        int32_t in, out;
-        sides(r, loop, corners, a, in, out);
-        cornersBetween(corners, a, b, pc);
         // The piece through its samples, from junction to junction.
         const int steps = static_cast<int>(pc.size()) - 1;
+        const int b = (a + steps) % n;
+        int32_t in, out;
+        sides(r, pc[0], loop.codes[a], in, out);
         points.clear();
         codes.clear();
-        points.push_back({static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)});
+        points.push_back({static_cast<double>(pc[0].x), static_cast<double>(pc[0].y)});
         codes.push_back(loop.codes[a]);
         for (int k = 0; k < steps; ++k) {
             const int i = (a + k) % n;
-            points.push_back(samples_[i]);
+            points.push_back(samples_[static_cast<size_t>(k)]);
             codes.push_back(loop.codes[i]);
         }
-        points.push_back({static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)});
+        const Corner& cb = pc[static_cast<size_t>(steps)];
+        points.push_back({static_cast<double>(cb.x), static_cast<double>(cb.y)});
         codes.push_back(loop.codes[(b + n - 1) % n]);
         // The fit runs between where the edge really ends near the junctions
         // (edgeEnd); a straight piece joins it to each junction, so that
@@ -716,18 +710,18 @@ private:
         PointD startX, endX;
         std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
         std::reverse(tail.begin(), tail.end());
-        const bool moveStart =
-            edgeEnd(r, corners[a], loop.codes[a], &points[1], firstSamples, startX);
-        const bool moveEnd = edgeEnd(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
-                                     tail.data(), firstSamples, endX);
+        const bool moveStart = edgeEnd(r, pc[0], loop.codes[a], &points[1], firstSamples, startX);
+        const bool moveEnd =
+            edgeEnd(r, cb, (loop.codes[(b + n - 1) % n] + 2) & 3, tail.data(), firstSamples, endX);
         // Where the picture shows both regions in their own colours on every
         // step, the staircase is exact.
         bool exact = given.pixels != nullptr;
         for (int k = 0; k < steps && exact; ++k) {
             int32_t li, lo;
             const int i = (a + k) % n;
-            sides(r, loop, corners, i, li, lo);
-            exact = lo >= 0 && li >= 0 && ownColour(given, corners[i], loop.codes[i], li, lo);
+            const Corner& ck = pc[static_cast<size_t>(k)];
+            sides(r, ck, loop.codes[i], li, lo);
+            exact = lo >= 0 && li >= 0 && ownColour(given, ck, loop.codes[i], li, lo);
         }
         exact = exact || stairs(in, out);
         // The fit at the tolerance asked and, where it takes more than two
@@ -741,8 +735,8 @@ private:
         p.curved = false;
         p.topIn = topIn;
         double best = 0;
-        const PointD A = {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)};
-        const PointD B = {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)};
+        const PointD A = {static_cast<double>(pc[0].x), static_cast<double>(pc[0].y)};
+        const PointD B = {static_cast<double>(cb.x), static_cast<double>(cb.y)};
         // The optimal polygon of the points as moved (or not): the same for
         // every tolerance; the straight runs it is found from, the same
         // for both but near the ends.
@@ -849,8 +843,6 @@ private:
     const OutlineFitter::Settings settings_;  // the fit's, for the picture's size
     Chooser chooser_;
     std::vector<Corner> corners_, pc_;
-    std::vector<int> js_;
-    const Uses* prepared_ = nullptr;  // the loop corners_, js_ and samples_ are of
     std::vector<PointD> samples_, points_;
     std::vector<uint8_t> codes_;
     Curve whole_, cut_, hidden_;
@@ -909,11 +901,10 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::vector<int> js;
         std::vector<Piece*> found;
         std::vector<uint8_t> reversed;
-        // What to fit: every claimed piece (an index into `uses` and the
-        // piece's there), then the islands (`uses.size()` + an index into
-        // `islandUses`). One piece a job, so that a loop that claims most
-        // pieces (the background's) is shared out too.
-        std::vector<std::pair<size_t, size_t>> jobs;
+        // What to fit: every claimed piece and every island, one job each,
+        // so that a loop that claims most pieces (the background's) is
+        // shared out too.
+        std::vector<FitJob> jobs;
         std::vector<size_t> islandJobs;
 
         // 1. Every loop in order: its junctions, and which pieces it is the
@@ -993,13 +984,24 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     ++found[j]->users;
                     u.pieces.push_back({found[j], reversed[j] != 0, claimed});
                 }
-                for (size_t j = 0; claims && j < J; ++j)
-                    if (u.pieces[j].claimed) jobs.push_back({uses.size(), j});
+                for (size_t j = 0; claims && j < J; ++j) {
+                    if (!u.pieces[j].claimed) continue;
+                    const int a = js[j], b = js[(j + 1) % J];
+                    const int steps = b > a ? b - a : b + n - a;
+                    jobs.push_back({uses.size(), j, static_cast<size_t>(a),
+                                    static_cast<size_t>(steps), corners[static_cast<size_t>(a)]});
+                }
                 uses.push_back(std::move(u));
             }
         }
-        for (size_t i : islandJobs) jobs.push_back({uses.size() + i, 0});
+        for (size_t i : islandJobs) {
+            const IslandUse& u = islandUses[i];
+            jobs.push_back({uses.size() + i, 0, 0, u.shape->loops[u.loop].codes.size(), {}});
+        }
         std::vector<size_t>().swap(islandJobs);
+        // The longest first, so that the threads end at about one time.
+        std::stable_sort(jobs.begin(), jobs.end(),
+                         [](const FitJob& x, const FitJob& y) { return x.steps > y.steps; });
 
         // 2. The claimed pieces and islands fitted, on several threads for a
         // large picture: each fit reads only the picture, the labels and its
@@ -1012,8 +1014,9 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 for (;;) {
                     const size_t i = next.fetch_add(1);
                     if (i >= jobs.size()) return true;
-                    const size_t j = jobs[i].first;
-                    if (!(j < uses.size() ? f.piece(uses[j], jobs[i].second, go)
+                    const FitJob& job = jobs[i];
+                    const size_t j = job.use;
+                    if (!(j < uses.size() ? f.piece(uses[j], job, go)
                                           : f.island(islandUses[j - uses.size()], go)))
                         return false;
                 }

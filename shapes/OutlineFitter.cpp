@@ -203,15 +203,18 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
         }
         int limit = L.closed() ? n - 2 : n - 1 - k;
         if (cap > 0) limit = std::min(limit, cap);
-        const PointD a = L.at(k);
+        // Samples k..k + limit lie in the loop's array (k + limit < 2n).
+        const PointD* const pts = L.points() + k;
+        const uint8_t* const codes = L.codes() + k;
+        const PointD a = pts[0];
         bool cone = false;
         PointD lo = {0, 0}, hi = {0, 0};
-        int dirs = 1 << L.code(k);
+        int dirs = 1 << codes[0];
         int best = 1;
         for (int m = 1; m <= limit; ++m) {
-            dirs |= 1 << L.code(k + m);
+            dirs |= 1 << codes[m];
             if (dirs == 15) break;
-            const PointD p = sub(L.at(k + m), a);
+            const PointD p = sub(pts[m], a);
             if (cone && (cross(lo, p) < 0 || cross(p, hi) < 0)) break;
             best = m;
             const double d = norm(p);

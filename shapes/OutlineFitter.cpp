@@ -280,8 +280,10 @@ void fitLine(const Loop& L, int a, int b, PointD& point, PointD& normal) {
 }
 
 // Solves the small symmetric system A x = r (size m <= 4) in place; false
-// when it is singular.
-bool solve(double A[4][4], double r[4], int m) {
+// when it is singular. (The size is known where it is called: the loops
+// are unrolled.)
+template <int m>
+bool solve(double A[4][4], double r[4]) {
     for (int i = 0; i < m; ++i) {
         int p = i;
         for (int k = i + 1; k < m; ++k)
@@ -675,7 +677,7 @@ private:
         // depend on their order).
         for (int a = 1; a < m; ++a)
             for (int b = 0; b < a; ++b) A[a][b] = A[b][a];
-        if (!solve(A, r, m)) return false;
+        if (!solve<m>(A, r)) return false;
         int k = 0;
         if (free0) {
             seg[1] = {r[0], r[1]};
@@ -742,7 +744,7 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
         const double d1 = dot(n1, c1), d2 = dot(n2, c2);
         double r[4] = {n1.x * d1 + n2.x * d2 + lambda * s.x, n1.y * d1 + n2.y * d2 + lambda * s.y};
         PointD p = s;
-        if (solve(A, r, 2)) p = {r[0], r[1]};
+        if (solve<2>(A, r)) p = {r[0], r[1]};
         const PointD shift = sub(p, s);
         const double len = norm(shift);
         if (len > settings.maxShift) p = add(s, mul(shift, settings.maxShift / len));

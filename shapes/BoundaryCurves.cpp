@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <climits>
 #include <cmath>
 #include <memory>
 #include <unordered_map>
@@ -301,10 +302,15 @@ bool stackedSiblings(const EdgeSamples::Picture& pic, int32_t a, int32_t b) {
 double clearance(const Raster& r, PointD p, double ux, double uy, int32_t top, int32_t self,
                  double most) {
     const double step = 0.05;
+    int lastX = INT_MIN, lastY = INT_MIN;  // the pixel last looked at
     for (int i = 0; i * step < most; ++i) {
         const double t = i * step;
-        const int32_t l = r.at(static_cast<int>(std::floor(p.x + t * ux)),
-                               static_cast<int>(std::floor(p.y + t * uy)));
+        const int x = static_cast<int>(std::floor(p.x + t * ux)),
+                  y = static_cast<int>(std::floor(p.y + t * uy));
+        if (x == lastX && y == lastY) continue;
+        lastX = x;
+        lastY = y;
+        const int32_t l = r.at(x, y);
         if (l != top && l != self) return t;
     }
     return most;

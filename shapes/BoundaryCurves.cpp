@@ -6,6 +6,7 @@
 #include <climits>
 #include <cmath>
 #include <memory>
+#include <new>
 #include <unordered_map>
 #include <vector>
 
@@ -19,6 +20,10 @@
 namespace om1 {
 
 namespace {
+
+// Pictures from this many pixels sum their regions' inner colours in bands
+// on several threads.
+const long long kMinColourPixels = 1LL << 18;
 
 const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
@@ -473,27 +478,61 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
 // where it has none). The edge samples measure shares against these.
 // False when `going` answers false (asked every 256 rows).
 // `sum` gets, per region, the sums of those pixels' red, green and blue and
-// their count.
-bool interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out,
+// their count. A large picture's rows are summed in bands on `threads`
+// threads (whole numbers, so the sums are the same for any count).
+bool interiorColours(const EdgeSamples::Picture& pic, int threads, std::vector<RGBQUAD>& out,
                      std::vector<double>& sum, const std::function<bool()>& going) {
     const size_t n = pic.colours->size();
-    sum.assign(4 * n, 0.0);
     const int w = pic.width, h = pic.height;
-    for (int y = 1; y + 1 < h; ++y) {
-        if ((y & 255) == 0 && !going()) return false;
-        for (int x = 1; x + 1 < w; ++x) {
-            const size_t i = static_cast<size_t>(y) * w + x;
-            const int32_t l = pic.labels[i];
-            if (l < 0 || pic.labels[i - 1] != l || pic.labels[i + 1] != l ||
-                pic.labels[i - w] != l || pic.labels[i + w] != l)
-                continue;
-            const RGBQUAD& p = pic.pixels[i];
-            double* s = &sum[4 * static_cast<size_t>(l)];
-            s[0] += p.rgbRed;
-            s[1] += p.rgbGreen;
-            s[2] += p.rgbBlue;
-            s[3] += 1;
-        }
+    const long long pixels = static_cast<long long>(w) * h;
+    // Each band holds sums for every region: no more bands than keep those
+    // within the picture's own size.
+    const int bands = static_cast<int>(
+        std::max(1LL, std::min<long long>(Bands::count(threads, pixels, kMinColourPixels),
+                                          pixels / static_cast<long long>(8 * n + 8))));
+    std::vector<std::vector<uint64_t>> sums(static_cast<size_t>(bands));
+    std::atomic<bool> stop{false}, failed{false};
+    Bands::run(
+        bands, h,
+        [&](int band, long long begin, long long end) {
+            try {
+                std::vector<uint64_t>& own = sums[static_cast<size_t>(band)];
+                own.assign(4 * n, 0);
+                for (int y = static_cast<int>(std::max(1LL, begin));
+                     y < static_cast<int>(std::min<long long>(end, h - 1)); ++y) {
+                    if ((y & 255) == 0 && (stop.load() || (band == 0 && !going()))) {
+                        stop = true;
+                        return;
+                    }
+                    for (int x = 1; x + 1 < w; ++x) {
+                        const size_t i = static_cast<size_t>(y) * w + x;
+                        const int32_t l = pic.labels[i];
+                        if (l < 0 || pic.labels[i - 1] != l || pic.labels[i + 1] != l ||
+                            pic.labels[i - w] != l || pic.labels[i + w] != l)
+                            continue;
+                        const RGBQUAD& p = pic.pixels[i];
+                        uint64_t* s = &own[4 * static_cast<size_t>(l)];
+                        s[0] += p.rgbRed;
+                        s[1] += p.rgbGreen;
+                        s[2] += p.rgbBlue;
+                        s[3] += 1;
+                    }
+                }
+            } catch (...) {
+                failed = true;  // memory ran out
+                stop = true;
+            }
+        },
+        [&]() {
+            if (!stop.load() && !going()) stop = true;
+        });
+    if (failed) throw std::bad_alloc();
+    if (stop) return false;
+    sum.assign(4 * n, 0.0);
+    for (size_t k = 0; k < 4 * n; ++k) {
+        uint64_t total = 0;
+        for (const std::vector<uint64_t>& own : sums) total += own[k];
+        sum[k] = static_cast<double>(total);
     }
     out = *pic.colours;
     for (size_t l = 0; l < n; ++l) {
@@ -886,7 +925,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::vector<RGBQUAD> own;
         if (pic.pixels && pic.colours) {
             std::vector<double> sums;
-            if (!interiorColours(pic, own, sums, going)) return false;
+            if (!interiorColours(pic, options.threads, own, sums, going)) return false;
             pic.colours = &own;
             if (options.innerColours) innerFills(*given.colours, sums, set);
         }

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <climits>
 #include <cmath>
 #include <memory>
+#include <new>
 #include <unordered_map>
 #include <vector>
 
@@ -18,6 +20,10 @@
 namespace om1 {
 
 namespace {
+
+// Pictures from this many pixels sum their regions' inner colours in bands
+// on several threads.
+const long long kMinColourPixels = 1LL << 18;
 
 const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
@@ -123,17 +129,6 @@ void straightPiece(const std::vector<Corner>& corners, Curve& out) {
         out.push_back({a.x + (b.x - a.x) / 3, a.y + (b.y - a.y) / 3});
         out.push_back({a.x + 2 * (b.x - a.x) / 3, a.y + 2 * (b.y - a.y) / 3});
         out.push_back(b);
-    }
-}
-
-// The corners of a loop from corner a to corner b (round the loop; b at or
-// before a: the full way round).
-void cornersBetween(const std::vector<Corner>& corners, int a, int b, std::vector<Corner>& pc) {
-    const int n = static_cast<int>(corners.size());
-    pc.clear();
-    for (int k = a;; k = (k + 1) % n) {
-        pc.push_back(corners[static_cast<size_t>(k)]);
-        if (k == b && pc.size() > 1) break;
     }
 }
 
@@ -270,10 +265,7 @@ struct FlatPicture {
 };
 
 // The labels on either side of the step that leaves corner k of a loop.
-void sides(const Raster& r, const CrackLoop& loop, const std::vector<Corner>& corners, int k,
-           int32_t& in, int32_t& out) {
-    const int d = loop.codes[static_cast<size_t>(k)];
-    const Corner& c = corners[static_cast<size_t>(k)];
+void sides(const Raster& r, const Corner& c, int d, int32_t& in, int32_t& out) {
     out = r.at(c.x + kOutX[d], c.y + kOutY[d]);
     const int o = (d + 3) & 3;
     in = r.at(c.x + kOutX[d] - kDx[o], c.y + kOutY[d] - kDy[o]);
@@ -315,10 +307,15 @@ bool stackedSiblings(const EdgeSamples::Picture& pic, int32_t a, int32_t b) {
 double clearance(const Raster& r, PointD p, double ux, double uy, int32_t top, int32_t self,
                  double most) {
     const double step = 0.05;
+    int lastX = INT_MIN, lastY = INT_MIN;  // the pixel last looked at
     for (int i = 0; i * step < most; ++i) {
         const double t = i * step;
-        const int32_t l = r.at(static_cast<int>(std::floor(p.x + t * ux)),
-                               static_cast<int>(std::floor(p.y + t * uy)));
+        const int x = static_cast<int>(std::floor(p.x + t * ux)),
+                  y = static_cast<int>(std::floor(p.y + t * uy));
+        if (x == lastX && y == lastY) continue;
+        lastX = x;
+        lastY = y;
+        const int32_t l = r.at(x, y);
         if (l != top && l != self) return t;
     }
     return most;
@@ -481,27 +478,61 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
 // where it has none). The edge samples measure shares against these.
 // False when `going` answers false (asked every 256 rows).
 // `sum` gets, per region, the sums of those pixels' red, green and blue and
-// their count.
-bool interiorColours(const EdgeSamples::Picture& pic, std::vector<RGBQUAD>& out,
+// their count. A large picture's rows are summed in bands on `threads`
+// threads (whole numbers, so the sums are the same for any count).
+bool interiorColours(const EdgeSamples::Picture& pic, int threads, std::vector<RGBQUAD>& out,
                      std::vector<double>& sum, const std::function<bool()>& going) {
     const size_t n = pic.colours->size();
-    sum.assign(4 * n, 0.0);
     const int w = pic.width, h = pic.height;
-    for (int y = 1; y + 1 < h; ++y) {
-        if ((y & 255) == 0 && !going()) return false;
-        for (int x = 1; x + 1 < w; ++x) {
-            const size_t i = static_cast<size_t>(y) * w + x;
-            const int32_t l = pic.labels[i];
-            if (l < 0 || pic.labels[i - 1] != l || pic.labels[i + 1] != l ||
-                pic.labels[i - w] != l || pic.labels[i + w] != l)
-                continue;
-            const RGBQUAD& p = pic.pixels[i];
-            double* s = &sum[4 * static_cast<size_t>(l)];
-            s[0] += p.rgbRed;
-            s[1] += p.rgbGreen;
-            s[2] += p.rgbBlue;
-            s[3] += 1;
-        }
+    const long long pixels = static_cast<long long>(w) * h;
+    // Each band holds sums for every region: no more bands than keep those
+    // within the picture's own size.
+    const int bands = static_cast<int>(
+        std::max(1LL, std::min<long long>(Bands::count(threads, pixels, kMinColourPixels),
+                                          pixels / static_cast<long long>(8 * n + 8))));
+    std::vector<std::vector<uint64_t>> sums(static_cast<size_t>(bands));
+    std::atomic<bool> stop{false}, failed{false};
+    Bands::run(
+        bands, h,
+        [&](int band, long long begin, long long end) {
+            try {
+                std::vector<uint64_t>& own = sums[static_cast<size_t>(band)];
+                own.assign(4 * n, 0);
+                for (int y = static_cast<int>(std::max(1LL, begin));
+                     y < static_cast<int>(std::min<long long>(end, h - 1)); ++y) {
+                    if ((y & 255) == 0 && (stop.load() || (band == 0 && !going()))) {
+                        stop = true;
+                        return;
+                    }
+                    for (int x = 1; x + 1 < w; ++x) {
+                        const size_t i = static_cast<size_t>(y) * w + x;
+                        const int32_t l = pic.labels[i];
+                        if (l < 0 || pic.labels[i - 1] != l || pic.labels[i + 1] != l ||
+                            pic.labels[i - w] != l || pic.labels[i + w] != l)
+                            continue;
+                        const RGBQUAD& p = pic.pixels[i];
+                        uint64_t* s = &own[4 * static_cast<size_t>(l)];
+                        s[0] += p.rgbRed;
+                        s[1] += p.rgbGreen;
+                        s[2] += p.rgbBlue;
+                        s[3] += 1;
+                    }
+                }
+            } catch (...) {
+                failed = true;  // memory ran out
+                stop = true;
+            }
+        },
+        [&]() {
+            if (!stop.load() && !going()) stop = true;
+        });
+    if (failed) throw std::bad_alloc();
+    if (stop) return false;
+    sum.assign(4 * n, 0.0);
+    for (size_t k = 0; k < 4 * n; ++k) {
+        uint64_t total = 0;
+        for (const std::vector<uint64_t>& own : sums) total += own[k];
+        sum[k] = static_cast<double>(total);
     }
     out = *pic.colours;
     for (size_t l = 0; l < n; ++l) {
@@ -609,6 +640,16 @@ struct KeepOnStop {
     }
 };
 
+// One fit to make: a claimed piece (an index into the uses and the piece's
+// there, its first step `a` and the corner that step leaves, its steps) or
+// an island (`use`: the uses' count + an index into the island uses, `steps`
+// its loop's).
+struct FitJob {
+    size_t use, piece;
+    size_t a, steps;
+    Corner at;
+};
+
 // Asked before every fit with the fit's size in steps; false: no more fits.
 using Going = std::function<bool(size_t)>;
 
@@ -635,7 +676,7 @@ public:
         const int n = static_cast<int>(corners_.size());
         if (!going(8 * static_cast<size_t>(n))) return false;
         int32_t in, out;
-        sides(r_, loop, corners_, 0, in, out);
+        sides(r_, corners_[0], loop.codes[0], in, out);
         EdgeSamples::sample(loop, pic_, samples_);
         CurveFitter::fitLoop(loop, samples_, settings_, whole_);
         Piece& p = *u.piece;
@@ -648,24 +689,23 @@ public:
         return true;
     }
 
-    // The pieces the loop of `u` claims, each between two of its junctions
-    // (`u.pieces` in the order of the junctions from the loop's first
-    // corner). False when `going` answered false.
-    bool pieces(Uses& u, const Going& going) {
+    // A piece the loop of `u` claims (`job`), between two of its
+    // junctions: its corners and samples are found for its own steps
+    // alone. False when `going` answered false.
+    bool piece(const Uses& u, const FitJob& job, const Going& going) {
         const CrackLoop& loop = u.shape->loops[u.loop];
-        corners_ = loop.corners();
-        const int n = static_cast<int>(corners_.size());
-        js_.clear();
-        for (int k = 0; k < n; ++k)
-            if (r_.junction(corners_[k].x, corners_[k].y)) js_.push_back(k);
-        const size_t J = js_.size();
-        EdgeSamples::sample(loop, pic_, samples_);
-        for (size_t j = 0; j < J; ++j) {
-            if (!u.pieces[j].claimed) continue;
-            const int a = js_[j], b = js_[(j + 1) % J];
-            if (!piece(loop, a, b, *u.pieces[j].piece, going)) return false;
+        const size_t n = loop.codes.size();
+        Corner c = job.at;
+        pc_.clear();
+        pc_.push_back(c);
+        for (size_t k = 0, i = job.a; k < job.steps; ++k, i = i + 1 == n ? 0 : i + 1) {
+            const int d = loop.codes[i];
+            c.x += kDx[d];
+            c.y += kDy[d];
+            pc_.push_back(c);
         }
-        return true;
+        EdgeSamples::sample(loop, pic_, job.a, job.steps, job.at, samples_);
+        return piece(loop, static_cast<int>(job.a), *u.pieces[job.piece].piece, going);
     }
 
 private:
@@ -676,36 +716,37 @@ private:
                      (b >= 0 && static_cast<size_t>(b) < k->size() && (*k)[b]));
     }
 
-    // The piece of `loop` from corner a to corner b (junctions), into the
-    // curves of `slot`.
-    bool piece(const CrackLoop& loop, int a, int b, Piece& slot, const Going& going) {
+    // The piece of `loop` from its step a (a junction) along the corners
+    // `pc_` (to the next junction) through the samples `samples_` of its
+    // steps, into the curves of `slot`.
+    bool piece(const CrackLoop& loop, int a, Piece& slot, const Going& going) {
         const Raster& r = r_;
         const EdgeSamples::Picture& given = given_;
         const EdgeSamples::Picture& pic = pic_;
         const OutputOptions& options = options_;
-        const std::vector<Corner>& corners = corners_;
-        const int n = static_cast<int>(corners.size());
+        const int n = static_cast<int>(loop.codes.size());
         std::vector<PointD>& points = points_;
         std::vector<uint8_t>& codes = codes_;
-        std::vector<Corner>& pc = pc_;
+        const std::vector<Corner>& pc = pc_;
         Curve& cut = cut_;
         Curve& hidden = hidden_;
         Chooser& chooser = chooser_;
-        int32_t in, out;
-        sides(r, loop, corners, a, in, out);
-        cornersBetween(corners, a, b, pc);
         // The piece through its samples, from junction to junction.
         const int steps = static_cast<int>(pc.size()) - 1;
+        const int b = (a + steps) % n;
+        int32_t in, out;
+        sides(r, pc[0], loop.codes[a], in, out);
         points.clear();
         codes.clear();
-        points.push_back({static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)});
+        points.push_back({static_cast<double>(pc[0].x), static_cast<double>(pc[0].y)});
         codes.push_back(loop.codes[a]);
         for (int k = 0; k < steps; ++k) {
             const int i = (a + k) % n;
-            points.push_back(samples_[i]);
+            points.push_back(samples_[static_cast<size_t>(k)]);
             codes.push_back(loop.codes[i]);
         }
-        points.push_back({static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)});
+        const Corner& cb = pc[static_cast<size_t>(steps)];
+        points.push_back({static_cast<double>(cb.x), static_cast<double>(cb.y)});
         codes.push_back(loop.codes[(b + n - 1) % n]);
         // The fit runs between where the edge really ends near the junctions
         // (edgeEnd); a straight piece joins it to each junction, so that
@@ -714,18 +755,18 @@ private:
         PointD startX, endX;
         std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
         std::reverse(tail.begin(), tail.end());
-        const bool moveStart =
-            edgeEnd(r, corners[a], loop.codes[a], &points[1], firstSamples, startX);
-        const bool moveEnd = edgeEnd(r, corners[b], (loop.codes[(b + n - 1) % n] + 2) & 3,
-                                     tail.data(), firstSamples, endX);
+        const bool moveStart = edgeEnd(r, pc[0], loop.codes[a], &points[1], firstSamples, startX);
+        const bool moveEnd =
+            edgeEnd(r, cb, (loop.codes[(b + n - 1) % n] + 2) & 3, tail.data(), firstSamples, endX);
         // Where the picture shows both regions in their own colours on every
         // step, the staircase is exact.
         bool exact = given.pixels != nullptr;
         for (int k = 0; k < steps && exact; ++k) {
             int32_t li, lo;
             const int i = (a + k) % n;
-            sides(r, loop, corners, i, li, lo);
-            exact = lo >= 0 && li >= 0 && ownColour(given, corners[i], loop.codes[i], li, lo);
+            const Corner& ck = pc[static_cast<size_t>(k)];
+            sides(r, ck, loop.codes[i], li, lo);
+            exact = lo >= 0 && li >= 0 && ownColour(given, ck, loop.codes[i], li, lo);
         }
         exact = exact || stairs(in, out);
         // The fit at the tolerance asked and, where it takes more than two
@@ -739,8 +780,8 @@ private:
         p.curved = false;
         p.topIn = topIn;
         double best = 0;
-        const PointD A = {static_cast<double>(corners[a].x), static_cast<double>(corners[a].y)};
-        const PointD B = {static_cast<double>(corners[b].x), static_cast<double>(corners[b].y)};
+        const PointD A = {static_cast<double>(pc[0].x), static_cast<double>(pc[0].y)};
+        const PointD B = {static_cast<double>(cb.x), static_cast<double>(cb.y)};
         // The optimal polygon of the points as moved (or not): the same for
         // every tolerance; the straight runs it is found from, the same
         // for both but near the ends.
@@ -847,7 +888,6 @@ private:
     const OutlineFitter::Settings settings_;  // the fit's, for the picture's size
     Chooser chooser_;
     std::vector<Corner> corners_, pc_;
-    std::vector<int> js_;
     std::vector<PointD> samples_, points_;
     std::vector<uint8_t> codes_;
     Curve whole_, cut_, hidden_;
@@ -885,7 +925,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::vector<RGBQUAD> own;
         if (pic.pixels && pic.colours) {
             std::vector<double> sums;
-            if (!interiorColours(pic, own, sums, going)) return false;
+            if (!interiorColours(pic, options.threads, own, sums, going)) return false;
             pic.colours = &own;
             if (options.innerColours) innerFills(*given.colours, sums, set);
         }
@@ -906,9 +946,10 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::vector<int> js;
         std::vector<Piece*> found;
         std::vector<uint8_t> reversed;
-        // What to fit: the loops that claim pieces (an index into `uses`)
-        // and the islands (`uses.size()` + an index into `islandUses`).
-        std::vector<size_t> jobs;
+        // What to fit: every claimed piece and every island, one job each,
+        // so that a loop that claims most pieces (the background's) is
+        // shared out too.
+        std::vector<FitJob> jobs;
         std::vector<size_t> islandJobs;
 
         // 1. Every loop in order: its junctions, and which pieces it is the
@@ -988,12 +1029,24 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     ++found[j]->users;
                     u.pieces.push_back({found[j], reversed[j] != 0, claimed});
                 }
-                if (claims) jobs.push_back(uses.size());
+                for (size_t j = 0; claims && j < J; ++j) {
+                    if (!u.pieces[j].claimed) continue;
+                    const int a = js[j], b = js[(j + 1) % J];
+                    const int steps = b > a ? b - a : b + n - a;
+                    jobs.push_back({uses.size(), j, static_cast<size_t>(a),
+                                    static_cast<size_t>(steps), corners[static_cast<size_t>(a)]});
+                }
                 uses.push_back(std::move(u));
             }
         }
-        for (size_t i : islandJobs) jobs.push_back(uses.size() + i);
+        for (size_t i : islandJobs) {
+            const IslandUse& u = islandUses[i];
+            jobs.push_back({uses.size() + i, 0, 0, u.shape->loops[u.loop].codes.size(), {}});
+        }
         std::vector<size_t>().swap(islandJobs);
+        // The longest first, so that the threads end at about one time.
+        std::stable_sort(jobs.begin(), jobs.end(),
+                         [](const FitJob& x, const FitJob& y) { return x.steps > y.steps; });
 
         // 2. The claimed pieces and islands fitted, on several threads for a
         // large picture: each fit reads only the picture, the labels and its
@@ -1006,8 +1059,9 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 for (;;) {
                     const size_t i = next.fetch_add(1);
                     if (i >= jobs.size()) return true;
-                    const size_t j = jobs[i];
-                    if (!(j < uses.size() ? f.pieces(uses[j], go)
+                    const FitJob& job = jobs[i];
+                    const size_t j = job.use;
+                    if (!(j < uses.size() ? f.piece(uses[j], job, go)
                                           : f.island(islandUses[j - uses.size()], go)))
                         return false;
                 }

@@ -69,10 +69,17 @@ bool shares3(const RGBQUAD& p, const RGBQUAD& a, const RGBQUAD& b, const RGBQUAD
 }  // namespace
 
 void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, std::vector<PointD>& out) {
+    sample(loop, pic, 0, loop.codes.size(), Corner{loop.x, loop.y}, out);
+}
+
+void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, size_t first, size_t count,
+                         Corner at, std::vector<PointD>& out) {
     out.clear();
-    out.reserve(loop.codes.size());
-    int cx = loop.x, cy = loop.y;
-    for (uint8_t d : loop.codes) {
+    out.reserve(count);
+    const size_t n = loop.codes.size();
+    int cx = at.x, cy = at.y;
+    for (size_t k = 0, i = first; k < count && n > 0; ++k, i = i + 1 == n ? 0 : i + 1) {
+        const uint8_t d = loop.codes[i];
         const PointD mid = {cx + 0.5 * kDx[d], cy + 0.5 * kDy[d]};
         cx += kDx[d];
         cy += kDy[d];

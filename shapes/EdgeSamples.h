@@ -56,6 +56,11 @@ public:
     // One sample per step of `loop`, in order: the point where the edge
     // crosses the line through the step's midpoint across the step.
     static void sample(const CrackLoop& loop, const Picture& picture, std::vector<PointD>& out);
+    // The same for `count` steps from step `first` (round the loop), which
+    // leaves corner `at`: the samples of those steps, each as sample() finds
+    // it.
+    static void sample(const CrackLoop& loop, const Picture& picture, size_t first, size_t count,
+                       Corner at, std::vector<PointD>& out);
 
     // The share (0..1) of colour `in` that a pixel of colour `p` holds
     // against colour `out`; -1 when the two colours are too close to tell.

@@ -203,15 +203,18 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
         }
         int limit = L.closed() ? n - 2 : n - 1 - k;
         if (cap > 0) limit = std::min(limit, cap);
-        const PointD a = L.at(k);
+        // Samples k..k + limit lie in the loop's array (k + limit < 2n).
+        const PointD* const pts = L.points() + k;
+        const uint8_t* const codes = L.codes() + k;
+        const PointD a = pts[0];
         bool cone = false;
         PointD lo = {0, 0}, hi = {0, 0};
-        int dirs = 1 << L.code(k);
+        int dirs = 1 << codes[0];
         int best = 1;
         for (int m = 1; m <= limit; ++m) {
-            dirs |= 1 << L.code(k + m);
+            dirs |= 1 << codes[m];
             if (dirs == 15) break;
-            const PointD p = sub(L.at(k + m), a);
+            const PointD p = sub(pts[m], a);
             if (cone && (cross(lo, p) < 0 || cross(p, hi) < 0)) break;
             best = m;
             const double d = norm(p);
@@ -277,8 +280,10 @@ void fitLine(const Loop& L, int a, int b, PointD& point, PointD& normal) {
 }
 
 // Solves the small symmetric system A x = r (size m <= 4) in place; false
-// when it is singular.
-bool solve(double A[4][4], double r[4], int m) {
+// when it is singular. (The size is known where it is called: the loops
+// are unrolled.)
+template <int m>
+bool solve(double A[4][4], double r[4]) {
     for (int i = 0; i < m; ++i) {
         int p = i;
         for (int k = i + 1; k < m; ++k)
@@ -564,6 +569,8 @@ private:
                 if (last && worst > tol) return false;
                 // Far out already: this fit fails whatever the rest.
                 if (!sound && worst > 8 * tol) return false;
+                // The last round's parameters are not used again.
+                if (iter + 1 == rounds) continue;
                 const PointD d1 =
                     add(add(mul(d10, 3 * v * v), mul(d21, 6 * v * t)), mul(d32, 3 * t * t));
                 const PointD d2 = add(mul(e0, 6 * (1 - t)), mul(e1, 6 * t));
@@ -586,40 +593,91 @@ private:
     template <bool free0, bool free3>
     bool leastSquares(const PointD* q, int count, PointD P0, PointD P3, PointD t0, PointD t3,
                       PointD* seg) {
+        // The normal equations: A[a][b] sums e_a . e_b and r[a] sums e_a . res
+        // over the samples, where e_a are the directions the unknowns move
+        // the curve point in (a free end's two coordinates move it by b1 or
+        // b2 along one axis: (b1, 0) and (0, b1)) and res is the sample less
+        // the curve's known part. A product with such a zero coordinate adds
+        // nothing (not even the sign of a zero, the sums starting at +0), so
+        // it is left out: the sums are those of the full products.
         double A[4][4] = {}, r[4] = {};
         constexpr int m = (free0 ? 2 : 1) + (free3 ? 2 : 1);
-        PointD e[4];
+        double s11 = 0, s12 = 0, s22 = 0;  // b1 b1, b1 b2, b2 b2 (both ends free)
+        double r0 = 0, r1 = 0, r2 = 0, r3 = 0;
+        double a00 = 0, a01 = 0, a02 = 0, a11 = 0, a12 = 0, a22 = 0;
         const double* const uu = u_.data();
         for (int i = 0; i < count; ++i) {
             const double u = uu[i], v = 1 - u;
             const double b0 = v * v * v, b1 = 3 * v * v * u, b2 = 3 * v * u * u, b3 = u * u * u;
-            PointD known = add(mul(P0, b0), mul(P3, b3));
-            int k = 0;
-            if (free0) {
-                e[k++] = {b1, 0};
-                e[k++] = {0, b1};
+            double kx = P0.x * b0 + P3.x * b3, ky = P0.y * b0 + P3.y * b3;
+            if (!free0) kx = kx + P0.x * b1, ky = ky + P0.y * b1;
+            if (!free3) kx = kx + P3.x * b2, ky = ky + P3.y * b2;
+            const double rx = q[i].x - kx, ry = q[i].y - ky;
+            if (free0 && free3) {
+                // e: (b1, 0), (0, b1), (b2, 0), (0, b2).
+                r0 += b1 * rx;
+                r1 += b1 * ry;
+                r2 += b2 * rx;
+                r3 += b2 * ry;
+                s11 += b1 * b1;
+                s12 += b1 * b2;
+                s22 += b2 * b2;
+            } else if (free0) {
+                // e: (b1, 0), (0, b1), g.
+                const double gx = t3.x * -b2, gy = t3.y * -b2;
+                r0 += b1 * rx;
+                r1 += b1 * ry;
+                r2 += gx * rx + gy * ry;
+                s11 += b1 * b1;
+                a02 += b1 * gx;
+                a12 += b1 * gy;
+                a22 += gx * gx + gy * gy;
+            } else if (free3) {
+                // e: h, (b2, 0), (0, b2).
+                const double hx = t0.x * b1, hy = t0.y * b1;
+                r0 += hx * rx + hy * ry;
+                r1 += b2 * rx;
+                r2 += b2 * ry;
+                a00 += hx * hx + hy * hy;
+                a01 += hx * b2;
+                a02 += hy * b2;
+                s22 += b2 * b2;
             } else {
-                known = add(known, mul(P0, b1));
-                e[k++] = mul(t0, b1);
+                // e: h, g.
+                const double hx = t0.x * b1, hy = t0.y * b1;
+                const double gx = t3.x * -b2, gy = t3.y * -b2;
+                r0 += hx * rx + hy * ry;
+                r1 += gx * rx + gy * ry;
+                a00 += hx * hx + hy * hy;
+                a01 += hx * gx + hy * gy;
+                a11 += gx * gx + gy * gy;
             }
-            if (free3) {
-                e[k++] = {b2, 0};
-                e[k++] = {0, b2};
-            } else {
-                known = add(known, mul(P3, b2));
-                e[k++] = mul(t3, -b2);
-            }
-            const PointD res = sub(q[i], known);
-            for (int a = 0; a < m; ++a) {
-                r[a] += dot(e[a], res);
-                for (int b = a; b < m; ++b) A[a][b] += dot(e[a], e[b]);
-            }
+        }
+        r[0] = r0, r[1] = r1, r[2] = r2, r[3] = r3;
+        if (free0 && free3) {
+            A[0][0] = A[1][1] = s11;
+            A[0][2] = A[1][3] = s12;
+            A[2][2] = A[3][3] = s22;
+        } else if (free0) {
+            A[0][0] = A[1][1] = s11;
+            A[0][2] = a02;
+            A[1][2] = a12;
+            A[2][2] = a22;
+        } else if (free3) {
+            A[0][0] = a00;
+            A[0][1] = a01;
+            A[0][2] = a02;
+            A[1][1] = A[2][2] = s22;
+        } else {
+            A[0][0] = a00;
+            A[0][1] = a01;
+            A[1][1] = a11;
         }
         // The lower half: the same sums (a product of two doubles does not
         // depend on their order).
         for (int a = 1; a < m; ++a)
             for (int b = 0; b < a; ++b) A[a][b] = A[b][a];
-        if (!solve(A, r, m)) return false;
+        if (!solve<m>(A, r)) return false;
         int k = 0;
         if (free0) {
             seg[1] = {r[0], r[1]};
@@ -686,7 +744,7 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
         const double d1 = dot(n1, c1), d2 = dot(n2, c2);
         double r[4] = {n1.x * d1 + n2.x * d2 + lambda * s.x, n1.y * d1 + n2.y * d2 + lambda * s.y};
         PointD p = s;
-        if (solve(A, r, 2)) p = {r[0], r[1]};
+        if (solve<2>(A, r)) p = {r[0], r[1]};
         const PointD shift = sub(p, s);
         const double len = norm(shift);
         if (len > settings.maxShift) p = add(s, mul(shift, settings.maxShift / len));

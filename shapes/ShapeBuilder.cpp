@@ -51,23 +51,29 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted,
     lifted.assign(static_cast<size_t>(n), 0);
     for (int i = 0; i < n; ++i) join[i] = i;
     std::vector<std::pair<int32_t, int32_t>> pairs;
+    // (Pairs are sorted and made unique below: one that repeats the last
+    // found is left out at once.)
     auto consider = [&](int32_t a, int32_t b) {
-        if (a < 0 || b < 0 || a == b) return;
+        if (b < 0 || a == b) return;
         const LabelRaster::Node &na = lr.nodes[a], &nb = lr.nodes[b];
         if (na.frame || nb.frame || !sameColour(na.color, nb.color)) return;
         if (na.alpha != nb.alpha || na.alpha == 0) return;
-        pairs.emplace_back(std::min(a, b), std::max(a, b));
+        const std::pair<int32_t, int32_t> pr(std::min(a, b), std::max(a, b));
+        if (pairs.empty() || pairs.back() != pr) pairs.push_back(pr);
     };
     const int w = lr.width, h = lr.height;
     for (int y = 0; y < h; ++y) {
         if ((y & 255) == 255 && !going()) return join;
+        const int32_t* const row = lr.labels.data() + static_cast<size_t>(y) * w;
         for (int x = 0; x < w; ++x) {
-            const int32_t* p = &lr.labels[static_cast<size_t>(y) * w + x];
-            if (x + 1 < w) consider(p[0], p[1]);
+            const int32_t* p = row + x;
+            const int32_t a = p[0];
+            if (a < 0) continue;
+            if (x + 1 < w && p[1] != a) consider(a, p[1]);
             if (y + 1 < h) {
-                consider(p[0], p[w]);
-                if (x + 1 < w) consider(p[0], p[w + 1]);
-                if (x > 0) consider(p[0], p[w - 1]);
+                if (p[w] != a) consider(a, p[w]);
+                if (x + 1 < w && p[w + 1] != a) consider(a, p[w + 1]);
+                if (x > 0 && p[w - 1] != a) consider(a, p[w - 1]);
             }
         }
     }
@@ -135,13 +141,21 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
     std::vector<int32_t> firstPixel(lr.exact() && !transparent ? static_cast<size_t>(n) : 0, -1);
     for (int y = 0; y < lr.height; ++y) {
         if ((y & 255) == 255 && !going()) return false;
-        for (int x = 0; x < lr.width; ++x) {
-            const size_t p = static_cast<size_t>(y) * lr.width + x;
-            const int32_t l = lr.labels[p];
-            if (l < 0) continue;
-            if (!firstPixel.empty() && firstPixel[l] < 0) firstPixel[l] = static_cast<int32_t>(p);
-            boxes[l].add(x, y);
-            ++out.shapes[l].pixels;
+        // A run of one label at a time: its ends widen the label's box.
+        const int32_t* const row = lr.labels.data() + static_cast<size_t>(y) * lr.width;
+        for (int x = 0; x < lr.width;) {
+            const int32_t l = row[x];
+            int end = x + 1;
+            while (end < lr.width && row[end] == l) ++end;
+            if (l >= 0) {
+                const size_t p = static_cast<size_t>(y) * lr.width + x;
+                if (!firstPixel.empty() && firstPixel[l] < 0)
+                    firstPixel[l] = static_cast<int32_t>(p);
+                boxes[l].add(x, y);
+                boxes[l].add(end - 1, y);
+                out.shapes[l].pixels += end - x;
+            }
+            x = end;
         }
     }
     // Children come after their parents: fold boxes and counts upward.

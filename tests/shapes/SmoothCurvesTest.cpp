@@ -211,6 +211,19 @@ TEST(SmoothCurves, ThinBandBetweenTwoColours) {
     om1::EdgeSamples::sample(strip, pic, samples);
     ASSERT_EQ(samples.size(), strip.codes.size());
     for (int x = 2; x < w - 2; ++x) EXPECT_NEAR(samples[static_cast<size_t>(x)].y, 19.6, 0.02) << x;
+    // A run of steps (one round the loop's end too) samples as the whole
+    // loop does.
+    const std::vector<om1::Corner> corners = strip.corners();
+    const size_t n = strip.codes.size();
+    for (const size_t first : {size_t{0}, size_t{5}, n - 3}) {
+        std::vector<PointD> part;
+        om1::EdgeSamples::sample(strip, pic, first, 7, corners[first], part);
+        ASSERT_EQ(part.size(), 7u);
+        for (size_t k = 0; k < 7; ++k) {
+            EXPECT_EQ(part[k].x, samples[(first + k) % n].x) << first << " " << k;
+            EXPECT_EQ(part[k].y, samples[(first + k) % n].y) << first << " " << k;
+        }
+    }
 }
 
 // A slanted anti-aliased edge lands within 0.1 px of its true position,

@@ -112,7 +112,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
             return rank[c >> 6] + bitsSet(below);
         };
-        // Runs of one colour are common: each band keeps its last answer.
+        // Runs of one colour are common: each band keeps its last answer
+        // (for the table, whose lookups take long).
         struct LastEntry {
             uint32_t colour = 0xFFFFFFFFu, rank = 0;
         };
@@ -210,12 +211,14 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             for (uint32_t k : words)
                 for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
                     entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
+            // Every pixel's colour is looked up (three reads): the picture
+            // has many colours, and a guess whether the colour changed
+            // would miss too often.
             if (bands == 1) {
-                LastEntry last;
                 for (size_t i = 0; i < n; ++i) {
                     if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n))
                         return false;
-                    ++entries[entryOf(i, last)].count;
+                    ++entries[rankOf(packColour(pixels[i]))].count;
                 }
             } else {
                 std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
@@ -224,13 +227,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 Bands::run(
                     bands, static_cast<long long>(n),
                     [&](int band, long long b, long long e) {
-                        LastEntry last;
                         uint32_t* mine = counts[band].data();
                         for (long long i = b; i < e; ++i) {
                             if (((i - b) & kEvery) == kEvery &&
                                 !bandGoing(stop, band, i, b, e, 0.3, 0.2))
                                 return;
-                            ++mine[entryOf(static_cast<size_t>(i), last)];
+                            ++mine[rankOf(packColour(pixels[i]))];
                         }
                     },
                     [&]() {
@@ -401,17 +403,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     if (((i - from) & 0xFFFFF) == 0 &&
                         !bandGoing(stop, band, i, from, to, 0.8, 0.2))
                         return;
-                    uint32_t b;
-                    if (boxOf) {
-                        const uint32_t c = packColour(pixels[i]);
-                        if (c != last.colour) {
-                            last.colour = c;
-                            last.rank = boxOf[c];
-                        }
-                        b = last.rank;
-                    } else {
-                        b = nearestOf[entryOf(static_cast<size_t>(i), last)];
-                    }
+                    // A table lookup takes long, the others (a read, or
+                    // three) less than a missed guess whether the colour
+                    // changed.
+                    const uint32_t b = boxOf    ? boxOf[packColour(pixels[i])]
+                                       : tabled ? nearestOf[entryOf(static_cast<size_t>(i), last)]
+                                                : nearestOf[rankOf(packColour(pixels[i]))];
                     mine[b] = 1;
                     const BYTE reserved = pixels[i].rgbReserved;
                     pixels[i] = colours[b];

@@ -37,7 +37,18 @@ struct DecompressorFree {
 // in a register.
 template <int B>
 void sub(uint8_t* row, size_t bytes) {
-    for (size_t i = B; i < bytes; ++i) row[i] = static_cast<uint8_t>(row[i] + row[i - B]);
+    if (bytes < 2 * B) {
+        for (size_t i = B; i < bytes; ++i) row[i] = static_cast<uint8_t>(row[i] + row[i - B]);
+        return;
+    }
+    uint8_t left[B];
+    for (int c = 0; c < B; ++c) left[c] = row[c];
+    size_t i = B;
+    for (; i + B <= bytes; i += B)
+#pragma GCC unroll 8
+        for (int c = 0; c < B; ++c)
+            left[c] = row[i + c] = static_cast<uint8_t>(row[i + c] + left[c]);
+    for (; i < bytes; ++i) row[i] = static_cast<uint8_t>(row[i] + row[i - B]);
 }
 
 template <int B>
@@ -45,6 +56,7 @@ void average(uint8_t* row, const uint8_t* prior, size_t bytes) {
     unsigned left[B];
     for (int c = 0; c < B; ++c) left[c] = row[c] = static_cast<uint8_t>(row[c] + (prior[c] >> 1));
     for (size_t i = B; i < bytes; i += B)
+#pragma GCC unroll 8
         for (int c = 0; c < B; ++c)
             left[c] = row[i + c] =
                 static_cast<uint8_t>(row[i + c] + ((left[c] + prior[i + c]) >> 1));
@@ -58,6 +70,7 @@ void paeth(uint8_t* row, const uint8_t* prior, size_t bytes) {
         upLeft[c] = prior[c];
     }
     for (size_t i = B; i < bytes; i += B)
+#pragma GCC unroll 8
         for (int c = 0; c < B; ++c) {
             const int a = left[c], b = prior[i + c], cc = upLeft[c];
             const int pa = std::abs(b - cc), pb = std::abs(a - cc), pc = std::abs(a + b - 2 * cc);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <unordered_map>
 
 #include "prepare/Bands.h"
@@ -115,6 +116,28 @@ void AlphaPicture::settle(std::vector<RGBQUAD>& pixels, std::vector<uint8_t>& al
         if (alpha[i] == kEmpty) pixels[i].rgbRed = pixels[i].rgbGreen = pixels[i].rgbBlue = 0;
 }
 
+namespace {
+
+// Row of RGBA bytes into pixels (blue, green, red, 0); returns the AND of
+// their alpha bytes (255 when every pixel is opaque).
+uint8_t convertRow(const uint8_t* row, int width, RGBQUAD* out) {
+    uint32_t all = 0xFFFFFFFFu;
+    for (int x = 0; x < width; ++x) {
+        uint32_t v;
+        std::memcpy(&v, row + 4 * static_cast<size_t>(x), sizeof v);
+        all &= v;
+        const uint32_t q = (v >> 16 & 0xFFu) | (v & 0xFF00u) | (v & 0xFFu) << 16;
+        std::memcpy(out + x, &q, sizeof q);
+    }
+    return static_cast<uint8_t>(all >> 24);
+}
+
+void alphaRow(const uint8_t* row, int width, uint8_t* out) {
+    for (int x = 0; x < width; ++x) out[x] = row[4 * static_cast<size_t>(x) + 3];
+}
+
+}  // namespace
+
 bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t stride,
                             bool composite, RGBQUAD background, std::vector<RGBQUAD>& pixels,
                             std::vector<uint8_t>& alpha, const std::function<bool()>& going,
@@ -125,48 +148,51 @@ bool AlphaPicture::fromRgba(const uint8_t* rgba, int width, int height, size_t s
     try {
         const size_t n = static_cast<size_t>(width) * height;
         // Grown row by row, so that no single step touches all the memory.
+        // The alpha bytes are only kept when some pixel is not opaque (an
+        // opaque picture has no alpha, composited or not).
         pixels.reserve(n);
-        alpha.reserve(n);
         // A large picture: grown 256 rows at a time here, then converted by
         // bands of rows on the threads.
         const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
+        std::vector<uint8_t> opaqueIn(static_cast<size_t>(bands), 1);
         for (int y = 0; y < height && bands > 1; y += 256) {
             if (y > 0 && going && !going()) {
                 pixels.clear();
-                alpha.clear();
                 return false;
             }
             const size_t rows = static_cast<size_t>(std::min(height, y + 256));
             pixels.resize(rows * width);
-            alpha.resize(rows * width);
         }
         if (bands > 1)
-            Bands::run(bands, height, [&](int, long long y0, long long y1) {
-                for (long long y = y0; y < y1; ++y) {
-                    const uint8_t* row = rgba + static_cast<size_t>(y) * stride;
-                    RGBQUAD* out = pixels.data() + static_cast<size_t>(y) * width;
-                    uint8_t* a = alpha.data() + static_cast<size_t>(y) * width;
-                    for (int x = 0; x < width; ++x, row += 4) {
-                        out[x] = RGBQUAD{row[2], row[1], row[0], 0};
-                        a[x] = row[3];
-                    }
-                }
+            Bands::run(bands, height, [&](int band, long long y0, long long y1) {
+                uint8_t all = 0xFF;
+                for (long long y = y0; y < y1; ++y)
+                    all &= convertRow(rgba + static_cast<size_t>(y) * stride, width,
+                                      pixels.data() + static_cast<size_t>(y) * width);
+                opaqueIn[band] = all == 0xFF;
             });
+        uint8_t all = 0xFF;
         for (int y = 0; y < height && bands == 1; ++y) {
+            if ((y & 255) == 255 && going && !going()) {
+                pixels.clear();
+                return false;
+            }
+            pixels.resize(pixels.size() + static_cast<size_t>(width));
+            all &= convertRow(rgba + static_cast<size_t>(y) * stride, width,
+                              pixels.data() + static_cast<size_t>(y) * width);
+        }
+        opaqueIn[0] = opaqueIn[0] && all == 0xFF;
+        if (std::find(opaqueIn.begin(), opaqueIn.end(), uint8_t{0}) == opaqueIn.end()) return true;
+        alpha.reserve(n);
+        for (int y = 0; y < height; ++y) {
             if ((y & 255) == 255 && going && !going()) {
                 pixels.clear();
                 alpha.clear();
                 return false;
             }
-            pixels.resize(pixels.size() + static_cast<size_t>(width));
             alpha.resize(alpha.size() + static_cast<size_t>(width));
-            const uint8_t* row = rgba + static_cast<size_t>(y) * stride;
-            for (int x = 0; x < width; ++x) {
-                const uint8_t* p = row + 4 * static_cast<size_t>(x);
-                const size_t i = static_cast<size_t>(y) * width + x;
-                pixels[i] = RGBQUAD{p[2], p[1], p[0], 0};
-                alpha[i] = p[3];
-            }
+            alphaRow(rgba + static_cast<size_t>(y) * stride, width,
+                     alpha.data() + static_cast<size_t>(y) * width);
         }
     } catch (...) {
         pixels.clear();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -62,6 +63,10 @@ void measure(const std::vector<Entry>& e, Box& b) {
 // table by colour.
 const size_t kBoxTablePixels = size_t{1} << 21;
 
+// From this many distinct colours on, the k-means rounds measure a colour
+// only against the means that can be its nearest.
+const size_t kCellColours = size_t{1} << 13;
+
 // Pictures of at most this many pixels count their colours in a table, while
 // they have at most this many.
 const size_t kTablePixels = size_t{1} << 19;
@@ -112,7 +117,8 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             const uint64_t below = present[c >> 6] & ((uint64_t{1} << (c & 63)) - 1);
             return rank[c >> 6] + bitsSet(below);
         };
-        // Runs of one colour are common: each band keeps its last answer.
+        // Runs of one colour are common: each band keeps its last answer
+        // (for the table, whose lookups take long).
         struct LastEntry {
             uint32_t colour = 0xFFFFFFFFu, rank = 0;
         };
@@ -210,12 +216,14 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             for (uint32_t k : words)
                 for (uint64_t bits = present[k]; bits; bits &= bits - 1, ++id)
                     entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
+            // Every pixel's colour is looked up (three reads): the picture
+            // has many colours, and a guess whether the colour changed
+            // would miss too often.
             if (bands == 1) {
-                LastEntry last;
                 for (size_t i = 0; i < n; ++i) {
                     if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n))
                         return false;
-                    ++entries[entryOf(i, last)].count;
+                    ++entries[rankOf(packColour(pixels[i]))].count;
                 }
             } else {
                 std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
@@ -224,13 +232,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                 Bands::run(
                     bands, static_cast<long long>(n),
                     [&](int band, long long b, long long e) {
-                        LastEntry last;
                         uint32_t* mine = counts[band].data();
                         for (long long i = b; i < e; ++i) {
                             if (((i - b) & kEvery) == kEvery &&
                                 !bandGoing(stop, band, i, b, e, 0.3, 0.2))
                                 return;
-                            ++mine[entryOf(static_cast<size_t>(i), last)];
+                            ++mine[rankOf(packColour(pixels[i]))];
                         }
                     },
                     [&]() {
@@ -306,12 +313,56 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         // every later round would repeat it: the rounds stop there.
         std::vector<uint8_t> nearest(entries.size(), 0);
         std::vector<double> mr(k), mg(k), mb(k);
+        // Many colours: each measured only against the means that can be
+        // its nearest (by cells of colours, below).
+        const bool celled = entries.size() >= kCellColours;
+        std::vector<uint8_t> cellMeans(celled ? 4096 * k : 0);
+        std::vector<uint16_t> cellCount(celled ? 4096 : 0), usedCells;
+        std::vector<double> cellNear(k);
+        auto cellOf = [](uint32_t c) {
+            return static_cast<uint16_t>((c >> 4 & 15) | (c >> 12 & 15) << 4 | (c >> 20 & 15) << 8);
+        };
+        if (celled) {
+            std::vector<uint8_t> used(4096, 0);
+            for (const Entry& e : entries) used[cellOf(e.color)] = 1;
+            for (uint16_t cell = 0; cell < 4096; ++cell)
+                if (used[cell]) usedCells.push_back(cell);
+        }
         for (int round = 0; round < 4; ++round) {
             if (!at(0.6 + 0.05 * round)) return false;
             for (size_t b = 0; b < k; ++b) {
                 mr[b] = mean[3 * b];
                 mg[b] = mean[3 * b + 1];
                 mb[b] = mean[3 * b + 2];
+            }
+            if (celled) {
+                // Cells of 16 x 16 x 16 colours: the means that can be the
+                // nearest to some colour of the cell, in index order. A mean
+                // whose nearest point of the cell is farther (by more than
+                // the cut to an integer and the rounding could hide) than
+                // the farthest point of the cell from another mean is never
+                // the nearest there, nor equally near.
+                for (uint16_t cell : usedCells) {
+                    const int lo[3] = {(cell & 15) * 16, (cell >> 4 & 15) * 16, (cell >> 8) * 16};
+                    double within = DBL_MAX;
+                    for (size_t b = 0; b < k; ++b) {
+                        double nearD = 0, farD = 0;
+                        for (int c = 0; c < 3; ++c) {
+                            const double m = mean[3 * b + c], l = lo[c], h = lo[c] + 15;
+                            const double nearC = m < l ? l - m : m > h ? m - h : 0.0;
+                            const double farC = std::max(m - l, h - m);
+                            nearD += nearC * nearC;
+                            farD += farC * farC;
+                        }
+                        cellNear[b] = nearD;
+                        within = std::min(within, farD);
+                    }
+                    uint16_t& count = cellCount[cell];
+                    count = 0;
+                    for (size_t b = 0; b < k; ++b)
+                        if (cellNear[b] * 16 <= within * 16 + 4)
+                            cellMeans[cell * k + count++] = static_cast<uint8_t>(b);
+                }
             }
             std::vector<uint8_t> movedIn(static_cast<size_t>(bands), round == 0);
             // Every `step` colours (about 2^20 distances) the first band
@@ -331,7 +382,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                                      bl = colourChannel(col, 2);
                         long long bestD = LLONG_MAX;
                         uint32_t best = 0;
-                        for (size_t b = 0; b < k; ++b) {
+                        auto measure = [&](size_t b) {
                             const double v0 = r - mr[b], v1 = g - mg[b], v2 = bl - mb[b];
                             const long long d =
                                 static_cast<long long>((v0 * v0 + v1 * v1 + v2 * v2) * 16);
@@ -339,6 +390,13 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                                 bestD = d;
                                 best = static_cast<uint32_t>(b);
                             }
+                        };
+                        if (celled) {
+                            const size_t cell = cellOf(col);
+                            const uint8_t* means = &cellMeans[cell * k];
+                            for (uint16_t j = 0; j < cellCount[cell]; ++j) measure(means[j]);
+                        } else {
+                            for (size_t b = 0; b < k; ++b) measure(b);
                         }
                         if (nearest[i] != best) {
                             nearest[i] = static_cast<uint8_t>(best);
@@ -401,17 +459,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     if (((i - from) & 0xFFFFF) == 0 &&
                         !bandGoing(stop, band, i, from, to, 0.8, 0.2))
                         return;
-                    uint32_t b;
-                    if (boxOf) {
-                        const uint32_t c = packColour(pixels[i]);
-                        if (c != last.colour) {
-                            last.colour = c;
-                            last.rank = boxOf[c];
-                        }
-                        b = last.rank;
-                    } else {
-                        b = nearestOf[entryOf(static_cast<size_t>(i), last)];
-                    }
+                    // A table lookup takes long, the others (a read, or
+                    // three) less than a missed guess whether the colour
+                    // changed.
+                    const uint32_t b = boxOf    ? boxOf[packColour(pixels[i])]
+                                       : tabled ? nearestOf[entryOf(static_cast<size_t>(i), last)]
+                                                : nearestOf[rankOf(packColour(pixels[i]))];
                     mine[b] = 1;
                     const BYTE reserved = pixels[i].rgbReserved;
                     pixels[i] = colours[b];

@@ -159,9 +159,6 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     } catch (...) {
         return -1;
     }
-    auto flatAt = [&](int x, int y) {
-        return (flatBits[y * words + (x >> 6)] >> (x & 63) & 1) != 0;
-    };
     // The flags of pixels x0..x0 + len - 1 of row y (len at most 64).
     auto flatRun = [&](int x0, int len, int y) {
         const uint64_t* row = &flatBits[y * words];
@@ -246,46 +243,55 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
         uint32_t cand[16];
         for (int y = static_cast<int>(y0); y < y1; ++y) {
             if (!at(1, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
-            for (int x = 0; x < width; ++x) {
-                const size_t i = static_cast<size_t>(y) * width + x;
-                if (flatAt(x, y)) continue;
-                // An empty pixel stays empty.
-                if (withAlpha && alpha[i] == 0) continue;
-                // The distinct keys of the window's flat pixels, in row order.
-                int k = 0;
-                const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
-                const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
-                for (int ny = y0; ny <= y1 && k < 16; ++ny) {
-                    const size_t rowStart = static_cast<size_t>(ny) * width + x0;
-                    for (uint64_t bits = flatRun(x0, x1 - x0 + 1, ny); bits && k < 16;
-                         bits &= bits - 1) {
-                        const uint32_t v = key(rowStart + __builtin_ctzll(bits));
-                        if (k > 0 && v == cand[k - 1]) continue;
-                        if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
-                    }
-                }
-                if (k < 2) continue;
-                for (int a = 0; a < k; ++a) cand[a] = keyToPacked(cand[a]);
-                const uint32_t p = packKey(pixels, alpha, i);
-                double best = tolerance + 0.5;
-                uint32_t to = p;
-                for (int a = 0; a < k; ++a)
-                    for (int b = a + 1; b < k; ++b) {
-                        double t = 0;
-                        const double d = fromSegment(p, cand[a], cand[b], t, withAlpha);
-                        if (d < best) {
-                            best = d;
-                            to = t < 0.5 ? cand[a] : cand[b];
-                            // Equally near both ends: the one nearer by the colour measure.
-                            if (t == 0.5 &&
-                                keyDiff(p, cand[b], withAlpha) < keyDiff(p, cand[a], withAlpha))
-                                to = cand[b];
+            const uint64_t* flatRow = &flatBits[y * words];
+            for (size_t j = 0; j < words; ++j) {
+                uint64_t open = ~flatRow[j];
+                if (j + 1 == words) open &= lastMask;
+                for (; open; open &= open - 1) {
+                    const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
+                    const size_t i = static_cast<size_t>(y) * width + x;
+                    // An empty pixel stays empty.
+                    if (withAlpha && alpha[i] == 0) continue;
+                    // The distinct keys of the window's flat pixels, in row order.
+                    // A flat pixel has the key of a flat left neighbour (its own
+                    // 3 x 3 is one key), so each run of flat pixels in a row of
+                    // the window gives its first pixel's key only.
+                    int k = 0;
+                    const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
+                    const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
+                    for (int ny = y0; ny <= y1 && k < 16; ++ny) {
+                        const size_t rowStart = static_cast<size_t>(ny) * width + x0;
+                        const uint64_t flat = flatRun(x0, x1 - x0 + 1, ny);
+                        for (uint64_t bits = flat & ~(flat << 1); bits && k < 16;
+                             bits &= bits - 1) {
+                            const uint32_t v = key(rowStart + __builtin_ctzll(bits));
+                            if (k > 0 && v == cand[k - 1]) continue;
+                            if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
                         }
                     }
-                if (to != p) {
-                    unpackColour(pixels[i], to);
-                    if (withAlpha) alpha[i] = keyAlpha(to);
-                    ++changed;
+                    if (k < 2) continue;
+                    for (int a = 0; a < k; ++a) cand[a] = keyToPacked(cand[a]);
+                    const uint32_t p = packKey(pixels, alpha, i);
+                    double best = tolerance + 0.5;
+                    uint32_t to = p;
+                    for (int a = 0; a < k; ++a)
+                        for (int b = a + 1; b < k; ++b) {
+                            double t = 0;
+                            const double d = fromSegment(p, cand[a], cand[b], t, withAlpha);
+                            if (d < best) {
+                                best = d;
+                                to = t < 0.5 ? cand[a] : cand[b];
+                                // Equally near both ends: the one nearer by the colour measure.
+                                if (t == 0.5 &&
+                                    keyDiff(p, cand[b], withAlpha) < keyDiff(p, cand[a], withAlpha))
+                                    to = cand[b];
+                            }
+                        }
+                    if (to != p) {
+                        unpackColour(pixels[i], to);
+                        if (withAlpha) alpha[i] = keyAlpha(to);
+                        ++changed;
+                    }
                 }
             }
         }

@@ -147,7 +147,7 @@ void FileSystem::binaryStandardStreams() {
 
 void FileSystem::keepFreedMemory() {
 #ifdef __GLIBC__
-    mallopt(M_MMAP_THRESHOLD, 64 << 20);
+    mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, 256 << 20);
 #endif
 }

@@ -65,13 +65,19 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
         std::vector<uint8_t> same(3 * w);
         auto rowSame = [&](int y, uint8_t* s) {
             const size_t r = static_cast<size_t>(y) * w;
-            for (int x = 0; x < width; ++x) {
-                const uint32_t c = keyAt(pixels, r + x);
-                s[x] = (x == 0 || keyAt(pixels, r + x - 1) == c) &&
-                       (x + 1 == width || keyAt(pixels, r + x + 1) == c);
+            bool left = true;  // the pixel matches its left neighbour
+            uint32_t c = keyAt(pixels, r);
+            for (int x = 0; x + 1 < width; ++x) {
+                const uint32_t next = keyAt(pixels, r + x + 1);
+                const bool right = next == c;
+                s[x] = left && right;
+                left = right;
+                c = next;
             }
+            s[width - 1] = left;
         };
         bool anyFlat = false;
+        std::vector<int> rowFlats(static_cast<size_t>(height), 0);
         rowSame(0, &same[w]);
         if (height > 1) rowSame(1, &same[2 * w]);
         for (int y = 0; y < height; ++y) {
@@ -85,6 +91,7 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                 if (y > 0 && !(up[x] && keyAt(pixels, r - w + x) == c)) continue;
                 if (y + 1 < height && !(down[x] && keyAt(pixels, r + w + x) == c)) continue;
                 mark[r + x] = kFlat;
+                ++rowFlats[static_cast<size_t>(y)];
                 anyFlat = true;
             }
             std::memmove(&same[0], &same[w], 2 * w);
@@ -113,21 +120,30 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
         };
         // The candidates: flat pixels counted over the window's rows by
         // column, then along the row, so that a window without any is
-        // passed over at once.
+        // passed over at once (and a row whose window holds none at all,
+        // as in most of a photograph, costs nothing).
         std::vector<int> column(w, 0), prefix(w + 1, 0);
-        for (int v = 0; v <= std::min(radius, height - 1); ++v)
-            for (int x = 0; x < width; ++x)
-                column[x] += mark[static_cast<size_t>(v) * w + x] & kFlat;
+        auto addRow = [&](int v, int sign) {
+            if (v < 0 || v >= height || rowFlats[static_cast<size_t>(v)] == 0) return;
+            const uint8_t* m = &mark[static_cast<size_t>(v) * w];
+            for (int x = 0; x < width; ++x) column[x] += sign * (m[x] & kFlat);
+        };
+        int windowFlats = 0;  // flat pixels in the window's rows
+        for (int v = 0; v <= std::min(radius, height - 1); ++v) {
+            addRow(v, 1);
+            windowFlats += rowFlats[static_cast<size_t>(v)];
+        }
         std::vector<size_t> candidates;
         std::vector<uint32_t> backs;
         for (int y = 0; y < height; ++y) {
             if (y > 0) {
                 const int add = y + radius, drop = y - radius - 1;
-                for (int x = 0; x < width; ++x) {
-                    if (add < height) column[x] += mark[static_cast<size_t>(add) * w + x] & kFlat;
-                    if (drop >= 0) column[x] -= mark[static_cast<size_t>(drop) * w + x] & kFlat;
-                }
+                addRow(add, 1);
+                addRow(drop, -1);
+                if (add < height) windowFlats += rowFlats[static_cast<size_t>(add)];
+                if (drop >= 0) windowFlats -= rowFlats[static_cast<size_t>(drop)];
             }
+            if (windowFlats == 0) continue;
             for (int x = 0; x < width; ++x) prefix[x + 1] = prefix[x] + column[x];
             for (int x = 0; x < width; ++x) {
                 const size_t i = static_cast<size_t>(y) * w + x;

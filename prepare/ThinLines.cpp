@@ -12,7 +12,9 @@ namespace om1 {
 
 namespace {
 
-const int kMinContrast = 48;  // a line this close to its background is no line
+const int kMinContrast = 48;
+const uint32_t kNone =
+    0xFFFFFFFFu;  // no colour (keys are 24-bit)  // a line this close to its background is no line
 
 // Bits of a pixel's mark.
 const uint8_t kFlat = 1, kCandidate = 2, kSeen = 4;
@@ -98,25 +100,34 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             if (y + 2 < height) rowSame(y + 2, &same[2 * w]);
         }
         if (!anyFlat) return 0;
-        // The one flat colour in the window round pixel i, if there is one
-        // and it is not the pixel's own.
-        auto background = [&](int x, int y, uint32_t& b) {
+        // The flat colours in the window round pixel (x, y): one, or two
+        // (sorted) where the pixel is not a mix of those two; false for
+        // none, more, or the pixel's own colour among them.
+        auto background = [&](int x, int y, uint32_t& b1, uint32_t& b2) {
             const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
             const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
-            bool found = false;
+            b1 = b2 = kNone;
             for (int v = y0; v <= y1; ++v)
                 for (int u = x0; u <= x1; ++u) {
                     const size_t j = static_cast<size_t>(v) * w + u;
                     if (!(mark[j] & kFlat)) continue;
                     const uint32_t c = keyAt(pixels, j);
-                    if (!found) {
-                        b = c;
-                        found = true;
-                    } else if (c != b) {
+                    if (c == b1 || c == b2) continue;
+                    if (b1 == kNone) {
+                        b1 = c;
+                    } else if (b2 == kNone) {
+                        b2 = c;
+                    } else {
                         return false;
                     }
                 }
-            return found && b != keyAt(pixels, static_cast<size_t>(y) * w + x);
+            const uint32_t own = keyAt(pixels, static_cast<size_t>(y) * w + x);
+            if (b1 == kNone || own == b1 || own == b2) return false;
+            if (b2 == kNone) return true;
+            if (b2 < b1) std::swap(b1, b2);
+            int off = 0;
+            shareOf(own, b1, b2, off);
+            return off > tolerance;
         };
         // The candidates: flat pixels counted over the window's rows by
         // column, then along the row, so that a window without any is
@@ -134,7 +145,7 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             windowFlats += rowFlats[static_cast<size_t>(v)];
         }
         std::vector<size_t> candidates;
-        std::vector<uint32_t> backs;
+        std::vector<uint64_t> backs;
         for (int y = 0; y < height; ++y) {
             if (y > 0) {
                 const int add = y + radius, drop = y - radius - 1;
@@ -150,11 +161,11 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                 if (mark[i] & kFlat) continue;
                 const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
                 if (prefix[x1 + 1] == prefix[x0]) continue;
-                uint32_t b = 0;
-                if (!background(x, y, b)) continue;
+                uint32_t b1 = 0, b2 = 0;
+                if (!background(x, y, b1, b2)) continue;
                 mark[i] |= kCandidate;
                 candidates.push_back(i);
-                backs.push_back(b);
+                backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
             }
         }
         auto backOf = [&](size_t i) {
@@ -165,11 +176,13 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
         // The lines: 8-connected groups of candidates on one background.
         std::vector<size_t> group, stack;
         std::vector<double> share;
+        std::vector<uint32_t> which;
         long long changed = 0;
         for (size_t g = 0; g < candidates.size(); ++g) {
             const size_t start = candidates[g];
             if (mark[start] & kSeen) continue;
-            const uint32_t b = backs[g];
+            const uint64_t bb = backs[g];
+            const uint32_t b = static_cast<uint32_t>(bb >> 32), bOther = static_cast<uint32_t>(bb);
             group.clear();
             stack.assign(1, start);
             mark[start] |= kSeen;
@@ -183,31 +196,45 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                         const int u = x + dx, v = y + dy;
                         if (u < 0 || v < 0 || u >= width || v >= height) continue;
                         const size_t j = static_cast<size_t>(v) * w + u;
-                        if ((mark[j] & (kCandidate | kSeen)) != kCandidate || backOf(j) != b)
+                        if ((mark[j] & (kCandidate | kSeen)) != kCandidate || backOf(j) != bb)
                             continue;
                         mark[j] |= kSeen;
                         stack.push_back(j);
                     }
             }
             std::sort(group.begin(), group.end());
-            // Its colour: the pixel farthest from the background.
+            // Its colour: the pixel farthest from the background (from the
+            // nearer of two).
+            auto dist2 = [](uint32_t c, uint32_t d) {
+                long long s2 = 0;
+                for (int ch = 0; ch < 3; ++ch) {
+                    const long long e = colourChannel(c, ch) - colourChannel(d, ch);
+                    s2 += e * e;
+                }
+                return s2;
+            };
             uint32_t l = b;
             long long far = -1;
             for (size_t i : group) {
                 const uint32_t c = keyAt(pixels, i);
-                long long d = 0;
-                for (int ch = 0; ch < 3; ++ch) {
-                    const long long e = colourChannel(c, ch) - colourChannel(b, ch);
-                    d += e * e;
-                }
+                long long d = dist2(c, b);
+                if (bOther != kNone) d = std::min(d, dist2(c, bOther));
                 if (d > far) far = d, l = c;
             }
             if (channelGap(l, b) < kMinContrast) continue;
+            if (bOther != kNone && channelGap(l, bOther) < kMinContrast) continue;
             share.resize(group.size());
+            which.resize(group.size());
             bool line = true;
             for (size_t k = 0; k < group.size() && line; ++k) {
                 int off = 0;
                 share[k] = shareOf(keyAt(pixels, group[k]), b, l, off);
+                which[k] = b;
+                if (bOther != kNone) {
+                    int off2 = 0;
+                    const double s2 = shareOf(keyAt(pixels, group[k]), bOther, l, off2);
+                    if (off2 < off) off = off2, share[k] = s2, which[k] = bOther;
+                }
                 line = off <= tolerance;
             }
             if (!line) continue;
@@ -222,7 +249,8 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             };
             // Shares were read before any pixel changes; the group's
             // squares are judged on the painted pixels.
-            for (size_t k = 0; k < group.size(); ++k) paint(group[k], share[k] >= 0.5 ? l : b);
+            for (size_t k = 0; k < group.size(); ++k)
+                paint(group[k], share[k] >= 0.5 ? l : which[k]);
             // Two pixels of the line that meet only at a corner: of the other
             // two pixels of their square, the one holding more of the line
             // joins it (its share from its colour before the painting is

@@ -31,10 +31,11 @@
 // running it backwards, in either layout) uses the same curve, so
 // neighbours share their boundaries exactly: no seam and no overlap between
 // them. The loops are walked in order first, to find which loop claims
-// each piece; the claimed pieces are then fitted, on `options.threads`
-// threads for a picture of 128 x 128 pixels or more (each fit reads only
-// the picture and its own loop), so the curves are the same for any number
-// of threads; the loops are put together from their pieces last.
+// each piece; the claimed pieces are then fitted one by one, the longest
+// first, on `options.threads` threads for a picture of 128 x 128 pixels or
+// more (each fit reads only the picture and its own steps), so the curves
+// are the same for any number of threads; the loops are put together from
+// their pieces last.
 //
 // Stacked, two regions side by side (neither inside the other) would both
 // cover a soft edge between them only in part, and what lies under both

@@ -752,36 +752,76 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
     }
     // A corner between two samples can leave a short edge across it: when
     // the lines of its neighbours meet close by, they meet in one vertex.
-    for (int e = closed ? 0 : 1; M > 3 && e < (closed ? M : M - 1);) {
-        const int f = closed ? (e + 1) % M : e + 1;
-        const int pe = (e + M - 1) % M, nf = closed ? (f + 1) % M : f + 1;
-        bool merged = false;
-        if (!fixedEnd(f) && nf != e) {
-            const PointD a = v[static_cast<size_t>(e)], b = v[static_cast<size_t>(f)];
-            const PointD n1 = lineNormal[static_cast<size_t>(pe)],
-                         n2 = lineNormal[static_cast<size_t>(f)];
-            const double det = n1.x * n2.y - n1.y * n2.x;
-            if (norm(sub(b, a)) < kCutEdge && std::fabs(det) > 0.3) {
-                const double d1 = dot(n1, linePoint[static_cast<size_t>(pe)]),
-                             d2 = dot(n2, linePoint[static_cast<size_t>(f)]);
-                const PointD x = {(d1 * n2.y - d2 * n1.y) / det, (n1.x * d2 - n2.x * d1) / det};
-                if (norm(sub(x, mul(add(a, b), 0.5))) < kCutReach) {
-                    // Vertex e becomes the meeting point; edge e (to f) goes,
-                    // and the line of edge f now starts at e.
-                    v[static_cast<size_t>(e)] = x;
-                    lineNormal[static_cast<size_t>(e)] = lineNormal[static_cast<size_t>(f)];
-                    linePoint[static_cast<size_t>(e)] = linePoint[static_cast<size_t>(f)];
-                    v.erase(v.begin() + f);
-                    lineNormal.erase(lineNormal.begin() + f);
-                    linePoint.erase(linePoint.begin() + f);
-                    verts.erase(verts.begin() + f);
-                    --M;
-                    merged = true;
-                    if (f == 0) --e;  // the indices after vertex 0 moved down
+    // (The vertices are linked in a list meanwhile, so that one goes in
+    // constant time: a long polygon may lose many. An edge's line stays with
+    // the vertex it starts from.)
+    {
+        const int count = static_cast<int>(v.size());
+        std::vector<int> next(static_cast<size_t>(count)), prev(static_cast<size_t>(count));
+        for (int i = 0; i < count; ++i) {
+            next[static_cast<size_t>(i)] = i + 1 < count ? i + 1 : 0;
+            prev[static_cast<size_t>(i)] = i > 0 ? i - 1 : count - 1;
+        }
+        int head = 0;  // vertex 0; an open path's first and last never go
+        bool merges = false;
+        // Vertex e is `at`; f, the one after it, is `fa`.
+        for (int e = closed ? 0 : 1, at = e; M > 3 && e < (closed ? M : M - 1);) {
+            const int fa = next[static_cast<size_t>(at)];
+            const int pa = prev[static_cast<size_t>(at)], na = next[static_cast<size_t>(fa)];
+            const bool fixedF = !closed && (fa == head || fa == count - 1);
+            bool merged = false;
+            if (!fixedF && na != at) {
+                const PointD a = v[static_cast<size_t>(at)], b = v[static_cast<size_t>(fa)];
+                const PointD n1 = lineNormal[static_cast<size_t>(pa)],
+                             n2 = lineNormal[static_cast<size_t>(fa)];
+                const double det = n1.x * n2.y - n1.y * n2.x;
+                if (norm(sub(b, a)) < kCutEdge && std::fabs(det) > 0.3) {
+                    const double d1 = dot(n1, linePoint[static_cast<size_t>(pa)]),
+                                 d2 = dot(n2, linePoint[static_cast<size_t>(fa)]);
+                    const PointD x = {(d1 * n2.y - d2 * n1.y) / det, (n1.x * d2 - n2.x * d1) / det};
+                    if (norm(sub(x, mul(add(a, b), 0.5))) < kCutReach) {
+                        // Vertex e becomes the meeting point; edge e (to f)
+                        // goes, and the line of edge f now starts at e.
+                        v[static_cast<size_t>(at)] = x;
+                        lineNormal[static_cast<size_t>(at)] = lineNormal[static_cast<size_t>(fa)];
+                        linePoint[static_cast<size_t>(at)] = linePoint[static_cast<size_t>(fa)];
+                        next[static_cast<size_t>(at)] = na;
+                        prev[static_cast<size_t>(na)] = at;
+                        --M;
+                        merged = merges = true;
+                        if (fa == head) {
+                            head = na;
+                            --e;  // the vertices after the first count one less
+                        }
+                    }
                 }
             }
+            if (!merged) {
+                ++e;
+                at = next[static_cast<size_t>(at)];
+            }
         }
-        if (!merged) ++e;
+        if (merges) {
+            const int left = closed ? M : M + 1;
+            std::vector<PointD> v2, normals, points;
+            std::vector<int> verts2;
+            v2.reserve(static_cast<size_t>(left));
+            verts2.reserve(static_cast<size_t>(left));
+            normals.reserve(static_cast<size_t>(M));
+            points.reserve(static_cast<size_t>(M));
+            for (int i = 0, k = head; i < left; ++i, k = next[static_cast<size_t>(k)]) {
+                v2.push_back(v[static_cast<size_t>(k)]);
+                verts2.push_back(verts[static_cast<size_t>(k)]);
+                if (i < M) {
+                    normals.push_back(lineNormal[static_cast<size_t>(k)]);
+                    points.push_back(linePoint[static_cast<size_t>(k)]);
+                }
+            }
+            v.swap(v2);
+            verts.swap(verts2);
+            lineNormal.swap(normals);
+            linePoint.swap(points);
+        }
     }
     // An open path's ends are fixed: a short edge next to one only tells
     // where a sample near the end lies; the end joins the next vertex.

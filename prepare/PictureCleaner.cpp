@@ -468,9 +468,23 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 for (int b = 0; b < bands; ++b)
                     for (int32_t r = 0; r < m; ++r) size[r] += bandSize[b][r];
             } else {
-                for (size_t i = 0; i < n; ++i) {
-                    if ((i & kEvery) == kEvery && !going()) return -1;
-                    ++size[labels[i]];
+                // Runs of one label are added at once (no chain of
+                // increments of one count through memory).
+                const int32_t* const label = labels.data();
+                int32_t* const sz = size.data();
+                for (size_t i = 0; i < n;) {
+                    if (i > 0 && !going()) return -1;
+                    const size_t end = std::min(n, i + kEvery + 1);
+                    int32_t run = label[i], length = 0;
+                    for (; i < end; ++i) {
+                        if (label[i] != run) {
+                            sz[run] += length;
+                            run = label[i];
+                            length = 0;
+                        }
+                        ++length;
+                    }
+                    sz[run] += length;
                 }
             }
             large.resize(m);

@@ -9,6 +9,9 @@
 #include <cstdlib>
 #include <memory>
 #include <unordered_map>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "tracer/Ombrel.h"
 #include "prepare/Bands.h"
@@ -46,7 +49,31 @@ inline uint32_t bitsSet(uint64_t v) {
 void measure(const std::vector<Entry>& e, Box& b) {
     int lo[3] = {255, 255, 255}, hi[3] = {0, 0, 0};
     b.pixels = 0;
-    for (size_t i = b.begin; i < b.end; ++i) {
+    size_t i = b.begin;
+#if defined(__SSE2__)
+    // Two entries at a time: the channels' least and greatest by bytes,
+    // the counts added as 64-bit numbers.
+    static_assert(sizeof(Entry) == 8, "two entries a vector");
+    __m128i low = _mm_set1_epi8(-1), high = _mm_setzero_si128(), sum = _mm_setzero_si128();
+    const __m128i counts = _mm_set_epi32(-1, 0, -1, 0);
+    for (; i + 2 <= b.end; i += 2) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&e[i]));
+        low = _mm_min_epu8(low, v);
+        high = _mm_max_epu8(high, v);
+        sum = _mm_add_epi64(sum, _mm_srli_epi64(_mm_and_si128(v, counts), 32));
+    }
+    uint8_t lows[16], highs[16];
+    uint64_t sums[2];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(lows), low);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(highs), high);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(sums), sum);
+    b.pixels = static_cast<long long>(sums[0] + sums[1]);
+    for (int c = 0; c < 3; ++c) {
+        lo[c] = std::min(lows[c], lows[8 + c]);
+        hi[c] = std::max(highs[c], highs[8 + c]);
+    }
+#endif
+    for (; i < b.end; ++i) {
         b.pixels += e[i].count;
         for (int c = 0; c < 3; ++c) {
             lo[c] = std::min(lo[c], colourChannel(e[i].color, c));
@@ -373,10 +400,12 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             Bands::run(
                 bands, static_cast<long long>(entries.size()),
                 [&](int band, long long from, long long to) {
+                    long long untilAsked = step - 1;  // colours before the next check
                     for (long long i = from; i < to; ++i) {
-                        if ((i - from) % step == step - 1 &&
-                            !bandGoing(stop, band, i, from, to, share, 0.05))
-                            return;
+                        if (untilAsked-- == 0) {
+                            untilAsked = step - 1;
+                            if (!bandGoing(stop, band, i, from, to, share, 0.05)) return;
+                        }
                         const uint32_t col = entries[i].color;
                         const double r = colourChannel(col, 0), g = colourChannel(col, 1),
                                      bl = colourChannel(col, 2);
@@ -413,13 +442,29 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             if (round == 3 || !moved) break;
             std::vector<double> sum(3 * k, 0.0);
             std::vector<long long> weight(k, 0);
+            // Colours of one mean come in runs: their sums are kept at hand
+            // while the run lasts (added in the same order).
+            uint32_t runMean = nearest.empty() ? 0 : nearest[0];
+            double runSum[3] = {0, 0, 0};
+            long long runWeight = 0;
+            auto endRun = [&]() {
+                weight[runMean] += runWeight;
+                for (int c = 0; c < 3; ++c) sum[3 * runMean + c] = runSum[c];
+            };
             for (size_t i = 0; i < entries.size(); ++i) {
                 const uint32_t b = nearest[i];
-                weight[b] += entries[i].count;
+                if (b != runMean) {
+                    endRun();
+                    runMean = b;
+                    runWeight = 0;
+                    for (int c = 0; c < 3; ++c) runSum[c] = sum[3 * b + c];
+                }
+                runWeight += entries[i].count;
                 for (int c = 0; c < 3; ++c)
-                    sum[3 * b + c] += colourChannel(entries[i].color, c) *
-                                      static_cast<long long>(entries[i].count);
+                    runSum[c] += colourChannel(entries[i].color, c) *
+                                 static_cast<long long>(entries[i].count);
             }
+            if (!nearest.empty()) endRun();
             for (size_t b = 0; b < k; ++b)
                 if (weight[b])
                     for (int c = 0; c < 3; ++c) mean[3 * b + c] = sum[3 * b + c] / weight[b];

@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace om1 {
 
@@ -184,11 +187,33 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     auto bitsOf = [&](int y, uint64_t* H, uint64_t* D) {
         const size_t at0 = static_cast<size_t>(y) * width;
         const bool below = y + 1 < height;
-        uint32_t k = key(at0);
         for (size_t j = 0; j < words; ++j) {
             const int x0 = static_cast<int>(j * 64), x1 = std::min(width, x0 + 64);
             uint64_t r = 0, d = 0;
-            for (int x = x0; x < x1; ++x) {
+            int x = x0;
+#if defined(__SSE2__)
+            // Without alpha four pixels at a time (while a right neighbour
+            // follows all four): the key is the pixel's low three bytes.
+            if (!withAlpha) {
+                const __m128i colour = _mm_set1_epi32(0x00FFFFFF);
+                auto keys = [&](size_t i) {
+                    return _mm_and_si128(
+                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + i)), colour);
+                };
+                auto bits = [](__m128i a, __m128i b) {
+                    return static_cast<uint64_t>(
+                        _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(a, b))));
+                };
+                for (; x + 4 <= x1 && x + 4 < width; x += 4) {
+                    const size_t i = at0 + x;
+                    const __m128i here = keys(i);
+                    r |= bits(here, keys(i + 1)) << (x - x0);
+                    d |= (below ? bits(here, keys(i + width)) : uint64_t{15}) << (x - x0);
+                }
+            }
+#endif
+            uint32_t k = key(at0 + x);
+            for (; x < x1; ++x) {
                 const size_t i = at0 + x;
                 const uint32_t next = x + 1 < width ? key(i + 1) : ~k;
                 r |= uint64_t{next == k || x + 1 == width} << (x - x0);
@@ -443,9 +468,23 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 for (int b = 0; b < bands; ++b)
                     for (int32_t r = 0; r < m; ++r) size[r] += bandSize[b][r];
             } else {
-                for (size_t i = 0; i < n; ++i) {
-                    if ((i & kEvery) == kEvery && !going()) return -1;
-                    ++size[labels[i]];
+                // Runs of one label are added at once (no chain of
+                // increments of one count through memory).
+                const int32_t* const label = labels.data();
+                int32_t* const sz = size.data();
+                for (size_t i = 0; i < n;) {
+                    if (i > 0 && !going()) return -1;
+                    const size_t end = std::min(n, i + kEvery + 1);
+                    int32_t run = label[i], length = 0;
+                    for (; i < end; ++i) {
+                        if (label[i] != run) {
+                            sz[run] += length;
+                            run = label[i];
+                            length = 0;
+                        }
+                        ++length;
+                    }
+                    sz[run] += length;
                 }
             }
             large.resize(m);

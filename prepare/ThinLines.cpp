@@ -214,12 +214,12 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                 return s2;
             };
             uint32_t l = b;
-            long long far = -1;
+            long long farthest = -1;
             for (size_t i : group) {
                 const uint32_t c = keyAt(pixels, i);
                 long long d = dist2(c, b);
                 if (bOther != kNone) d = std::min(d, dist2(c, bOther));
-                if (d > far) far = d, l = c;
+                if (d > farthest) farthest = d, l = c;
             }
             if (channelGap(l, b) < kMinContrast) continue;
             if (bOther != kNone && channelGap(l, bOther) < kMinContrast) continue;

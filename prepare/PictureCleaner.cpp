@@ -16,13 +16,6 @@ namespace om1 {
 
 namespace {
 
-int maxDiff(uint32_t a, uint32_t b) {
-    int d = 0;
-    for (int i = 0; i < 3; ++i)
-        d = std::max(d, std::abs(colourChannel(a, i) - colourChannel(b, i)));
-    return d;
-}
-
 // Squared distance of two packed colours.
 int colourDistance(uint32_t a, uint32_t b) {
     int d = 0;
@@ -36,41 +29,6 @@ int colourDistance(uint32_t a, uint32_t b) {
 // A speckle's edge to a region that was at least the area when the pass
 // began outweighs any number of edges to speckles merged before it.
 const long long kLargeEdge = 1LL << 32;
-
-// The channels a colour key is measured in: red, green and blue; with alpha
-// (keys of packKeys) premultiplied by it, and alpha as a fourth, so that a
-// pixel half covered by a shape lies half way between the shape and the
-// empty region.
-int keyChannels(uint32_t k, bool withAlpha, double* out) {
-    if (!withAlpha) {
-        for (int i = 0; i < 3; ++i) out[i] = colourChannel(k, i);
-        return 3;
-    }
-    const double a = keyAlpha(k);
-    for (int i = 0; i < 3; ++i) out[i] = colourChannel(k, i) * a / 255.0;
-    out[3] = a;
-    return 4;
-}
-
-// Distance (largest channel difference) of p from the segment a..b, and the
-// parameter t of its nearest point (0 at a, 1 at b).
-double fromSegment(uint32_t p, uint32_t a, uint32_t b, double& t, bool withAlpha = false) {
-    double pa[4], pb[4], pp[4];
-    const int m = keyChannels(a, withAlpha, pa);
-    keyChannels(b, withAlpha, pb);
-    keyChannels(p, withAlpha, pp);
-    double d[4], v[4], dd = 0, dv = 0;
-    for (int i = 0; i < m; ++i) {
-        d[i] = pb[i] - pa[i];
-        v[i] = pp[i] - pa[i];
-        dd += d[i] * d[i];
-        dv += d[i] * v[i];
-    }
-    t = dd > 0 ? std::min(std::max(dv / dd, 0.0), 1.0) : 0.0;
-    double worst = 0;
-    for (int i = 0; i < m; ++i) worst = std::max(worst, std::abs(v[i] - t * d[i]));
-    return worst;
-}
 
 // The largest channel difference of two keys, measured as fromSegment does.
 double keyDiff(uint32_t a, uint32_t b, bool withAlpha) {

@@ -27,31 +27,12 @@ inline uint32_t keyAt(const RGBQUAD* p, size_t i) {
     return v & 0x00FFFFFFu;
 }
 
-int channelGap(uint32_t a, uint32_t b) {
-    int gap = 0;
-    for (int c = 0; c < 3; ++c)
-        gap = std::max(gap, std::abs(colourChannel(a, c) - colourChannel(b, c)));
-    return gap;
-}
-
-// The share of colour l in colour p on the line from b to l (unclamped);
-// `off` gets the largest channel distance of p from that line.
+// The share (0..1) of colour l in colour p on the line from b to l; `off`
+// gets p's distance from that line (fromSegment's), rounded.
 double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
-    double dd = 0, pd = 0;
-    for (int c = 0; c < 3; ++c) {
-        const double d = colourChannel(l, c) - colourChannel(b, c);
-        dd += d * d;
-        pd += (colourChannel(p, c) - colourChannel(b, c)) * d;
-    }
-    const double s = dd > 0 ? pd / dd : 0;
-    const double t = std::max(0.0, std::min(1.0, s));
-    double worst = 0;
-    for (int c = 0; c < 3; ++c) {
-        const double on = colourChannel(b, c) + t * (colourChannel(l, c) - colourChannel(b, c));
-        worst = std::max(worst, std::abs(colourChannel(p, c) - on));
-    }
-    off = static_cast<int>(worst + 0.5);
-    return s;
+    double t = 0;
+    off = static_cast<int>(fromSegment(p, b, l, t) + 0.5);
+    return t;
 }
 
 }  // namespace
@@ -221,8 +202,8 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                 if (bOther != kNone) d = std::min(d, dist2(c, bOther));
                 if (d > farthest) farthest = d, l = c;
             }
-            if (channelGap(l, b) < kMinContrast) continue;
-            if (bOther != kNone && channelGap(l, bOther) < kMinContrast) continue;
+            if (maxDiff(l, b) < kMinContrast) continue;
+            if (bOther != kNone && maxDiff(l, bOther) < kMinContrast) continue;
             share.resize(group.size());
             which.resize(group.size());
             bool line = true;

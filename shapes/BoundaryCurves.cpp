@@ -132,13 +132,110 @@ void straightPiece(const std::vector<Corner>& corners, Curve& out) {
     }
 }
 
+// The parabola v = p + q u + k u^2 through points (u, v), least squares
+// (a line where fewer than four points or their u too close together),
+// and its largest distance from them (in v). False without a line either.
+bool parabola(const double* u, const double* v, int n, double f[3], double& worst) {
+    double S[5] = {0, 0, 0, 0, 0}, T[3] = {0, 0, 0};
+    for (int i = 0; i < n; ++i) {
+        double pw = 1;
+        for (int e = 0; e < 5; ++e) {
+            S[e] += pw;
+            if (e < 3) T[e] += pw * v[i];
+            pw *= u[i];
+        }
+    }
+    // The normal equations, by elimination with the largest pivot.
+    const int unknowns = n >= 4 ? 3 : 2;
+    double A[3][4];
+    for (int i = 0; i < unknowns; ++i) {
+        for (int j = 0; j < unknowns; ++j) A[i][j] = S[i + j];
+        A[i][3] = T[i];
+    }
+    for (int i = 0; i < unknowns; ++i) {
+        int pv = i;
+        for (int j = i + 1; j < unknowns; ++j)
+            if (std::fabs(A[j][i]) > std::fabs(A[pv][i])) pv = j;
+        if (std::fabs(A[pv][i]) < 1e-9)
+            return unknowns == 3 && parabola(u, v, std::min(n, 3), f, worst);
+        std::swap(A[i], A[pv]);
+        for (int j = 0; j < unknowns; ++j) {
+            if (j == i) continue;
+            const double m = A[j][i] / A[i][i];
+            for (int e = i; e < 4; ++e) A[j][e] -= m * A[i][e];
+        }
+    }
+    f[2] = 0;
+    for (int i = 0; i < unknowns; ++i) f[i] = A[i][3] / A[i][i];
+    worst = 0;
+    for (int i = 0; i < n; ++i)
+        worst = std::max(worst, std::fabs(f[0] + f[1] * u[i] + f[2] * u[i] * u[i] - v[i]));
+    return true;
+}
+
+// Where the edge of a piece that starts at junction c on the raster border
+// (its first step off the border, its samples s[0..count)) meets the border
+// line: through the samples after the first, a parabola (so that a curve
+// touching the picture's edge keeps its shape), where it meets the border
+// nearest to c, or where it comes nearest to it. Towards the pixels of the
+// piece's other region (so that a shape thinning to a tip along the border
+// reaches on over them) as far as they are that region's alone, up to
+// kBorderReach pixels; the other way at most a pixel. NaN where the samples
+// follow no parabola within a quarter pixel (the piece turns a corner).
+const double kBorderReach = 24;
+
+double borderEnd(const Raster& r, const Corner& c, bool alongX, const PointD* s, int count) {
+    const double border = alongX ? c.y : c.x, at = alongX ? c.x : c.y;
+    double u[16], v[16], f[3] = {0, 0, 0}, worst = 0;
+    int n = 0;
+    for (int k = count > 2 ? 1 : 0; k < count && n < 16; ++k, ++n) {
+        u[n] = (alongX ? s[k].x : s[k].y) - at;
+        v[n] = (alongX ? s[k].y : s[k].x) - border;
+    }
+    // The fewest samples that still make a curve when the most turn a corner.
+    while (n >= 2 && (!parabola(u, v, n, f, worst) || worst > 0.25)) n = n > 4 ? n / 2 : n - 1;
+    if (n < 2) return std::nan("");
+    double t;
+    const double p = f[0], q = f[1], k = f[2];
+    const double side = u[0] > 0 ? 1 : -1;  // the samples' side of c
+    if (std::fabs(k) < 1e-9) {
+        if (std::fabs(q) < 1e-6) return std::nan("");
+        t = -p / q;
+    } else if (q * q - 4 * k * p < 0) {
+        t = -q / (2 * k);
+    } else {
+        const double root = std::sqrt(q * q - 4 * k * p);
+        const double r1 = (-q - root) / (2 * k), r2 = (-q + root) / (2 * k);
+        // The meeting beyond c nearest to it, else the nearer one.
+        const bool beyond1 = r1 * side <= 0, beyond2 = r2 * side <= 0;
+        t = beyond1 && beyond2 ? (std::fabs(r1) < std::fabs(r2) ? r1 : r2)
+            : beyond1          ? r1
+            : beyond2          ? r2
+                               : (std::fabs(r1) < std::fabs(r2) ? r1 : r2);
+    }
+    double most = 1;
+    if (t * side < 0) {
+        const int dir = t < 0 ? -1 : 1;
+        const int row = alongX ? (c.y == 0 ? 0 : r.h - 1) : (c.x == 0 ? 0 : r.w - 1);
+        auto label = [&](int i) { return alongX ? r.at(i, row) : r.at(row, i); };
+        const int from = static_cast<int>(at) + (dir < 0 ? -1 : 0);
+        const int32_t other = label(from);
+        int reach = 0;
+        for (int i = from; reach < kBorderReach && other >= 0 && label(i) == other; i += dir)
+            ++reach;
+        most = std::max(most, static_cast<double>(reach));
+    }
+    return at + std::max(-most, std::min(most, t));
+}
+
 // Where the edge of a piece that starts at junction c (its first step in
-// direction d, its first samples s[0..count)) really ends near c: on the
-// raster border, where the line through those samples crosses the border
-// line; inside, the point of that line nearest to c. At most `reach` pixels
-// from c; false at the raster's corners, for steps along the border and
+// direction d, its first samples s[0..count), `more` samples there in all)
+// really ends near c: on the raster border, borderEnd; inside, the point of
+// the line through the first samples nearest to c, at most `reach` pixels
+// from c. False at the raster's corners, for steps along the border and
 // where the end would move by less than a fifth of a pixel.
-bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count, PointD& out) {
+bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count, int more,
+             PointD& out) {
     if (count < 2) return false;
     const double reach = 0.75;
     const bool sideX = c.x == 0 || c.x == r.w, sideY = c.y == 0 || c.y == r.h;
@@ -146,17 +243,13 @@ bool edgeEnd(const Raster& r, const Corner& c, int d, const PointD* s, int count
     const double dx = b.x - a.x, dy = b.y - a.y;
     if (sideX && sideY) return false;
     if (sideX || sideY) {
-        if (sideX && (d == 0 || d == 2) && std::fabs(dx) > 1e-6) {
-            const double y = a.y + (c.x - a.x) * dy / dx;
-            out = {static_cast<double>(c.x), std::max(c.y - 1.0, std::min(c.y + 1.0, y))};
-            return true;
-        }
-        if (sideY && (d == 1 || d == 3) && std::fabs(dy) > 1e-6) {
-            const double x = a.x + (c.y - a.y) * dx / dy;
-            out = {std::max(c.x - 1.0, std::min(c.x + 1.0, x)), static_cast<double>(c.y)};
-            return true;
-        }
-        return false;
+        const bool alongX = sideY;
+        if (alongX ? (d == 0 || d == 2) : (d == 1 || d == 3)) return false;
+        const double u = borderEnd(r, c, alongX, s, more);
+        const double at = alongX ? c.x : c.y;
+        if (std::isnan(u) || std::fabs(u - at) < 0.2) return false;
+        out = alongX ? PointD{u, static_cast<double>(c.y)} : PointD{static_cast<double>(c.x), u};
+        return true;
     }
     const double len = std::sqrt(dx * dx + dy * dy);
     if (len < 1e-6) return false;
@@ -341,8 +434,11 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
         const double dx = to.x - from.x, dy = to.y - from.y, l = std::sqrt(dx * dx + dy * dy);
         return l < 1e-9 ? PointD{0, 0} : PointD{-dy / l * sign, dx / l * sign};
     };
+    // A point on the raster's border stays there: nothing lies beyond it
+    // to hide, and a moved tip along the border would leave a gap.
     auto moveBy = [&](PointD q, PointD u) {
         if (u.x == 0 && u.y == 0) return 0.0;
+        if (q.x == 0 || q.y == 0 || q.x == r.w || q.y == r.h) return 0.0;
         return std::max(
             0.0, std::min(most, clearance(r, q, u.x, u.y, top, self, most + margin) - margin));
     };
@@ -753,11 +849,13 @@ private:
         // every piece still meets its neighbours there.
         const int firstSamples = std::min(4, steps);
         PointD startX, endX;
-        std::vector<PointD> tail(points.end() - 1 - firstSamples, points.end() - 1);
+        const int moreSamples = std::min(16, steps);
+        std::vector<PointD> tail(points.end() - 1 - moreSamples, points.end() - 1);
         std::reverse(tail.begin(), tail.end());
-        const bool moveStart = edgeEnd(r, pc[0], loop.codes[a], &points[1], firstSamples, startX);
-        const bool moveEnd =
-            edgeEnd(r, cb, (loop.codes[(b + n - 1) % n] + 2) & 3, tail.data(), firstSamples, endX);
+        const bool moveStart =
+            edgeEnd(r, pc[0], loop.codes[a], &points[1], firstSamples, moreSamples, startX);
+        const bool moveEnd = edgeEnd(r, cb, (loop.codes[(b + n - 1) % n] + 2) & 3, tail.data(),
+                                     firstSamples, moreSamples, endX);
         // Where the picture shows both regions in their own colours on every
         // step, the staircase is exact.
         bool exact = given.pixels != nullptr;

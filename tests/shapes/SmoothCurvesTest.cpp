@@ -284,6 +284,32 @@ TEST(SmoothCurves, SoftEdgesTakeFewerSegments) {
     EXPECT_LT(worst[1], 0.6);
 }
 
+// A shape thinning to a tip along the picture's border reaches its tip,
+// though the pixels there hold too little of it to be its own: a white
+// sliver above the line y = 0.08 (x - 20) is labelled white only from
+// x = 27 on, and its outline still runs to within half a pixel of (20, 0),
+// every point of it within 0.2 px of the sliver's edges.
+TEST(SmoothCurves, TipsAlongTheBorderReachOn) {
+    auto sliver = [](double x) { return 0.08 * (x - 20); };
+    const Picture p = antialiased("sliver", 64, 40, [&](double x, double y) {
+        return x > 20 && y < sliver(x) ? kWhite : kBlue;
+    });
+    ShapeSet set;
+    trace(p, OutputOptions::Layout::Stacked, set);
+    const om1::Shape* white = shapeOf(set, kWhite);
+    ASSERT_NE(white, nullptr);
+    double left = 1e9, worst = 0;
+    for (const std::vector<PointD>& c : white->curves)
+        for (const PointD& q : flattened(c, 32)) {
+            left = std::min(left, q.x);
+            const double off = std::min({std::fabs(q.y), std::fabs(q.x - p.w),
+                                         std::fabs(q.y - sliver(q.x)) / std::hypot(1.0, 0.08)});
+            worst = std::max(worst, off);
+        }
+    EXPECT_NEAR(left, 20, 0.5);
+    EXPECT_LT(worst, 0.2);
+}
+
 // Stacked siblings along a slanted edge: the one drawn later keeps the
 // curve on the true edge, the one drawn first reaches under it (so that the
 // page under both does not show through the soft edge) but never onto the
@@ -358,6 +384,13 @@ TEST(SmoothCurves, CutoutSeamsStayZero) {
                         const double a = std::atan2(y - 36, x - 36), d = std::hypot(x - 36, y - 36);
                         const double rim = 16 + 12 * std::cos(5 * a);
                         return d < rim ? kRed : (x + y < 60 ? kBlue : kWhite);
+                    }),
+        // Discs touching the border, and a sliver thinning along it.
+        antialiased("tangent", 80, 48,
+                    [](double x, double y) {
+                        if (std::hypot(x - 24.3, y - 20) < 20) return kRed;
+                        if (std::hypot(x - 60.5, y - 32.4) < 15.6) return kBlue;
+                        return y < 0.1 * (x - 40) ? 0x20a040u : kWhite;
                     }),
     };
     for (const Picture& p : pictures) {

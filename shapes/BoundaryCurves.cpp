@@ -736,6 +736,113 @@ struct KeepOnStop {
     }
 };
 
+// Where the pieces that meet at a junction inside the picture really meet,
+// where a region ends there in a sharp tip: each piece's edge near the
+// junction is the line through its samples there (leaving out the step at
+// the junction, whose pixels hold the third colour too). Two of those lines
+// leaving the junction at less than kTipAngle apart are the tip's sides;
+// where they cross behind their samples, at most kNodeReach from the
+// junction and clearly apart from it, with every other line there within
+// kNodeFit of it, every piece there ends at that point: the tip, which the
+// pixels, blurred by the three colours, cut short. By the junction's corner
+// (y << 32 | x).
+const double kNodeReach = 2.0, kNodeFit = 0.5, kTipAngle = 50;
+
+class JunctionNodes {
+public:
+    // The edge of one piece at junction c: samples s[0..count), nearest first.
+    void add(Corner c, const PointD* s, int count) {
+        // The fewest samples that still make a line when the most turn a
+        // corner: at least three after the first.
+        int last = std::min(count, 8);
+        while (last >= 4) {
+            Line l;
+            if (line(s + 1, last - 1, l)) {
+                lines_[nodeKey(c)].push_back(l);
+                return;
+            }
+            last = last > 5 ? last / 2 + 1 : last - 1;
+        }
+    }
+
+    // Settles every junction's point; after this, at() answers.
+    void settle() {
+        const double sharp = std::cos(kTipAngle * 3.14159265358979 / 180);
+        for (auto& e : lines_) {
+            const std::vector<Line>& ls = e.second;
+            if (ls.size() < 2) continue;
+            const PointD c = {static_cast<double>(static_cast<int32_t>(e.first & 0xffffffff)),
+                              static_cast<double>(static_cast<int32_t>(e.first >> 32))};
+            // The two lines leaving the junction nearest in direction.
+            size_t bi = 0, bj = 0;
+            double best = sharp;
+            for (size_t i = 0; i < ls.size(); ++i)
+                for (size_t j = i + 1; j < ls.size(); ++j) {
+                    const double cosine = ls[i].d.x * ls[j].d.x + ls[i].d.y * ls[j].d.y;
+                    if (cosine > best) best = cosine, bi = i, bj = j;
+                }
+            if (bi == bj) continue;
+            const Line &u = ls[bi], &v = ls[bj];
+            // Where they cross: u.p + t u.d = v.p + w v.d.
+            const double det = u.d.x * (-v.d.y) - u.d.y * (-v.d.x);
+            if (std::fabs(det) < 1e-9) continue;
+            const double rx = v.p.x - u.p.x, ry = v.p.y - u.p.y;
+            const double t = (rx * (-v.d.y) - ry * (-v.d.x)) / det;
+            const double w = (u.d.x * ry - u.d.y * rx) / det;
+            if (t > 0 || w > 0) continue;  // not behind both
+            const PointD q = {u.p.x + t * u.d.x, u.p.y + t * u.d.y};
+            const double move = std::hypot(q.x - c.x, q.y - c.y);
+            if (move < 0.2 || move > kNodeReach) continue;
+            bool meet = true;
+            for (const Line& l : ls)
+                meet = meet && std::fabs(l.d.y * (q.x - l.p.x) - l.d.x * (q.y - l.p.y)) <= kNodeFit;
+            if (meet) nodes_[e.first] = q;
+        }
+        lines_.clear();
+    }
+
+    // The point where the pieces at junction c meet, or false: each piece
+    // finds its own end there.
+    bool at(Corner c, PointD& out) const {
+        auto it = nodes_.find(nodeKey(c));
+        if (it == nodes_.end()) return false;
+        out = it->second;
+        return true;
+    }
+
+private:
+    struct Line {
+        PointD p, d;  // a point on it and its unit direction away from the junction
+    };
+    static long long nodeKey(Corner c) {
+        return (static_cast<long long>(c.y) << 32) | static_cast<unsigned>(c.x);
+    }
+    // The least-squares line through s[0..count) (nearest the junction
+    // first), if they all lie within a quarter pixel of it.
+    static bool line(const PointD* s, int count, Line& out) {
+        double mx = 0, my = 0;
+        for (int i = 0; i < count; ++i) mx += s[i].x, my += s[i].y;
+        mx /= count, my /= count;
+        double sxx = 0, sxy = 0, syy = 0;
+        for (int i = 0; i < count; ++i) {
+            const double dx = s[i].x - mx, dy = s[i].y - my;
+            sxx += dx * dx, sxy += dx * dy, syy += dy * dy;
+        }
+        if (sxx + syy < 1e-9) return false;
+        // The direction of the largest spread, away from the junction.
+        const double angle = 0.5 * std::atan2(2 * sxy, sxx - syy);
+        PointD d = {std::cos(angle), std::sin(angle)};
+        if (d.x * (s[count - 1].x - s[0].x) + d.y * (s[count - 1].y - s[0].y) < 0) d = {-d.x, -d.y};
+        for (int i = 0; i < count; ++i)
+            if (std::fabs(d.y * (s[i].x - mx) - d.x * (s[i].y - my)) > 0.25) return false;
+        out = {{mx, my}, d};
+        return true;
+    }
+
+    std::unordered_map<long long, std::vector<Line>> lines_;
+    std::unordered_map<long long, PointD> nodes_;
+};
+
 // One fit to make: a claimed piece (an index into the uses and the piece's
 // there, its first step `a` and the corner that step leaves, its steps) or
 // an island (`use`: the uses' count + an index into the island uses, `steps`
@@ -757,8 +864,10 @@ public:
     // `given`: the picture as the caller gave it; `pic`: with the regions'
     // colours measured in the picture (interiorColours).
     PieceFitter(const Raster& r, const EdgeSamples::Picture& given, const EdgeSamples::Picture& pic,
-                const EdgeSamples::Picture& judged, const OutputOptions& options)
+                const EdgeSamples::Picture& judged, const JunctionNodes& nodes,
+                const OutputOptions& options)
         : r_(r),
+          nodes_(nodes),
           given_(given),
           pic_(pic),
           options_(options),
@@ -848,7 +957,9 @@ private:
         // (edgeEnd); a straight piece joins it to each junction, so that
         // every piece still meets its neighbours there.
         const int firstSamples = std::min(4, steps);
-        PointD startX, endX;
+        // Where a sharp tip ends at a junction (JunctionNodes), the fit is
+        // tried running to the tip too, and the better kept.
+        PointD startX, endX, startTip, endTip;
         const int moreSamples = std::min(16, steps);
         std::vector<PointD> tail(points.end() - 1 - moreSamples, points.end() - 1);
         std::reverse(tail.begin(), tail.end());
@@ -856,6 +967,7 @@ private:
             edgeEnd(r, pc[0], loop.codes[a], &points[1], firstSamples, moreSamples, startX);
         const bool moveEnd = edgeEnd(r, cb, (loop.codes[(b + n - 1) % n] + 2) & 3, tail.data(),
                                      firstSamples, moreSamples, endX);
+        const bool tipStart = nodes_.at(pc[0], startTip), tipEnd = nodes_.at(cb, endTip);
         // Where the picture shows both regions in their own colours on every
         // step, the staircase is exact.
         bool exact = given.pixels != nullptr;
@@ -883,26 +995,33 @@ private:
         // The optimal polygon of the points as moved (or not): the same for
         // every tolerance; the straight runs it is found from, the same
         // for both but near the ends.
-        std::vector<int> polygons[2], runs;
+        std::vector<int> polygons[3], runs;
         // One fit: its segments (0: none), kept in `p` when it scores best
-        // so far. `going` hears of every fit (a long piece takes tens of
-        // milliseconds for each); after a stop no more fits.
+        // so far. `ends`: 0 on the junctions, 1 where the edge ends near
+        // them, 2 at the tips there too. `going` hears of every fit (a long
+        // piece takes tens of milliseconds for each); after a stop no more
+        // fits.
         bool stopped = false;
-        auto consider = [&](const OutlineFitter::Settings& fs, bool moved) {
+        auto consider = [&](const OutlineFitter::Settings& fs, int ends) {
             if (stopped || !going(8 * static_cast<size_t>(steps))) {
                 stopped = true;
                 return size_t(0);
             }
-            points.front() = moved && moveStart ? startX : A;
-            points.back() = moved && moveEnd ? endX : B;
-            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[moved], &runs))
+            const bool ownStart = ends == 2 && tipStart ? false : ends > 0 && moveStart;
+            const bool ownEnd = ends == 2 && tipEnd ? false : ends > 0 && moveEnd;
+            const bool toStart = ends == 2 && tipStart, toEnd = ends == 2 && tipEnd;
+            const PointD from = toStart ? startTip : ownStart ? startX : A;
+            const PointD to = toEnd ? endTip : ownEnd ? endX : B;
+            points.front() = from;
+            points.back() = to;
+            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[ends], &runs))
                 return size_t(0);
-            if (moved && (moveStart || moveEnd)) {
+            if (from.x != A.x || from.y != A.y || to.x != B.x || to.y != B.y) {
                 Curve joined;
                 joined.push_back(A);
-                if (moveStart) appendLine(joined, startX);
+                if (from.x != A.x || from.y != A.y) appendLine(joined, from);
                 joined.insert(joined.end(), cut.begin() + 1, cut.end());
-                if (moveEnd) appendLine(joined, B);
+                if (to.x != B.x || to.y != B.y) appendLine(joined, B);
                 cut.swap(joined);
             }
             const size_t segments = (cut.size() - 1) / 3;
@@ -947,11 +1066,16 @@ private:
                 contrast = dr * dr + dg * dg + db * db;
             }
             const double worth = 4 * kSegmentCost;
-            size_t segments = consider(fs, true);
+            const int ends = tipStart || tipEnd ? 2 : 1;
+            size_t segments = consider(fs, ends);
             for (int round = 1; weigh && segments > 2 && round < 3; ++round) {
                 if (steps > kCheapSteps && contrast * fs.tolerance > worth) break;
                 fs.tolerance *= 2;
-                segments = consider(fs, true);
+                segments = consider(fs, ends);
+            }
+            if (ends == 2) {
+                if (p.curved) fs.tolerance = p.tolerance;
+                consider(fs, 1);
             }
             // The ends left on the junctions save a segment each.
             auto moveOf = [](bool moved, PointD to, PointD from) {
@@ -961,7 +1085,7 @@ private:
             if (weigh && p.curved && move > 0 &&
                 (steps <= kCheapSteps || contrast * move / 2 <= worth)) {
                 fs.tolerance = p.tolerance;
-                consider(fs, false);
+                consider(fs, 0);
             }
         }
         if (stopped) return false;
@@ -980,6 +1104,7 @@ private:
     }
 
     const Raster& r_;
+    const JunctionNodes& nodes_;
     const EdgeSamples::Picture& given_;
     const EdgeSamples::Picture& pic_;
     const OutputOptions& options_;
@@ -1146,6 +1271,37 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         std::stable_sort(jobs.begin(), jobs.end(),
                          [](const FitJob& x, const FitJob& y) { return x.steps > y.steps; });
 
+        // Where the pieces meet at the junctions inside the picture, from
+        // the samples at both ends of every piece.
+        JunctionNodes nodes;
+        if (pic.pixels) {
+            std::vector<PointD> ends;
+            for (const FitJob& job : jobs) {
+                if (job.use >= uses.size() || job.steps < 5) continue;
+                const CrackLoop& loop = uses[job.use].shape->loops[uses[job.use].loop];
+                const size_t n = loop.codes.size(), k = std::min<size_t>(8, job.steps);
+                Corner c = job.at, e = job.at;
+                for (size_t i = 0, j = job.a; i < job.steps; ++i, j = j + 1 == n ? 0 : j + 1) {
+                    if (i == job.steps - k) e = c;
+                    c.x += kDx[loop.codes[j]];
+                    c.y += kDy[loop.codes[j]];
+                }
+                const bool inside0 =
+                    job.at.x > 0 && job.at.y > 0 && job.at.x < r.w && job.at.y < r.h;
+                const bool inside1 = c.x > 0 && c.y > 0 && c.x < r.w && c.y < r.h;
+                if (inside0) {
+                    EdgeSamples::sample(loop, pic, job.a, k, job.at, ends);
+                    nodes.add(job.at, ends.data(), static_cast<int>(ends.size()));
+                }
+                if (inside1) {
+                    EdgeSamples::sample(loop, pic, (job.a + job.steps - k) % n, k, e, ends);
+                    std::reverse(ends.begin(), ends.end());
+                    nodes.add(c, ends.data(), static_cast<int>(ends.size()));
+                }
+            }
+            nodes.settle();
+        }
+
         // 2. The claimed pieces and islands fitted, on several threads for a
         // large picture: each fit reads only the picture, the labels and its
         // own loop, and writes only its own piece, so the curves are the
@@ -1182,7 +1338,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                 count, count,
                 [&](int band, long long, long long) {
                     try {
-                        PieceFitter f(r, given, pic, flat.pic, options);
+                        PieceFitter f(r, given, pic, flat.pic, nodes, options);
                         if (band == 0)
                             runJobs(f, [&](size_t steps) {
                                 share = fitted();

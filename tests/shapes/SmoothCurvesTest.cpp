@@ -310,6 +310,41 @@ TEST(SmoothCurves, TipsAlongTheBorderReachOn) {
     EXPECT_LT(worst, 0.2);
 }
 
+// A sharp tip where three colours meet reaches its point: a red wedge
+// whose tip lies on the line between white and blue ends within half a
+// pixel of it (the pixels there, mixes of three colours, cut it short by
+// more than a pixel), in both layouts, and its sides stay on the wedge's.
+// (A corner cut short by a pixel at most is still placed from the pixels.)
+TEST(SmoothCurves, TipsAtThreeColoursReachOn) {
+    const PointD tip = {40.3, 30.4}, upper = {10, 24}, lower = {10, 36.8};
+    auto side = [](PointD a, PointD b, double x, double y) {
+        return (b.x - a.x) * (y - a.y) - (b.y - a.y) * (x - a.x);
+    };
+    const Picture p = antialiased("tip", 64, 48, [&](double x, double y) {
+        if (x >= 10 && side(upper, tip, x, y) >= 0 && side(tip, lower, x, y) >= 0) return kRed;
+        return y < tip.y ? kWhite : kBlue;
+    });
+    for (auto layout : {OutputOptions::Layout::Stacked, OutputOptions::Layout::Cutout}) {
+        ShapeSet set;
+        trace(p, layout, set);
+        const om1::Shape* red = shapeOf(set, kRed);
+        ASSERT_NE(red, nullptr);
+        double right = 0, off = 0;
+        for (const PointD& q : flattened(red->curves[0], 32)) {
+            right = std::max(right, q.x);
+            if (q.x > 12 && q.x < tip.x - 2)
+                off = std::max(off, std::min(std::fabs(side(upper, tip, q.x, q.y)),
+                                             std::fabs(side(tip, lower, q.x, q.y))) /
+                                        std::hypot(tip.x - upper.x, tip.y - upper.y));
+        }
+        EXPECT_NEAR(right, tip.x, 0.5);
+        // (Stacked, the one drawn first reaches under its neighbour.)
+        if (layout == OutputOptions::Layout::Cutout) {
+            EXPECT_LT(off, 0.3);
+        }
+    }
+}
+
 // Stacked siblings along a slanted edge: the one drawn later keeps the
 // curve on the true edge, the one drawn first reaches under it (so that the
 // page under both does not show through the soft edge) but never onto the

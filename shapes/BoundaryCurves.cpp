@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "prepare/Bands.h"
@@ -377,10 +378,11 @@ struct Piece {
     // along the piece but the one drawn last (empty: none).
     Curve hidden;
     bool topIn = false;
-    double tolerance = 0;      // the fit's
-    int lastShape = -1;        // the last shape whose loop runs along the piece
-    bool lastForward = false;  // and whether it runs it forwards
-    int users = 0;             // loops still to be put together from it
+    double tolerance = 0;           // the fit's
+    bool tips[2] = {false, false};  // whether it ends at the tip (JunctionNodes) at start, end
+    int lastShape = -1;             // the last shape whose loop runs along the piece
+    bool lastForward = false;       // and whether it runs it forwards
+    int users = 0;                  // loops still to be put together from it
 };
 
 // Whether labels a and b are siblings in the stacked drawing: neither holds
@@ -810,6 +812,13 @@ public:
         return true;
     }
 
+    // Drops the tip at junction c, if any.
+    void drop(Corner c) { nodes_.erase(nodeKey(c)); }
+    bool empty() const { return nodes_.empty(); }
+    // Every piece at junction c runs to its tip from now on.
+    void force(Corner c) { forced_.insert(nodeKey(c)); }
+    bool forced(Corner c) const { return forced_.count(nodeKey(c)) > 0; }
+
 private:
     struct Line {
         PointD p, d;  // a point on it and its unit direction away from the junction
@@ -841,6 +850,7 @@ private:
 
     std::unordered_map<long long, std::vector<Line>> lines_;
     std::unordered_map<long long, PointD> nodes_;
+    std::unordered_set<long long> forced_;
 };
 
 // One fit to make: a claimed piece (an index into the uses and the piece's
@@ -1045,6 +1055,8 @@ private:
                 p.curve.swap(cut);
                 p.hidden.swap(hidden);
                 p.tolerance = fs.tolerance;
+                p.tips[0] = toStart;
+                p.tips[1] = toEnd;
             }
             return segments;
         };
@@ -1073,7 +1085,8 @@ private:
                 fs.tolerance *= 2;
                 segments = consider(fs, ends);
             }
-            if (ends == 2) {
+            const bool forced = nodes_.forced(pc[0]) || nodes_.forced(cb);
+            if (ends == 2 && !forced) {
                 if (p.curved) fs.tolerance = p.tolerance;
                 consider(fs, 1);
             }
@@ -1082,7 +1095,7 @@ private:
                 return moved ? std::hypot(to.x - from.x, to.y - from.y) : 0.0;
             };
             const double move = moveOf(moveStart, startX, A) + moveOf(moveEnd, endX, B);
-            if (weigh && p.curved && move > 0 &&
+            if (weigh && p.curved && move > 0 && !forced &&
                 (steps <= kCheapSteps || contrast * move / 2 <= worth)) {
                 fs.tolerance = p.tolerance;
                 consider(fs, 0);
@@ -1100,6 +1113,8 @@ private:
         slot.curved = p.curved;
         slot.topIn = p.topIn;
         slot.tolerance = p.tolerance;
+        slot.tips[0] = p.curved && p.tips[0];
+        slot.tips[1] = p.curved && p.tips[1];
         return true;
     }
 
@@ -1274,10 +1289,12 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         // Where the pieces meet at the junctions inside the picture, from
         // the samples at both ends of every piece.
         JunctionNodes nodes;
+        std::vector<Corner> jobEnds(jobs.size(), Corner{-1, -1});  // each piece's last corner
         if (pic.pixels) {
             std::vector<PointD> ends;
-            for (const FitJob& job : jobs) {
-                if (job.use >= uses.size() || job.steps < 5) continue;
+            for (size_t ji = 0; ji < jobs.size(); ++ji) {
+                const FitJob& job = jobs[ji];
+                if (job.use >= uses.size()) continue;
                 const CrackLoop& loop = uses[job.use].shape->loops[uses[job.use].loop];
                 const size_t n = loop.codes.size(), k = std::min<size_t>(8, job.steps);
                 Corner c = job.at, e = job.at;
@@ -1286,6 +1303,8 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     c.x += kDx[loop.codes[j]];
                     c.y += kDy[loop.codes[j]];
                 }
+                jobEnds[ji] = c;
+                if (job.steps < 5) continue;
                 const bool inside0 =
                     job.at.x > 0 && job.at.y > 0 && job.at.x < r.w && job.at.y < r.h;
                 const bool inside1 = c.x > 0 && c.y > 0 && c.x < r.w && c.y < r.h;
@@ -1357,6 +1376,52 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     if (!stop.load() && !going()) stop = true;
                 });
             if (stopped || failed) return false;
+
+            // Where only some of the pieces at a tip run to it, the others
+            // leave a spur between their ends: such a junction goes the way
+            // most of its pieces went (a tie to the tip), and the pieces
+            // that went the other way are fitted again.
+            if (!nodes.empty()) {
+                std::unordered_map<long long, std::array<int, 2>> votes;  // not, to the tip
+                auto vote = [&](Corner c, bool tip) {
+                    PointD q;
+                    if (nodes.at(c, q)) ++votes[key(c.x, c.y, 0)][tip];
+                };
+                for (size_t ji = 0; ji < jobs.size(); ++ji) {
+                    if (jobs[ji].use >= uses.size()) continue;
+                    const Piece& slot = *uses[jobs[ji].use].pieces[jobs[ji].piece].piece;
+                    vote(jobs[ji].at, slot.tips[0]);
+                    vote(jobEnds[ji], slot.tips[1]);
+                }
+                // -1: no tip there after all, 1: every piece to it, 0: as fitted.
+                auto way = [&](Corner c) {
+                    auto it = votes.find(key(c.x, c.y, 0));
+                    if (it == votes.end() || !it->second[0] || !it->second[1]) return 0;
+                    return it->second[1] >= it->second[0] ? 1 : -1;
+                };
+                std::vector<size_t> again;
+                for (size_t ji = 0; ji < jobs.size(); ++ji) {
+                    if (jobs[ji].use >= uses.size()) continue;
+                    const Piece& slot = *uses[jobs[ji].use].pieces[jobs[ji].piece].piece;
+                    const int w0 = way(jobs[ji].at), w1 = way(jobEnds[ji]);
+                    if ((w0 && (w0 > 0) != slot.tips[0]) || (w1 && (w1 > 0) != slot.tips[1]))
+                        again.push_back(ji);
+                }
+                for (const auto& v : votes) {
+                    if (!v.second[0] || !v.second[1]) continue;
+                    const Corner c = {static_cast<int>(static_cast<unsigned>(v.first / 4)),
+                                      static_cast<int>(v.first / 4 >> 32)};
+                    if (v.second[1] >= v.second[0])
+                        nodes.force(c);
+                    else
+                        nodes.drop(c);
+                }
+                PieceFitter f(r, given, pic, flat.pic, nodes, options);
+                for (size_t ji : again)
+                    if (!f.piece(uses[jobs[ji].use], jobs[ji],
+                                 [&](size_t steps) { return done(steps); }))
+                        return false;
+            }
         }
 
         // 3. Every loop put together from its pieces. A piece's curves are

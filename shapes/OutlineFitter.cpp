@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "shapes/DoublePair.h"
 #include "shapes/EllipseFit.h"
 
 namespace om1 {
@@ -525,7 +526,12 @@ private:
             heuristic();
             return true;
         }
-        for (int i = 0; i < m; ++i) uu[i] /= total;
+        {
+            int i = 0;
+            const DoublePair by(total);
+            for (; i + 1 < m; i += 2) (DoublePair::load(uu + i) / by).store(uu + i);
+            if (i < m) uu[i] /= total;
+        }
         double worst = 0;
         bool good = false;
         for (int iter = 0; iter < rounds; ++iter) {
@@ -553,7 +559,44 @@ private:
             const PointD c0 = seg[0], c1 = seg[1], c2 = seg[2], c3 = seg[3];
             const PointD d10 = sub(c1, c0), d21 = sub(c2, c1), d32 = sub(c3, c2);
             const PointD e0 = add(sub(c2, mul(c1, 2)), c0), e1 = add(sub(c3, mul(c2, 2)), c1);
-            for (int i = 0; i < m; ++i) {
+            // Two samples at a time (the same operations on each as one at a
+            // time), the error bookkeeping in order.
+            int i = 0;
+            const bool step = iter + 1 != rounds;  // the last round's parameters are not used again
+            const DoublePair one(1.0), three(3.0), six(6.0);
+            const DoublePair c0x(c0.x), c0y(c0.y), c1x(c1.x), c1y(c1.y), c2x(c2.x), c2y(c2.y),
+                c3x(c3.x), c3y(c3.y);
+            for (; i + 1 < m; i += 2) {
+                const DoublePair t = DoublePair::load(uu + i);
+                const DoublePair v = one - t;
+                const DoublePair b0 = v * v * v, b1 = three * v * v * t, b2 = three * v * t * t,
+                                 b3 = t * t * t;
+                const DoublePair dx = b0 * c0x + b1 * c1x + b2 * c2x + b3 * c3x -
+                                      DoublePair(q[i].x, q[i + 1].x);
+                const DoublePair dy = b0 * c0y + b1 * c1y + b2 * c2y + b3 * c3y -
+                                      DoublePair(q[i].y, q[i + 1].y);
+                const DoublePair dist = sqrt(dx * dx + dy * dy);
+                for (const double di : {dist.first(), dist.second()}) {
+                    worst = std::max(worst, di);
+                    sum += di * di;
+                    if (last && worst > tol) return false;
+                    // Far out already: this fit fails whatever the rest.
+                    if (!sound && worst > 8 * tol) return false;
+                }
+                if (!step) continue;
+                const DoublePair w1 = three * v * v, w2 = six * v * t, w3 = three * t * t;
+                const DoublePair d1x = DoublePair(d10.x) * w1 + DoublePair(d21.x) * w2 +
+                                       DoublePair(d32.x) * w3;
+                const DoublePair d1y = DoublePair(d10.y) * w1 + DoublePair(d21.y) * w2 +
+                                       DoublePair(d32.y) * w3;
+                const DoublePair z0 = six * (one - t), z1 = six * t;
+                const DoublePair d2x = DoublePair(e0.x) * z0 + DoublePair(e1.x) * z1;
+                const DoublePair d2y = DoublePair(e0.y) * z0 + DoublePair(e1.y) * z1;
+                const DoublePair f = dx * d1x + dy * d1y;
+                const DoublePair fd = (d1x * d1x + d1y * d1y) + (dx * d2x + dy * d2y);
+                pickWhereAbove(fd, 1e-12, clamp(t - f / fd, 0.0, 1.0), t).store(uu + i);
+            }
+            for (; i < m; ++i) {
                 const double t = uu[i];
                 const PointD p = q[i];
                 // The curve point at t, less p, and the first and second
@@ -567,10 +610,8 @@ private:
                 worst = std::max(worst, dist);
                 sum += dist * dist;
                 if (last && worst > tol) return false;
-                // Far out already: this fit fails whatever the rest.
                 if (!sound && worst > 8 * tol) return false;
-                // The last round's parameters are not used again.
-                if (iter + 1 == rounds) continue;
+                if (!step) continue;
                 const PointD d1 =
                     add(add(mul(d10, 3 * v * v), mul(d21, 6 * v * t)), mul(d32, 3 * t * t));
                 const PointD d2 = add(mul(e0, 6 * (1 - t)), mul(e1, 6 * t));

@@ -532,8 +532,9 @@ private:
             for (; i + 1 < m; i += 2) (DoublePair::load(uu + i) / by).store(uu + i);
             if (i < m) uu[i] /= total;
         }
-        double worst = 0;
         bool good = false;
+        w_.resize(static_cast<size_t>(m));
+        double* const ww = w_.data();
         for (int iter = 0; iter < rounds; ++iter) {
             const bool solved =
                 free0 ? (free3 ? leastSquares<true, true>(q, m, P0, P3, t0, t3, seg)
@@ -551,16 +552,18 @@ private:
             // Newton steps towards the nearest curve points, then the error.
             // (The distance is taken before the step, which only brings
             // the curve point nearer; the last round stops at the first
-            // sample out of the tolerance.)
+            // sample out of the tolerance.) The squared distances are
+            // compared with the largest squares whose roots stay within the
+            // tolerance (the same answers as the roots); the roots are
+            // taken only where their sum is asked for.
             const bool last = iter == rounds - 1 && !sound;
-            worst = 0;
-            double sum = 0;
+            double worst2 = 0;
             // The control points' differences, the same at every sample.
             const PointD c0 = seg[0], c1 = seg[1], c2 = seg[2], c3 = seg[3];
             const PointD d10 = sub(c1, c0), d21 = sub(c2, c1), d32 = sub(c3, c2);
             const PointD e0 = add(sub(c2, mul(c1, 2)), c0), e1 = add(sub(c3, mul(c2, 2)), c1);
             // Two samples at a time (the same operations on each as one at a
-            // time), the error bookkeeping in order.
+            // time).
             int i = 0;
             const bool step = iter + 1 != rounds;  // the last round's parameters are not used again
             const DoublePair one(1.0), three(3.0), six(6.0);
@@ -571,24 +574,22 @@ private:
                 const DoublePair v = one - t;
                 const DoublePair b0 = v * v * v, b1 = three * v * v * t, b2 = three * v * t * t,
                                  b3 = t * t * t;
-                const DoublePair dx = b0 * c0x + b1 * c1x + b2 * c2x + b3 * c3x -
-                                      DoublePair(q[i].x, q[i + 1].x);
-                const DoublePair dy = b0 * c0y + b1 * c1y + b2 * c2y + b3 * c3y -
-                                      DoublePair(q[i].y, q[i + 1].y);
-                const DoublePair dist = sqrt(dx * dx + dy * dy);
-                for (const double di : {dist.first(), dist.second()}) {
-                    worst = std::max(worst, di);
-                    sum += di * di;
-                    if (last && worst > tol) return false;
-                    // Far out already: this fit fails whatever the rest.
-                    if (!sound && worst > 8 * tol) return false;
-                }
+                const DoublePair dx =
+                    b0 * c0x + b1 * c1x + b2 * c2x + b3 * c3x - DoublePair(q[i].x, q[i + 1].x);
+                const DoublePair dy =
+                    b0 * c0y + b1 * c1y + b2 * c2y + b3 * c3y - DoublePair(q[i].y, q[i + 1].y);
+                const DoublePair dd = dx * dx + dy * dy;
+                dd.store(ww + i);
+                worst2 = std::max(std::max(worst2, dd.first()), dd.second());
+                if (last && worst2 > within_) return false;
+                // Far out already: this fit fails whatever the rest.
+                if (!sound && worst2 > far_) return false;
                 if (!step) continue;
                 const DoublePair w1 = three * v * v, w2 = six * v * t, w3 = three * t * t;
-                const DoublePair d1x = DoublePair(d10.x) * w1 + DoublePair(d21.x) * w2 +
-                                       DoublePair(d32.x) * w3;
-                const DoublePair d1y = DoublePair(d10.y) * w1 + DoublePair(d21.y) * w2 +
-                                       DoublePair(d32.y) * w3;
+                const DoublePair d1x =
+                    DoublePair(d10.x) * w1 + DoublePair(d21.x) * w2 + DoublePair(d32.x) * w3;
+                const DoublePair d1y =
+                    DoublePair(d10.y) * w1 + DoublePair(d21.y) * w2 + DoublePair(d32.y) * w3;
                 const DoublePair z0 = six * (one - t), z1 = six * t;
                 const DoublePair d2x = DoublePair(e0.x) * z0 + DoublePair(e1.x) * z1;
                 const DoublePair d2y = DoublePair(e0.y) * z0 + DoublePair(e1.y) * z1;
@@ -606,11 +607,11 @@ private:
                 const PointD d = sub(PointD{b0 * c0.x + b1 * c1.x + b2 * c2.x + b3 * c3.x,
                                             b0 * c0.y + b1 * c1.y + b2 * c2.y + b3 * c3.y},
                                      p);
-                const double dist = norm(d);
-                worst = std::max(worst, dist);
-                sum += dist * dist;
-                if (last && worst > tol) return false;
-                if (!sound && worst > 8 * tol) return false;
+                const double dd = d.x * d.x + d.y * d.y;
+                ww[i] = dd;
+                worst2 = std::max(worst2, dd);
+                if (last && worst2 > within_) return false;
+                if (!sound && worst2 > far_) return false;
                 if (!step) continue;
                 const PointD d1 =
                     add(add(mul(d10, 3 * v * v), mul(d21, 6 * v * t)), mul(d32, 3 * t * t));
@@ -618,11 +619,13 @@ private:
                 const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
                 if (std::fabs(fd) > 1e-12) uu[i] = std::min(1.0, std::max(0.0, t - f / fd));
             }
+            // The largest distance is the root of the largest square.
+            const double worst = std::sqrt(worst2);
             // Within the tolerance everywhere, and within a third of it on
             // average (the samples' own noise stays well below that), unless
             // relaxed.
             if (polished) *polished = worst;
-            good = worst <= tol && (relaxed_ || sum <= m * (tol * tol / 9));
+            good = worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol / 9));
             if (good && !polished) return true;
         }
         return sound || good;
@@ -737,7 +740,37 @@ private:
     const Loop& L_;
     const OutlineFitter::Settings& s_;
     std::vector<PointD>& out_;
-    std::vector<double> u_;
+    // The sum of the squares of the distances whose squares are dd[0..m),
+    // each distance rounded as a root, in order.
+    static double sumOfSquares(const double* dd, int m) {
+        double sum = 0;
+        int i = 0;
+        for (; i + 1 < m; i += 2) {
+            const DoublePair d = sqrt(DoublePair::load(dd + i));
+            const DoublePair d2 = d * d;
+            sum += d2.first();
+            sum += d2.second();
+        }
+        if (i < m) {
+            const double d = std::sqrt(dd[i]);
+            sum += d * d;
+        }
+        return sum;
+    }
+    // The largest double whose root is at most r (r >= 0).
+    static double largestSquareWithin(double r) {
+        const double inf = std::numeric_limits<double>::infinity();
+        double x = r * r;
+        if (!(x < inf)) return x;
+        while (x > 0 && std::sqrt(x) > r) x = std::nextafter(x, 0.0);
+        while (std::sqrt(std::nextafter(x, inf)) <= r) x = std::nextafter(x, inf);
+        return x;
+    }
+
+    std::vector<double> u_, w_;
+    // Squared distances within the tolerance and within eight times it.
+    const double within_ = largestSquareWithin(s_.tolerance);
+    const double far_ = largestSquareWithin(8 * s_.tolerance);
     bool relaxed_ = false;  // the mean error not asked for
 };
 

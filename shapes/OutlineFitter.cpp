@@ -212,17 +212,15 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
         PointD lo = {0, 0}, hi = {0, 0};
         int dirs = 1 << codes[0];
         int best = 1;
-        for (int m = 1; m <= limit; ++m) {
+        // Sample m with p = pts[m] - a at distance d, and p turned by the
+        // angle eps subtends at d either way (when d > eps); false where
+        // the run ends before it.
+        auto take = [&](int m, PointD p, double d, PointD r1, PointD r2) {
             dirs |= 1 << codes[m];
-            if (dirs == 15) break;
-            const PointD p = sub(pts[m], a);
-            if (cone && (cross(lo, p) < 0 || cross(p, hi) < 0)) break;
+            if (dirs == 15) return false;
+            if (cone && (cross(lo, p) < 0 || cross(p, hi) < 0)) return false;
             best = m;
-            const double d = norm(p);
             if (d > eps) {
-                const double sa = eps / d, ca = std::sqrt(1 - sa * sa);
-                const PointD r1 = {p.x * ca + p.y * sa, -p.x * sa + p.y * ca};  // turned one way
-                const PointD r2 = {p.x * ca - p.y * sa, p.x * sa + p.y * ca};   // and the other
                 if (!cone) {
                     lo = r1;
                     hi = r2;
@@ -230,9 +228,38 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
                 } else {
                     if (cross(lo, r1) > 0) lo = r1;
                     if (cross(r2, hi) > 0) hi = r2;
-                    if (cross(lo, hi) < 0) break;
+                    if (cross(lo, hi) < 0) return false;
                 }
             }
+            return true;
+        };
+        // Two samples at a time (the same operations on each as one at a
+        // time; the second's are lost where the run ends at the first).
+        const DoublePair ax(a.x), ay(a.y), e(eps), one(1.0);
+        int m = 1;
+        for (; m + 1 <= limit; m += 2) {
+            const DoublePair px = DoublePair(pts[m].x, pts[m + 1].x) - ax,
+                             py = DoublePair(pts[m].y, pts[m + 1].y) - ay;
+            const DoublePair d = sqrt(px * px + py * py);
+            const DoublePair sa = e / d, ca = sqrt(one - sa * sa);
+            const DoublePair r1x = px * ca + py * sa, r1y = py * ca - px * sa;  // turned one way
+            const DoublePair r2x = px * ca - py * sa, r2y = px * sa + py * ca;  // and the other
+            if (!take(m, {px.first(), py.first()}, d.first(), {r1x.first(), r1y.first()},
+                      {r2x.first(), r2y.first()}) ||
+                !take(m + 1, {px.second(), py.second()}, d.second(), {r1x.second(), r1y.second()},
+                      {r2x.second(), r2y.second()}))
+                break;
+        }
+        if (m == limit) {
+            const PointD p = sub(pts[m], a);
+            const double d = norm(p);
+            PointD r1 = {0, 0}, r2 = {0, 0};
+            if (d > eps) {
+                const double sa = eps / d, ca = std::sqrt(1 - sa * sa);
+                r1 = {p.x * ca + p.y * sa, -p.x * sa + p.y * ca};  // turned one way
+                r2 = {p.x * ca - p.y * sa, p.x * sa + p.y * ca};   // and the other
+            }
+            take(m, p, d, r1, r2);
         }
         lon[static_cast<size_t>(k)] = best;
     }

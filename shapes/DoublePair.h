@@ -24,6 +24,8 @@ public:
     double first() const { return _mm_cvtsd_f64(v_); }
     double second() const { return _mm_cvtsd_f64(_mm_unpackhi_pd(v_, v_)); }
 
+    // The sign flipped (as -x flips it: a zero's too).
+    friend DoublePair operator-(DoublePair a) { return _mm_xor_pd(a.v_, _mm_set1_pd(-0.0)); }
     friend DoublePair operator+(DoublePair a, DoublePair b) { return _mm_add_pd(a.v_, b.v_); }
     friend DoublePair operator-(DoublePair a, DoublePair b) { return _mm_sub_pd(a.v_, b.v_); }
     friend DoublePair operator*(DoublePair a, DoublePair b) { return _mm_mul_pd(a.v_, b.v_); }
@@ -67,6 +69,7 @@ public:
     double first() const { return a_; }
     double second() const { return b_; }
 
+    friend DoublePair operator-(DoublePair a) { return {-a.a_, -a.b_}; }
     friend DoublePair operator+(DoublePair a, DoublePair b) { return {a.a_ + b.a_, a.b_ + b.b_}; }
     friend DoublePair operator-(DoublePair a, DoublePair b) { return {a.a_ - b.a_, a.b_ - b.b_}; }
     friend DoublePair operator*(DoublePair a, DoublePair b) { return {a.a_ * b.a_, a.b_ * b.b_}; }

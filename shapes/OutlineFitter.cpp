@@ -146,6 +146,9 @@ public:
         return {hi.n - lo.n, hi.x - lo.x, hi.y - lo.y, hi.xx - lo.xx, hi.xy - lo.xy, hi.yy - lo.yy};
     }
     PointD origin() const { return origin_; }
+    // sums()[k]: the moments of samples 0..k - 1 (range(a, b) is
+    // sums()[b + 1] less sums()[a]).
+    const Moments* sums() const { return sums_.data(); }
 
 private:
     // (start + k) mod n; k mostly lies in -n..2n, where one step does.
@@ -183,6 +186,32 @@ double chordPenalty(const Loop& L, int a, int b) {
     const double v =
         A * A * m.yy + B * B * m.xx + 2 * A * B * m.xy - 2 * c * (A * m.y + B * m.x) + m.n * c * c;
     return std::max(0.0, v);
+}
+
+// chordPenalty(L, a, b) and chordPenalty(L, a, b + 1), with the same
+// operations on each.
+void chordPenalties(const Loop& L, int a, int b, double* out) {
+    const PointD o = L.origin();
+    const PointD pa = sub(L.at(a), o), pb0 = L.at(b), pb1 = L.at(b + 1);
+    const DoublePair dx = (DoublePair(pb0.x, pb1.x) - DoublePair(o.x)) - DoublePair(pa.x),
+                     dy = (DoublePair(pb0.y, pb1.y) - DoublePair(o.y)) - DoublePair(pa.y);
+    const DoublePair l = sqrt(dx * dx + dy * dy);
+    const DoublePair k = DoublePair(1.0) / l, zero(0.0);
+    const DoublePair ux = pickWhereAbove(l, 1e-12, dx * k, zero),
+                     uy = pickWhereAbove(l, 1e-12, dy * k, zero);
+    const Moments &lo = L.sums()[a], &h0 = L.sums()[b + 1], &h1 = L.sums()[b + 2];
+    const DoublePair mn = DoublePair(h0.n, h1.n) - DoublePair(lo.n),
+                     mx = DoublePair(h0.x, h1.x) - DoublePair(lo.x),
+                     my = DoublePair(h0.y, h1.y) - DoublePair(lo.y),
+                     mxx = DoublePair(h0.xx, h1.xx) - DoublePair(lo.xx),
+                     mxy = DoublePair(h0.xy, h1.xy) - DoublePair(lo.xy),
+                     myy = DoublePair(h0.yy, h1.yy) - DoublePair(lo.yy);
+    const DoublePair A = ux, B = -uy, c = ux * DoublePair(pa.y) - uy * DoublePair(pa.x);
+    const DoublePair two(2.0);
+    const DoublePair v =
+        A * A * myy + B * B * mxx + two * A * B * mxy - two * c * (A * my + B * mx) + mn * c * c;
+    out[0] = std::max(0.0, v.first());
+    out[1] = std::max(0.0, v.second());
 }
 
 // For every sample k, the longest chord k -> k + lon[k] that passes within
@@ -276,18 +305,32 @@ void optimalPolygon(const Loop& L, const std::vector<int>& lon, std::vector<int>
     count[0] = 0;
     for (int k = 0; k < n; ++k) {
         if (count[static_cast<size_t>(k)] == inf) continue;
-        const int reach = lon[static_cast<size_t>(k)];
-        for (int m = 1; m <= reach && k + m <= n; ++m) {
-            const int j = k + m;
-            const int c = count[static_cast<size_t>(k)] + 1;
-            if (c > count[static_cast<size_t>(j)]) continue;
-            const double p = pen[static_cast<size_t>(k)] + chordPenalty(L, k, j);
+        const int reach = std::min(lon[static_cast<size_t>(k)], n - k);
+        const int c = count[static_cast<size_t>(k)] + 1;
+        const double base = pen[static_cast<size_t>(k)];
+        auto reached = [&](int j, double chord) {
+            const double p = base + chord;
             if (c < count[static_cast<size_t>(j)] || p < pen[static_cast<size_t>(j)]) {
                 count[static_cast<size_t>(j)] = c;
                 pen[static_cast<size_t>(j)] = p;
                 prev[static_cast<size_t>(j)] = k;
             }
+        };
+        // Two edges' penalties at a time (an edge to a sample already
+        // reached with fewer edges is not taken).
+        int m = 1;
+        for (; m + 1 <= reach; m += 2) {
+            const int j = k + m;
+            const bool take0 = c <= count[static_cast<size_t>(j)],
+                       take1 = c <= count[static_cast<size_t>(j) + 1];
+            if (!take0 && !take1) continue;
+            double chords[2];
+            chordPenalties(L, k, j, chords);
+            if (take0) reached(j, chords[0]);
+            if (take1) reached(j + 1, chords[1]);
         }
+        if (m == reach && c <= count[static_cast<size_t>(k + m)])
+            reached(k + m, chordPenalty(L, k, k + m));
     }
     verts.clear();
     if (count[static_cast<size_t>(n)] == inf) return;

@@ -720,13 +720,10 @@ private:
         double r0 = 0, r1 = 0, r2 = 0, r3 = 0;
         double a00 = 0, a01 = 0, a02 = 0, a11 = 0, a12 = 0, a22 = 0;
         const double* const uu = u_.data();
-        for (int i = 0; i < count; ++i) {
-            const double u = uu[i], v = 1 - u;
-            const double b0 = v * v * v, b1 = 3 * v * v * u, b2 = 3 * v * u * u, b3 = u * u * u;
-            double kx = P0.x * b0 + P3.x * b3, ky = P0.y * b0 + P3.y * b3;
-            if (!free0) kx = kx + P0.x * b1, ky = ky + P0.y * b1;
-            if (!free3) kx = kx + P3.x * b2, ky = ky + P3.y * b2;
-            const double rx = q[i].x - kx, ry = q[i].y - ky;
+        // The sample's terms added to the sums (b1, b2: its weights of the
+        // two inner control points; rx, ry: the sample less the curve's
+        // known part).
+        auto accumulate = [&](double b1, double b2, double rx, double ry) {
             if (free0 && free3) {
                 // e: (b1, 0), (0, b1), (b2, 0), (0, b2).
                 r0 += b1 * rx;
@@ -766,6 +763,31 @@ private:
                 a01 += hx * gx + hy * gy;
                 a11 += gx * gx + gy * gy;
             }
+        };
+        // Two samples' weights and residuals at a time (the same operations
+        // on each as on one), their terms added in order.
+        const DoublePair one(1.0), three(3.0);
+        const DoublePair p0x(P0.x), p0y(P0.y), p3x(P3.x), p3y(P3.y);
+        int i = 0;
+        for (; i + 1 < count; i += 2) {
+            const DoublePair u = DoublePair::load(uu + i), v = one - u;
+            const DoublePair b0 = v * v * v, b1 = three * v * v * u, b2 = three * v * u * u,
+                             b3 = u * u * u;
+            DoublePair kx = p0x * b0 + p3x * b3, ky = p0y * b0 + p3y * b3;
+            if (!free0) kx = kx + p0x * b1, ky = ky + p0y * b1;
+            if (!free3) kx = kx + p3x * b2, ky = ky + p3y * b2;
+            const DoublePair rx = DoublePair(q[i].x, q[i + 1].x) - kx,
+                             ry = DoublePair(q[i].y, q[i + 1].y) - ky;
+            accumulate(b1.first(), b2.first(), rx.first(), ry.first());
+            accumulate(b1.second(), b2.second(), rx.second(), ry.second());
+        }
+        if (i < count) {
+            const double u = uu[i], v = 1 - u;
+            const double b0 = v * v * v, b1 = 3 * v * v * u, b2 = 3 * v * u * u, b3 = u * u * u;
+            double kx = P0.x * b0 + P3.x * b3, ky = P0.y * b0 + P3.y * b3;
+            if (!free0) kx = kx + P0.x * b1, ky = ky + P0.y * b1;
+            if (!free3) kx = kx + P3.x * b2, ky = ky + P3.y * b2;
+            accumulate(b1, b2, q[i].x - kx, q[i].y - ky);
         }
         r[0] = r0, r[1] = r1, r[2] = r2, r[3] = r3;
         if (free0 && free3) {

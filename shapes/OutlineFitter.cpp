@@ -581,8 +581,9 @@ private:
                 return true;
             }
         }
-        // Chord-length parameters.
-        u_.resize(static_cast<size_t>(m));
+        // Chord-length parameters. (The buffers only grow: every entry
+        // used is written first.)
+        if (u_.size() < static_cast<size_t>(m)) u_.resize(static_cast<size_t>(m));
         double* const uu = u_.data();
         const double* const steps = L_.steps() + i0;
         double total = norm(sub(q[0], P0));
@@ -603,7 +604,7 @@ private:
             if (i < m) uu[i] /= total;
         }
         bool good = false;
-        w_.resize(static_cast<size_t>(m));
+        if (w_.size() < static_cast<size_t>(m)) w_.resize(static_cast<size_t>(m));
         double* const ww = w_.data();
         for (int iter = 0; iter < rounds; ++iter) {
             const bool solved =

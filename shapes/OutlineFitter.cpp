@@ -401,6 +401,7 @@ public:
             // times its segments.
             const bool shortRest = b - s <= kShortRest;
             if (shortRest && tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                keep(seg);
                 polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
                 emit(seg);
                 return;
@@ -411,6 +412,7 @@ public:
             const bool prefixFailed = !doubling(f, 8, s, a, b, P, tP, tA, seg);
             if (!shortRest && !prefixFailed &&
                 tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                keep(seg);
                 polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
                 emit(seg);
                 return;
@@ -460,6 +462,7 @@ public:
             }
             f.best = e;
             std::copy(seg, seg + 4, f.seg);
+            keep(seg);
             f.lo = e + 1;
         }
         return true;
@@ -472,6 +475,7 @@ public:
                        s == a && isFree(tA), false)) {
                 f.best = mid;
                 std::copy(seg, seg + 4, f.seg);
+                keep(seg);
                 f.lo = mid + 1;
             } else {
                 f.hi = mid - 1;
@@ -513,12 +517,32 @@ private:
     // the samples' curve parameters (its ends and tangents as they are):
     // the search's two rounds tell whether a length fits, these bring the
     // curve nearer the samples. Kept when it stays within the tolerance.
+    // (It goes on from where the trial fit of the same segment, kept by
+    // keep(), left off: its first rounds are the trial's.)
     void polish(int s, int e, PointD t0, PointD t3, PointD* seg, bool skip0, bool skip3) {
         PointD c[4];
         double worst = 0;
-        if (tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true, &worst) &&
+        if (tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true, &worst,
+                   kept_.round >= 0 ? &kept_ : nullptr) &&
             worst <= s_.tolerance)
             std::copy(c, c + 4, seg);
+    }
+
+    // A trial fit's state where it succeeded (the round it ended in, the
+    // parameters its second round starts from, the segment): the first
+    // rounds of polishing the same segment.
+    struct Kept {
+        int round = -1;  // -1: none (a straight or degenerate segment)
+        std::vector<double> params;
+        PointD c1{0, 0}, c2{0, 0};
+    };
+    // Keeps the state of the trial fit that just succeeded with `seg`.
+    void keep(const PointD* seg) {
+        kept_.round = lastRound_;
+        if (lastRound_ >= 0)
+            kept_.params.assign(u_.begin(), u_.begin() + static_cast<std::ptrdiff_t>(lastCount_));
+        kept_.c1 = seg[1];
+        kept_.c2 = seg[2];
     }
 
     void emit(const PointD* seg) {
@@ -532,8 +556,13 @@ private:
     // With `sound`, true whenever the handles are sound, whatever the error.
     // With `polished`, the polishing rounds all run and it gets the largest
     // distance of the last.
+    // `from` (with `polished` only): the state of the trial fit of the same
+    // segment (the same samples, ends and tangents), whose rounds this one
+    // need not repeat.
     bool tryFit(int s, int e, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg, bool skip0,
-                bool skip3, bool sound = false, double* polished = nullptr) {
+                bool skip3, bool sound = false, double* polished = nullptr,
+                const Kept* from = nullptr) {
+        lastRound_ = -1;
         const int skip = 2;
         int i0 = s + (skip0 ? skip : 1), i1 = e - (skip3 ? skip : 1);
         const int rounds = polished ? kPolishRounds : kTrialRounds;
@@ -561,10 +590,26 @@ private:
         // The samples used, in order (they lie within the loop's array).
         const PointD* q = L_.points() + i0;
         const int m = i1 - i0 + 1;
+        const double tol = s_.tolerance;
+        // (The buffers only grow: every entry used is written first.)
+        if (u_.size() < static_cast<size_t>(m)) u_.resize(static_cast<size_t>(m));
+        if (w_.size() < static_cast<size_t>(m)) w_.resize(static_cast<size_t>(m));
+        double* const uu = u_.data();
+        double* const ww = w_.data();
+        lastCount_ = m;
+        // Polishing a trial's segment: the trial's was no straight segment,
+        // and its first round is this one's (and its second round's
+        // segment too where it ended there).
+        int first = 0;
+        if (from && from->params.size() == static_cast<size_t>(m)) {
+            std::copy(from->params.begin(), from->params.end(), uu);
+            first = 1;
+        } else {
+            from = nullptr;
+        }
         // A straight segment when the ends allow it and the samples are close.
         const PointD cu = unit(chord);
-        const double tol = s_.tolerance;
-        if (clen > 1e-9 && (free0 || cross(t0, cu) * cross(t0, cu) < 1e-4) &&
+        if (!from && clen > 1e-9 && (free0 || cross(t0, cu) * cross(t0, cu) < 1e-4) &&
             (free3 || cross(t3, cu) * cross(t3, cu) < 1e-4) && (free0 || dot(t0, cu) > 0) &&
             (free3 || dot(t3, cu) > 0)) {
             bool ok = true;
@@ -581,37 +626,35 @@ private:
                 return true;
             }
         }
-        // Chord-length parameters. (The buffers only grow: every entry
-        // used is written first.)
-        if (u_.size() < static_cast<size_t>(m)) u_.resize(static_cast<size_t>(m));
-        double* const uu = u_.data();
+        // Chord-length parameters (unless going on from a trial).
         const double* const steps = L_.steps() + i0;
-        double total = norm(sub(q[0], P0));
-        uu[0] = total;
-        for (int i = 1; i < m; ++i) {
-            total += steps[i];
-            uu[i] = total;
-        }
-        total += norm(sub(P3, q[m - 1]));
-        if (total < 1e-9) {
-            heuristic();
-            return true;
-        }
-        {
+        if (!from) {
+            double total = norm(sub(q[0], P0));
+            uu[0] = total;
+            for (int i = 1; i < m; ++i) {
+                total += steps[i];
+                uu[i] = total;
+            }
+            total += norm(sub(P3, q[m - 1]));
+            if (total < 1e-9) {
+                heuristic();
+                return true;
+            }
             int i = 0;
             const DoublePair by(total);
             for (; i + 1 < m; i += 2) (DoublePair::load(uu + i) / by).store(uu + i);
             if (i < m) uu[i] /= total;
         }
         bool good = false;
-        if (w_.size() < static_cast<size_t>(m)) w_.resize(static_cast<size_t>(m));
-        double* const ww = w_.data();
-        for (int iter = 0; iter < rounds; ++iter) {
+        for (int iter = first; iter < rounds; ++iter) {
+            // The trial's segment where it ended in this round.
+            const bool known = from && from->round == iter;
+            if (known) seg[1] = from->c1, seg[2] = from->c2;
             const bool solved =
-                free0 ? (free3 ? leastSquares<true, true>(q, m, P0, P3, t0, t3, seg)
-                               : leastSquares<true, false>(q, m, P0, P3, t0, t3, seg))
-                      : (free3 ? leastSquares<false, true>(q, m, P0, P3, t0, t3, seg)
-                               : leastSquares<false, false>(q, m, P0, P3, t0, t3, seg));
+                known || (free0 ? (free3 ? leastSquares<true, true>(q, m, P0, P3, t0, t3, seg)
+                                         : leastSquares<true, false>(q, m, P0, P3, t0, t3, seg))
+                                : (free3 ? leastSquares<false, true>(q, m, P0, P3, t0, t3, seg)
+                                         : leastSquares<false, false>(q, m, P0, P3, t0, t3, seg)));
             if (!solved) heuristic();
             // Sanity: handles forward along their tangents and not too long.
             if (!free0 && (dot(sub(seg[1], P0), t0) <= 0 || norm(sub(seg[1], P0)) > 2 * clen))
@@ -697,7 +740,10 @@ private:
             // relaxed.
             if (polished) *polished = worst;
             good = worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol / 9));
-            if (good && !polished) return true;
+            if (good && !polished) {
+                lastRound_ = iter;
+                return true;
+            }
         }
         return sound || good;
     }
@@ -865,6 +911,10 @@ private:
     const double within_ = largestSquareWithin(s_.tolerance);
     const double far_ = largestSquareWithin(8 * s_.tolerance);
     bool relaxed_ = false;  // the mean error not asked for
+    // The last trial fit: the round it succeeded in (-1: none, or a
+    // straight or degenerate segment) and its samples.
+    int lastRound_ = -1, lastCount_ = 0;
+    Kept kept_;
 };
 
 }  // namespace

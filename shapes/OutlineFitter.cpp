@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "shapes/DoublePair.h"
 #include "shapes/EllipseFit.h"
 
 namespace om1 {
@@ -145,6 +146,9 @@ public:
         return {hi.n - lo.n, hi.x - lo.x, hi.y - lo.y, hi.xx - lo.xx, hi.xy - lo.xy, hi.yy - lo.yy};
     }
     PointD origin() const { return origin_; }
+    // sums()[k]: the moments of samples 0..k - 1 (range(a, b) is
+    // sums()[b + 1] less sums()[a]).
+    const Moments* sums() const { return sums_.data(); }
 
 private:
     // (start + k) mod n; k mostly lies in -n..2n, where one step does.
@@ -184,6 +188,32 @@ double chordPenalty(const Loop& L, int a, int b) {
     return std::max(0.0, v);
 }
 
+// chordPenalty(L, a, b) and chordPenalty(L, a, b + 1), with the same
+// operations on each.
+void chordPenalties(const Loop& L, int a, int b, double* out) {
+    const PointD o = L.origin();
+    const PointD pa = sub(L.at(a), o), pb0 = L.at(b), pb1 = L.at(b + 1);
+    const DoublePair dx = (DoublePair(pb0.x, pb1.x) - DoublePair(o.x)) - DoublePair(pa.x),
+                     dy = (DoublePair(pb0.y, pb1.y) - DoublePair(o.y)) - DoublePair(pa.y);
+    const DoublePair l = sqrt(dx * dx + dy * dy);
+    const DoublePair k = DoublePair(1.0) / l, zero(0.0);
+    const DoublePair ux = pickWhereAbove(l, 1e-12, dx * k, zero),
+                     uy = pickWhereAbove(l, 1e-12, dy * k, zero);
+    const Moments &lo = L.sums()[a], &h0 = L.sums()[b + 1], &h1 = L.sums()[b + 2];
+    const DoublePair mn = DoublePair(h0.n, h1.n) - DoublePair(lo.n),
+                     mx = DoublePair(h0.x, h1.x) - DoublePair(lo.x),
+                     my = DoublePair(h0.y, h1.y) - DoublePair(lo.y),
+                     mxx = DoublePair(h0.xx, h1.xx) - DoublePair(lo.xx),
+                     mxy = DoublePair(h0.xy, h1.xy) - DoublePair(lo.xy),
+                     myy = DoublePair(h0.yy, h1.yy) - DoublePair(lo.yy);
+    const DoublePair A = ux, B = -uy, c = ux * DoublePair(pa.y) - uy * DoublePair(pa.x);
+    const DoublePair two(2.0);
+    const DoublePair v =
+        A * A * myy + B * B * mxx + two * A * B * mxy - two * c * (A * my + B * mx) + mn * c * c;
+    out[0] = std::max(0.0, v.first());
+    out[1] = std::max(0.0, v.second());
+}
+
 // For every sample k, the longest chord k -> k + lon[k] that passes within
 // eps of every sample between, over steps that do not go in all four
 // directions (round a loop at most n - 2 steps, and `cap` when positive; on
@@ -211,17 +241,15 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
         PointD lo = {0, 0}, hi = {0, 0};
         int dirs = 1 << codes[0];
         int best = 1;
-        for (int m = 1; m <= limit; ++m) {
+        // Sample m with p = pts[m] - a at distance d, and p turned by the
+        // angle eps subtends at d either way (when d > eps); false where
+        // the run ends before it.
+        auto take = [&](int m, PointD p, double d, PointD r1, PointD r2) {
             dirs |= 1 << codes[m];
-            if (dirs == 15) break;
-            const PointD p = sub(pts[m], a);
-            if (cone && (cross(lo, p) < 0 || cross(p, hi) < 0)) break;
+            if (dirs == 15) return false;
+            if (cone && (cross(lo, p) < 0 || cross(p, hi) < 0)) return false;
             best = m;
-            const double d = norm(p);
             if (d > eps) {
-                const double sa = eps / d, ca = std::sqrt(1 - sa * sa);
-                const PointD r1 = {p.x * ca + p.y * sa, -p.x * sa + p.y * ca};  // turned one way
-                const PointD r2 = {p.x * ca - p.y * sa, p.x * sa + p.y * ca};   // and the other
                 if (!cone) {
                     lo = r1;
                     hi = r2;
@@ -229,9 +257,38 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
                 } else {
                     if (cross(lo, r1) > 0) lo = r1;
                     if (cross(r2, hi) > 0) hi = r2;
-                    if (cross(lo, hi) < 0) break;
+                    if (cross(lo, hi) < 0) return false;
                 }
             }
+            return true;
+        };
+        // Two samples at a time (the same operations on each as one at a
+        // time; the second's are lost where the run ends at the first).
+        const DoublePair ax(a.x), ay(a.y), e(eps), one(1.0);
+        int m = 1;
+        for (; m + 1 <= limit; m += 2) {
+            const DoublePair px = DoublePair(pts[m].x, pts[m + 1].x) - ax,
+                             py = DoublePair(pts[m].y, pts[m + 1].y) - ay;
+            const DoublePair d = sqrt(px * px + py * py);
+            const DoublePair sa = e / d, ca = sqrt(one - sa * sa);
+            const DoublePair r1x = px * ca + py * sa, r1y = py * ca - px * sa;  // turned one way
+            const DoublePair r2x = px * ca - py * sa, r2y = px * sa + py * ca;  // and the other
+            if (!take(m, {px.first(), py.first()}, d.first(), {r1x.first(), r1y.first()},
+                      {r2x.first(), r2y.first()}) ||
+                !take(m + 1, {px.second(), py.second()}, d.second(), {r1x.second(), r1y.second()},
+                      {r2x.second(), r2y.second()}))
+                break;
+        }
+        if (m == limit) {
+            const PointD p = sub(pts[m], a);
+            const double d = norm(p);
+            PointD r1 = {0, 0}, r2 = {0, 0};
+            if (d > eps) {
+                const double sa = eps / d, ca = std::sqrt(1 - sa * sa);
+                r1 = {p.x * ca + p.y * sa, -p.x * sa + p.y * ca};  // turned one way
+                r2 = {p.x * ca - p.y * sa, p.x * sa + p.y * ca};   // and the other
+            }
+            take(m, p, d, r1, r2);
         }
         lon[static_cast<size_t>(k)] = best;
     }
@@ -248,18 +305,32 @@ void optimalPolygon(const Loop& L, const std::vector<int>& lon, std::vector<int>
     count[0] = 0;
     for (int k = 0; k < n; ++k) {
         if (count[static_cast<size_t>(k)] == inf) continue;
-        const int reach = lon[static_cast<size_t>(k)];
-        for (int m = 1; m <= reach && k + m <= n; ++m) {
-            const int j = k + m;
-            const int c = count[static_cast<size_t>(k)] + 1;
-            if (c > count[static_cast<size_t>(j)]) continue;
-            const double p = pen[static_cast<size_t>(k)] + chordPenalty(L, k, j);
+        const int reach = std::min(lon[static_cast<size_t>(k)], n - k);
+        const int c = count[static_cast<size_t>(k)] + 1;
+        const double base = pen[static_cast<size_t>(k)];
+        auto reached = [&](int j, double chord) {
+            const double p = base + chord;
             if (c < count[static_cast<size_t>(j)] || p < pen[static_cast<size_t>(j)]) {
                 count[static_cast<size_t>(j)] = c;
                 pen[static_cast<size_t>(j)] = p;
                 prev[static_cast<size_t>(j)] = k;
             }
+        };
+        // Two edges' penalties at a time (an edge to a sample already
+        // reached with fewer edges is not taken).
+        int m = 1;
+        for (; m + 1 <= reach; m += 2) {
+            const int j = k + m;
+            const bool take0 = c <= count[static_cast<size_t>(j)],
+                       take1 = c <= count[static_cast<size_t>(j) + 1];
+            if (!take0 && !take1) continue;
+            double chords[2];
+            chordPenalties(L, k, j, chords);
+            if (take0) reached(j, chords[0]);
+            if (take1) reached(j + 1, chords[1]);
         }
+        if (m == reach && c <= count[static_cast<size_t>(k + m)])
+            reached(k + m, chordPenalty(L, k, k + m));
     }
     verts.clear();
     if (count[static_cast<size_t>(n)] == inf) return;
@@ -330,6 +401,7 @@ public:
             // times its segments.
             const bool shortRest = b - s <= kShortRest;
             if (shortRest && tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                keep(seg);
                 polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
                 emit(seg);
                 return;
@@ -340,6 +412,7 @@ public:
             const bool prefixFailed = !doubling(f, 8, s, a, b, P, tP, tA, seg);
             if (!shortRest && !prefixFailed &&
                 tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
+                keep(seg);
                 polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
                 emit(seg);
                 return;
@@ -389,6 +462,7 @@ public:
             }
             f.best = e;
             std::copy(seg, seg + 4, f.seg);
+            keep(seg);
             f.lo = e + 1;
         }
         return true;
@@ -401,6 +475,7 @@ public:
                        s == a && isFree(tA), false)) {
                 f.best = mid;
                 std::copy(seg, seg + 4, f.seg);
+                keep(seg);
                 f.lo = mid + 1;
             } else {
                 f.hi = mid - 1;
@@ -442,12 +517,32 @@ private:
     // the samples' curve parameters (its ends and tangents as they are):
     // the search's two rounds tell whether a length fits, these bring the
     // curve nearer the samples. Kept when it stays within the tolerance.
+    // (It goes on from where the trial fit of the same segment, kept by
+    // keep(), left off: its first rounds are the trial's.)
     void polish(int s, int e, PointD t0, PointD t3, PointD* seg, bool skip0, bool skip3) {
         PointD c[4];
         double worst = 0;
-        if (tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true, &worst) &&
+        if (tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true, &worst,
+                   kept_.round >= 0 ? &kept_ : nullptr) &&
             worst <= s_.tolerance)
             std::copy(c, c + 4, seg);
+    }
+
+    // A trial fit's state where it succeeded (the round it ended in, the
+    // parameters its second round starts from, the segment): the first
+    // rounds of polishing the same segment.
+    struct Kept {
+        int round = -1;  // -1: none (a straight or degenerate segment)
+        std::vector<double> params;
+        PointD c1{0, 0}, c2{0, 0};
+    };
+    // Keeps the state of the trial fit that just succeeded with `seg`.
+    void keep(const PointD* seg) {
+        kept_.round = lastRound_;
+        if (lastRound_ >= 0)
+            kept_.params.assign(u_.begin(), u_.begin() + static_cast<std::ptrdiff_t>(lastCount_));
+        kept_.c1 = seg[1];
+        kept_.c2 = seg[2];
     }
 
     void emit(const PointD* seg) {
@@ -461,8 +556,13 @@ private:
     // With `sound`, true whenever the handles are sound, whatever the error.
     // With `polished`, the polishing rounds all run and it gets the largest
     // distance of the last.
+    // `from` (with `polished` only): the state of the trial fit of the same
+    // segment (the same samples, ends and tangents), whose rounds this one
+    // need not repeat.
     bool tryFit(int s, int e, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg, bool skip0,
-                bool skip3, bool sound = false, double* polished = nullptr) {
+                bool skip3, bool sound = false, double* polished = nullptr,
+                const Kept* from = nullptr) {
+        lastRound_ = -1;
         const int skip = 2;
         int i0 = s + (skip0 ? skip : 1), i1 = e - (skip3 ? skip : 1);
         const int rounds = polished ? kPolishRounds : kTrialRounds;
@@ -490,10 +590,26 @@ private:
         // The samples used, in order (they lie within the loop's array).
         const PointD* q = L_.points() + i0;
         const int m = i1 - i0 + 1;
+        const double tol = s_.tolerance;
+        // (The buffers only grow: every entry used is written first.)
+        if (u_.size() < static_cast<size_t>(m)) u_.resize(static_cast<size_t>(m));
+        if (w_.size() < static_cast<size_t>(m)) w_.resize(static_cast<size_t>(m));
+        double* const uu = u_.data();
+        double* const ww = w_.data();
+        lastCount_ = m;
+        // Polishing a trial's segment: the trial's was no straight segment,
+        // and its first round is this one's (and its second round's
+        // segment too where it ended there).
+        int first = 0;
+        if (from && from->params.size() == static_cast<size_t>(m)) {
+            std::copy(from->params.begin(), from->params.end(), uu);
+            first = 1;
+        } else {
+            from = nullptr;
+        }
         // A straight segment when the ends allow it and the samples are close.
         const PointD cu = unit(chord);
-        const double tol = s_.tolerance;
-        if (clen > 1e-9 && (free0 || cross(t0, cu) * cross(t0, cu) < 1e-4) &&
+        if (!from && clen > 1e-9 && (free0 || cross(t0, cu) * cross(t0, cu) < 1e-4) &&
             (free3 || cross(t3, cu) * cross(t3, cu) < 1e-4) && (free0 || dot(t0, cu) > 0) &&
             (free3 || dot(t3, cu) > 0)) {
             bool ok = true;
@@ -510,30 +626,35 @@ private:
                 return true;
             }
         }
-        // Chord-length parameters.
-        u_.resize(static_cast<size_t>(m));
-        double* const uu = u_.data();
+        // Chord-length parameters (unless going on from a trial).
         const double* const steps = L_.steps() + i0;
-        double total = norm(sub(q[0], P0));
-        uu[0] = total;
-        for (int i = 1; i < m; ++i) {
-            total += steps[i];
-            uu[i] = total;
+        if (!from) {
+            double total = norm(sub(q[0], P0));
+            uu[0] = total;
+            for (int i = 1; i < m; ++i) {
+                total += steps[i];
+                uu[i] = total;
+            }
+            total += norm(sub(P3, q[m - 1]));
+            if (total < 1e-9) {
+                heuristic();
+                return true;
+            }
+            int i = 0;
+            const DoublePair by(total);
+            for (; i + 1 < m; i += 2) (DoublePair::load(uu + i) / by).store(uu + i);
+            if (i < m) uu[i] /= total;
         }
-        total += norm(sub(P3, q[m - 1]));
-        if (total < 1e-9) {
-            heuristic();
-            return true;
-        }
-        for (int i = 0; i < m; ++i) uu[i] /= total;
-        double worst = 0;
         bool good = false;
-        for (int iter = 0; iter < rounds; ++iter) {
+        for (int iter = first; iter < rounds; ++iter) {
+            // The trial's segment where it ended in this round.
+            const bool known = from && from->round == iter;
+            if (known) seg[1] = from->c1, seg[2] = from->c2;
             const bool solved =
-                free0 ? (free3 ? leastSquares<true, true>(q, m, P0, P3, t0, t3, seg)
-                               : leastSquares<true, false>(q, m, P0, P3, t0, t3, seg))
-                      : (free3 ? leastSquares<false, true>(q, m, P0, P3, t0, t3, seg)
-                               : leastSquares<false, false>(q, m, P0, P3, t0, t3, seg));
+                known || (free0 ? (free3 ? leastSquares<true, true>(q, m, P0, P3, t0, t3, seg)
+                                         : leastSquares<true, false>(q, m, P0, P3, t0, t3, seg))
+                                : (free3 ? leastSquares<false, true>(q, m, P0, P3, t0, t3, seg)
+                                         : leastSquares<false, false>(q, m, P0, P3, t0, t3, seg)));
             if (!solved) heuristic();
             // Sanity: handles forward along their tangents and not too long.
             if (!free0 && (dot(sub(seg[1], P0), t0) <= 0 || norm(sub(seg[1], P0)) > 2 * clen))
@@ -545,15 +666,52 @@ private:
             // Newton steps towards the nearest curve points, then the error.
             // (The distance is taken before the step, which only brings
             // the curve point nearer; the last round stops at the first
-            // sample out of the tolerance.)
+            // sample out of the tolerance.) The squared distances are
+            // compared with the largest squares whose roots stay within the
+            // tolerance (the same answers as the roots); the roots are
+            // taken only where their sum is asked for.
             const bool last = iter == rounds - 1 && !sound;
-            worst = 0;
-            double sum = 0;
+            double worst2 = 0;
             // The control points' differences, the same at every sample.
             const PointD c0 = seg[0], c1 = seg[1], c2 = seg[2], c3 = seg[3];
             const PointD d10 = sub(c1, c0), d21 = sub(c2, c1), d32 = sub(c3, c2);
             const PointD e0 = add(sub(c2, mul(c1, 2)), c0), e1 = add(sub(c3, mul(c2, 2)), c1);
-            for (int i = 0; i < m; ++i) {
+            // Two samples at a time (the same operations on each as one at a
+            // time).
+            int i = 0;
+            const bool step = iter + 1 != rounds;  // the last round's parameters are not used again
+            const DoublePair one(1.0), three(3.0), six(6.0);
+            const DoublePair c0x(c0.x), c0y(c0.y), c1x(c1.x), c1y(c1.y), c2x(c2.x), c2y(c2.y),
+                c3x(c3.x), c3y(c3.y);
+            for (; i + 1 < m; i += 2) {
+                const DoublePair t = DoublePair::load(uu + i);
+                const DoublePair v = one - t;
+                const DoublePair b0 = v * v * v, b1 = three * v * v * t, b2 = three * v * t * t,
+                                 b3 = t * t * t;
+                const DoublePair dx =
+                    b0 * c0x + b1 * c1x + b2 * c2x + b3 * c3x - DoublePair(q[i].x, q[i + 1].x);
+                const DoublePair dy =
+                    b0 * c0y + b1 * c1y + b2 * c2y + b3 * c3y - DoublePair(q[i].y, q[i + 1].y);
+                const DoublePair dd = dx * dx + dy * dy;
+                dd.store(ww + i);
+                worst2 = std::max(std::max(worst2, dd.first()), dd.second());
+                if (last && worst2 > within_) return false;
+                // Far out already: this fit fails whatever the rest.
+                if (!sound && worst2 > far_) return false;
+                if (!step) continue;
+                const DoublePair w1 = three * v * v, w2 = six * v * t, w3 = three * t * t;
+                const DoublePair d1x =
+                    DoublePair(d10.x) * w1 + DoublePair(d21.x) * w2 + DoublePair(d32.x) * w3;
+                const DoublePair d1y =
+                    DoublePair(d10.y) * w1 + DoublePair(d21.y) * w2 + DoublePair(d32.y) * w3;
+                const DoublePair z0 = six * (one - t), z1 = six * t;
+                const DoublePair d2x = DoublePair(e0.x) * z0 + DoublePair(e1.x) * z1;
+                const DoublePair d2y = DoublePair(e0.y) * z0 + DoublePair(e1.y) * z1;
+                const DoublePair f = dx * d1x + dy * d1y;
+                const DoublePair fd = (d1x * d1x + d1y * d1y) + (dx * d2x + dy * d2y);
+                pickWhereAbove(fd, 1e-12, clamp(t - f / fd, 0.0, 1.0), t).store(uu + i);
+            }
+            for (; i < m; ++i) {
                 const double t = uu[i];
                 const PointD p = q[i];
                 // The curve point at t, less p, and the first and second
@@ -563,26 +721,29 @@ private:
                 const PointD d = sub(PointD{b0 * c0.x + b1 * c1.x + b2 * c2.x + b3 * c3.x,
                                             b0 * c0.y + b1 * c1.y + b2 * c2.y + b3 * c3.y},
                                      p);
-                const double dist = norm(d);
-                worst = std::max(worst, dist);
-                sum += dist * dist;
-                if (last && worst > tol) return false;
-                // Far out already: this fit fails whatever the rest.
-                if (!sound && worst > 8 * tol) return false;
-                // The last round's parameters are not used again.
-                if (iter + 1 == rounds) continue;
+                const double dd = d.x * d.x + d.y * d.y;
+                ww[i] = dd;
+                worst2 = std::max(worst2, dd);
+                if (last && worst2 > within_) return false;
+                if (!sound && worst2 > far_) return false;
+                if (!step) continue;
                 const PointD d1 =
                     add(add(mul(d10, 3 * v * v), mul(d21, 6 * v * t)), mul(d32, 3 * t * t));
                 const PointD d2 = add(mul(e0, 6 * (1 - t)), mul(e1, 6 * t));
                 const double f = dot(d, d1), fd = dot(d1, d1) + dot(d, d2);
                 if (std::fabs(fd) > 1e-12) uu[i] = std::min(1.0, std::max(0.0, t - f / fd));
             }
+            // The largest distance is the root of the largest square.
+            const double worst = std::sqrt(worst2);
             // Within the tolerance everywhere, and within a third of it on
             // average (the samples' own noise stays well below that), unless
             // relaxed.
             if (polished) *polished = worst;
-            good = worst <= tol && (relaxed_ || sum <= m * (tol * tol / 9));
-            if (good && !polished) return true;
+            good = worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol / 9));
+            if (good && !polished) {
+                lastRound_ = iter;
+                return true;
+            }
         }
         return sound || good;
     }
@@ -606,13 +767,10 @@ private:
         double r0 = 0, r1 = 0, r2 = 0, r3 = 0;
         double a00 = 0, a01 = 0, a02 = 0, a11 = 0, a12 = 0, a22 = 0;
         const double* const uu = u_.data();
-        for (int i = 0; i < count; ++i) {
-            const double u = uu[i], v = 1 - u;
-            const double b0 = v * v * v, b1 = 3 * v * v * u, b2 = 3 * v * u * u, b3 = u * u * u;
-            double kx = P0.x * b0 + P3.x * b3, ky = P0.y * b0 + P3.y * b3;
-            if (!free0) kx = kx + P0.x * b1, ky = ky + P0.y * b1;
-            if (!free3) kx = kx + P3.x * b2, ky = ky + P3.y * b2;
-            const double rx = q[i].x - kx, ry = q[i].y - ky;
+        // The sample's terms added to the sums (b1, b2: its weights of the
+        // two inner control points; rx, ry: the sample less the curve's
+        // known part).
+        auto accumulate = [&](double b1, double b2, double rx, double ry) {
             if (free0 && free3) {
                 // e: (b1, 0), (0, b1), (b2, 0), (0, b2).
                 r0 += b1 * rx;
@@ -652,6 +810,31 @@ private:
                 a01 += hx * gx + hy * gy;
                 a11 += gx * gx + gy * gy;
             }
+        };
+        // Two samples' weights and residuals at a time (the same operations
+        // on each as on one), their terms added in order.
+        const DoublePair one(1.0), three(3.0);
+        const DoublePair p0x(P0.x), p0y(P0.y), p3x(P3.x), p3y(P3.y);
+        int i = 0;
+        for (; i + 1 < count; i += 2) {
+            const DoublePair u = DoublePair::load(uu + i), v = one - u;
+            const DoublePair b0 = v * v * v, b1 = three * v * v * u, b2 = three * v * u * u,
+                             b3 = u * u * u;
+            DoublePair kx = p0x * b0 + p3x * b3, ky = p0y * b0 + p3y * b3;
+            if (!free0) kx = kx + p0x * b1, ky = ky + p0y * b1;
+            if (!free3) kx = kx + p3x * b2, ky = ky + p3y * b2;
+            const DoublePair rx = DoublePair(q[i].x, q[i + 1].x) - kx,
+                             ry = DoublePair(q[i].y, q[i + 1].y) - ky;
+            accumulate(b1.first(), b2.first(), rx.first(), ry.first());
+            accumulate(b1.second(), b2.second(), rx.second(), ry.second());
+        }
+        if (i < count) {
+            const double u = uu[i], v = 1 - u;
+            const double b0 = v * v * v, b1 = 3 * v * v * u, b2 = 3 * v * u * u, b3 = u * u * u;
+            double kx = P0.x * b0 + P3.x * b3, ky = P0.y * b0 + P3.y * b3;
+            if (!free0) kx = kx + P0.x * b1, ky = ky + P0.y * b1;
+            if (!free3) kx = kx + P3.x * b2, ky = ky + P3.y * b2;
+            accumulate(b1, b2, q[i].x - kx, q[i].y - ky);
         }
         r[0] = r0, r[1] = r1, r[2] = r2, r[3] = r3;
         if (free0 && free3) {
@@ -696,8 +879,42 @@ private:
     const Loop& L_;
     const OutlineFitter::Settings& s_;
     std::vector<PointD>& out_;
-    std::vector<double> u_;
+    // The sum of the squares of the distances whose squares are dd[0..m),
+    // each distance rounded as a root, in order.
+    static double sumOfSquares(const double* dd, int m) {
+        double sum = 0;
+        int i = 0;
+        for (; i + 1 < m; i += 2) {
+            const DoublePair d = sqrt(DoublePair::load(dd + i));
+            const DoublePair d2 = d * d;
+            sum += d2.first();
+            sum += d2.second();
+        }
+        if (i < m) {
+            const double d = std::sqrt(dd[i]);
+            sum += d * d;
+        }
+        return sum;
+    }
+    // The largest double whose root is at most r (r >= 0).
+    static double largestSquareWithin(double r) {
+        const double inf = std::numeric_limits<double>::infinity();
+        double x = r * r;
+        if (!(x < inf)) return x;
+        while (x > 0 && std::sqrt(x) > r) x = std::nextafter(x, 0.0);
+        while (std::sqrt(std::nextafter(x, inf)) <= r) x = std::nextafter(x, inf);
+        return x;
+    }
+
+    std::vector<double> u_, w_;
+    // Squared distances within the tolerance and within eight times it.
+    const double within_ = largestSquareWithin(s_.tolerance);
+    const double far_ = largestSquareWithin(8 * s_.tolerance);
     bool relaxed_ = false;  // the mean error not asked for
+    // The last trial fit: the round it succeeded in (-1: none, or a
+    // straight or degenerate segment) and its samples.
+    int lastRound_ = -1, lastCount_ = 0;
+    Kept kept_;
 };
 
 }  // namespace

@@ -35,6 +35,10 @@ using Curve = std::vector<PointD>;
 // What a segment costs in squared colour error (summed over the three
 // channels) when fits of different tolerances are weighed.
 const double kSegmentCost = 1000;
+// A closer fit (at kCloseFit times the tolerance) is tried where the edge's
+// contrast makes its place worth it, and kept only where each segment it
+// adds gains kClosePrice segments' cost.
+const double kCloseFit = 0.75, kClosePrice = 4;
 // Pieces of at most this many steps are fitted every way whatever their
 // colours (they cost little).
 const int kCheapSteps = 100;
@@ -1012,6 +1016,7 @@ private:
         // piece takes tens of milliseconds for each); after a stop no more
         // fits.
         bool stopped = false;
+        double price = kSegmentCost;
         auto consider = [&](const OutlineFitter::Settings& fs, int ends) {
             if (stopped || !going(8 * static_cast<size_t>(steps))) {
                 stopped = true;
@@ -1048,7 +1053,7 @@ private:
             double gain = 0;
             const bool kept = chooser.keep(under, &gain);
             if (!kept) return segments;
-            const double score = gain - kSegmentCost * static_cast<double>(segments);
+            const double score = gain - price * static_cast<double>(segments);
             if (!p.curved || score > best) {
                 p.curved = true;
                 best = score;
@@ -1079,6 +1084,13 @@ private:
             }
             const double worth = 4 * kSegmentCost;
             const int ends = tipStart || tipEnd ? 2 : 1;
+            if (weigh && contrast * fs.tolerance > worth) {
+                OutlineFitter::Settings close = fs;
+                close.tolerance *= kCloseFit;
+                price = kClosePrice * kSegmentCost;
+                consider(close, ends);
+                price = kSegmentCost;
+            }
             size_t segments = consider(fs, ends);
             for (int round = 1; weigh && segments > 2 && round < 3; ++round) {
                 if (steps > kCheapSteps && contrast * fs.tolerance > worth) break;

@@ -19,9 +19,10 @@ public:
 
     // Runs work(band, begin, end) for `bands` contiguous parts of
     // [0, total), in order of band; band 0 on the calling thread, the others
-    // on threads kept for the bands (started when none waits, and kept
-    // waiting for the next run until the process ends; in turn on the
-    // calling thread when no thread can be started). Returns when every part is done. `work` must not
+    // on threads kept for the bands (started when none waits, then kept
+    // waiting for the next run until the process ends; each asked to run on
+    // another core than the caller's; in turn on the calling thread when no
+    // thread can be started). Returns when every part is done. `work` must not
     // throw. `waiting` (may be empty), when the calling thread has done its
     // part before the others, is called about every 5 ms until they end (it
     // may tell them to stop through the state `work` reads).

@@ -154,6 +154,7 @@ private:
             offCaller(k->handle);
 #endif
             k->thread.detach();
+            if (!part.work) waiting_.push_back(raw);  // else it waits once done
             kept_.push_back(std::move(k));
         } catch (...) {
             return false;  // no memory or no thread to be had
@@ -166,18 +167,17 @@ private:
             Part part;
             {
                 std::unique_lock<std::mutex> hold(k.lock);
-                if (!k.given) {
-                    {
-                        // Waiting: the next run may give it work.
-                        const std::lock_guard<std::mutex> all(lock_);
-                        waiting_.push_back(&k);
-                    }
-                    k.told.wait(hold, [&k]() { return k.given; });
-                }
+                k.told.wait(hold, [&k]() { return k.given; });
                 part = k.part;
                 k.given = false;
             }
             (*part.work)(part.band, part.begin, part.end);
+            {
+                // Waiting again before its caller hears the band ended, so
+                // that the caller's next run finds it (room was reserved).
+                const std::lock_guard<std::mutex> all(lock_);
+                waiting_.push_back(&k);
+            }
             Running& r = *part.running;
             // Told under the lock: the caller, once it sees the count at 0,
             // may end the run and free `r`, which is then not touched again.

@@ -9,7 +9,6 @@
 #include "pipeline/Progress.h"
 #include "pipeline/ResultState.h"
 #include "prepare/AlphaPicture.h"
-#include "prepare/Bands.h"
 #include "prepare/ColorQuantizer.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/Tracer.h"
@@ -139,18 +138,6 @@ Result vectorize(const Picture& picture, const om1_options* options, const Hooks
         r.state_->tree = nullptr;
     }
     return r;
-}
-
-void startThreads(const om1_options* options) {
-    om1_options o;
-    if (options)
-        o = *options;
-    else
-        OptionTable::defaults(o);
-    try {
-        Bands::keep(o.threads);
-    } catch (...) {
-    }
 }
 
 }  // namespace om1

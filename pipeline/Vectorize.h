@@ -16,10 +16,4 @@ namespace om1 {
 // `options` null means the defaults (OptionTable::defaults).
 Result vectorize(const Picture& picture, const om1_options* options, const Hooks* hooks = nullptr);
 
-// Starts the threads that one picture's work takes with `options` (null:
-// the defaults) ahead of the first picture; they then wait for it. A front
-// end may call it before it decodes, so that starting them overlaps the
-// decoding. Nothing happens when they already wait or cannot be started.
-void startThreads(const om1_options* options);
-
 }  // namespace om1

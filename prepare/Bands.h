@@ -32,7 +32,7 @@ public:
 
     // Starts the threads that `threads` (0: one per core) bands would take
     // beyond the calling thread, unless they already wait, so that the first
-    // run finds them started (a front end calls it before it decodes).
+    // run finds them started.
     static void keep(int threads);
 };
 

@@ -14,7 +14,6 @@
 #include "frontends/cli/FileSystem.h"
 #include "frontends/cli/OutputPaths.h"
 #include "frontends/cli/TraceJob.h"
-#include "pipeline/Vectorize.h"
 
 int main(int argc, char** argv) {
     FileSystem::binaryStandardStreams();
@@ -57,8 +56,6 @@ int main(int argc, char** argv) {
                                   return g.first == "threads";
                               }))
         cl.options.threads = 1;
-    // The threads of one picture's work start while it is decoded.
-    om1::startThreads(&cl.options);
     std::vector<int> codes(n, 0);
     std::vector<std::string> messages(n);
     std::vector<TraceJob::Stats> stats(n);

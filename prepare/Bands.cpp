@@ -4,11 +4,196 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
+#ifndef _WIN32
+#include <unistd.h>
+#endif
+#ifdef __linux__
+#include <pthread.h>
+#include <sched.h>
+#endif
+
 namespace om1 {
+
+namespace {
+
+// One run's bands that went to other threads: how many are still running,
+// and the calling thread's wait for them.
+struct Running {
+    std::atomic<int> count{0};
+    std::mutex lock;
+    std::condition_variable ended;  // told when a band ends
+};
+
+// A band given to a kept thread.
+struct Part {
+    const std::function<void(int, long long, long long)>* work = nullptr;
+    int band = 0;
+    long long begin = 0, end = 0;
+    Running* running = nullptr;
+};
+
+// Asks a kept thread to run on another core than the calling thread's (any
+// other that the caller may use): woken on the caller's core, it would take
+// that core from the caller, and the two would share it until the system
+// moves one of them (milliseconds later, most of a small picture's fits).
+#ifdef __linux__
+using Handle = pthread_t;
+void offCaller(Handle thread) {
+    const int here = sched_getcpu();
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    if (here < 0 || here >= CPU_SETSIZE ||
+        pthread_getaffinity_np(pthread_self(), sizeof(set), &set) != 0 || !CPU_ISSET(here, &set))
+        return;
+    CPU_CLR(here, &set);
+    if (CPU_COUNT(&set) > 0) pthread_setaffinity_np(thread, sizeof(set), &set);
+}
+#else
+using Handle = int;
+void offCaller(Handle) {}
+#endif
+
+// The threads kept between runs: a thread that has done its band waits for
+// the next one, so that a picture's many passes (and the next picture's)
+// start no thread of their own. They are kept until the process ends (the
+// keeper is never destroyed: at exit they are waiting, touching nothing).
+class Keeper {
+public:
+    static Keeper& the() {
+        static Keeper* keeper = new Keeper();
+        return *keeper;
+    }
+
+    // Gives `part` to a waiting thread, or to a new one; false when no
+    // thread can be had.
+    bool give(const Part& part) {
+        Kept* k = nullptr;
+        {
+            const std::lock_guard<std::mutex> hold(lock_);
+            forgetAfterFork();
+            if (!waiting_.empty()) {
+                k = waiting_.back();
+                waiting_.pop_back();
+            }
+        }
+        if (!k) return start(part);
+        offCaller(k->handle);
+        {
+            const std::lock_guard<std::mutex> hold(k->lock);
+            k->part = part;
+            k->given = true;
+        }
+        k->told.notify_one();
+        return true;
+    }
+
+    // Starts threads until `count` wait for work (at most 63).
+    void keep(int count) {
+        count = std::min(count, 63);
+        for (;;) {
+            {
+                const std::lock_guard<std::mutex> hold(lock_);
+                forgetAfterFork();
+                if (static_cast<int>(kept_.size()) >= count) return;
+            }
+            if (!start(Part())) return;
+        }
+    }
+
+private:
+    struct Kept {
+        std::mutex lock;
+        std::condition_variable told;
+        Part part;
+        bool given = false;
+        std::thread thread;
+        Handle handle{};
+    };
+
+    Keeper() { at_ = processId(); }
+
+    static long long processId() {
+#ifndef _WIN32
+        return static_cast<long long>(getpid());
+#else
+        return 0;
+#endif
+    }
+
+    // A child of fork has none of its parent's threads: it forgets them
+    // (their records are left, never touched again). Called under lock_.
+    void forgetAfterFork() {
+        const long long now = processId();
+        if (now == at_) return;
+        at_ = now;
+        for (std::unique_ptr<Kept>& k : kept_) k.release();
+        kept_.clear();
+        waiting_.clear();
+    }
+
+    // A new kept thread that does `part` first (none when its work is
+    // empty).
+    bool start(const Part& part) {
+        std::unique_ptr<Kept> k;
+        try {
+            k.reset(new Kept());
+            k->part = part;
+            k->given = part.work != nullptr;
+            const std::lock_guard<std::mutex> hold(lock_);
+            kept_.reserve(kept_.size() + 1);
+            waiting_.reserve(kept_.size() + 1);
+            Kept* raw = k.get();
+            k->thread = std::thread([this, raw]() { serve(*raw); });
+#ifdef __linux__
+            k->handle = k->thread.native_handle();
+            offCaller(k->handle);
+#endif
+            k->thread.detach();
+            if (!part.work) waiting_.push_back(raw);  // else it waits once done
+            kept_.push_back(std::move(k));
+        } catch (...) {
+            return false;  // no memory or no thread to be had
+        }
+        return true;
+    }
+
+    void serve(Kept& k) {
+        for (;;) {
+            Part part;
+            {
+                std::unique_lock<std::mutex> hold(k.lock);
+                k.told.wait(hold, [&k]() { return k.given; });
+                part = k.part;
+                k.given = false;
+            }
+            (*part.work)(part.band, part.begin, part.end);
+            {
+                // Waiting again before its caller hears the band ended, so
+                // that the caller's next run finds it (room was reserved).
+                const std::lock_guard<std::mutex> all(lock_);
+                waiting_.push_back(&k);
+            }
+            Running& r = *part.running;
+            // Told under the lock: the caller, once it sees the count at 0,
+            // may end the run and free `r`, which is then not touched again.
+            const std::lock_guard<std::mutex> hold(r.lock);
+            --r.count;
+            r.ended.notify_one();
+        }
+    }
+
+    std::mutex lock_;
+    long long at_ = 0;
+    std::vector<std::unique_ptr<Kept>> kept_;
+    std::vector<Kept*> waiting_;
+};
+
+}  // namespace
 
 int Bands::count(int threads, long long pixels, long long least) {
     if (pixels < least) return 1;
@@ -16,50 +201,49 @@ int Bands::count(int threads, long long pixels, long long least) {
     return std::min(std::max(threads, 1), 64);
 }
 
+void Bands::keep(int threads) {
+    if (threads <= 0) threads = static_cast<int>(std::thread::hardware_concurrency());
+    if (threads > 1) Keeper::the().keep(std::min(threads, 64) - 1);
+}
+
 void Bands::run(int bands, long long total,
                 const std::function<void(int, long long, long long)>& work,
                 const std::function<void()>& waiting) {
     bands = static_cast<int>(std::max(1LL, std::min<long long>(bands, total)));
     auto begin = [&](int b) { return total * b / bands; };
-    std::vector<std::thread> started;
+    Running running;
     std::vector<int> inTurn;
-    std::atomic<int> running{0};
-    std::mutex waitingFor;
-    std::condition_variable ended;  // told when a band's thread ends
-    try {
-        started.reserve(static_cast<size_t>(bands));
-    } catch (...) {
-    }
     for (int b = 1; b < bands; ++b) {
-        try {
-            ++running;
-            started.emplace_back(
-                [&work, &running, &waitingFor, &ended, b, from = begin(b), to = begin(b + 1)]() {
-                    work(b, from, to);
-                    {
-                        const std::lock_guard<std::mutex> hold(waitingFor);
-                        --running;
-                    }
-                    ended.notify_one();
-                });
-        } catch (...) {
-            --running;
-            inTurn.push_back(b);  // no thread to be had: this band runs here
+        ++running.count;
+        Part part;
+        part.work = &work;
+        part.band = b;
+        part.begin = begin(b);
+        part.end = begin(b + 1);
+        part.running = &running;
+        if (!Keeper::the().give(part)) {
+            --running.count;
+            try {
+                inTurn.push_back(b);  // no thread to be had: this band runs here
+            } catch (...) {
+                work(b, begin(b), begin(b + 1));
+            }
         }
     }
     work(0, 0, begin(1));
     for (int b : inTurn) work(b, begin(b), begin(b + 1));
-    if (waiting) {
-        std::unique_lock<std::mutex> hold(waitingFor);
-        while (running.load() > 0) {
-            ended.wait_for(hold, std::chrono::milliseconds(5),
-                           [&running]() { return running.load() == 0; });
-            hold.unlock();
-            waiting();
-            hold.lock();
+    std::unique_lock<std::mutex> hold(running.lock);
+    while (running.count.load() > 0) {
+        if (!waiting) {
+            running.ended.wait(hold, [&running]() { return running.count.load() == 0; });
+            break;
         }
+        running.ended.wait_for(hold, std::chrono::milliseconds(5),
+                               [&running]() { return running.count.load() == 0; });
+        hold.unlock();
+        waiting();
+        hold.lock();
     }
-    for (std::thread& t : started) t.join();
 }
 
 }  // namespace om1

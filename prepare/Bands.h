@@ -19,14 +19,21 @@ public:
 
     // Runs work(band, begin, end) for `bands` contiguous parts of
     // [0, total), in order of band; band 0 on the calling thread, the others
-    // on threads of their own (in turn on the calling thread when no thread
-    // can be started). Returns when every part is done. `work` must not
+    // on threads kept for the bands (started when none waits, then kept
+    // waiting for the next run until the process ends; each asked to run on
+    // another core than the caller's; in turn on the calling thread when no
+    // thread can be started). Returns when every part is done. `work` must not
     // throw. `waiting` (may be empty), when the calling thread has done its
     // part before the others, is called about every 5 ms until they end (it
     // may tell them to stop through the state `work` reads).
     static void run(int bands, long long total,
                     const std::function<void(int band, long long begin, long long end)>& work,
                     const std::function<void()>& waiting = {});
+
+    // Starts the threads that `threads` (0: one per core) bands would take
+    // beyond the calling thread, unless they already wait, so that the first
+    // run finds them started.
+    static void keep(int threads);
 };
 
 }  // namespace om1

@@ -16,6 +16,10 @@ namespace om1 {
 
 namespace {
 
+// The anti-alias cleanup runs by bands from this many pixels on (128 x 128):
+// its passes cost more a pixel than the other stages'.
+const long long kMinCleanPixels = 1LL << 14;
+
 // Squared distance of two packed colours.
 int colourDistance(uint32_t a, uint32_t b) {
     int d = 0;
@@ -95,10 +99,12 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                                     int tolerance, uint8_t* alpha,
                                     const std::function<bool(double)>& progress, int threads) {
     if (!pixels || width <= 0 || height <= 0) return 0;
-    // Both passes run by bands of rows. Every 4 rows of each pass the first
-    // band reports its share (the others go as fast) and every band looks
-    // whether to stop.
-    const int bands = Bands::count(threads, static_cast<long long>(width) * height);
+    // Both passes run by bands of rows, from an icon's size on (each pixel
+    // costs a window's work; a band no more than its rows). Every 4 rows of
+    // each pass the first band reports its share (the others go as fast) and
+    // every band looks whether to stop.
+    const int bands =
+        Bands::count(threads, static_cast<long long>(width) * height, kMinCleanPixels);
     std::atomic<bool> stop{false};
     auto at = [&](int pass, int band, int y, int y0, int y1) {
         if (((y - y0) & 3) != 0) return true;

@@ -204,7 +204,10 @@ TEST(StopAtEveryCall, EveryCheckInsideTheStagesAndShapesStops) {
         const Rgba many = makePicture(small ? 200 : 512, small ? 150 : 520, 3);
         const std::vector<RGBQUAD> px = many.pixels();
         const om1_options o = settingsOf(name);
-        const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
+        // One thread: bands ask as time goes while the others end (a stop
+        // there: Bands.AStageByBandsStopsWhenAsked).
+        om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
+        t.threads = 1;
         long calls = 0, stopAt = -1;
         // The asks while the core's tracer runs come as time goes (a stop
         // there: AStopWhileTheCoreTracerRunsReturnsAtOnce): not counted.

@@ -1,6 +1,6 @@
-// One large picture on several threads: the stages run by bands of rows and
-// the output is byte for byte that of one thread, with and without
-// transparency.
+// One picture on several threads: the stages run by bands of rows and the
+// output is byte for byte that of one thread, with and without transparency,
+// large or small.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -70,14 +70,21 @@ TEST(Threads, BandsGiveTheOutputOfOneThread) {
         const char* preset;
         bool alpha;
         int threads;
+        int w, h;
     };
-    // Two and three bands (rows not divisible), opaque and transparent.
-    const Case cases[] = {{"graphic", false, 2}, {"graphic", false, 3}, {"photo", true, 2}};
-    std::string one[2];
+    // Two and three bands (rows not divisible), opaque and transparent; a
+    // large picture (every stage by bands) and an icon's size (the
+    // anti-alias cleanup and the fits by bands, on the threads kept from
+    // the large one's runs).
+    const Case cases[] = {
+        {"graphic", false, 2, kWidth, kHeight}, {"graphic", false, 3, kWidth, kHeight},
+        {"photo", true, 2, kWidth, kHeight},    {"graphic", false, 2, 161, 131},
+        {"graphic", false, 3, 161, 131},        {"photo", true, 2, 161, 131}};
+    std::string one[2][2];
     for (const Case& c : cases) {
-        const Rgba rgba = makePicture(kWidth, kHeight, c.alpha);
+        const Rgba rgba = makePicture(c.w, c.h, c.alpha);
         int status = 0;
-        std::string& reference = one[c.alpha];
+        std::string& reference = one[c.w == kWidth][c.alpha];
         if (reference.empty()) {
             reference = svgWith(rgba, c.preset, 1, status);
             ASSERT_EQ(status, OM1_OK);
@@ -85,6 +92,6 @@ TEST(Threads, BandsGiveTheOutputOfOneThread) {
         }
         const std::string banded = svgWith(rgba, c.preset, c.threads, status);
         ASSERT_EQ(status, OM1_OK);
-        EXPECT_TRUE(banded == reference) << c.preset << " threads " << c.threads;
+        EXPECT_TRUE(banded == reference) << c.preset << " threads " << c.threads << " " << c.w;
     }
 }

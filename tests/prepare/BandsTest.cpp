@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -40,6 +41,31 @@ TEST(Bands, PartsCoverTheRangeOnceInOrder) {
         }
         EXPECT_EQ(at, c.total);
     }
+}
+
+// The threads kept between runs: runs one after another and from several
+// callers at once, each with its own count of bands, every part done once
+// and every run ended before it returns (its counts are read after).
+TEST(Bands, KeptThreadsServeRunsOneAfterAnotherAndAtOnce) {
+    om1::Bands::keep(2);
+    auto runs = [](int seed, int& wrong) {
+        for (int k = 0; k < 300; ++k) {
+            const int bands = 1 + (k * 7 + seed) % 5;
+            const long long total = 1 + (k * 13 + seed) % 40;
+            std::vector<std::atomic<int>> done(static_cast<size_t>(total));
+            for (auto& d : done) d = 0;
+            om1::Bands::run(bands, total, [&](int, long long b, long long e) {
+                for (long long i = b; i < e; ++i) ++done[static_cast<size_t>(i)];
+            });
+            for (auto& d : done) wrong += d.load() != 1;
+        }
+    };
+    int wrong[3] = {0, 0, 0};
+    std::thread a(runs, 1, std::ref(wrong[1])), b(runs, 2, std::ref(wrong[2]));
+    runs(0, wrong[0]);
+    a.join();
+    b.join();
+    EXPECT_EQ(wrong[0] + wrong[1] + wrong[2], 0);
 }
 
 TEST(Bands, OnlyLargePicturesTakeMoreThanOneThread) {

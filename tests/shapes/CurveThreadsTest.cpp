@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "prepare/Bands.h"
 #include "shapes/LabelRaster.h"
 #include "shapes/ShapeBuilder.h"
 
@@ -138,8 +139,11 @@ TEST(CurveThreads, SameCurvesForAnyThreadCount) {
 
 TEST(CurveThreads, AStopWhileTheFitsRunReturnsFalseWithEveryThreadEnded) {
     const Regions& r = regions();
-    // A thread started and ended first: a runtime that keeps a thread of its
-    // own once threads are used (the thread sanitizer's) has it by now.
+    // The threads kept for three bands started first (the fits take them
+    // and, stopped, leave them waiting: no other thread is left), and a
+    // thread started and ended: a runtime that keeps a thread of its own
+    // once threads are used (the thread sanitizer's) has it by now.
+    om1::Bands::keep(3);
     std::thread([]() {}).join();
     const int before = threadsRunning();
     om1::OutputOptions o;

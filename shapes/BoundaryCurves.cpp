@@ -816,11 +816,33 @@ public:
         return true;
     }
 
-    // Drops the tip at junction c, if any.
-    void drop(Corner c) { nodes_.erase(nodeKey(c)); }
     bool empty() const { return nodes_.empty(); }
-    // Every piece at junction c runs to its tip from now on.
-    void force(Corner c) { forced_.insert(nodeKey(c)); }
+
+    // After the fits: whether a piece ending at junction c ran to its tip.
+    void vote(Corner c, bool tip) {
+        const long long k = nodeKey(c);
+        if (nodes_.count(k)) ++votes_[k][tip];
+    }
+    // Where the pieces went both ways, the way most went (a tie: to the
+    // tip): from now on every piece there runs to the tip (forced), or the
+    // tip goes. way() tells each junction's decision.
+    void decide() {
+        for (const auto& v : votes_) {
+            if (!v.second[0] || !v.second[1]) continue;
+            const bool tip = v.second[1] >= v.second[0];
+            ways_[v.first] = tip ? 1 : -1;
+            if (tip)
+                forced_.insert(v.first);
+            else
+                nodes_.erase(v.first);
+        }
+        votes_.clear();
+    }
+    // 1: every piece at c to the tip, -1: none, 0: as each was fitted.
+    int way(Corner c) const {
+        auto it = ways_.find(nodeKey(c));
+        return it == ways_.end() ? 0 : it->second;
+    }
     bool forced(Corner c) const { return forced_.count(nodeKey(c)) > 0; }
 
 private:
@@ -854,17 +876,19 @@ private:
 
     std::unordered_map<long long, std::vector<Line>> lines_;
     std::unordered_map<long long, PointD> nodes_;
+    std::unordered_map<long long, std::array<int, 2>> votes_;  // not, to the tip
+    std::unordered_map<long long, int> ways_;
     std::unordered_set<long long> forced_;
 };
 
 // One fit to make: a claimed piece (an index into the uses and the piece's
-// there, its first step `a` and the corner that step leaves, its steps) or
-// an island (`use`: the uses' count + an index into the island uses, `steps`
-// its loop's).
+// there, its first step `a` and the corner that step leaves, its steps, the
+// corner it ends at) or an island (`use`: the uses' count + an index into
+// the island uses, `steps` its loop's).
 struct FitJob {
     size_t use, piece;
     size_t a, steps;
-    Corner at;
+    Corner at, end;
 };
 
 // Asked before every fit with the fit's size in steps; false: no more fits.
@@ -1022,11 +1046,9 @@ private:
                 stopped = true;
                 return size_t(0);
             }
-            const bool ownStart = ends == 2 && tipStart ? false : ends > 0 && moveStart;
-            const bool ownEnd = ends == 2 && tipEnd ? false : ends > 0 && moveEnd;
             const bool toStart = ends == 2 && tipStart, toEnd = ends == 2 && tipEnd;
-            const PointD from = toStart ? startTip : ownStart ? startX : A;
-            const PointD to = toEnd ? endTip : ownEnd ? endX : B;
+            const PointD from = toStart ? startTip : ends > 0 && moveStart ? startX : A;
+            const PointD to = toEnd ? endTip : ends > 0 && moveEnd ? endX : B;
             points.front() = from;
             points.back() = to;
             if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[ends], &runs))
@@ -1284,14 +1306,15 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                     const int a = js[j], b = js[(j + 1) % J];
                     const int steps = b > a ? b - a : b + n - a;
                     jobs.push_back({uses.size(), j, static_cast<size_t>(a),
-                                    static_cast<size_t>(steps), corners[static_cast<size_t>(a)]});
+                                    static_cast<size_t>(steps), corners[static_cast<size_t>(a)],
+                                    corners[static_cast<size_t>(b)]});
                 }
                 uses.push_back(std::move(u));
             }
         }
         for (size_t i : islandJobs) {
             const IslandUse& u = islandUses[i];
-            jobs.push_back({uses.size() + i, 0, 0, u.shape->loops[u.loop].codes.size(), {}});
+            jobs.push_back({uses.size() + i, 0, 0, u.shape->loops[u.loop].codes.size(), {}, {}});
         }
         std::vector<size_t>().swap(islandJobs);
         // The longest first, so that the threads end at about one time.
@@ -1301,33 +1324,28 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         // Where the pieces meet at the junctions inside the picture, from
         // the samples at both ends of every piece.
         JunctionNodes nodes;
-        std::vector<Corner> jobEnds(jobs.size(), Corner{-1, -1});  // each piece's last corner
         if (pic.pixels) {
             std::vector<PointD> ends;
-            for (size_t ji = 0; ji < jobs.size(); ++ji) {
-                const FitJob& job = jobs[ji];
-                if (job.use >= uses.size()) continue;
+            auto inside = [&](Corner c) { return c.x > 0 && c.y > 0 && c.x < r.w && c.y < r.h; };
+            for (const FitJob& job : jobs) {
+                if (job.use >= uses.size() || job.steps < 5) continue;
                 const CrackLoop& loop = uses[job.use].shape->loops[uses[job.use].loop];
                 const size_t n = loop.codes.size(), k = std::min<size_t>(8, job.steps);
-                Corner c = job.at, e = job.at;
-                for (size_t i = 0, j = job.a; i < job.steps; ++i, j = j + 1 == n ? 0 : j + 1) {
-                    if (i == job.steps - k) e = c;
-                    c.x += kDx[loop.codes[j]];
-                    c.y += kDy[loop.codes[j]];
-                }
-                jobEnds[ji] = c;
-                if (job.steps < 5) continue;
-                const bool inside0 =
-                    job.at.x > 0 && job.at.y > 0 && job.at.x < r.w && job.at.y < r.h;
-                const bool inside1 = c.x > 0 && c.y > 0 && c.x < r.w && c.y < r.h;
-                if (inside0) {
+                if (inside(job.at)) {
                     EdgeSamples::sample(loop, pic, job.a, k, job.at, ends);
                     nodes.add(job.at, ends.data(), static_cast<int>(ends.size()));
                 }
-                if (inside1) {
-                    EdgeSamples::sample(loop, pic, (job.a + job.steps - k) % n, k, e, ends);
+                if (inside(job.end)) {
+                    // The corner k steps before the end.
+                    const size_t first = (job.a + job.steps - k) % n;
+                    Corner c = job.end;
+                    for (size_t i = 0, j = first; i < k; ++i, j = j + 1 == n ? 0 : j + 1) {
+                        c.x -= kDx[loop.codes[j]];
+                        c.y -= kDy[loop.codes[j]];
+                    }
+                    EdgeSamples::sample(loop, pic, first, k, c, ends);
                     std::reverse(ends.begin(), ends.end());
-                    nodes.add(c, ends.data(), static_cast<int>(ends.size()));
+                    nodes.add(job.end, ends.data(), static_cast<int>(ends.size()));
                 }
             }
             nodes.settle();
@@ -1391,42 +1409,26 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
 
             // Where only some of the pieces at a tip run to it, the others
             // leave a spur between their ends: such a junction goes the way
-            // most of its pieces went (a tie to the tip), and the pieces
-            // that went the other way are fitted again.
+            // most of its pieces went, and the pieces that went the other
+            // way are fitted again.
             if (!nodes.empty()) {
-                std::unordered_map<long long, std::array<int, 2>> votes;  // not, to the tip
-                auto vote = [&](Corner c, bool tip) {
-                    PointD q;
-                    if (nodes.at(c, q)) ++votes[key(c.x, c.y, 0)][tip];
+                auto slotOf = [&](const FitJob& job) -> const Piece& {
+                    return *uses[job.use].pieces[job.piece].piece;
                 };
-                for (size_t ji = 0; ji < jobs.size(); ++ji) {
-                    if (jobs[ji].use >= uses.size()) continue;
-                    const Piece& slot = *uses[jobs[ji].use].pieces[jobs[ji].piece].piece;
-                    vote(jobs[ji].at, slot.tips[0]);
-                    vote(jobEnds[ji], slot.tips[1]);
+                for (const FitJob& job : jobs) {
+                    if (job.use >= uses.size()) continue;
+                    nodes.vote(job.at, slotOf(job).tips[0]);
+                    nodes.vote(job.end, slotOf(job).tips[1]);
                 }
-                // -1: no tip there after all, 1: every piece to it, 0: as fitted.
-                auto way = [&](Corner c) {
-                    auto it = votes.find(key(c.x, c.y, 0));
-                    if (it == votes.end() || !it->second[0] || !it->second[1]) return 0;
-                    return it->second[1] >= it->second[0] ? 1 : -1;
-                };
+                nodes.decide();
                 std::vector<size_t> again;
                 for (size_t ji = 0; ji < jobs.size(); ++ji) {
-                    if (jobs[ji].use >= uses.size()) continue;
-                    const Piece& slot = *uses[jobs[ji].use].pieces[jobs[ji].piece].piece;
-                    const int w0 = way(jobs[ji].at), w1 = way(jobEnds[ji]);
-                    if ((w0 && (w0 > 0) != slot.tips[0]) || (w1 && (w1 > 0) != slot.tips[1]))
+                    const FitJob& job = jobs[ji];
+                    if (job.use >= uses.size()) continue;
+                    const int w0 = nodes.way(job.at), w1 = nodes.way(job.end);
+                    if ((w0 && (w0 > 0) != slotOf(job).tips[0]) ||
+                        (w1 && (w1 > 0) != slotOf(job).tips[1]))
                         again.push_back(ji);
-                }
-                for (const auto& v : votes) {
-                    if (!v.second[0] || !v.second[1]) continue;
-                    const Corner c = {static_cast<int>(static_cast<unsigned>(v.first / 4)),
-                                      static_cast<int>(v.first / 4 >> 32)};
-                    if (v.second[1] >= v.second[0])
-                        nodes.force(c);
-                    else
-                        nodes.drop(c);
                 }
                 PieceFitter f(r, given, pic, flat.pic, nodes, options);
                 for (size_t ji : again)

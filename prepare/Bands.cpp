@@ -92,19 +92,6 @@ public:
         return true;
     }
 
-    // Starts threads until `count` wait for work (at most 63).
-    void keep(int count) {
-        count = std::min(count, 63);
-        for (;;) {
-            {
-                const std::lock_guard<std::mutex> hold(lock_);
-                forgetAfterFork();
-                if (static_cast<int>(kept_.size()) >= count) return;
-            }
-            if (!start(Part())) return;
-        }
-    }
-
 private:
     struct Kept {
         std::mutex lock;
@@ -136,14 +123,13 @@ private:
         waiting_.clear();
     }
 
-    // A new kept thread that does `part` first (none when its work is
-    // empty).
+    // A new kept thread that does `part` first, then waits for the next.
     bool start(const Part& part) {
         std::unique_ptr<Kept> k;
         try {
             k.reset(new Kept());
             k->part = part;
-            k->given = part.work != nullptr;
+            k->given = true;
             const std::lock_guard<std::mutex> hold(lock_);
             kept_.reserve(kept_.size() + 1);
             waiting_.reserve(kept_.size() + 1);
@@ -154,7 +140,6 @@ private:
             offCaller(k->handle);
 #endif
             k->thread.detach();
-            if (!part.work) waiting_.push_back(raw);  // else it waits once done
             kept_.push_back(std::move(k));
         } catch (...) {
             return false;  // no memory or no thread to be had
@@ -199,11 +184,6 @@ int Bands::count(int threads, long long pixels, long long least) {
     if (pixels < least) return 1;
     if (threads <= 0) threads = static_cast<int>(std::thread::hardware_concurrency());
     return std::min(std::max(threads, 1), 64);
-}
-
-void Bands::keep(int threads) {
-    if (threads <= 0) threads = static_cast<int>(std::thread::hardware_concurrency());
-    if (threads > 1) Keeper::the().keep(std::min(threads, 64) - 1);
 }
 
 void Bands::run(int bands, long long total,

@@ -29,11 +29,6 @@ public:
     static void run(int bands, long long total,
                     const std::function<void(int band, long long begin, long long end)>& work,
                     const std::function<void()>& waiting = {});
-
-    // Starts the threads that `threads` (0: one per core) bands would take
-    // beyond the calling thread, unless they already wait, so that the first
-    // run finds them started.
-    static void keep(int threads);
 };
 
 }  // namespace om1

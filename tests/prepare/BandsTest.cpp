@@ -47,7 +47,6 @@ TEST(Bands, PartsCoverTheRangeOnceInOrder) {
 // callers at once, each with its own count of bands, every part done once
 // and every run ended before it returns (its counts are read after).
 TEST(Bands, KeptThreadsServeRunsOneAfterAnotherAndAtOnce) {
-    om1::Bands::keep(2);
     auto runs = [](int seed, int& wrong) {
         for (int k = 0; k < 300; ++k) {
             const int bands = 1 + (k * 7 + seed) % 5;

@@ -139,11 +139,11 @@ TEST(CurveThreads, SameCurvesForAnyThreadCount) {
 
 TEST(CurveThreads, AStopWhileTheFitsRunReturnsFalseWithEveryThreadEnded) {
     const Regions& r = regions();
-    // The threads kept for three bands started first (the fits take them
-    // and, stopped, leave them waiting: no other thread is left), and a
-    // thread started and ended: a runtime that keeps a thread of its own
-    // once threads are used (the thread sanitizer's) has it by now.
-    om1::Bands::keep(3);
+    // The threads kept for three bands started first by a run of three (the
+    // fits take them and, stopped, leave them waiting: no other thread is
+    // left), and a thread started and ended: a runtime that keeps a thread of
+    // its own once threads are used (the thread sanitizer's) has it by now.
+    om1::Bands::run(3, 3, [](int, long long, long long) {});
     std::thread([]() {}).join();
     const int before = threadsRunning();
     om1::OutputOptions o;

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <unordered_map>
@@ -280,7 +281,9 @@ public:
     // The curve the next judgements are about, along `stair` (`closed`:
     // both whole loops) between regions `in` and `out` (CurveJudge); both
     // stay as they are until the next call. The area between them is
-    // measured when first asked for, and each judgement made once.
+    // measured when first asked for, and each judgement made once: a curve
+    // the same, point for point, as one judged before along the same
+    // staircase keeps that one's judgements.
     void judge(const Curve& curve, const std::vector<Corner>& stair, bool closed, int32_t in,
                int32_t out) {
         curve_ = &curve;
@@ -289,7 +292,19 @@ public:
         in_ = in;
         out_ = out;
         measured_ = false;
-        judged_as_[0] = judged_as_[1] = false;
+        if (!sameStair()) {
+            seen_ = 0;
+            stairSeen_.assign(stair.begin(), stair.end());
+            closedSeen_ = closed;
+            inSeen_ = in;
+            outSeen_ = out;
+        }
+        for (at_ = 0; at_ < seen_; ++at_)
+            if (same(history_[at_].curve, curve)) return;
+        if (seen_ == history_.size()) history_.emplace_back();
+        Judged& j = history_[seen_++];
+        j.curve.assign(curve.begin(), curve.end());
+        j.judged[0] = j.judged[1] = false;
     }
 
     // Whether the curve stays. `gain`, when given, gets how much less squared
@@ -308,25 +323,53 @@ public:
         return e.area <= options_.maxCurveAreaError * steps;
     }
 
+    // Whether the curve, kept with `segments` segments at `price` each,
+    // scores above `best` (drawn as stacked or, `underneath`, not).
+    bool beats(bool underneath, size_t segments, double price, double best) {
+        double gain = 0;
+        return keep(underneath, &gain) && gain - price * static_cast<double>(segments) > best;
+    }
+
     // The squared colour error of a fitted piece, drawn as stacked (`flat`:
     // its two regions alone).
     double error(bool flat) { return errors(flat).curve; }
 
 private:
+    // A curve judged along the staircase and what was found so far.
+    struct Judged {
+        Curve curve;
+        bool judged[2] = {false, false};
+        CurveJudge::Errors errors[2];
+    };
+
+    static bool same(const Curve& a, const Curve& b) {
+        return a.size() == b.size() &&
+               (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(PointD)) == 0);
+    }
+
+    bool sameStair() const {
+        return seen_ > 0 && closedSeen_ == closed_ && inSeen_ == in_ && outSeen_ == out_ &&
+               stairSeen_.size() == stair_->size() &&
+               std::equal(
+                   stairSeen_.begin(), stairSeen_.end(), stair_->begin(),
+                   [](const Corner& a, const Corner& b) { return a.x == b.x && a.y == b.y; });
+    }
+
     // The judgement with what lies under both regions (or, `flat`, with the
     // two regions alone).
     const CurveJudge::Errors& errors(bool flat) {
-        if (!measured_) {
-            CurveJudge::cover(*curve_, *stair_, closed_, cov_, cells_);
-            measured_ = true;
-        }
-        if (!judged_as_[flat]) {
+        Judged& j = history_[at_];
+        if (!j.judged[flat]) {
+            if (!measured_) {
+                CurveJudge::cover(*curve_, *stair_, closed_, cov_, cells_);
+                measured_ = true;
+            }
             EdgeSamples::Picture judged = judged_;
             if (flat) judged.parents = nullptr;
-            errors_[flat] = CurveJudge::errors(cells_, in_, out_, judged);
-            judged_as_[flat] = true;
+            j.errors[flat] = CurveJudge::errors(cells_, in_, out_, judged);
+            j.judged[flat] = true;
         }
-        return errors_[flat];
+        return j.errors[flat];
     }
 
     const EdgeSamples::Picture& pic_;
@@ -334,14 +377,19 @@ private:
     const OutputOptions& options_;
     AreaCoverage cov_;
     std::vector<AreaCoverage::Cell> cells_;
-    // The curve judged and what was found so far.
+    // The curve judged, and whether cells_ hold its area yet.
     const Curve* curve_ = nullptr;
     const std::vector<Corner>* stair_ = nullptr;
     bool closed_ = false;
     int32_t in_ = -1, out_ = -1;
     bool measured_ = false;
-    bool judged_as_[2] = {false, false};
-    CurveJudge::Errors errors_[2];
+    // The curves judged along the staircase last seen (the first seen_ of
+    // history_), the current one at_.
+    std::vector<Judged> history_;
+    size_t seen_ = 0, at_ = 0;
+    std::vector<Corner> stairSeen_;
+    bool closedSeen_ = false;
+    int32_t inSeen_ = -1, outSeen_ = -1;
 };
 
 // Without a picture the judge still measures the area between a curve and
@@ -1066,11 +1114,15 @@ private:
             // far as the later one's pixels reach (up to a pixel under it,
             // else half a pixel), unless the edge with what lies under both
             // showing through is as true to the picture.
+            // The moved curve is looked for only where it could be kept.
             chooser.judge(cut, pc, false, in, out);
-            const bool under = !given.staircase && stackedSiblings(given, in, out) &&
-                               (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
-                                hiddenCurve(r, cut, topIn, top, self, 0.5, fs.tolerance, hidden)) &&
-                               chooser.error(false) > chooser.error(true);
+            bool under = !given.staircase && stackedSiblings(given, in, out) &&
+                         chooser.error(false) > chooser.error(true);
+            if (under && p.curved && !chooser.beats(true, segments, price, best) &&
+                !chooser.beats(false, segments, price, best))
+                return segments;
+            under = under && (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
+                              hiddenCurve(r, cut, topIn, top, self, 0.5, fs.tolerance, hidden));
             if (!under) hidden.clear();
             double gain = 0;
             const bool kept = chooser.keep(under, &gain);

@@ -291,7 +291,6 @@ public:
         closed_ = closed;
         in_ = in;
         out_ = out;
-        measured_ = false;
         if (!sameStair()) {
             seen_ = 0;
             stairSeen_.assign(stair.begin(), stair.end());
@@ -304,7 +303,7 @@ public:
         if (seen_ == history_.size()) history_.emplace_back();
         Judged& j = history_[seen_++];
         j.curve.assign(curve.begin(), curve.end());
-        j.judged[0] = j.judged[1] = false;
+        j.judged = false;
     }
 
     // Whether the curve stays. `gain`, when given, gets how much less squared
@@ -338,8 +337,8 @@ private:
     // A curve judged along the staircase and what was found so far.
     struct Judged {
         Curve curve;
-        bool judged[2] = {false, false};
-        CurveJudge::Errors errors[2];
+        bool judged = false;
+        CurveJudge::Errors errors[2];  // as stacked, and with the two regions alone
     };
 
     static bool same(const Curve& a, const Curve& b) {
@@ -356,18 +355,13 @@ private:
     }
 
     // The judgement with what lies under both regions (or, `flat`, with the
-    // two regions alone).
+    // two regions alone): both in one pass.
     const CurveJudge::Errors& errors(bool flat) {
         Judged& j = history_[at_];
-        if (!j.judged[flat]) {
-            if (!measured_) {
-                CurveJudge::cover(*curve_, *stair_, closed_, cov_, cells_);
-                measured_ = true;
-            }
-            EdgeSamples::Picture judged = judged_;
-            if (flat) judged.parents = nullptr;
-            j.errors[flat] = CurveJudge::errors(cells_, in_, out_, judged);
-            j.judged[flat] = true;
+        if (!j.judged) {
+            CurveJudge::cover(*curve_, *stair_, closed_, cov_, cells_);
+            j.errors[0] = CurveJudge::errors(cells_, in_, out_, judged_, &j.errors[1]);
+            j.judged = true;
         }
         return j.errors[flat];
     }
@@ -377,12 +371,11 @@ private:
     const OutputOptions& options_;
     AreaCoverage cov_;
     std::vector<AreaCoverage::Cell> cells_;
-    // The curve judged, and whether cells_ hold its area yet.
+    // The curve judged.
     const Curve* curve_ = nullptr;
     const std::vector<Corner>* stair_ = nullptr;
     bool closed_ = false;
     int32_t in_ = -1, out_ = -1;
-    bool measured_ = false;
     // The curves judged along the staircase last seen (the first seen_ of
     // history_), the current one at_.
     std::vector<Judged> history_;

@@ -69,8 +69,9 @@ void CurveJudge::cover(const std::vector<PointD>& curve, const std::vector<Corne
 }
 
 CurveJudge::Errors CurveJudge::errors(const std::vector<AreaCoverage::Cell>& cells, int32_t in,
-                                      int32_t out, const EdgeSamples::Picture& pic) {
+                                      int32_t out, const EdgeSamples::Picture& pic, Errors* alone) {
     Errors e;
+    if (alone) *alone = e;
     if (cells.empty()) return e;
     const std::vector<RGBQUAD>& colours = *pic.colours;
     auto sq = [](const RGBQUAD& p, double r, double g, double b) {
@@ -99,48 +100,70 @@ CurveJudge::Errors CurveJudge::errors(const std::vector<AreaCoverage::Cell>& cel
         }
     }
     const bool inLater = in > out;
+    const RGBQUAD &top = inLater ? ci : co, &low = inLater ? co : ci;
+    // The colour a pixel showing the share s of `in` takes: the two
+    // regions mixed, or the later one over the earlier one over what lies
+    // under both.
+    auto mix = [&](double s, double& r, double& g, double& b) {
+        r = s * ci.rgbRed + (1 - s) * co.rgbRed;
+        g = s * ci.rgbGreen + (1 - s) * co.rgbGreen;
+        b = s * ci.rgbBlue + (1 - s) * co.rgbBlue;
+    };
+    auto mixUnder = [&](double s, double& r, double& g, double& b) {
+        const double t = inLater ? s : 1 - s, l = 1 - t;
+        auto one = [&](double ct, double cl, double cu) {
+            return t * ct + (1 - t) * (l * cl + (1 - l) * cu);
+        };
+        r = one(top.rgbRed, low.rgbRed, under->rgbRed);
+        g = one(top.rgbGreen, low.rgbGreen, under->rgbGreen);
+        b = one(top.rgbBlue, low.rgbBlue, under->rgbBlue);
+    };
+    // Without a region under both, the two judgements are one.
+    const bool both = alone && under;
+    double aloneCurve = 0;
     for (const AreaCoverage::Cell& c : cells) {
         if (c.x < 0 || c.y < 0 || c.x >= pic.width || c.y >= pic.height) continue;
         const double d = std::max(-1.0, std::min(1.0, c.share));
         e.area += std::fabs(d);
-        const int32_t l = pic.labels[static_cast<size_t>(c.y) * pic.width + c.x];
-        const RGBQUAD& p = pic.pixels[static_cast<size_t>(c.y) * pic.width + c.x];
+        const size_t at = static_cast<size_t>(c.y) * pic.width + c.x;
+        const int32_t l = pic.labels[at];
+        const RGBQUAD& p = pic.pixels[at];
         if (l != in && l != out) {
             // A third region: the curve mixes in whichever side it moved.
             const RGBQUAD base = l >= 0 ? colours[static_cast<size_t>(l)] : p;
             const RGBQUAD& m = d > 0 ? ci : co;
             const double a = std::fabs(d);
             e.staircase += sq(p, base.rgbRed, base.rgbGreen, base.rgbBlue);
-            e.curve += sq(p, base.rgbRed + a * (m.rgbRed - base.rgbRed),
-                          base.rgbGreen + a * (m.rgbGreen - base.rgbGreen),
-                          base.rgbBlue + a * (m.rgbBlue - base.rgbBlue));
+            const double curve = sq(p, base.rgbRed + a * (m.rgbRed - base.rgbRed),
+                                    base.rgbGreen + a * (m.rgbGreen - base.rgbGreen),
+                                    base.rgbBlue + a * (m.rgbBlue - base.rgbBlue));
+            e.curve += curve;
+            aloneCurve += curve;
             continue;
         }
         // The share of `in` the pixel shows: all or nothing with the
-        // staircase, moved by the area between them with the curve.
+        // staircase (the pixel's own region's colour, either way), moved by
+        // the area between them with the curve.
+        const RGBQUAD& own = l == in ? ci : co;
+        e.staircase += sq(p, own.rgbRed, own.rgbGreen, own.rgbBlue);
         const double s0 = l == in ? 1 : 0;
         const double s1 = std::max(0.0, std::min(1.0, s0 + d));
-        auto mix = [&](double s, double& r, double& g, double& b) {
-            if (!under) {
-                r = s * ci.rgbRed + (1 - s) * co.rgbRed;
-                g = s * ci.rgbGreen + (1 - s) * co.rgbGreen;
-                b = s * ci.rgbBlue + (1 - s) * co.rgbBlue;
-                return;
-            }
-            const RGBQUAD &top = inLater ? ci : co, &low = inLater ? co : ci;
-            const double t = inLater ? s : 1 - s, l = 1 - t;
-            auto one = [&](double ct, double cl, double cu) {
-                return t * ct + (1 - t) * (l * cl + (1 - l) * cu);
-            };
-            r = one(top.rgbRed, low.rgbRed, under->rgbRed);
-            g = one(top.rgbGreen, low.rgbGreen, under->rgbGreen);
-            b = one(top.rgbBlue, low.rgbBlue, under->rgbBlue);
-        };
         double r, g, b;
-        mix(s0, r, g, b);
-        e.staircase += sq(p, r, g, b);
-        mix(s1, r, g, b);
+        if (!under) {
+            mix(s1, r, g, b);
+            e.curve += sq(p, r, g, b);
+            continue;
+        }
+        mixUnder(s1, r, g, b);
         e.curve += sq(p, r, g, b);
+        if (both) {
+            mix(s1, r, g, b);
+            aloneCurve += sq(p, r, g, b);
+        }
+    }
+    if (alone) {
+        *alone = e;
+        if (both) alone->curve = aloneCurve;
     }
     return e;
 }

@@ -39,8 +39,10 @@ public:
     // has no segment or the staircase no corner), then the errors over them.
     static void cover(const std::vector<PointD>& curve, const std::vector<Corner>& stair,
                       bool closed, AreaCoverage& scratch, std::vector<AreaCoverage::Cell>& cells);
+    // `alone`, when given, gets the errors as well with the two regions
+    // alone on the pixels (as without `pic.parents`), in the same pass.
     static Errors errors(const std::vector<AreaCoverage::Cell>& cells, int32_t in, int32_t out,
-                         const EdgeSamples::Picture& pic);
+                         const EdgeSamples::Picture& pic, Errors* alone = nullptr);
 
     // Appends the curve flattened to within 0.02 px (the start point not
     // repeated) to `poly`.

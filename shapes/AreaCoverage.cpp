@@ -39,7 +39,7 @@ inline void AreaCoverage::add(int row, int column, double v) {
     entries_.push_back({row, column, units});
 }
 
-void AreaCoverage::addPiece(int row, double x0, double y0, double x1, double y1) {
+inline void AreaCoverage::addPiece(int row, double x0, double y0, double x1, double y1) {
     // Walked left to right, column by column; heights keep the edge's sign.
     double sign = 1;
     if (x1 < x0) {

@@ -563,7 +563,8 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
         // top reaches further half-way along than the move there: by more
         // than a quarter pixel, over more than three square pixels.
         const double length = std::hypot(p[3].x - p[0].x, p[3].y - p[0].y);
-        bool halve = !clear(moved, p, p[0]) && length > 1;
+        bool clearMoved = clear(moved, p, p[0]);
+        bool halve = !clearMoved && length > 1;
         if (!halve && length > 3 && std::fabs(by0 - by3) > 0.25) {
             const PointD h = point(p, 0.5), hm = point(moved, 0.5);
             const PointD nh = normal(point(p, 0.45), point(p, 0.55));
@@ -591,6 +592,7 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
             } else {
                 s = moved[0] = {p[0].x + n0.x * by0, p[0].y + n0.y * by0};
                 moved[1] = {p[1].x + s.x - p[0].x, p[1].y + s.y - p[0].y};
+                clearMoved = clear(moved, p, p[0]);
             }
         }
         sum += by0 + by3;
@@ -601,7 +603,7 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
             if (!clear(&out[out.size() - 4], nullptr, p[0])) return false;
         }
         out.insert(out.end(), moved + 1, moved + 4);
-        if (!clear(moved, p, p[0])) return false;
+        if (!clearMoved) return false;
         chained = true;
         lastEnd = p[3];
         lastNormal = n3;

@@ -443,20 +443,42 @@ bool stackedSiblings(const EdgeSamples::Picture& pic, int32_t a, int32_t b) {
 }
 
 // How far from p towards (ux, uy) the pixels stay those of `top` or
-// `self`, up to `most`.
+// `self`, up to `most`: the first of the points every `step` along the way
+// (p + i step u) on another region's pixel. Each coordinate of those points
+// only grows or only shrinks with i, so the points of one pixel come one
+// after another: the walk looks at each pixel once, jumping to about where
+// the way leaves it, and back to the next point where the guess went too far.
 double clearance(const Raster& r, PointD p, double ux, double uy, int32_t top, int32_t self,
                  double most) {
     const double step = 0.05;
-    int lastX = INT_MIN, lastY = INT_MIN;  // the pixel last looked at
-    for (int i = 0; i * step < most; ++i) {
+    auto at = [&](int i, int& x, int& y) {
         const double t = i * step;
-        const int x = static_cast<int>(std::floor(p.x + t * ux)),
-                  y = static_cast<int>(std::floor(p.y + t * uy));
-        if (x == lastX && y == lastY) continue;
-        lastX = x;
-        lastY = y;
+        x = static_cast<int>(std::floor(p.x + t * ux));
+        y = static_cast<int>(std::floor(p.y + t * uy));
+    };
+    // How many steps from t along one coordinate to the next pixel's edge
+    // that way, less one (a guess, checked below).
+    auto toEdge = [&](double from, double u, int cell, double t) {
+        if (u == 0 || !std::isfinite(u)) return 1e9;
+        const double edge = u > 0 ? cell + 1.0 : static_cast<double>(cell);
+        return (edge - from) / u / step - t / step - 1;
+    };
+    int x, y;
+    for (int i = 0; i * step < most;) {
+        at(i, x, y);
         const int32_t l = r.at(x, y);
-        if (l != top && l != self) return t;
+        if (l != top && l != self) return i * step;
+        const double ahead = std::min(toEdge(p.x, ux, x, i * step), toEdge(p.y, uy, y, i * step));
+        int next = i + 1;
+        if (ahead > 1 && ahead < 1e6) {
+            // The point before the guess still on this pixel: so are all
+            // those between.
+            const int guess = i + static_cast<int>(ahead);
+            int gx, gy;
+            at(guess - 1, gx, gy);
+            if (gx == x && gy == y) next = guess;
+        }
+        i = next;
     }
     return most;
 }

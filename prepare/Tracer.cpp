@@ -245,8 +245,8 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
     // reduced (the anti-alias cleanup would leave their in-between pixels
     // to the speckle filter and the merging).
     if (o.antialias && o.paletteCount <= 0 && o.colors >= 2) {
-        const long long restored =
-            ThinLines::restore(pixels, width, height, o.antialiasRadius, o.antialiasTolerance);
+        const long long restored = ThinLines::restore(pixels, width, height, o.antialiasRadius,
+                                                      o.antialiasTolerance, o.threads);
         if (restored < 0) return false;
         if (restored > 0) report.stagesRan = true;
     }

@@ -76,19 +76,26 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             if (y0 > 0) rowSame(y0 - 1, same);
             rowSame(y0, &same[w]);
             if (y0 + 1 < height) rowSame(y0 + 1, &same[2 * w]);
+            // Held here: the marks' stores could otherwise be any of them.
+            const RGBQUAD* const px = pixels;
+            uint8_t* const marks = mark.data();
+            const int cols = width, last = height - 1;
+            const size_t stride = w;
             for (int y = y0; y < y1; ++y) {
                 const uint8_t* up = &same[0];
-                const uint8_t* mid = &same[w];
-                const uint8_t* down = &same[2 * w];
-                const size_t r = static_cast<size_t>(y) * w;
-                for (int x = 0; x < width; ++x) {
+                const uint8_t* mid = &same[stride];
+                const uint8_t* down = &same[2 * stride];
+                const size_t r = static_cast<size_t>(y) * stride;
+                int flats = 0;
+                for (int x = 0; x < cols; ++x) {
                     if (!mid[x]) continue;
-                    const uint32_t c = keyAt(pixels, r + x);
-                    if (y > 0 && !(up[x] && keyAt(pixels, r - w + x) == c)) continue;
-                    if (y + 1 < height && !(down[x] && keyAt(pixels, r + w + x) == c)) continue;
-                    mark[r + x] = kFlat;
-                    ++rowFlats[static_cast<size_t>(y)];
+                    const uint32_t c = keyAt(px, r + x);
+                    if (y > 0 && !(up[x] && keyAt(px, r - stride + x) == c)) continue;
+                    if (y < last && !(down[x] && keyAt(px, r + stride + x) == c)) continue;
+                    marks[r + x] = kFlat;
+                    ++flats;
                 }
+                rowFlats[static_cast<size_t>(y)] = flats;
                 std::memmove(&same[0], &same[w], 2 * w);
                 if (y + 2 < height) rowSame(y + 2, &same[2 * w]);
             }
@@ -143,10 +150,11 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             Found& f = found[static_cast<size_t>(band)];
             int* const column = f.column.data();
             int* const prefix = f.prefix.data();
+            const int cols = width;
             auto addRow = [&](int v, int sign) {
                 if (v < 0 || v >= height || rowFlats[static_cast<size_t>(v)] == 0) return;
                 const uint8_t* m = &mark[static_cast<size_t>(v) * w];
-                for (int x = 0; x < width; ++x) column[x] += sign * (m[x] & kFlat);
+                for (int x = 0; x < cols; ++x) column[x] += sign * (m[x] & kFlat);
             };
             const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
             int windowFlats = 0;  // flat pixels in the window's rows
@@ -164,8 +172,8 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                         if (drop >= 0) windowFlats -= rowFlats[static_cast<size_t>(drop)];
                     }
                     if (windowFlats == 0) continue;
-                    for (int x = 0; x < width; ++x) prefix[x + 1] = prefix[x] + column[x];
-                    for (int x = 0; x < width; ++x) {
+                    for (int x = 0; x < cols; ++x) prefix[x + 1] = prefix[x] + column[x];
+                    for (int x = 0; x < cols; ++x) {
                         const size_t i = static_cast<size_t>(y) * w + x;
                         if (mark[i] & kFlat) continue;
                         const int x0 = std::max(0, x - radius);

@@ -40,6 +40,39 @@ double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
     return t;
 }
 
+// The flat colours in the window of `radius` round pixel (x, y): one, or
+// two (sorted) where the pixel is not a mix of those two (farther than
+// `tolerance`); false for none, more, or the pixel's own colour among them.
+// Its arguments are values, so that a band's loop keeps them in registers.
+bool background(const RGBQUAD* pixels, const uint8_t* mark, int width, int height, int radius,
+                int tolerance, int x, int y, uint32_t& b1, uint32_t& b2) {
+    const size_t w = static_cast<size_t>(width);
+    const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
+    const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
+    b1 = b2 = kNone;
+    for (int v = y0; v <= y1; ++v)
+        for (int u = x0; u <= x1; ++u) {
+            const size_t j = static_cast<size_t>(v) * w + u;
+            if (!(mark[j] & kFlat)) continue;
+            const uint32_t c = keyAt(pixels, j);
+            if (c == b1 || c == b2) continue;
+            if (b1 == kNone) {
+                b1 = c;
+            } else if (b2 == kNone) {
+                b2 = c;
+            } else {
+                return false;
+            }
+        }
+    const uint32_t own = keyAt(pixels, static_cast<size_t>(y) * w + x);
+    if (b1 == kNone || own == b1 || own == b2) return false;
+    if (b2 == kNone) return true;
+    if (b2 < b1) std::swap(b1, b2);
+    int off = 0;
+    shareOf(own, b1, b2, off);
+    return off > tolerance;
+}
+
 }  // namespace
 
 long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius, int tolerance,
@@ -101,35 +134,6 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             }
         });
         if (std::all_of(rowFlats.begin(), rowFlats.end(), [](int f) { return f == 0; })) return 0;
-        // The flat colours in the window round pixel (x, y): one, or two
-        // (sorted) where the pixel is not a mix of those two; false for
-        // none, more, or the pixel's own colour among them.
-        auto background = [&](int x, int y, uint32_t& b1, uint32_t& b2) {
-            const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
-            const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
-            b1 = b2 = kNone;
-            for (int v = y0; v <= y1; ++v)
-                for (int u = x0; u <= x1; ++u) {
-                    const size_t j = static_cast<size_t>(v) * w + u;
-                    if (!(mark[j] & kFlat)) continue;
-                    const uint32_t c = keyAt(pixels, j);
-                    if (c == b1 || c == b2) continue;
-                    if (b1 == kNone) {
-                        b1 = c;
-                    } else if (b2 == kNone) {
-                        b2 = c;
-                    } else {
-                        return false;
-                    }
-                }
-            const uint32_t own = keyAt(pixels, static_cast<size_t>(y) * w + x);
-            if (b1 == kNone || own == b1 || own == b2) return false;
-            if (b2 == kNone) return true;
-            if (b2 < b1) std::swap(b1, b2);
-            int off = 0;
-            shareOf(own, b1, b2, off);
-            return off > tolerance;
-        };
         // The candidates: flat pixels counted over the window's rows by
         // column, then along the row, so that a window without any is
         // passed over at once (and a row whose window holds none at all,
@@ -150,37 +154,41 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             Found& f = found[static_cast<size_t>(band)];
             int* const column = f.column.data();
             int* const prefix = f.prefix.data();
-            const int cols = width;
+            const int cols = width, rows = height, r = radius, tol = tolerance;
+            const RGBQUAD* const px = pixels;
+            const uint8_t* const marks = mark.data();
+            const int* const flats = rowFlats.data();
+            const size_t stride = w;
             auto addRow = [&](int v, int sign) {
-                if (v < 0 || v >= height || rowFlats[static_cast<size_t>(v)] == 0) return;
-                const uint8_t* m = &mark[static_cast<size_t>(v) * w];
+                if (v < 0 || v >= rows || flats[v] == 0) return;
+                const uint8_t* m = marks + static_cast<size_t>(v) * stride;
                 for (int x = 0; x < cols; ++x) column[x] += sign * (m[x] & kFlat);
             };
             const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
             int windowFlats = 0;  // flat pixels in the window's rows
-            for (int v = std::max(0, y0 - radius); v <= std::min(y0 + radius, height - 1); ++v) {
+            for (int v = std::max(0, y0 - r); v <= std::min(y0 + r, rows - 1); ++v) {
                 addRow(v, 1);
-                windowFlats += rowFlats[static_cast<size_t>(v)];
+                windowFlats += flats[v];
             }
             try {
                 for (int y = y0; y < y1; ++y) {
                     if (y > y0) {
-                        const int add = y + radius, drop = y - radius - 1;
+                        const int add = y + r, drop = y - r - 1;
                         addRow(add, 1);
                         addRow(drop, -1);
-                        if (add < height) windowFlats += rowFlats[static_cast<size_t>(add)];
-                        if (drop >= 0) windowFlats -= rowFlats[static_cast<size_t>(drop)];
+                        if (add < rows) windowFlats += flats[add];
+                        if (drop >= 0) windowFlats -= flats[drop];
                     }
                     if (windowFlats == 0) continue;
                     for (int x = 0; x < cols; ++x) prefix[x + 1] = prefix[x] + column[x];
                     for (int x = 0; x < cols; ++x) {
-                        const size_t i = static_cast<size_t>(y) * w + x;
-                        if (mark[i] & kFlat) continue;
-                        const int x0 = std::max(0, x - radius);
-                        const int x1 = std::min(width - 1, x + radius);
+                        const size_t i = static_cast<size_t>(y) * stride + x;
+                        if (marks[i] & kFlat) continue;
+                        const int x0 = std::max(0, x - r);
+                        const int x1 = std::min(cols - 1, x + r);
                         if (prefix[x1 + 1] == prefix[x0]) continue;
                         uint32_t b1 = 0, b2 = 0;
-                        if (!background(x, y, b1, b2)) continue;
+                        if (!background(px, marks, cols, rows, r, tol, x, y, b1, b2)) continue;
                         f.candidates.push_back(i);
                         f.backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
                     }

@@ -13,11 +13,11 @@ namespace om1 {
 
 namespace {
 
-const int kMinContrast = 48;
-
 // The passes over the pixels run by bands from this many pixels on (128 x
 // 128): each pixel near a flat one costs a window's work.
 const long long kMinBandPixels = 1LL << 14;
+
+const int kMinContrast = 48;
 const uint32_t kNone =
     0xFFFFFFFFu;  // no colour (keys are 24-bit)  // a line this close to its background is no line
 

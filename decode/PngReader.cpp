@@ -65,46 +65,8 @@ void average(uint8_t* row, const uint8_t* prior, size_t bytes) {
                 static_cast<uint8_t>(row[i + c] + ((left[c] + prior[i + c]) >> 1));
 }
 
-#if defined(__SSE2__)
-// Paeth for pixels of 3 or 4 bytes, a pixel at a time with its channels side
-// by side in 16-bit lanes (a fourth lane of 3-byte pixels idles at 0).
-template <int B>
-void paethPixels(uint8_t* row, const uint8_t* prior, size_t bytes) {
-    const __m128i zero = _mm_setzero_si128(), low = _mm_set1_epi16(0xFF);
-    auto load = [&](const uint8_t* q) {
-        uint32_t v = 0;
-        std::memcpy(&v, q, B);
-        return _mm_unpacklo_epi8(_mm_cvtsi32_si128(static_cast<int>(v)), zero);
-    };
-    auto abs16 = [&](__m128i v) { return _mm_max_epi16(v, _mm_sub_epi16(zero, v)); };
-    // The first pixel: nothing to its left, Paeth takes the one above.
-    for (int c = 0; c < B; ++c) row[c] = static_cast<uint8_t>(row[c] + prior[c]);
-    __m128i a = load(row), cc = load(prior);
-    for (size_t i = B; i < bytes; i += B) {
-        const __m128i b = load(prior + i);
-        const __m128i da = _mm_sub_epi16(b, cc), db = _mm_sub_epi16(a, cc);
-        const __m128i pa = abs16(da), pb = abs16(db), pc = abs16(_mm_add_epi16(da, db));
-        const __m128i least = _mm_min_epi16(_mm_min_epi16(pa, pb), pc);
-        const __m128i useA = _mm_cmpeq_epi16(pa, least);
-        const __m128i useB = _mm_andnot_si128(useA, _mm_cmpeq_epi16(pb, least));
-        const __m128i p = _mm_or_si128(_mm_or_si128(_mm_and_si128(useA, a), _mm_and_si128(useB, b)),
-                                       _mm_andnot_si128(_mm_or_si128(useA, useB), cc));
-        a = _mm_and_si128(_mm_add_epi16(load(row + i), p), low);
-        const uint32_t out = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(a, zero)));
-        std::memcpy(row + i, &out, B);
-        cc = b;
-    }
-}
-#endif
-
 template <int B>
 void paeth(uint8_t* row, const uint8_t* prior, size_t bytes) {
-#if defined(__SSE2__)
-    if (B >= 3) {
-        paethPixels<B>(row, prior, bytes);
-        return;
-    }
-#endif
     int left[B], upLeft[B];
     for (int c = 0; c < B; ++c) {
         left[c] = row[c] = static_cast<uint8_t>(row[c] + prior[c]);

@@ -14,6 +14,9 @@
 #include <new>
 #include <system_error>
 #include <thread>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -89,8 +92,17 @@ bool unfilterBy(int filter, uint8_t* row, const uint8_t* prior, size_t bytes) {
             sub<B>(row, bytes);
             return true;
         case 2:
-            if (prior)
-                for (size_t i = 0; i < bytes; ++i) row[i] = static_cast<uint8_t>(row[i] + prior[i]);
+            if (prior) {
+                size_t i = 0;
+#if defined(__SSE2__)
+                for (; i + 16 <= bytes; i += 16) {
+                    const __m128i r = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i));
+                    const __m128i q = _mm_loadu_si128(reinterpret_cast<const __m128i*>(prior + i));
+                    _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i), _mm_add_epi8(r, q));
+                }
+#endif
+                for (; i < bytes; ++i) row[i] = static_cast<uint8_t>(row[i] + prior[i]);
+            }
             return true;
         case 3:
             if (prior)

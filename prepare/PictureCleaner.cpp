@@ -376,7 +376,8 @@ bool PictureCleaner::restituteWithAlpha(RGBQUAD* pixels, const RGBQUAD* original
 }
 
 long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int area, uint8_t* alpha,
-                                  const std::function<bool(double)>& progress, int threads) {
+                                  const std::function<bool(double)>& progress, int threads,
+                                  Labelling* labelled) {
     if (!pixels || width <= 0 || height <= 0) return 0;
     // Between the steps of each pass: a pass takes at most half of what was left.
     double share = 0;
@@ -552,6 +553,13 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
             if (count < 0) return -1;
             share += (1 - share) / 2;
+        }
+        // Every way out of the passes comes after a labelling of the pixels
+        // as they are left (the labels flipped by a fill are put back).
+        if (labelled) {
+            labelled->labels.swap(labels);
+            labelled->firsts.swap(first);
+            labelled->count = count;
         }
         return count;
     } catch (...) {

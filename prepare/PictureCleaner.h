@@ -17,6 +17,8 @@
 
 namespace om1 {
 
+struct Labelling;
+
 class PictureCleaner {
 public:
     // Black where the luminance (0.299 red + 0.587 green + 0.114 blue) is
@@ -66,9 +68,11 @@ public:
     // `progress` as in ColorQuantizer::quantize (-1 when it stops the work).
     // The labelling of a large picture runs by bands on up to `threads`
     // threads (0: one per core), with the same result for any number.
+    // `labelled`, when given, gets the labelling of the pixels it leaves.
     static long long speckle(RGBQUAD* pixels, int width, int height, int area,
                              uint8_t* alpha = nullptr,
-                             const std::function<bool(double)>& progress = {}, int threads = 1);
+                             const std::function<bool(double)>& progress = {}, int threads = 1,
+                             Labelling* labelled = nullptr);
 
     // Colour restitution from the picture: every region of `pixels` takes the
     // mean colour (rounded per channel) of the same pixels in `original`, so

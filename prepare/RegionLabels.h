@@ -272,6 +272,13 @@ struct ColourAlphaKeys {
 
 }  // namespace detail
 
+// A picture's labelling (labelRegions's, with the firsts), handed by a stage
+// that ends with it to the next stage that reads the same pixels.
+struct Labelling {
+    std::vector<int32_t> labels, firsts;
+    long long count = -1;  // -1: none held
+};
+
 // `firsts`, when given, gets every region's first pixel (by its label).
 inline long long labelRegions(const RGBQUAD* pixels, const uint8_t* alpha, int w, int h,
                               std::vector<int32_t>& labels, const std::function<bool()>& going = {},

@@ -31,7 +31,8 @@ struct Candidate {
 long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                               double cost, double budget, double growth, bool means, uint8_t* alpha,
                               const uint8_t* originalAlpha,
-                              const std::function<bool(double)>& progress, int threads) {
+                              const std::function<bool(double)>& progress, int threads,
+                              Labelling* labelled) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
     if (!originalAlpha) alpha = nullptr;
     auto at = [&](double share) { return !progress || progress(share); };
@@ -45,8 +46,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
     const int K = alpha ? 4 : 3;
     try {
         std::vector<int32_t> labels, first;
-        const long long regions =
-            labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+        long long regions = -1;
+        if (labelled && labelled->count >= 0) {
+            labels.swap(labelled->labels);
+            first.swap(labelled->firsts);
+            regions = labelled->count;
+            labelled->count = -1;
+        } else {
+            regions = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+        }
         if (regions < 0) return -1;
         const int32_t m = static_cast<int32_t>(regions);
         if (!at(0.2)) return -1;

@@ -25,6 +25,8 @@
 
 namespace om1 {
 
+struct Labelling;
+
 class RegionMerger {
 public:
     // `pixels` holds the regions (changed in place), `original` the input
@@ -44,10 +46,15 @@ public:
     // and a partial region is of the larger part's class. Regions of partial
     // opacity take their mean input alpha (1..254); colours are the means
     // weighted by alpha.
+    //
+    // `labelled`, when it holds a labelling (count 0 or more), is taken as
+    // the labelling of `pixels` (with `alpha` when both alphas are given)
+    // instead of labelling them again; it is left empty.
     static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                            double cost, double budget, double growth = 0, bool means = true,
                            uint8_t* alpha = nullptr, const uint8_t* originalAlpha = nullptr,
-                           const std::function<bool(double)>& progress = {}, int threads = 1);
+                           const std::function<bool(double)>& progress = {}, int threads = 1,
+                           Labelling* labelled = nullptr);
 };
 
 }  // namespace om1

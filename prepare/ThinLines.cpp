@@ -6,11 +6,16 @@
 #include <new>
 #include <vector>
 
+#include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
 
 namespace {
+
+// The passes over the pixels run by bands from this many pixels on (128 x
+// 128): each pixel near a flat one costs a window's work.
+const long long kMinBandPixels = 1LL << 14;
 
 const int kMinContrast = 48;
 const uint32_t kNone =
@@ -35,9 +40,43 @@ double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
     return t;
 }
 
+// The flat colours in the window of `radius` round pixel (x, y): one, or
+// two (sorted) where the pixel is not a mix of those two (farther than
+// `tolerance`); false for none, more, or the pixel's own colour among them.
+// Its arguments are values, so that a band's loop keeps them in registers.
+bool background(const RGBQUAD* pixels, const uint8_t* mark, int width, int height, int radius,
+                int tolerance, int x, int y, uint32_t& b1, uint32_t& b2) {
+    const size_t w = static_cast<size_t>(width);
+    const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
+    const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
+    b1 = b2 = kNone;
+    for (int v = y0; v <= y1; ++v)
+        for (int u = x0; u <= x1; ++u) {
+            const size_t j = static_cast<size_t>(v) * w + u;
+            if (!(mark[j] & kFlat)) continue;
+            const uint32_t c = keyAt(pixels, j);
+            if (c == b1 || c == b2) continue;
+            if (b1 == kNone) {
+                b1 = c;
+            } else if (b2 == kNone) {
+                b2 = c;
+            } else {
+                return false;
+            }
+        }
+    const uint32_t own = keyAt(pixels, static_cast<size_t>(y) * w + x);
+    if (b1 == kNone || own == b1 || own == b2) return false;
+    if (b2 == kNone) return true;
+    if (b2 < b1) std::swap(b1, b2);
+    int off = 0;
+    shareOf(own, b1, b2, off);
+    return off > tolerance;
+}
+
 }  // namespace
 
-long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius, int tolerance) {
+long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius, int tolerance,
+                             int threads) {
     if (!pixels || width < 3 || height < 3 || radius < 1) return 0;
     const size_t n = static_cast<size_t>(width) * height;
     const size_t w = static_cast<size_t>(width);
@@ -45,7 +84,12 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
         std::vector<uint8_t> mark(n, 0);
         // Flat pixels: a pixel whose row neighbours match it (`same`) and
         // whose rows above and below do so around a pixel of its colour.
-        std::vector<uint8_t> same(3 * w);
+        // Both passes over the pixels run by bands of rows, from an icon's
+        // size on; each band writes only its own rows.
+        const int bands = Bands::count(threads, static_cast<long long>(n), kMinBandPixels);
+        std::vector<int> rowFlats(static_cast<size_t>(height), 0);
+        std::vector<std::vector<uint8_t>> sames(static_cast<size_t>(bands),
+                                                std::vector<uint8_t>(3 * w));
         auto rowSame = [&](int y, uint8_t* s) {
             const size_t r = static_cast<size_t>(y) * w;
             bool left = true;  // the pixel matches its left neighbour
@@ -59,96 +103,108 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             }
             s[width - 1] = left;
         };
-        bool anyFlat = false;
-        std::vector<int> rowFlats(static_cast<size_t>(height), 0);
-        rowSame(0, &same[w]);
-        if (height > 1) rowSame(1, &same[2 * w]);
-        for (int y = 0; y < height; ++y) {
-            const uint8_t* up = &same[0];
-            const uint8_t* mid = &same[w];
-            const uint8_t* down = &same[2 * w];
-            const size_t r = static_cast<size_t>(y) * w;
-            for (int x = 0; x < width; ++x) {
-                if (!mid[x]) continue;
-                const uint32_t c = keyAt(pixels, r + x);
-                if (y > 0 && !(up[x] && keyAt(pixels, r - w + x) == c)) continue;
-                if (y + 1 < height && !(down[x] && keyAt(pixels, r + w + x) == c)) continue;
-                mark[r + x] = kFlat;
-                ++rowFlats[static_cast<size_t>(y)];
-                anyFlat = true;
-            }
-            std::memmove(&same[0], &same[w], 2 * w);
-            if (y + 2 < height) rowSame(y + 2, &same[2 * w]);
-        }
-        if (!anyFlat) return 0;
-        // The flat colours in the window round pixel (x, y): one, or two
-        // (sorted) where the pixel is not a mix of those two; false for
-        // none, more, or the pixel's own colour among them.
-        auto background = [&](int x, int y, uint32_t& b1, uint32_t& b2) {
-            const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
-            const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
-            b1 = b2 = kNone;
-            for (int v = y0; v <= y1; ++v)
-                for (int u = x0; u <= x1; ++u) {
-                    const size_t j = static_cast<size_t>(v) * w + u;
-                    if (!(mark[j] & kFlat)) continue;
-                    const uint32_t c = keyAt(pixels, j);
-                    if (c == b1 || c == b2) continue;
-                    if (b1 == kNone) {
-                        b1 = c;
-                    } else if (b2 == kNone) {
-                        b2 = c;
-                    } else {
-                        return false;
-                    }
+        Bands::run(bands, height, [&](int band, long long from, long long to) {
+            uint8_t* const same = sames[static_cast<size_t>(band)].data();
+            const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
+            if (y0 > 0) rowSame(y0 - 1, same);
+            rowSame(y0, &same[w]);
+            if (y0 + 1 < height) rowSame(y0 + 1, &same[2 * w]);
+            // Held here: the marks' stores could otherwise be any of them.
+            const RGBQUAD* const px = pixels;
+            uint8_t* const marks = mark.data();
+            const int cols = width, last = height - 1;
+            const size_t stride = w;
+            for (int y = y0; y < y1; ++y) {
+                const uint8_t* up = &same[0];
+                const uint8_t* mid = &same[stride];
+                const uint8_t* down = &same[2 * stride];
+                const size_t r = static_cast<size_t>(y) * stride;
+                int flats = 0;
+                for (int x = 0; x < cols; ++x) {
+                    if (!mid[x]) continue;
+                    const uint32_t c = keyAt(px, r + x);
+                    if (y > 0 && !(up[x] && keyAt(px, r - stride + x) == c)) continue;
+                    if (y < last && !(down[x] && keyAt(px, r + stride + x) == c)) continue;
+                    marks[r + x] = kFlat;
+                    ++flats;
                 }
-            const uint32_t own = keyAt(pixels, static_cast<size_t>(y) * w + x);
-            if (b1 == kNone || own == b1 || own == b2) return false;
-            if (b2 == kNone) return true;
-            if (b2 < b1) std::swap(b1, b2);
-            int off = 0;
-            shareOf(own, b1, b2, off);
-            return off > tolerance;
-        };
+                rowFlats[static_cast<size_t>(y)] = flats;
+                std::memmove(&same[0], &same[w], 2 * w);
+                if (y + 2 < height) rowSame(y + 2, &same[2 * w]);
+            }
+        });
+        if (std::all_of(rowFlats.begin(), rowFlats.end(), [](int f) { return f == 0; })) return 0;
         // The candidates: flat pixels counted over the window's rows by
         // column, then along the row, so that a window without any is
         // passed over at once (and a row whose window holds none at all,
-        // as in most of a photograph, costs nothing).
-        std::vector<int> column(w, 0), prefix(w + 1, 0);
-        auto addRow = [&](int v, int sign) {
-            if (v < 0 || v >= height || rowFlats[static_cast<size_t>(v)] == 0) return;
-            const uint8_t* m = &mark[static_cast<size_t>(v) * w];
-            for (int x = 0; x < width; ++x) column[x] += sign * (m[x] & kFlat);
+        // as in most of a photograph, costs nothing). Each band keeps its
+        // own counts and candidates, joined in band order.
+        struct Found {
+            std::vector<int> column, prefix;
+            std::vector<size_t> candidates;
+            std::vector<uint64_t> backs;
+            bool failed = false;
         };
-        int windowFlats = 0;  // flat pixels in the window's rows
-        for (int v = 0; v <= std::min(radius, height - 1); ++v) {
-            addRow(v, 1);
-            windowFlats += rowFlats[static_cast<size_t>(v)];
+        std::vector<Found> found(static_cast<size_t>(bands));
+        for (Found& f : found) {
+            f.column.assign(w, 0);
+            f.prefix.assign(w + 1, 0);
         }
+        Bands::run(bands, height, [&](int band, long long from, long long to) {
+            Found& f = found[static_cast<size_t>(band)];
+            int* const column = f.column.data();
+            int* const prefix = f.prefix.data();
+            const int cols = width, rows = height, r = radius, tol = tolerance;
+            const RGBQUAD* const px = pixels;
+            const uint8_t* const marks = mark.data();
+            const int* const flats = rowFlats.data();
+            const size_t stride = w;
+            auto addRow = [&](int v, int sign) {
+                if (v < 0 || v >= rows || flats[v] == 0) return;
+                const uint8_t* m = marks + static_cast<size_t>(v) * stride;
+                for (int x = 0; x < cols; ++x) column[x] += sign * (m[x] & kFlat);
+            };
+            const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
+            int windowFlats = 0;  // flat pixels in the window's rows
+            for (int v = std::max(0, y0 - r); v <= std::min(y0 + r, rows - 1); ++v) {
+                addRow(v, 1);
+                windowFlats += flats[v];
+            }
+            try {
+                for (int y = y0; y < y1; ++y) {
+                    if (y > y0) {
+                        const int add = y + r, drop = y - r - 1;
+                        addRow(add, 1);
+                        addRow(drop, -1);
+                        if (add < rows) windowFlats += flats[add];
+                        if (drop >= 0) windowFlats -= flats[drop];
+                    }
+                    if (windowFlats == 0) continue;
+                    for (int x = 0; x < cols; ++x) prefix[x + 1] = prefix[x] + column[x];
+                    for (int x = 0; x < cols; ++x) {
+                        const size_t i = static_cast<size_t>(y) * stride + x;
+                        if (marks[i] & kFlat) continue;
+                        const int x0 = std::max(0, x - r);
+                        const int x1 = std::min(cols - 1, x + r);
+                        if (prefix[x1 + 1] == prefix[x0]) continue;
+                        uint32_t b1 = 0, b2 = 0;
+                        if (!background(px, marks, cols, rows, r, tol, x, y, b1, b2)) continue;
+                        f.candidates.push_back(i);
+                        f.backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
+                    }
+                }
+            } catch (const std::bad_alloc&) {
+                f.failed = true;
+            }
+        });
         std::vector<size_t> candidates;
         std::vector<uint64_t> backs;
-        for (int y = 0; y < height; ++y) {
-            if (y > 0) {
-                const int add = y + radius, drop = y - radius - 1;
-                addRow(add, 1);
-                addRow(drop, -1);
-                if (add < height) windowFlats += rowFlats[static_cast<size_t>(add)];
-                if (drop >= 0) windowFlats -= rowFlats[static_cast<size_t>(drop)];
-            }
-            if (windowFlats == 0) continue;
-            for (int x = 0; x < width; ++x) prefix[x + 1] = prefix[x] + column[x];
-            for (int x = 0; x < width; ++x) {
-                const size_t i = static_cast<size_t>(y) * w + x;
-                if (mark[i] & kFlat) continue;
-                const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
-                if (prefix[x1 + 1] == prefix[x0]) continue;
-                uint32_t b1 = 0, b2 = 0;
-                if (!background(x, y, b1, b2)) continue;
-                mark[i] |= kCandidate;
-                candidates.push_back(i);
-                backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
-            }
+        for (Found& f : found) {
+            if (f.failed) return -1;
+            candidates.insert(candidates.end(), f.candidates.begin(), f.candidates.end());
+            backs.insert(backs.end(), f.backs.begin(), f.backs.end());
         }
+        for (size_t i : candidates) mark[i] |= kCandidate;
         auto backOf = [&](size_t i) {
             const size_t k = static_cast<size_t>(
                 std::lower_bound(candidates.begin(), candidates.end(), i) - candidates.begin());

@@ -20,6 +20,7 @@
 #include "prepare/PackedColour.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/PreFilter.h"
+#include "prepare/RegionLabels.h"
 #include "prepare/RegionMerger.h"
 #include "prepare/SpotRestitution.h"
 #include "prepare/ThinLines.h"
@@ -245,8 +246,8 @@ bool Tracer::prepare(RGBQUAD* pixels, int width, int height, const TraceOptions&
     // reduced (the anti-alias cleanup would leave their in-between pixels
     // to the speckle filter and the merging).
     if (o.antialias && o.paletteCount <= 0 && o.colors >= 2) {
-        const long long restored =
-            ThinLines::restore(pixels, width, height, o.antialiasRadius, o.antialiasTolerance);
+        const long long restored = ThinLines::restore(pixels, width, height, o.antialiasRadius,
+                                                      o.antialiasTolerance, o.threads);
         if (restored < 0) return false;
         if (restored > 0) report.stagesRan = true;
     }
@@ -420,10 +421,14 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
             return NoOutlines;
         }
         uint8_t* const wa = alpha ? workAlpha.data() : nullptr;
+        // The speckle filter's last labelling, of the pixels the merging
+        // then reads.
+        Labelling labelled;
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
                                         static_cast<int>(std::min<long long>(area, INT_MAX)), wa,
-                                        part(watched, 0.45, 0.55), options.threads) < 0)
+                                        part(watched, 0.45, 0.55), options.threads,
+                                        options.merge > 0 ? &labelled : nullptr) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
@@ -440,7 +445,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget, growth,
                                     options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62),
-                                    options.threads) < 0)
+                                    options.threads, &labelled) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }

@@ -119,12 +119,23 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
     app.add_option("--jobs", jobsText)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     CLI::Option* presetOpt = app.add_option("--preset", presetName)
                                  ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    // The table's options that some argument names, and only those: an
+    // option no argument names reads nothing, and building all of them
+    // would cost most of a small picture's start.
+    std::vector<std::string> named;
+    for (int i = 1; i < argc; ++i)
+        if (argv[i][0] == '-' && argv[i][1] == '-') {
+            const char* end = std::strchr(argv[i], '=');
+            named.emplace_back(argv[i],
+                               end ? static_cast<size_t>(end - argv[i]) : std::strlen(argv[i]));
+        }
     const int rows = om1::OptionTable::rowCount();
     std::vector<std::string> values(static_cast<size_t>(rows));
-    std::vector<CLI::Option*> opts(static_cast<size_t>(rows));
+    std::vector<CLI::Option*> opts(static_cast<size_t>(rows), nullptr);
     for (int i = 0; i < rows; ++i) {
         const om1::OptionTable::Row& r = *om1::OptionTable::row(i);
         const std::string flag = dashed(r.name);
+        if (std::find(named.begin(), named.end(), flag) == named.end()) continue;
         opts[i] = r.kind == om1::OptionTable::Kind::Flag ? app.add_flag(flag + "{on}", values[i])
                                                          : app.add_option(flag, values[i]);
         opts[i]->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
@@ -164,7 +175,8 @@ bool CommandLine::parse(int argc, char** argv, std::string& error) {
     }
     om1::OptionTable::preset(options, om1::Presets::name(preset));
     for (int i = 0; i < rows; ++i)
-        if (opts[i]->count()) given.emplace_back(om1::OptionTable::row(i)->name, values[i]);
+        if (opts[i] && opts[i]->count())
+            given.emplace_back(om1::OptionTable::row(i)->name, values[i]);
     if (om1::OptionTable::apply(options, given, error, om1::OptionTable::Names::Flags) != OM1_OK)
         return false;
     if (inputs.empty()) {

@@ -208,3 +208,36 @@ TEST(PngReader, LeavesOtherFilesToTheFullDecoder) {
 }
 
 #endif
+
+// Paeth on rows of few values, so that the distances tie (left or up with
+// up-left): a row filtered by the predictor written out comes back as it was, for
+// pixels of one to four bytes and rows of odd lengths.
+TEST(PngReader, PaethBreaksTiesLeftThenUpThenUpLeft) {
+    for (int bpp = 1; bpp <= 4; ++bpp)
+        for (size_t pixels : {1, 2, 5, 17, 64}) {
+            const size_t bytes = pixels * bpp;
+            std::vector<uint8_t> prior(bytes), want(bytes), row(bytes);
+            uint32_t seed = static_cast<uint32_t>(bpp * 1000 + pixels);
+            auto next = [&]() {
+                seed = seed * 1664525u + 1013904223u;
+                return static_cast<uint8_t>((seed >> 29) % 5 * 2);  // 0, 2, .. 8
+            };
+            for (size_t i = 0; i < bytes; ++i) prior[i] = next(), want[i] = next();
+            int ties = 0;
+            for (size_t i = 0; i < bytes; ++i) {
+                const bool left = i >= static_cast<size_t>(bpp);
+                const int a = left ? want[i - bpp] : 0, b = prior[i], c = left ? prior[i - bpp] : 0;
+                const int p = a + b - c, pa = std::abs(p - a), pb = std::abs(p - b),
+                          pc = std::abs(p - c);
+                // (a and b never tie apart: that puts c half way, at 0)
+                ties += (a != c && pa == pc && pa <= pb) || (b != c && pb == pc && pb < pa);
+                const int predicted = pa <= pb && pa <= pc ? a : pb <= pc ? b : c;
+                row[i] = static_cast<uint8_t>(want[i] - predicted);
+            }
+            if (pixels == 64) {
+                EXPECT_GT(ties, 0) << bpp;
+            }
+            ASSERT_TRUE(PngReader::unfilter(4, row.data(), prior.data(), bytes, bpp));
+            EXPECT_EQ(row, want) << bpp << " bytes a pixel, " << pixels << " pixels";
+        }
+}

@@ -2,8 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
+#include "prepare/PictureCleaner.h"
+#include "prepare/RegionLabels.h"
 #include "prepare/RegionMerger.h"
 
 namespace {
@@ -97,3 +100,59 @@ TEST(RegionMerger, RegionsTakeTheMeanOfTheInputTheyCover) {
 }
 
 }  // namespace
+
+// The speckle filter hands its last labelling to the merging: it is the
+// labelling of the pixels it leaves, and merging with it gives what merging
+// alone gives; with and without alpha levels, for an area that removes
+// specks over several passes and one that finds none to remove.
+TEST(RegionMerger, TakesTheSpeckleFiltersLabellingAsItsOwn) {
+    const int w = 97, h = 61;
+    std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h), input(pixels.size());
+    std::vector<uint8_t> alpha(pixels.size()), inputAlpha(pixels.size());
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const size_t i = static_cast<size_t>(y) * w + x;
+            int c = (x / 13 + y / 11) % 4;
+            const uint32_t hash = static_cast<uint32_t>(i * 2654435761u) >> 24;
+            if (hash < 20) c = (c + 1 + hash % 3) % 4;  // specks, some touching
+            pixels[i] = rgb(c * 60, 200 - c * 50, 9);
+            const BYTE noise = static_cast<BYTE>(hash >> 4);
+            input[i] = rgb(c * 60 + noise, 200 - c * 50, 9 + noise);
+            inputAlpha[i] = (x / 20 + y / 15) % 3 == 0 ? 120 : 255;
+            alpha[i] = inputAlpha[i] == 255 ? 255 : 128;
+        }
+    for (bool withAlpha : {false, true})
+        for (int area : {2, 8}) {
+            SCOPED_TRACE(std::string(withAlpha ? "alpha, area " : "area ") + std::to_string(area));
+            std::vector<RGBQUAD> p = pixels;
+            std::vector<uint8_t> a = alpha;
+            uint8_t* const levels = withAlpha ? a.data() : nullptr;
+            om1::Labelling labelled;
+            const long long left =
+                om1::PictureCleaner::speckle(p.data(), w, h, area, levels, {}, 1, &labelled);
+            ASSERT_GT(left, 1);
+            std::vector<int32_t> labels, firsts;
+            EXPECT_EQ(om1::labelRegions(p.data(), levels, w, h, labels, {}, 1, &firsts), left);
+            EXPECT_EQ(labelled.count, left);
+            EXPECT_EQ(labelled.labels, labels);
+            EXPECT_EQ(labelled.firsts, firsts);
+            std::vector<RGBQUAD> alone = p, handed = p;
+            std::vector<uint8_t> aloneAlpha = a, handedAlpha = a;
+            auto merge = [&](std::vector<RGBQUAD>& q, std::vector<uint8_t>& qa,
+                             om1::Labelling* given) {
+                return RegionMerger::merge(q.data(), input.data(), w, h, 4e5, 3.0 * w * h * 40, 0,
+                                           true, withAlpha ? qa.data() : nullptr,
+                                           withAlpha ? inputAlpha.data() : nullptr, {}, 1, given);
+            };
+            const long long regions = merge(alone, aloneAlpha, nullptr);
+            EXPECT_LT(regions, left);
+            EXPECT_EQ(merge(handed, handedAlpha, &labelled), regions);
+            EXPECT_EQ(labelled.count, -1);
+            for (size_t i = 0; i < p.size(); ++i)
+                ASSERT_TRUE(handed[i].rgbRed == alone[i].rgbRed &&
+                            handed[i].rgbGreen == alone[i].rgbGreen &&
+                            handed[i].rgbBlue == alone[i].rgbBlue)
+                    << i;
+            EXPECT_EQ(handedAlpha, aloneAlpha);
+        }
+}

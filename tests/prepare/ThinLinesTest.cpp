@@ -135,3 +135,31 @@ TEST(ThinLines, LeavesWhatIsNoThinLine) {
             ASSERT_EQ(packed(px[i]), packed(c.px[i])) << c.name << " " << i;
     }
 }
+
+// From 128 x 128 pixels on the search runs by bands of rows: lines of several
+// widths and slopes, on white and across an edge to yellow, crossing every
+// band's first and last rows (and a radius past them), end the same for any
+// number of threads, and with the count of pixels changed.
+TEST(ThinLines, SameForAnyNumberOfBands) {
+    const int w = 160, h = 150;
+    std::vector<RGBQUAD> px = mixed(w, h, kWhite, kNavy, [](double x, double y) {
+        for (int k = 0; k < 6; ++k) {
+            const double slope = 0.3 + 0.7 * k, width = 0.8 + 0.25 * k;
+            const double d = std::fabs(y - 4 - slope * (x - 10 - 24 * k)) / std::hypot(1, slope);
+            if (d <= width / 2 && y < h - 4) return true;
+        }
+        return false;
+    });
+    for (int y = 0; y < h; ++y)
+        for (int x = w - 40; x < w; ++x)
+            if (packed(px[y * w + x]) == kWhite) px[y * w + x] = rgb(kYellow);
+    std::vector<RGBQUAD> one = px;
+    const long long changed = ThinLines::restore(one.data(), w, h, 3, 40, 1);
+    EXPECT_GT(changed, 30);
+    for (int threads : {2, 3, 7}) {
+        std::vector<RGBQUAD> banded = px;
+        EXPECT_EQ(ThinLines::restore(banded.data(), w, h, 3, 40, threads), changed) << threads;
+        for (size_t i = 0; i < px.size(); ++i)
+            ASSERT_EQ(packed(banded[i]), packed(one[i])) << threads << " " << i;
+    }
+}

@@ -40,6 +40,10 @@ const double kSegmentCost = 1000;
 // contrast makes its place worth it, and kept only where each segment it
 // adds gains kClosePrice segments' cost.
 const double kCloseFit = 0.75, kClosePrice = 4;
+// The fit kept is refined (its joins moved where its segments come nearer
+// their samples) where the two regions' colours lie at least this far apart
+// (squared, summed over the channels): a soft edge's place matters little.
+const double kRefineContrast = 4000;
 // Pieces of at most this many steps are fitted every way whatever their
 // colours (they cost little).
 const int kCheapSteps = 100;
@@ -986,7 +990,9 @@ public:
         int32_t in, out;
         sides(r_, corners_[0], loop.codes[0], in, out);
         EdgeSamples::sample(loop, pic_, samples_);
-        CurveFitter::fitLoop(loop, samples_, settings_, whole_);
+        OutlineFitter::Settings fs = settings_;
+        fs.refine = false;
+        CurveFitter::fitLoop(loop, samples_, fs, whole_);
         Piece& p = *u.piece;
         chooser_.judge(whole_, corners_, true, in, out);
         p.curved = !stairs(in, out) && chooser_.keep();
@@ -994,6 +1000,13 @@ public:
             p.curve = whole_;
         else
             CurveFitter::polygonCurve(loop, p.curve);
+        // The curve kept, refined, takes its place where it is kept too.
+        if (p.curved && refined(in, out)) {
+            fs.refine = true;
+            CurveFitter::fitLoop(loop, samples_, fs, whole_);
+            chooser_.judge(whole_, corners_, true, in, out);
+            if (chooser_.keep()) p.curve = whole_;
+        }
         return true;
     }
 
@@ -1017,6 +1030,22 @@ public:
     }
 
 private:
+    // The squared distance between two regions' colours (summed over the
+    // channels); -1 where the picture cannot weigh fits.
+    double contrast(int32_t in, int32_t out) const {
+        if (!given_.pixels || !pic_.colours || options_.maxCurveAreaError < 0) return -1;
+        const RGBQUAD &ci = (*pic_.colours)[static_cast<size_t>(in)],
+                      &co = (*pic_.colours)[static_cast<size_t>(out)];
+        const double dr = ci.rgbRed - co.rgbRed, dg = ci.rgbGreen - co.rgbGreen,
+                     db = ci.rgbBlue - co.rgbBlue;
+        return dr * dr + dg * dg + db * db;
+    }
+    // Whether the curve kept between these regions is refined.
+    bool refined(int32_t in, int32_t out) const {
+        const double c = contrast(in, out);
+        return c < 0 || c > kRefineContrast;
+    }
+
     // Whether a piece between these regions keeps its staircase.
     bool stairs(int32_t a, int32_t b) const {
         const std::vector<uint8_t>* k = pic_.staircase;
@@ -1030,8 +1059,6 @@ private:
     bool piece(const CrackLoop& loop, int a, Piece& slot, const Going& going) {
         const Raster& r = r_;
         const EdgeSamples::Picture& given = given_;
-        const EdgeSamples::Picture& pic = pic_;
-        const OutputOptions& options = options_;
         const int n = static_cast<int>(loop.codes.size());
         std::vector<PointD>& points = points_;
         std::vector<uint8_t>& codes = codes_;
@@ -1106,6 +1133,12 @@ private:
         // fits.
         bool stopped = false;
         double price = kSegmentCost;
+        // The ends and price of the fit kept so far; `again`: the fit about
+        // to be judged is the kept one with its joins refined, which takes
+        // its place wherever the chooser keeps it.
+        int keptEnds = 0;
+        double keptPrice = kSegmentCost;
+        bool again = false;
         auto consider = [&](const OutlineFitter::Settings& fs, int ends) {
             if (stopped || !going(8 * static_cast<size_t>(steps))) {
                 stopped = true;
@@ -1135,7 +1168,7 @@ private:
             chooser.judge(cut, pc, false, in, out);
             bool under = !given.staircase && stackedSiblings(given, in, out) &&
                          chooser.error(false) > chooser.error(true);
-            if (under && p.curved && !chooser.beats(true, segments, price, best) &&
+            if (under && p.curved && !again && !chooser.beats(true, segments, price, best) &&
                 !chooser.beats(false, segments, price, best))
                 return segments;
             under = under && (hiddenCurve(r, cut, topIn, top, self, 1.0, fs.tolerance, hidden) ||
@@ -1145,7 +1178,9 @@ private:
             const bool kept = chooser.keep(under, &gain);
             if (!kept) return segments;
             const double score = gain - price * static_cast<double>(segments);
-            if (!p.curved || score > best) {
+            if (!p.curved || score > best || again) {
+                keptEnds = ends;
+                keptPrice = price;
                 p.curved = true;
                 best = score;
                 p.curve.swap(cut);
@@ -1157,22 +1192,19 @@ private:
             return segments;
         };
         if (!exact && steps >= 2 && out >= 0) {
+            // The fits are weighed with their joins where the cover put
+            // them; the one kept is refined.
             OutlineFitter::Settings fs = settings_;
-            const bool weigh = given.pixels && pic.colours && options.maxCurveAreaError >= 0;
+            fs.refine = false;
+            const double weighed = contrast(in, out);
+            const bool weigh = weighed >= 0;
             // The squared colour distance between the two regions: moving
             // the edge by d over a pixel's length costs about d times it. A
             // looser fit or an end left on its junction is tried only where
             // that could come to less than a few segments, or on a short
             // piece (where the ends, the sharp tips of thin shapes, are least
             // sure and the fits cost little).
-            double contrast = 0;
-            if (weigh) {
-                const RGBQUAD &ci = (*pic.colours)[static_cast<size_t>(in)],
-                              &co = (*pic.colours)[static_cast<size_t>(out)];
-                const double dr = ci.rgbRed - co.rgbRed, dg = ci.rgbGreen - co.rgbGreen,
-                             db = ci.rgbBlue - co.rgbBlue;
-                contrast = dr * dr + dg * dg + db * db;
-            }
+            const double contrast = weigh ? weighed : 0;
             const double worth = 4 * kSegmentCost;
             const int ends = tipStart || tipEnd ? 2 : 1;
             if (weigh && contrast * fs.tolerance > worth) {
@@ -1202,6 +1234,13 @@ private:
                 (steps <= kCheapSteps || contrast * move / 2 <= worth)) {
                 fs.tolerance = p.tolerance;
                 consider(fs, 0);
+            }
+            if (p.curved && refined(in, out)) {
+                fs.tolerance = p.tolerance;
+                fs.refine = true;
+                price = keptPrice;
+                again = true;
+                consider(fs, keptEnds);
             }
         }
         if (stopped) return false;

@@ -67,6 +67,21 @@ const double kCutReach = 2.0;
 // fit of a segment kept.
 const int kTrialRounds = 2;
 const int kPolishRounds = 8;
+// A fit's samples lie within 0.29 of the tolerance in the root mean square:
+// their squared distances sum to at most this share of the tolerance's
+// square per sample (a curve within the tolerance everywhere can still run
+// off to one side of a stretch of samples, and the edge then points the
+// wrong way there).
+const double kMeanShare = 1.0 / 12;
+// Refining the joins (stage 5): each is moved across the curve by kJoinShift
+// pixels and turned by kJoinTurn radians each way, then to the least of the
+// parabola through the sums found, in kJoinPasses passes that halve the
+// steps; each trial fits the two segments again in kWarmRounds rounds from
+// their samples' parameters.
+const double kJoinShift = 0.12;
+const double kJoinTurn = 0.04;
+const int kJoinPasses = 3;
+const int kWarmRounds = 2;
 // Stretches of at most this many samples are first tried as one segment.
 const int kShortRest = 256;
 // A closed loop of at least kEllipseSteps steps without a corner is one
@@ -386,13 +401,21 @@ public:
     // free (a corner); corner ends skip the samples next to them, which the
     // anti-aliasing rounds off.
     void fit(int a, int b, PointD A, PointD B, PointD tA, PointD tB) {
+        segs_.clear();
+        cover(a, b, A, B, tA, tB);
+        if (s_.refine) refine();
+    }
+
+    // The greedy cover: from each start the longest segment that fits, its
+    // end on the (smoothed) sample there with the samples' direction.
+    void cover(int a, int b, PointD A, PointD B, PointD tA, PointD tB) {
         int s = a;
         PointD P = A, tP = tA;
         while (true) {
             PointD seg[4];
             if (b - s <= 2) {
                 forceFit(s, b, P, B, tP, tB, seg);
-                emit(seg);
+                emit(seg, s, b, tP, tB, false, false);
                 return;
             }
             // The rest in one segment: tried first when it is short, else
@@ -403,7 +426,7 @@ public:
             if (shortRest && tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
                 keep(seg);
                 polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
-                emit(seg);
+                emit(seg, s, b, tP, tB, s == a && isFree(tA), isFree(tB));
                 return;
             }
             // The longest segment that fits: doubling lengths, then halving
@@ -414,7 +437,7 @@ public:
                 tryFit(s, b, P, B, tP, tB, seg, s == a && isFree(tA), isFree(tB))) {
                 keep(seg);
                 polish(s, b, tP, tB, seg, s == a && isFree(tA), isFree(tB));
-                emit(seg);
+                emit(seg, s, b, tP, tB, s == a && isFree(tA), isFree(tB));
                 return;
             }
             halving(f, s, a, b, P, tP, tA, seg);
@@ -436,7 +459,7 @@ public:
             } else {
                 polish(s, best, tP, tangentAt(best, a, b), bestSeg, s == a && isFree(tA), false);
             }
-            emit(bestSeg);
+            emit(bestSeg, s, best, tP, tangentAt(best, a, b), s == a && isFree(tA), false);
             P = bestSeg[3];
             tP = tangentAt(best, a, b);
             s = best;
@@ -545,10 +568,142 @@ private:
         kept_.c2 = seg[2];
     }
 
-    void emit(const PointD* seg) {
+    // A segment of the stretch being fitted: its samples s..e, the
+    // tangents at its ends, whether its ends skip the samples next to them
+    // (corners), where it lies in `out_` (seg[1] at `at`, seg[0] just
+    // before); when refined, its samples' curve parameters (empty: a
+    // straight segment), their squared distances summed, and whether it
+    // keeps within the tolerance.
+    struct Segment {
+        int s, e;
+        PointD t0, t3;
+        bool skip0, skip3;
+        size_t at;
+        std::vector<double> params;
+        double sum;
+        bool fits;
+    };
+
+    void emit(const PointD* seg, int s, int e, PointD t0, PointD t3, bool skip0, bool skip3) {
+        segs_.push_back({s, e, t0, t3, skip0, skip3, out_.size(), {}, 0, false});
         out_.push_back(seg[1]);
         out_.push_back(seg[2]);
         out_.push_back(seg[3]);
+    }
+
+    // Segment k fitted again from P0 to P3 with tangents t0 and t3, from
+    // its samples' parameters (kWarmRounds rounds): false when it leaves the
+    // tolerance. `params` gets the new parameters, `sum` the squared
+    // distances.
+    bool refit(size_t k, PointD P0, PointD t0, PointD P3, PointD t3, PointD* seg,
+               std::vector<double>& params, double& sum) {
+        const Segment& g = segs_[k];
+        params = g.params;
+        double worst = 0;
+        if (!tryFit(g.s, g.e, P0, P3, t0, t3, seg, g.skip0, g.skip3, true, &worst, nullptr,
+                    &params))
+            return false;
+        sum = lastSum_;
+        return worst <= s_.tolerance;
+    }
+
+    // Stage 5: the joins between the stretch's segments moved across the
+    // curve and turned where both segments, fitted again, come nearer their
+    // samples (the least squares), each keeping within the tolerance. The
+    // cover ends a segment where it stops fitting, with the direction of
+    // the few samples there: the two segments together tell the join's
+    // place and direction better.
+    void refine() {
+        const size_t n = segs_.size();
+        if (n < 2) return;
+        for (size_t k = 0; k < n; ++k) {
+            Segment& g = segs_[k];
+            PointD seg[4];
+            double worst = 0;
+            g.params.clear();
+            g.fits = tryFit(g.s, g.e, out_[g.at - 1], out_[g.at + 2], g.t0, g.t3, seg, g.skip0,
+                            g.skip3, true, &worst, nullptr, &g.params) &&
+                     worst <= s_.tolerance;
+            g.sum = lastSum_;
+            if (g.fits) std::copy(seg + 1, seg + 4, out_.begin() + static_cast<long>(g.at));
+        }
+        double shift = kJoinShift, turn = kJoinTurn;
+        for (int pass = 0; pass < kJoinPasses; ++pass, shift /= 2, turn /= 2)
+            for (size_t k = 0; k + 1 < n; ++k)
+                if (segs_[k].fits && segs_[k + 1].fits) {
+                    moveJoin(k, shift, false);
+                    moveJoin(k, turn, true);
+                }
+    }
+
+    // The join between segments k and k + 1 moved across the curve by
+    // `step` (or turned by it, `turning`) one way, else the other, then to
+    // the least of the parabola through the three sums; the best kept.
+    void moveJoin(size_t k, double step, bool turning) {
+        Segment &g = segs_[k], &h = segs_[k + 1];
+        const PointD J = out_[g.at + 2], t = g.t3;
+        auto at = [&](double x, PointD& J2, PointD& t2) {
+            J2 = J;
+            t2 = t;
+            if (turning) {
+                const double c = std::cos(x), sn = std::sin(x);
+                t2 = {t.x * c - t.y * sn, t.x * sn + t.y * c};
+            } else {
+                J2 = add(J, mul(PointD{-t.y, t.x}, x));
+            }
+        };
+        const double base = g.sum + h.sum;
+        double best = base, bestX = 0;
+        // The sum with the join at x (-1 where a segment fails); the best
+        // so far kept in bestA_, bestB_ and the parameters pa2_, pb2_.
+        auto trial = [&](double x) {
+            PointD J2, t2, A[4], B[4];
+            at(x, J2, t2);
+            double sa = 0, sb = 0;
+            if (!refit(k, out_[g.at - 1], g.t0, J2, t2, A, pa_, sa) ||
+                !refit(k + 1, J2, t2, out_[h.at + 2], h.t3, B, pb_, sb))
+                return -1.0;
+            if (sa + sb < best) {
+                best = sa + sb;
+                bestX = x;
+                std::copy(A, A + 4, bestA_);
+                std::copy(B, B + 4, bestB_);
+                pa2_.swap(pa_);
+                pb2_.swap(pb_);
+                bestSums_[0] = sa;
+                bestSums_[1] = sb;
+            }
+            return sa + sb;
+        };
+        // The least of the parabola through (x0, f0), (x0 + step, f1),
+        // (x0 + 2 step, f2), tried where it lies within reach and apart
+        // from the points known.
+        auto vertex = [&](double x0, double f0, double f1, double f2, double lo, double hi) {
+            const double curve = f0 - 2 * f1 + f2;
+            if (f0 < 0 || f1 < 0 || f2 < 0 || curve <= 0) return;
+            const double x = x0 + step * (3 * f0 - 4 * f1 + f2) / (2 * curve);
+            const double gap = 0.1 * step;
+            if (x <= lo || x >= hi || std::fabs(x - x0) < gap || std::fabs(x - x0 - step) < gap ||
+                std::fabs(x - x0 - 2 * step) < gap)
+                return;
+            trial(x);
+        };
+        const double up = trial(step);
+        if (up >= 0 && up < base) {
+            vertex(0, base, up, trial(2 * step), 0, 3 * step);
+        } else {
+            vertex(-step, trial(-step), base, up, -2 * step, 2 * step);
+        }
+        if (bestX == 0) return;
+        PointD J2, t2;
+        at(bestX, J2, t2);
+        std::copy(bestA_ + 1, bestA_ + 4, out_.begin() + static_cast<long>(g.at));
+        std::copy(bestB_ + 1, bestB_ + 3, out_.begin() + static_cast<long>(h.at));
+        g.t3 = h.t0 = t2;
+        g.params.swap(pa2_);
+        h.params.swap(pb2_);
+        g.sum = bestSums_[0];
+        h.sum = bestSums_[1];
     }
 
     // Fits one cubic from P0 to P3 over samples s..e; true when every
@@ -559,13 +714,19 @@ private:
     // `from` (with `polished` only): the state of the trial fit of the same
     // segment (the same samples, ends and tangents), whose rounds this one
     // need not repeat.
+    // `warm` (with `polished` only): the samples' parameters to start from
+    // (kWarmRounds rounds; empty: from their chord lengths, all the rounds);
+    // it gets the last round's, and lastSum_ the squared distances (empty
+    // and the distances to the chord for a straight segment).
     bool tryFit(int s, int e, PointD P0, PointD P3, PointD t0, PointD t3, PointD* seg, bool skip0,
                 bool skip3, bool sound = false, double* polished = nullptr,
-                const Kept* from = nullptr) {
+                const Kept* from = nullptr, std::vector<double>* warm = nullptr) {
         lastRound_ = -1;
         const int skip = 2;
         int i0 = s + (skip0 ? skip : 1), i1 = e - (skip3 ? skip : 1);
-        const int rounds = polished ? kPolishRounds : kTrialRounds;
+        const bool warmed =
+            warm && !warm->empty() && warm->size() == static_cast<size_t>(std::max(0, i1 - i0 + 1));
+        const int rounds = warmed ? kWarmRounds : polished ? kPolishRounds : kTrialRounds;
         if (polished) *polished = 0;
         seg[0] = P0;
         seg[3] = P3;
@@ -607,12 +768,14 @@ private:
         } else {
             from = nullptr;
         }
+        if (warmed) std::copy(warm->begin(), warm->end(), uu);
         // A straight segment when the ends allow it and the samples are close.
         const PointD cu = unit(chord);
         if (!from && clen > 1e-9 && (free0 || cross(t0, cu) * cross(t0, cu) < 1e-4) &&
             (free3 || cross(t3, cu) * cross(t3, cu) < 1e-4) && (free0 || dot(t0, cu) > 0) &&
             (free3 || dot(t3, cu) > 0)) {
             bool ok = true;
+            double sum = 0, far = 0;
             for (int i = 0; i < m && ok; ++i) {
                 const PointD d = sub(q[i], P0);
                 const double along = dot(d, cu);
@@ -620,15 +783,22 @@ private:
                 if (along < 0) dist = norm(d);
                 if (along > clen) dist = norm(sub(q[i], P3));
                 ok = dist <= tol;
+                sum += dist * dist;
+                far = std::max(far, dist);
             }
             if (ok) {
                 straight();
+                if (warm) {
+                    warm->clear();
+                    lastSum_ = sum;
+                    if (polished) *polished = far;
+                }
                 return true;
             }
         }
         // Chord-length parameters (unless going on from a trial).
         const double* const steps = L_.steps() + i0;
-        if (!from) {
+        if (!from && !warmed) {
             double total = norm(sub(q[0], P0));
             uu[0] = total;
             for (int i = 1; i < m; ++i) {
@@ -735,15 +905,20 @@ private:
             }
             // The largest distance is the root of the largest square.
             const double worst = std::sqrt(worst2);
-            // Within the tolerance everywhere, and within a third of it on
-            // average (the samples' own noise stays well below that), unless
-            // relaxed.
+            // Within the tolerance everywhere, and within kMeanShare of its
+            // square on average (the samples' own noise stays well below
+            // that), unless relaxed.
             if (polished) *polished = worst;
-            good = worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol / 9));
+            good =
+                worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol * kMeanShare));
             if (good && !polished) {
                 lastRound_ = iter;
                 return true;
             }
+        }
+        if (warm) {
+            warm->assign(uu, uu + m);
+            lastSum_ = sumOfSquares(ww, m);
         }
         return sound || good;
     }
@@ -907,6 +1082,12 @@ private:
     }
 
     std::vector<double> u_, w_;
+    // The stretch's segments, and the scratch of refining their joins.
+    std::vector<Segment> segs_;
+    std::vector<double> pa_, pb_, pa2_, pb2_;
+    PointD bestA_[4], bestB_[4];
+    double bestSums_[2] = {0, 0};
+    double lastSum_ = 0;  // see tryFit's `warm`
     // Squared distances within the tolerance and within eight times it.
     const double within_ = largestSquareWithin(s_.tolerance);
     const double far_ = largestSquareWithin(8 * s_.tolerance);

@@ -73,3 +73,57 @@ TEST(OutlineFitter, RunsKeptForMovedEndsGiveTheSameFit) {
         EXPECT_EQ(kept[i].y, fresh[i].y) << i;
     }
 }
+
+// A wave sampled once a pixel, a twentieth of a pixel of noise on it: the
+// cover joins its segments where the samples' own direction points, the
+// refined fit moves and turns the joins until both segments come nearer
+// their samples. The segments stay as many, meet with one tangent, and the
+// curve comes nearer the true wave.
+TEST(OutlineFitter, RefinedJoinsComeNearerTheWave) {
+    auto wave = [](double x) { return 6 * std::sin(x / 7) + 2 * std::sin(x / 3.1); };
+    std::vector<PointD> points;
+    std::vector<uint8_t> codes;
+    for (int i = 0; i <= 120; ++i) {
+        points.push_back({double(i), wave(i) + 0.05 * std::sin(i * 2.3)});
+        codes.push_back(0);
+    }
+    OutlineFitter::Settings s;
+    s.tolerance = 0.3;
+    std::vector<PointD> plain, refined;
+    s.refine = false;
+    ASSERT_TRUE(OutlineFitter::fitOpen(points, codes, s, plain));
+    s.refine = true;
+    ASSERT_TRUE(OutlineFitter::fitOpen(points, codes, s, refined));
+    ASSERT_EQ(plain.size(), refined.size());
+    ASSERT_GE(refined.size(), 10u);  // three segments at least
+    // The root mean square distance of the curve from the wave (across it).
+    auto off = [&](const std::vector<PointD>& c) {
+        double sum = 0;
+        int count = 0;
+        for (size_t i = 0; i + 3 < c.size(); i += 3)
+            for (int k = 0; k < 32; ++k) {
+                const double t = k / 32.0, u = 1 - t;
+                const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
+                const double x = b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x;
+                const double y = b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y;
+                const double slope = (wave(x + 1e-4) - wave(x - 1e-4)) / 2e-4;
+                const double d = (y - wave(x)) / std::sqrt(1 + slope * slope);
+                sum += d * d;
+                ++count;
+            }
+        return std::sqrt(sum / count);
+    };
+    const double before = off(plain), after = off(refined);
+    printf("wave: %zu segments, %.4f px from the wave, refined %.4f\n", (plain.size() - 1) / 3,
+           before, after);
+    EXPECT_LT(after, 0.7 * before);
+    // One tangent at every join: the handles on either side on one line.
+    for (size_t i = 3; i + 3 < refined.size(); i += 3) {
+        const PointD a = refined[i - 1], j = refined[i], b = refined[i + 1];
+        const double cross = (j.x - a.x) * (b.y - j.y) - (j.y - a.y) * (b.x - j.x);
+        EXPECT_NEAR(
+            cross, 0,
+            1e-9 * (1 + std::hypot(j.x - a.x, j.y - a.y) * std::hypot(b.x - j.x, b.y - j.y)))
+            << i;
+    }
+}

@@ -44,6 +44,9 @@ const double kCloseFit = 0.75, kClosePrice = 4;
 // their samples) where the two regions' colours lie at least this far apart
 // (squared, summed over the channels): a soft edge's place matters little.
 const double kRefineContrast = 4000;
+// Elsewhere the fits keep their samples within a third of the tolerance in
+// the root mean square, not 0.29 of it (fewer segments on soft edges).
+const double kSoftMeanShare = 1.0 / 9;
 // Pieces of at most this many steps are fitted every way whatever their
 // colours (they cost little).
 const int kCheapSteps = 100;
@@ -992,6 +995,7 @@ public:
         EdgeSamples::sample(loop, pic_, samples_);
         OutlineFitter::Settings fs = settings_;
         fs.refine = false;
+        if (!refined(in, out)) fs.meanShare = kSoftMeanShare;
         CurveFitter::fitLoop(loop, samples_, fs, whole_);
         Piece& p = *u.piece;
         chooser_.judge(whole_, corners_, true, in, out);
@@ -1196,6 +1200,7 @@ private:
             // them; the one kept is refined.
             OutlineFitter::Settings fs = settings_;
             fs.refine = false;
+            if (!refined(in, out)) fs.meanShare = kSoftMeanShare;
             const double weighed = contrast(in, out);
             const bool weigh = weighed >= 0;
             // The squared colour distance between the two regions: moving

@@ -67,12 +67,6 @@ const double kCutReach = 2.0;
 // fit of a segment kept.
 const int kTrialRounds = 2;
 const int kPolishRounds = 8;
-// A fit's samples lie within 0.29 of the tolerance in the root mean square:
-// their squared distances sum to at most this share of the tolerance's
-// square per sample (a curve within the tolerance everywhere can still run
-// off to one side of a stretch of samples, and the edge then points the
-// wrong way there).
-const double kMeanShare = 1.0 / 12;
 // Refining the joins (stage 5): each is moved across the curve by kJoinShift
 // pixels and turned by kJoinTurn radians each way, then to the least of the
 // parabola through the sums found, in kJoinPasses passes that halve the
@@ -905,12 +899,12 @@ private:
             }
             // The largest distance is the root of the largest square.
             const double worst = std::sqrt(worst2);
-            // Within the tolerance everywhere, and within kMeanShare of its
+            // Within the tolerance everywhere, and within meanShare of its
             // square on average (the samples' own noise stays well below
             // that), unless relaxed.
             if (polished) *polished = worst;
             good =
-                worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol * kMeanShare));
+                worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol * s_.meanShare));
             if (good && !polished) {
                 lastRound_ = iter;
                 return true;

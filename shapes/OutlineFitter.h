@@ -56,7 +56,13 @@ public:
         double cornerSlack = 0.5;   // pixels, stage 3
         double alphaMax = 1.0;      // stage 3
         double tolerance = 0.3;     // pixels, stage 4
-        bool refine = true;         // stage 5
+        // Stage 4: a fit's squared distances sum to at most this share of
+        // the tolerance's square per sample (0.29 of it in the root mean
+        // square): a curve within the tolerance everywhere can still run
+        // off to one side of a stretch of samples, and the edge then points
+        // the wrong way there.
+        double meanShare = 1.0 / 12;
+        bool refine = true;  // stage 5
     };
 
     // `samples` and `codes` (the step directions, 0 = +x, 1 = +y, 2 = -x,

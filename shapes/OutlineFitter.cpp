@@ -735,11 +735,13 @@ private:
             seg[1] = free0 ? add(P0, mul(chord, 1.0 / 3)) : add(P0, mul(t0, clen / 3));
             seg[2] = free3 ? add(P0, mul(chord, 2.0 / 3)) : sub(P3, mul(t3, clen / 3));
         };
+        if (warm) lastSum_ = 0;
         if (i1 < i0) {
             if (free0 && free3)
                 straight();
             else
                 heuristic();
+            if (warm) warm->clear();
             return true;
         }
         // The samples used, in order (they lie within the loop's array).
@@ -802,6 +804,7 @@ private:
             total += norm(sub(P3, q[m - 1]));
             if (total < 1e-9) {
                 heuristic();
+                if (warm) warm->clear();
                 return true;
             }
             int i = 0;

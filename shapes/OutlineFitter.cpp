@@ -771,7 +771,7 @@ private:
             (free3 || cross(t3, cu) * cross(t3, cu) < 1e-4) && (free0 || dot(t0, cu) > 0) &&
             (free3 || dot(t3, cu) > 0)) {
             bool ok = true;
-            double sum = 0, far = 0;
+            double sum = 0, widest = 0;
             for (int i = 0; i < m && ok; ++i) {
                 const PointD d = sub(q[i], P0);
                 const double along = dot(d, cu);
@@ -780,14 +780,14 @@ private:
                 if (along > clen) dist = norm(sub(q[i], P3));
                 ok = dist <= tol;
                 sum += dist * dist;
-                far = std::max(far, dist);
+                widest = std::max(widest, dist);
             }
             if (ok) {
                 straight();
                 if (warm) {
                     warm->clear();
                     lastSum_ = sum;
-                    if (polished) *polished = far;
+                    if (polished) *polished = widest;
                 }
                 return true;
             }

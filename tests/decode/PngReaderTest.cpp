@@ -207,8 +207,6 @@ TEST(PngReader, LeavesOtherFilesToTheFullDecoder) {
     EXPECT_NE(e.find("more than the limit"), std::string::npos) << e;
 }
 
-#endif
-
 // Paeth on rows of few values, so that the distances tie (left or up with
 // up-left): a row filtered by the predictor written out comes back as it was, for
 // pixels of one to four bytes and rows of odd lengths.
@@ -241,3 +239,5 @@ TEST(PngReader, PaethBreaksTiesLeftThenUpThenUpLeft) {
             EXPECT_EQ(row, want) << bpp << " bytes a pixel, " << pixels << " pixels";
         }
 }
+
+#endif

@@ -993,9 +993,10 @@ public:
         int32_t in, out;
         sides(r_, corners_[0], loop.codes[0], in, out);
         EdgeSamples::sample(loop, pic_, samples_);
+        const bool refine = refined(contrastOf(in, out));
         OutlineFitter::Settings fs = settings_;
         fs.refine = false;
-        if (!refined(in, out)) fs.meanShare = kSoftMeanShare;
+        if (!refine) fs.meanShare = kSoftMeanShare;
         CurveFitter::fitLoop(loop, samples_, fs, whole_);
         Piece& p = *u.piece;
         chooser_.judge(whole_, corners_, true, in, out);
@@ -1005,7 +1006,7 @@ public:
         else
             CurveFitter::polygonCurve(loop, p.curve);
         // The curve kept, refined, takes its place where it is kept too.
-        if (p.curved && refined(in, out)) {
+        if (p.curved && refine) {
             fs.refine = true;
             CurveFitter::fitLoop(loop, samples_, fs, whole_);
             chooser_.judge(whole_, corners_, true, in, out);
@@ -1036,7 +1037,7 @@ public:
 private:
     // The squared distance between two regions' colours (summed over the
     // channels); -1 where the picture cannot weigh fits.
-    double contrast(int32_t in, int32_t out) const {
+    double contrastOf(int32_t in, int32_t out) const {
         if (!given_.pixels || !pic_.colours || options_.maxCurveAreaError < 0) return -1;
         const RGBQUAD &ci = (*pic_.colours)[static_cast<size_t>(in)],
                       &co = (*pic_.colours)[static_cast<size_t>(out)];
@@ -1044,11 +1045,8 @@ private:
                      db = ci.rgbBlue - co.rgbBlue;
         return dr * dr + dg * dg + db * db;
     }
-    // Whether the curve kept between these regions is refined.
-    bool refined(int32_t in, int32_t out) const {
-        const double c = contrast(in, out);
-        return c < 0 || c > kRefineContrast;
-    }
+    // Whether the curve kept between regions of that contrast is refined.
+    static bool refined(double contrast) { return contrast < 0 || contrast > kRefineContrast; }
 
     // Whether a piece between these regions keeps its staircase.
     bool stairs(int32_t a, int32_t b) const {
@@ -1198,11 +1196,11 @@ private:
         if (!exact && steps >= 2 && out >= 0) {
             // The fits are weighed with their joins where the cover put
             // them; the one kept is refined.
+            const double weighed = contrastOf(in, out);
+            const bool weigh = weighed >= 0, refine = refined(weighed);
             OutlineFitter::Settings fs = settings_;
             fs.refine = false;
-            if (!refined(in, out)) fs.meanShare = kSoftMeanShare;
-            const double weighed = contrast(in, out);
-            const bool weigh = weighed >= 0;
+            if (!refine) fs.meanShare = kSoftMeanShare;
             // The squared colour distance between the two regions: moving
             // the edge by d over a pixel's length costs about d times it. A
             // looser fit or an end left on its junction is tried only where
@@ -1240,7 +1238,7 @@ private:
                 fs.tolerance = p.tolerance;
                 consider(fs, 0);
             }
-            if (p.curved && refined(in, out)) {
+            if (p.curved && refine) {
                 fs.tolerance = p.tolerance;
                 fs.refine = true;
                 price = keptPrice;

@@ -44,8 +44,12 @@ const double kCloseFit = 0.75, kClosePrice = 4;
 // their samples) where the two regions' colours lie at least this far apart
 // (squared, summed over the channels): a soft edge's place matters little.
 const double kRefineContrast = 4000;
-// Elsewhere the fits keep their samples within a third of the tolerance in
-// the root mean square, not 0.29 of it (fewer segments on soft edges).
+// The fits keep their samples within 0.29 of the tolerance in the root mean
+// square only between colours at least kTightContrast apart, elsewhere within
+// a third of it: on a shallow edge the samples of the steps across it lean a
+// little to the same side at every step, and a fit that follows them closer
+// runs in waves.
+const double kTightContrast = 20000;
 const double kSoftMeanShare = 1.0 / 9;
 // Pieces of at most this many steps are fitted every way whatever their
 // colours (they cost little).
@@ -993,10 +997,11 @@ public:
         int32_t in, out;
         sides(r_, corners_[0], loop.codes[0], in, out);
         EdgeSamples::sample(loop, pic_, samples_);
-        const bool refine = refined(contrastOf(in, out));
+        const double contrast = contrastOf(in, out);
+        const bool refine = refined(contrast);
         OutlineFitter::Settings fs = settings_;
         fs.refine = false;
-        if (!refine) fs.meanShare = kSoftMeanShare;
+        fs.meanShare = meanShare(contrast, fs.meanShare);
         CurveFitter::fitLoop(loop, samples_, fs, whole_);
         Piece& p = *u.piece;
         chooser_.judge(whole_, corners_, true, in, out);
@@ -1045,8 +1050,12 @@ private:
                      db = ci.rgbBlue - co.rgbBlue;
         return dr * dr + dg * dg + db * db;
     }
-    // Whether the curve kept between regions of that contrast is refined.
+    // Whether the curve kept between regions of that contrast is refined,
+    // and the fit's mean error for them.
     static bool refined(double contrast) { return contrast < 0 || contrast > kRefineContrast; }
+    static double meanShare(double contrast, double tight) {
+        return contrast < 0 || contrast > kTightContrast ? tight : kSoftMeanShare;
+    }
 
     // Whether a piece between these regions keeps its staircase.
     bool stairs(int32_t a, int32_t b) const {
@@ -1200,7 +1209,7 @@ private:
             const bool weigh = weighed >= 0, refine = refined(weighed);
             OutlineFitter::Settings fs = settings_;
             fs.refine = false;
-            if (!refine) fs.meanShare = kSoftMeanShare;
+            fs.meanShare = meanShare(weighed, fs.meanShare);
             // The squared colour distance between the two regions: moving
             // the edge by d over a pixel's length costs about d times it. A
             // looser fit or an end left on its junction is tried only where

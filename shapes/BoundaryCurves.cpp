@@ -1002,7 +1002,7 @@ public:
         OutlineFitter::Settings fs = settings_;
         fs.refine = false;
         fs.meanShare = meanShare(contrast, fs.meanShare);
-        CurveFitter::fitLoop(loop, samples_, fs, whole_);
+        CurveFitter::fitLoop(loop, samples_, fs, whole_, &covers_);
         Piece& p = *u.piece;
         chooser_.judge(whole_, corners_, true, in, out);
         p.curved = !stairs(in, out) && chooser_.keep();
@@ -1013,7 +1013,7 @@ public:
         // The curve kept, refined, takes its place where it is kept too.
         if (p.curved && refine) {
             fs.refine = true;
-            CurveFitter::fitLoop(loop, samples_, fs, whole_);
+            CurveFitter::fitLoop(loop, samples_, fs, whole_, &covers_);
             chooser_.judge(whole_, corners_, true, in, out);
             if (chooser_.keep()) p.curve = whole_;
         }
@@ -1160,7 +1160,9 @@ private:
             const PointD to = toEnd ? endTip : ends > 0 && moveEnd ? endX : B;
             points.front() = from;
             points.back() = to;
-            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[ends], &runs))
+            // (The fit kept is refined from its cover: `keptCovers`.)
+            if (!OutlineFitter::fitOpen(points, codes, fs, cut, &polygons[ends], &runs,
+                                        again ? &keptCovers_ : &covers_))
                 return size_t(0);
             if (from.x != A.x || from.y != A.y || to.x != B.x || to.y != B.y) {
                 Curve joined;
@@ -1196,6 +1198,7 @@ private:
                 best = score;
                 p.curve.swap(cut);
                 p.hidden.swap(hidden);
+                if (!again) std::swap(keptCovers_, covers_);
                 p.tolerance = fs.tolerance;
                 p.tips[0] = toStart;
                 p.tips[1] = toEnd;
@@ -1283,6 +1286,8 @@ private:
     std::vector<PointD> samples_, points_;
     std::vector<uint8_t> codes_;
     Curve whole_, cut_, hidden_;
+    // The covers of the last fit and of the one kept so far.
+    OutlineFitter::Covers covers_, keptCovers_;
 };
 
 // Pictures from this many pixels on fit their pieces on several threads

@@ -46,10 +46,11 @@ OutlineFitter::Settings CurveFitter::settings(int curveTolerance, int width, int
 }
 
 bool CurveFitter::fitLoop(const CrackLoop& loop, const std::vector<PointD>& samples,
-                          const OutlineFitter::Settings& settings, std::vector<PointD>& out) {
+                          const OutlineFitter::Settings& settings, std::vector<PointD>& out,
+                          OutlineFitter::Covers* covers) {
     out.clear();
     if (loop.codes.size() >= 8 && samples.size() == loop.codes.size() &&
-        OutlineFitter::fit(samples, loop.codes.data(), settings, out)) {
+        OutlineFitter::fit(samples, loop.codes.data(), settings, out, covers)) {
         // A fit that turned inside out or lost most of the area is no fit.
         const double a = static_cast<double>(loop.area());
         if (std::fabs(area(out) - a) <= 0.5 * std::fabs(a)) return true;

@@ -24,9 +24,10 @@ public:
     // 3n + 1 points in picture coordinates, through `samples` (one per step
     // of the loop, EdgeSamples), fitted with `settings`. True when the fit
     // succeeded; otherwise `out` is the corner polygon. Throws std::bad_alloc
-    // when memory runs out.
+    // when memory runs out. `covers` as in OutlineFitter::fit.
     static bool fitLoop(const CrackLoop& loop, const std::vector<PointD>& samples,
-                        const OutlineFitter::Settings& settings, std::vector<PointD>& out);
+                        const OutlineFitter::Settings& settings, std::vector<PointD>& out,
+                        OutlineFitter::Covers* covers = nullptr);
     // The corner polygon of a loop as straight cubic segments.
     static void polygonCurve(const CrackLoop& loop, std::vector<PointD>& out);
     // Signed area enclosed by a closed cubic curve (positive: clockwise on a

@@ -388,16 +388,22 @@ bool solve(double A[4][4], double r[4]) {
 
 class StretchFitter {
 public:
-    StretchFitter(const Loop& L, const OutlineFitter::Settings& s, std::vector<PointD>& out)
-        : L_(L), s_(s), out_(out) {}
+    // `covers` (may be null): recorded without refine, taken with it
+    // (OutlineFitter::Covers).
+    StretchFitter(const Loop& L, const OutlineFitter::Settings& s, std::vector<PointD>& out,
+                  OutlineFitter::Covers* covers)
+        : L_(L), s_(s), out_(out), covers_(covers) {}
 
     // Covers samples a..b (b > a) from A to B. A tangent of length 0 is
     // free (a corner); corner ends skip the samples next to them, which the
     // anti-aliasing rounds off.
     void fit(int a, int b, PointD A, PointD B, PointD tA, PointD tB) {
         segs_.clear();
-        cover(a, b, A, B, tA, tB);
-        if (s_.refine) refine();
+        if (!s_.refine || !replay(a, b, A, B, tA, tB)) cover(a, b, A, B, tA, tB);
+        if (s_.refine)
+            refine();
+        else
+            record(a, b, A, B, tA, tB);
     }
 
     // The greedy cover: from each start the longest segment that fits, its
@@ -517,6 +523,40 @@ public:
 
 private:
     static bool isFree(PointD t) { return t.x == 0 && t.y == 0; }
+
+    // The stretch's cover as it stands, recorded in covers_.
+    void record(int a, int b, PointD A, PointD B, PointD tA, PointD tB) {
+        if (!covers_) return;
+        OutlineFitter::Covers& c = *covers_;
+        c.stretches.push_back({a, b, A, B, tA, tB, c.segments.size(), segs_.size()});
+        for (const Segment& g : segs_)
+            c.segments.push_back({g.s, g.e, g.t0, g.t3, g.skip0, g.skip3});
+        if (!segs_.empty())
+            c.points.insert(c.points.end(), out_.begin() + static_cast<long>(segs_[0].at),
+                            out_.end());
+    }
+    // The cover recorded for this stretch (the next one recorded, where its
+    // ends are these) taken as this one's: false when there is none.
+    bool replay(int a, int b, PointD A, PointD B, PointD tA, PointD tB) {
+        if (!covers_ || replayed_ >= covers_->stretches.size()) return false;
+        const OutlineFitter::Covers& c = *covers_;
+        const OutlineFitter::Covers::Stretch& r = c.stretches[replayed_];
+        auto same = [](PointD p, PointD q) { return p.x == q.x && p.y == q.y; };
+        if (r.a != a || r.b != b || !same(r.A, A) || !same(r.B, B) || !same(r.tA, tA) ||
+            !same(r.tB, tB) || r.first + r.count > c.segments.size() ||
+            3 * (r.first + r.count) > c.points.size()) {
+            replayed_ = c.stretches.size();  // the record is of another fit
+            return false;
+        }
+        ++replayed_;
+        for (size_t k = r.first; k < r.first + r.count; ++k) {
+            const OutlineFitter::Covers::Segment& g = c.segments[k];
+            segs_.push_back({g.s, g.e, g.t0, g.t3, g.skip0, g.skip3, out_.size(), {}, 0, false});
+            out_.insert(out_.end(), c.points.begin() + static_cast<long>(3 * k),
+                        c.points.begin() + static_cast<long>(3 * k + 3));
+        }
+        return true;
+    }
 
     // A segment whatever its error: the fit when it is sound, else handles
     // a third of the chord along the tangents.
@@ -1085,6 +1125,8 @@ private:
     PointD bestA_[4], bestB_[4];
     double bestSums_[2] = {0, 0};
     double lastSum_ = 0;  // see tryFit's `warm`
+    OutlineFitter::Covers* covers_;
+    size_t replayed_ = 0;  // the stretches taken from covers_ so far
     // Squared distances within the tolerance and within eight times it.
     const double within_ = largestSquareWithin(s_.tolerance);
     const double far_ = largestSquareWithin(8 * s_.tolerance);
@@ -1103,7 +1145,7 @@ namespace {
 // polygon has as many vertices as edges; an open one also ends at the last
 // sample, and its two ends stay where they are, as corners.
 bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Settings& settings,
-                std::vector<PointD>& out) {
+                std::vector<PointD>& out, OutlineFitter::Covers* covers) {
     const bool closed = L.closed();
     const int n = L.size();
     if (!closed) verts.push_back(n - 1);
@@ -1285,7 +1327,7 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
         if (corner) corners.push_back(e);
     }
     // Stage 4: the stretches between corners.
-    StretchFitter f(L, settings, out);
+    StretchFitter f(L, settings, out, covers);
     const PointD none = {0, 0};
     if (corners.empty() && closed && n >= kEllipseSteps) {
         EllipseFit::Ellipse e;
@@ -1323,9 +1365,10 @@ bool fitPolygon(const Loop& L, std::vector<int> verts, const OutlineFitter::Sett
 }  // namespace
 
 bool OutlineFitter::fit(const std::vector<PointD>& samples, const uint8_t* codes,
-                        const Settings& settings, std::vector<PointD>& out) {
+                        const Settings& settings, std::vector<PointD>& out, Covers* covers) {
     out.clear();
     const int n = static_cast<int>(samples.size());
+    if (covers && !settings.refine) covers->clear();
     if (n < 4 || !codes) return false;
     // Start at the sharpest turn: a corner there is a vertex of the polygon.
     int start = 0;
@@ -1344,20 +1387,26 @@ bool OutlineFitter::fit(const std::vector<PointD>& samples, const uint8_t* codes
     }
     const Loop L(samples, codes, start, true);
     std::vector<int> lon, verts;
-    straightRuns(L, settings.straightness, kLongestEdge, lon);
-    optimalPolygon(L, lon, verts);
-    if (verts.size() < 3) {
-        straightRuns(L, settings.straightness, std::min(kLongestEdge, n / 3), lon);
+    if (covers && settings.refine && covers->polygon.size() >= 3) {
+        verts = covers->polygon;
+    } else {
+        straightRuns(L, settings.straightness, kLongestEdge, lon);
         optimalPolygon(L, lon, verts);
-        if (verts.size() < 3) return false;
+        if (verts.size() < 3) {
+            straightRuns(L, settings.straightness, std::min(kLongestEdge, n / 3), lon);
+            optimalPolygon(L, lon, verts);
+            if (verts.size() < 3) return false;
+        }
+        if (covers && !settings.refine) covers->polygon = verts;
     }
-    return fitPolygon(L, verts, settings, out);
+    return fitPolygon(L, verts, settings, out, covers);
 }
 
 bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
                             const Settings& settings, std::vector<PointD>& out,
-                            std::vector<int>* polygon, std::vector<int>* runs) {
+                            std::vector<int>* polygon, std::vector<int>* runs, Covers* covers) {
     out.clear();
+    if (covers && !settings.refine) covers->clear();
     const int n = static_cast<int>(points.size());
     if (n < 2 || codes.size() != points.size()) return false;
     const Loop L(points, codes.data(), 0, false);
@@ -1373,7 +1422,7 @@ bool OutlineFitter::fitOpen(const std::vector<PointD>& points, const std::vector
         if (runs) runs->swap(lon);
     }
     if (verts.empty()) return false;
-    return fitPolygon(L, verts, settings, out);
+    return fitPolygon(L, verts, settings, out, covers);
 }
 
 }  // namespace om1

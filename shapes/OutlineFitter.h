@@ -65,6 +65,35 @@ public:
         bool refine = true;  // stage 5
     };
 
+    // The covers of one fit (stage 4), stretch by stretch, with the
+    // polygon of a closed fit: a fit without `refine` records them, and a
+    // fit of the same samples with the same settings but `refine` takes
+    // them instead of covering again (stage 5 starts from the cover, so its
+    // result is the same as without them). A stretch whose ends differ
+    // from the one recorded at its place is covered again.
+    struct Covers {
+        struct Segment {
+            int s, e;
+            PointD t0, t3;
+            bool skip0, skip3;
+        };
+        struct Stretch {
+            int a, b;
+            PointD A, B, tA, tB;
+            size_t first, count;  // its segments in `segments`
+        };
+        std::vector<int> polygon;  // a closed fit's; empty: not recorded
+        std::vector<Stretch> stretches;
+        std::vector<Segment> segments;
+        std::vector<PointD> points;  // three per segment, as the fit writes them
+        void clear() {
+            polygon.clear();
+            stretches.clear();
+            segments.clear();
+            points.clear();
+        }
+    };
+
     // `samples` and `codes` (the step directions, 0 = +x, 1 = +y, 2 = -x,
     // 3 = -y; as many as samples) describe one closed boundary, one entry
     // per step. `out` gets a
@@ -72,8 +101,9 @@ public:
     // points at the thirds). False when the boundary is too small or too
     // thin for a polygon of three edges; `out` is then empty. Throws
     // std::bad_alloc when memory runs out.
+    // `covers` (may be null): see Covers.
     static bool fit(const std::vector<PointD>& samples, const uint8_t* codes,
-                    const Settings& settings, std::vector<PointD>& out);
+                    const Settings& settings, std::vector<PointD>& out, Covers* covers = nullptr);
 
     // The same for an open path from points.front() to points.back(), which
     // stay where they are (as corners); `codes` gives each point's step
@@ -89,9 +119,11 @@ public:
     // are found; else those that reach neither end are taken as they are.
     // Either way it gets this path's. Clear it when the points between
     // change.
+    // `covers` as in fit().
     static bool fitOpen(const std::vector<PointD>& points, const std::vector<uint8_t>& codes,
                         const Settings& settings, std::vector<PointD>& out,
-                        std::vector<int>* polygon = nullptr, std::vector<int>* runs = nullptr);
+                        std::vector<int>* polygon = nullptr, std::vector<int>* runs = nullptr,
+                        Covers* covers = nullptr);
 };
 
 }  // namespace om1

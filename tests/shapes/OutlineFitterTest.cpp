@@ -127,3 +127,58 @@ TEST(OutlineFitter, RefinedJoinsComeNearerTheWave) {
             << i;
     }
 }
+
+// The covers recorded by an unrefined fit, given to the refined fit of the
+// same samples, give that fit point for point (open and closed, the closed
+// one's polygon taken from the record too); a record of other samples is
+// covered again and changes nothing.
+TEST(OutlineFitter, RecordedCoversGiveTheSameRefinedFit) {
+    auto same = [](const std::vector<PointD>& a, const std::vector<PointD>& b) {
+        if (a.size() != b.size()) return false;
+        for (size_t i = 0; i < a.size(); ++i)
+            if (a[i].x != b[i].x || a[i].y != b[i].y) return false;
+        return true;
+    };
+    std::vector<PointD> wave, ring;
+    std::vector<uint8_t> waveCodes, ringCodes;
+    for (int i = 0; i <= 120; ++i) {
+        wave.push_back({double(i), 6 * std::sin(i / 7.0) + 0.05 * std::sin(i * 2.3)});
+        waveCodes.push_back(0);
+    }
+    for (int i = 0; i < 240; ++i) {
+        const double a = i * 2 * M_PI / 240, r = 40 + 3 * std::sin(5 * a);
+        ring.push_back({r * std::cos(a), r * std::sin(a)});
+        ringCodes.push_back(static_cast<uint8_t>((i * 4 / 240 + 1) % 4));
+    }
+    OutlineFitter::Settings s;
+    s.tolerance = 0.3;
+    for (const bool closed : {false, true}) {
+        const std::vector<PointD>& points = closed ? ring : wave;
+        const std::vector<uint8_t>& codes = closed ? ringCodes : waveCodes;
+        auto fit = [&](bool refine, OutlineFitter::Covers* covers, std::vector<PointD>& out) {
+            s.refine = refine;
+            return closed ? OutlineFitter::fit(points, codes.data(), s, out, covers)
+                          : OutlineFitter::fitOpen(points, codes, s, out, nullptr, nullptr, covers);
+        };
+        OutlineFitter::Covers covers, other;
+        std::vector<PointD> plain, fresh, replayed, stale;
+        ASSERT_TRUE(fit(false, &covers, plain)) << closed;
+        ASSERT_TRUE(fit(true, nullptr, fresh)) << closed;
+        ASSERT_TRUE(fit(true, &covers, replayed)) << closed;
+        EXPECT_GE(covers.segments.size(), 3u) << closed;
+        EXPECT_EQ(closed, !covers.polygon.empty());
+        EXPECT_FALSE(same(plain, fresh)) << closed;  // refining moved the joins
+        EXPECT_TRUE(same(fresh, replayed)) << closed;
+        // A record of the other path.
+        s.refine = false;
+        std::vector<PointD> scratch;
+        if (closed)
+            ASSERT_TRUE(
+                OutlineFitter::fitOpen(wave, waveCodes, s, scratch, nullptr, nullptr, &other));
+        else
+            ASSERT_TRUE(OutlineFitter::fit(ring, ringCodes.data(), s, scratch, &other));
+        other.polygon.clear();
+        ASSERT_TRUE(fit(true, &other, stale)) << closed;
+        EXPECT_TRUE(same(fresh, stale)) << closed;
+    }
+}

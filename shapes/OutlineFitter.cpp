@@ -415,7 +415,7 @@ public:
             PointD seg[4];
             if (b - s <= 2) {
                 forceFit(s, b, P, B, tP, tB, seg);
-                emit(seg, s, b, tP, tB, false, false);
+                emit(seg, s, b, tP, tB, false, false, false);
                 return;
             }
             // The rest in one segment: tried first when it is short, else
@@ -453,13 +453,14 @@ public:
             }
             int best = f.best;
             PointD* bestSeg = f.seg;
-            if (best < 0) {
+            const bool forced = best < 0;
+            if (forced) {
                 best = std::min(s + 2, b - 1);
                 forceFit(s, best, P, pointAt(best, a, b), tP, tangentAt(best, a, b), bestSeg);
             } else {
                 polish(s, best, tP, tangentAt(best, a, b), bestSeg, s == a && isFree(tA), false);
             }
-            emit(bestSeg, s, best, tP, tangentAt(best, a, b), s == a && isFree(tA), false);
+            emit(bestSeg, s, best, tP, tangentAt(best, a, b), s == a && isFree(tA), false, !forced);
             P = bestSeg[3];
             tP = tangentAt(best, a, b);
             s = best;
@@ -529,8 +530,11 @@ private:
         if (!covers_) return;
         OutlineFitter::Covers& c = *covers_;
         c.stretches.push_back({a, b, A, B, tA, tB, c.segments.size(), segs_.size()});
-        for (const Segment& g : segs_)
-            c.segments.push_back({g.s, g.e, g.t0, g.t3, g.skip0, g.skip3});
+        for (const Segment& g : segs_) {
+            c.segments.push_back({g.s, g.e, g.t0, g.t3, g.skip0, g.skip3, g.known, g.fits, g.sum,
+                                  c.params.size(), g.params.size()});
+            c.params.insert(c.params.end(), g.params.begin(), g.params.end());
+        }
         if (!segs_.empty())
             c.points.insert(c.points.end(), out_.begin() + static_cast<long>(segs_[0].at),
                             out_.end());
@@ -542,16 +546,22 @@ private:
         const OutlineFitter::Covers& c = *covers_;
         const OutlineFitter::Covers::Stretch& r = c.stretches[replayed_];
         auto same = [](PointD p, PointD q) { return p.x == q.x && p.y == q.y; };
-        if (r.a != a || r.b != b || !same(r.A, A) || !same(r.B, B) || !same(r.tA, tA) ||
-            !same(r.tB, tB) || r.first + r.count > c.segments.size() ||
-            3 * (r.first + r.count) > c.points.size()) {
+        bool whole = r.a == a && r.b == b && same(r.A, A) && same(r.B, B) && same(r.tA, tA) &&
+                     same(r.tB, tB) && r.first + r.count <= c.segments.size() &&
+                     3 * (r.first + r.count) <= c.points.size();
+        for (size_t k = r.first; whole && k < r.first + r.count; ++k)
+            whole = c.segments[k].paramsAt + c.segments[k].paramCount <= c.params.size();
+        if (!whole) {
             replayed_ = c.stretches.size();  // the record is of another fit
             return false;
         }
         ++replayed_;
         for (size_t k = r.first; k < r.first + r.count; ++k) {
             const OutlineFitter::Covers::Segment& g = c.segments[k];
-            segs_.push_back({g.s, g.e, g.t0, g.t3, g.skip0, g.skip3, out_.size(), {}, 0, false});
+            const auto from = c.params.begin() + static_cast<long>(g.paramsAt);
+            segs_.push_back({g.s, g.e, g.t0, g.t3, g.skip0, g.skip3, out_.size(),
+                             std::vector<double>(from, from + static_cast<long>(g.paramCount)),
+                             g.sum, g.fits, g.known});
             out_.insert(out_.end(), c.points.begin() + static_cast<long>(3 * k),
                         c.points.begin() + static_cast<long>(3 * k + 3));
         }
@@ -576,13 +586,24 @@ private:
     // curve nearer the samples. Kept when it stays within the tolerance.
     // (It goes on from where the trial fit of the same segment, kept by
     // keep(), left off: its first rounds are the trial's.)
+    // Where the joins are refined (now or from the covers recorded), it
+    // keeps what the refinement's first fit of the segment would find
+    // (polished_): that fit is this one.
     void polish(int s, int e, PointD t0, PointD t3, PointD* seg, bool skip0, bool skip3) {
         PointD c[4];
         double worst = 0;
-        if (tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true, &worst,
-                   kept_.round >= 0 ? &kept_ : nullptr) &&
-            worst <= s_.tolerance)
-            std::copy(c, c + 4, seg);
+        std::vector<double>* params = nullptr;
+        if (s_.refine || covers_) {
+            polished_.params.clear();
+            params = &polished_.params;
+        }
+        const bool fits = tryFit(s, e, seg[0], seg[3], t0, t3, c, skip0, skip3, true, &worst,
+                                 kept_.round >= 0 ? &kept_ : nullptr, params) &&
+                          worst <= s_.tolerance;
+        if (fits) std::copy(c, c + 4, seg);
+        polished_.known = params != nullptr;
+        polished_.fits = fits;
+        polished_.sum = lastSum_;
     }
 
     // A trial fit's state where it succeeded (the round it ended in, the
@@ -608,6 +629,8 @@ private:
     // before); when refined, its samples' curve parameters (empty: a
     // straight segment), their squared distances summed, and whether it
     // keeps within the tolerance.
+    // `known`: the refinement's first fit of it is known (params, sum and
+    // fits hold its result).
     struct Segment {
         int s, e;
         PointD t0, t3;
@@ -615,11 +638,27 @@ private:
         size_t at;
         std::vector<double> params;
         double sum;
-        bool fits;
+        bool fits, known;
+    };
+    // What the polish of the segment about to be emitted found.
+    struct Polished {
+        bool known = false, fits = false;
+        double sum = 0;
+        std::vector<double> params;
     };
 
-    void emit(const PointD* seg, int s, int e, PointD t0, PointD t3, bool skip0, bool skip3) {
-        segs_.push_back({s, e, t0, t3, skip0, skip3, out_.size(), {}, 0, false});
+    // A segment polished just before goes with what its polish found.
+    void emit(const PointD* seg, int s, int e, PointD t0, PointD t3, bool skip0, bool skip3,
+              bool polished = true) {
+        segs_.push_back({s, e, t0, t3, skip0, skip3, out_.size(), {}, 0, false, false});
+        if (polished && polished_.known) {
+            Segment& g = segs_.back();
+            g.known = true;
+            g.fits = polished_.fits;
+            g.sum = polished_.sum;
+            g.params.swap(polished_.params);
+        }
+        polished_.known = false;
         out_.push_back(seg[1]);
         out_.push_back(seg[2]);
         out_.push_back(seg[3]);
@@ -652,6 +691,7 @@ private:
         if (n < 2) return;
         for (size_t k = 0; k < n; ++k) {
             Segment& g = segs_[k];
+            if (g.known) continue;  // its polish found it
             PointD seg[4];
             double worst = 0;
             g.params.clear();
@@ -1135,6 +1175,7 @@ private:
     // straight or degenerate segment) and its samples.
     int lastRound_ = -1, lastCount_ = 0;
     Kept kept_;
+    Polished polished_;
 };
 
 }  // namespace

@@ -76,6 +76,11 @@ public:
             int s, e;
             PointD t0, t3;
             bool skip0, skip3;
+            // The refinement's first fit of it, where known: whether it
+            // fits, its squared distances, its parameters in `params`.
+            bool known, fits;
+            double sum;
+            size_t paramsAt, paramCount;
         };
         struct Stretch {
             int a, b;
@@ -86,11 +91,13 @@ public:
         std::vector<Stretch> stretches;
         std::vector<Segment> segments;
         std::vector<PointD> points;  // three per segment, as the fit writes them
+        std::vector<double> params;
         void clear() {
             polygon.clear();
             stretches.clear();
             segments.clear();
             points.clear();
+            params.clear();
         }
     };
 

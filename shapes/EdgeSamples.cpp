@@ -18,17 +18,37 @@ const double kMinSine = 0.3;       // three colours nearer one line tell nothing
 
 }  // namespace
 
+namespace {
+
+// The line between two colours `in` and `out`, for the shares of many pixels
+// between them.
+struct ColourLine {
+    RGBQUAD out;
+    double dr, dg, db, dd;
+    ColourLine(const RGBQUAD& in, const RGBQUAD& o)
+        : out(o),
+          dr(in.rgbRed - o.rgbRed),
+          dg(in.rgbGreen - o.rgbGreen),
+          db(in.rgbBlue - o.rgbBlue),
+          dd(dr * dr + dg * dg + db * db) {}
+    // Whether the colours lie far enough apart to tell shares.
+    bool apart() const { return dd >= kMinContrast * kMinContrast; }
+    // The share of `in` in `p` (the line apart()).
+    double share(const RGBQUAD& p) const {
+        const double a = ((p.rgbRed - out.rgbRed) * dr + (p.rgbGreen - out.rgbGreen) * dg +
+                          (p.rgbBlue - out.rgbBlue) * db) /
+                         dd;
+        if (a <= kDeadZone) return 0;
+        if (a >= 1 - kDeadZone) return 1;
+        return a;
+    }
+};
+
+}  // namespace
+
 double EdgeSamples::share(const RGBQUAD& p, const RGBQUAD& in, const RGBQUAD& out) {
-    const double dr = in.rgbRed - out.rgbRed, dg = in.rgbGreen - out.rgbGreen,
-                 db = in.rgbBlue - out.rgbBlue;
-    const double dd = dr * dr + dg * dg + db * db;
-    if (dd < kMinContrast * kMinContrast) return -1;
-    const double a = ((p.rgbRed - out.rgbRed) * dr + (p.rgbGreen - out.rgbGreen) * dg +
-                      (p.rgbBlue - out.rgbBlue) * db) /
-                     dd;
-    if (a <= kDeadZone) return 0;
-    if (a >= 1 - kDeadZone) return 1;
-    return a;
+    const ColourLine line(in, out);
+    return line.apart() ? line.share(p) : -1;
 }
 
 namespace {
@@ -94,6 +114,7 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, size_t first
         if (pic.pixels && pic.colours && lo >= 0 && li >= 0 && lo != li) {
             const RGBQUAD& ci = (*pic.colours)[static_cast<size_t>(li)];
             const RGBQUAD& co = (*pic.colours)[static_cast<size_t>(lo)];
+            const ColourLine line(ci, co);
             double outs[kReach], ins[kReach];
             int no = 0, ni = 0;
             // The region beyond each side's run (within reach), whose colour
@@ -117,7 +138,7 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, size_t first
                     if (inside ? shares3(p, co, ci, c, a) : shares3(p, ci, co, c, a))
                         return inside ? 1 - a : a;
                 }
-                return share(p, ci, co);
+                return line.apart() ? line.share(p) : -1;
             };
             double last = 2;
             for (int t = 0; t < kReach; ++t) {

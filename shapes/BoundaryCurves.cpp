@@ -12,10 +12,15 @@
 #include <unordered_set>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "prepare/Bands.h"
 #include "shapes/AreaCoverage.h"
 #include "shapes/CurveFitter.h"
 #include "shapes/CurveJudge.h"
+#include "shapes/LabelRun.h"
 #include "shapes/NodeArena.h"
 #include "shapes/OutlineFitter.h"
 
@@ -651,6 +656,31 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
     return sum >= 0.3 * count;
 }
 
+// The sums of the red, green and blue of p[0] .. p[7].
+void sumEight(const RGBQUAD* p, uint32_t& r, uint32_t& g, uint32_t& b) {
+#if defined(__SSE2__)
+    // Blue, green, red and the fourth byte of every pixel as 16 bits,
+    // summed two pixels to a register, then the register's halves.
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4));
+    __m128i s =
+        _mm_add_epi16(_mm_add_epi16(_mm_unpacklo_epi8(x, zero), _mm_unpackhi_epi8(x, zero)),
+                      _mm_add_epi16(_mm_unpacklo_epi8(y, zero), _mm_unpackhi_epi8(y, zero)));
+    s = _mm_add_epi16(s, _mm_srli_si128(s, 8));
+    b = static_cast<uint32_t>(_mm_extract_epi16(s, 0));
+    g = static_cast<uint32_t>(_mm_extract_epi16(s, 1));
+    r = static_cast<uint32_t>(_mm_extract_epi16(s, 2));
+#else
+    r = g = b = 0;
+    for (int k = 0; k < 8; ++k) {
+        r += p[k].rgbRed;
+        g += p[k].rgbGreen;
+        b += p[k].rgbBlue;
+    }
+#endif
+}
+
 // The colour of every region in the picture itself: the mean over its
 // pixels whose four neighbours are of the region too (the region's colour
 // where it has none). The edge samples measure shares against these.
@@ -702,21 +732,13 @@ bool interiorColours(const EdgeSamples::Picture& pic, int threads, std::vector<R
                     for (; x + kBlock < w; x += kBlock) {
                         const int32_t* p = row + x;
                         const int32_t l = p[0];
-                        int32_t differ = 0;
-                        for (int k = 0; k < kBlock; ++k)
-                            differ |= (p[k - 1] ^ l) | (p[k + 1] ^ l) | (p[k - w] ^ l) |
-                                      (p[k + w] ^ l) | (p[k] ^ l);
-                        if (differ != 0 || l < 0) {
+                        if (l < 0 || !LabelRun::eight(p - 1, l) || p[7] != l || p[8] != l ||
+                            !LabelRun::eight(p - w, l) || !LabelRun::eight(p + w, l)) {
                             for (int k = 0; k < kBlock; ++k) pixel(x + k);
                             continue;
                         }
-                        uint32_t r = 0, g = 0, b = 0;
-                        for (int k = 0; k < kBlock; ++k) {
-                            const RGBQUAD& c = pixels[x + k];
-                            r += c.rgbRed;
-                            g += c.rgbGreen;
-                            b += c.rgbBlue;
-                        }
+                        uint32_t r, g, b;
+                        sumEight(pixels + x, r, g, b);
                         uint64_t* s = &own[4 * static_cast<size_t>(l)];
                         s[0] += r;
                         s[1] += g;

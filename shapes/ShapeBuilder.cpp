@@ -5,6 +5,7 @@
 #include "shapes/CrackTracer.h"
 #include "shapes/BoundaryCurves.h"
 #include "shapes/LabelRaster.h"
+#include "shapes/LabelRun.h"
 
 namespace om1 {
 
@@ -88,11 +89,9 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted,
             for (x = 1; x + kBlock < w; x += kBlock) {
                 const int32_t* p = row + x;
                 const int32_t a = p[0];
-                int32_t differ = 0;
-                for (int k = 0; k < kBlock; ++k)
-                    differ |= (p[k + 1] ^ a) | (p[k + w - 1] ^ a) | (p[k + w] ^ a) |
-                              (p[k + w + 1] ^ a) | (p[k] ^ a);
-                if (differ == 0) continue;
+                if (LabelRun::eight(p + 1, a) && LabelRun::eight(p + w - 1, a) && p[w + 7] == a &&
+                    p[w + 8] == a)
+                    continue;
                 for (int k = 0; k < kBlock; ++k) pixel(p + k, x + k, y);
             }
         }
@@ -166,8 +165,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         const int32_t* const row = lr.labels.data() + static_cast<size_t>(y) * lr.width;
         for (int x = 0; x < lr.width;) {
             const int32_t l = row[x];
-            int end = x + 1;
-            while (end < lr.width && row[end] == l) ++end;
+            const int end = LabelRun::end(row, x + 1, lr.width, l);
             if (l >= 0) {
                 const size_t p = static_cast<size_t>(y) * lr.width + x;
                 if (!firstPixel.empty() && firstPixel[l] < 0)

@@ -67,9 +67,21 @@ struct Raster {
         return x < 0 || y < 0 || x >= w || y >= h ? -1 : labels[static_cast<size_t>(y) * w + x];
     }
     bool junction(int cx, int cy) const {
-        if ((cx == 0 || cx == w) && (cy == 0 || cy == h)) return true;
-        const int32_t a = at(cx - 1, cy - 1), b = at(cx, cy - 1), c = at(cx - 1, cy),
-                      d = at(cx, cy);
+        int32_t a, b, c, d;
+        if (cx > 0 && cy > 0 && cx < w && cy < h) {
+            // Inside: the four pixels round the corner, two rows of two.
+            const int32_t* p = labels + static_cast<size_t>(cy - 1) * w + (cx - 1);
+            a = p[0];
+            b = p[1];
+            c = p[w];
+            d = p[w + 1];
+        } else {
+            if ((cx == 0 || cx == w) && (cy == 0 || cy == h)) return true;
+            a = at(cx - 1, cy - 1);
+            b = at(cx, cy - 1);
+            c = at(cx - 1, cy);
+            d = at(cx, cy);
+        }
         const int degree = (a != b) + (c != d) + (a != c) + (b != d);
         return degree >= 3;
     }

@@ -87,6 +87,13 @@ struct Raster {
     }
 };
 
+// std::floor of a coordinate as a whole number (one within the range of
+// int), without the rounding call.
+int floorOf(double v) {
+    const int i = static_cast<int>(v);
+    return i > v ? i - 1 : i;
+}
+
 long long key(int x, int y, int d) {
     return ((static_cast<long long>(y) << 32) | static_cast<unsigned>(x)) * 4 + d;
 }
@@ -481,8 +488,8 @@ double clearance(const Raster& r, PointD p, double ux, double uy, int32_t top, i
     const double step = 0.05;
     auto at = [&](int i, int& x, int& y) {
         const double t = i * step;
-        x = static_cast<int>(std::floor(p.x + t * ux));
-        y = static_cast<int>(std::floor(p.y + t * uy));
+        x = floorOf(p.x + t * ux);
+        y = floorOf(p.y + t * uy);
     };
     // How many steps from t along one coordinate to the next pixel's edge
     // that way, less one (a guess, checked below).
@@ -547,12 +554,30 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
         return PointD{a * q[0].x + b * q[1].x + d * q[2].x + e * q[3].x,
                       a * q[0].y + b * q[1].y + d * q[2].y + e * q[3].y};
     };
+    // The weights of the four points at t = 0, 1/8, .. 1, as point() finds
+    // them.
+    struct Eighths {
+        double a[9], b[9], d[9], e[9];
+        Eighths() {
+            for (int k = 0; k <= 8; ++k) {
+                const double t = k / 8.0, u = 1 - t;
+                a[k] = u * u * u;
+                b[k] = 3 * u * u * t;
+                d[k] = 3 * u * t * t;
+                e[k] = t * t * t;
+            }
+        }
+    };
+    static const Eighths w;
+    auto eighth = [](const PointD* q, int k) {
+        return PointD{w.a[k] * q[0].x + w.b[k] * q[1].x + w.d[k] * q[2].x + w.e[k] * q[3].x,
+                      w.a[k] * q[0].y + w.b[k] * q[1].y + w.d[k] * q[2].y + w.e[k] * q[3].y};
+    };
     auto clear = [&](const PointD* q, const PointD* given, PointD at) {
         for (int k = 0; k <= 8; ++k) {
-            const PointD x = point(q, k / 8.0), g = given ? point(given, k / 8.0) : at;
+            const PointD x = eighth(q, k), g = given ? eighth(given, k) : at;
             if (std::fabs(x.x - g.x) + std::fabs(x.y - g.y) < 0.05) continue;
-            const int32_t l =
-                r.at(static_cast<int>(std::floor(x.x)), static_cast<int>(std::floor(x.y)));
+            const int32_t l = r.at(floorOf(x.x), floorOf(x.y));
             if (l != top && l != self) return false;
         }
         return true;

@@ -9,6 +9,8 @@ namespace {
 
 const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
+// From the corner a step leaves to the pixel outside it.
+const int kOutX[4] = {0, 0, -1, -1}, kOutY[4] = {-1, 0, 0, -1};
 const int kReach = 3;              // pixels counted on each side
 const double kMinContrast = 24.0;  // colour distance below which nothing is told
 const double kDeadZone = 0.04;     // shares this close to 0 or 1 count as 0 or 1
@@ -101,14 +103,14 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, size_t first
     for (size_t k = 0, i = first; k < count && n > 0; ++k, i = i + 1 == n ? 0 : i + 1) {
         const uint8_t d = loop.codes[i];
         const PointD mid = {cx + 0.5 * kDx[d], cy + 0.5 * kDy[d]};
-        cx += kDx[d];
-        cy += kDy[d];
-        // Outward normal: the side away from the region.
+        // Outward normal: the side away from the region; the pixel on that
+        // side of the step, and the one inside.
         const int o = (d + 3) & 3;
         const int nx = kDx[o], ny = kDy[o];
-        const int ox = static_cast<int>(std::floor(mid.x + 0.5 * nx)),
-                  oy = static_cast<int>(std::floor(mid.y + 0.5 * ny));
+        const int ox = cx + kOutX[d], oy = cy + kOutY[d];
         const int ix = ox - nx, iy = oy - ny;
+        cx += kDx[d];
+        cy += kDy[d];
         const int32_t lo = pic.label(ox, oy), li = pic.label(ix, iy);
         double offset = 0;
         if (pic.pixels && pic.colours && lo >= 0 && li >= 0 && lo != li) {

@@ -17,6 +17,16 @@ long long toUnits(double v) {
 // this many times its entries (plus a few) is summed column by column;
 // a wider one (the two sides of a closed loop) has its entries sorted.
 const size_t kDenseSpan = 4;
+// std::floor and std::ceil of a coordinate as a whole number (one within
+// the range of int), without the rounding calls.
+int floorOf(double v) {
+    const int i = static_cast<int>(v);
+    return i > v ? i - 1 : i;
+}
+int ceilOf(double v) {
+    const int i = static_cast<int>(v);
+    return i < v ? i + 1 : i;
+}
 }  // namespace
 
 // Each piece of an edge within one pixel row adds its height, signed, to
@@ -47,7 +57,7 @@ inline void AreaCoverage::addPiece(int row, double x0, double y0, double x1, dou
         std::swap(y0, y1);
         sign = -1;
     }
-    const int c0 = static_cast<int>(std::floor(x0));
+    const int c0 = floorOf(x0);
     if (x1 - x0 < 1e-12) {
         const double h = sign * (y1 - y0), xm = 0.5 * (x0 + x1) - c0;
         add(row, c0, h * (1 - xm));
@@ -74,7 +84,7 @@ inline void AreaCoverage::addPiece(int row, double x0, double y0, double x1, dou
 void AreaCoverage::addLine(PointD a, PointD b) {
     if (a.y == b.y) return;
     const double ylo = std::min(a.y, b.y), yhi = std::max(a.y, b.y);
-    const int r0 = static_cast<int>(std::floor(ylo)), r1 = static_cast<int>(std::ceil(yhi)) - 1;
+    const int r0 = floorOf(ylo), r1 = ceilOf(yhi) - 1;
     const double dxdy = (b.x - a.x) / (b.y - a.y);
     for (int r = r0; r <= r1; ++r) {
         // The part of the edge within row r, in the edge's own direction.

@@ -12,10 +12,15 @@
 #include <unordered_set>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "prepare/Bands.h"
 #include "shapes/AreaCoverage.h"
 #include "shapes/CurveFitter.h"
 #include "shapes/CurveJudge.h"
+#include "shapes/LabelRun.h"
 #include "shapes/NodeArena.h"
 #include "shapes/OutlineFitter.h"
 
@@ -62,13 +67,32 @@ struct Raster {
         return x < 0 || y < 0 || x >= w || y >= h ? -1 : labels[static_cast<size_t>(y) * w + x];
     }
     bool junction(int cx, int cy) const {
-        if ((cx == 0 || cx == w) && (cy == 0 || cy == h)) return true;
-        const int32_t a = at(cx - 1, cy - 1), b = at(cx, cy - 1), c = at(cx - 1, cy),
-                      d = at(cx, cy);
+        int32_t a, b, c, d;
+        if (cx > 0 && cy > 0 && cx < w && cy < h) {
+            // Inside: the four pixels round the corner, two rows of two.
+            const int32_t* p = labels + static_cast<size_t>(cy - 1) * w + (cx - 1);
+            a = p[0];
+            b = p[1];
+            c = p[w];
+            d = p[w + 1];
+        } else {
+            if ((cx == 0 || cx == w) && (cy == 0 || cy == h)) return true;
+            a = at(cx - 1, cy - 1);
+            b = at(cx, cy - 1);
+            c = at(cx - 1, cy);
+            d = at(cx, cy);
+        }
         const int degree = (a != b) + (c != d) + (a != c) + (b != d);
         return degree >= 3;
     }
 };
+
+// std::floor of a coordinate as a whole number (one within the range of
+// int), without the rounding call.
+int floorOf(double v) {
+    const int i = static_cast<int>(v);
+    return i > v ? i - 1 : i;
+}
 
 long long key(int x, int y, int d) {
     return ((static_cast<long long>(y) << 32) | static_cast<unsigned>(x)) * 4 + d;
@@ -464,8 +488,8 @@ double clearance(const Raster& r, PointD p, double ux, double uy, int32_t top, i
     const double step = 0.05;
     auto at = [&](int i, int& x, int& y) {
         const double t = i * step;
-        x = static_cast<int>(std::floor(p.x + t * ux));
-        y = static_cast<int>(std::floor(p.y + t * uy));
+        x = floorOf(p.x + t * ux);
+        y = floorOf(p.y + t * uy);
     };
     // How many steps from t along one coordinate to the next pixel's edge
     // that way, less one (a guess, checked below).
@@ -530,12 +554,30 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
         return PointD{a * q[0].x + b * q[1].x + d * q[2].x + e * q[3].x,
                       a * q[0].y + b * q[1].y + d * q[2].y + e * q[3].y};
     };
+    // The weights of the four points at t = 0, 1/8, .. 1, as point() finds
+    // them.
+    struct Eighths {
+        double a[9], b[9], d[9], e[9];
+        Eighths() {
+            for (int k = 0; k <= 8; ++k) {
+                const double t = k / 8.0, u = 1 - t;
+                a[k] = u * u * u;
+                b[k] = 3 * u * u * t;
+                d[k] = 3 * u * t * t;
+                e[k] = t * t * t;
+            }
+        }
+    };
+    static const Eighths w;
+    auto eighth = [](const PointD* q, int k) {
+        return PointD{w.a[k] * q[0].x + w.b[k] * q[1].x + w.d[k] * q[2].x + w.e[k] * q[3].x,
+                      w.a[k] * q[0].y + w.b[k] * q[1].y + w.d[k] * q[2].y + w.e[k] * q[3].y};
+    };
     auto clear = [&](const PointD* q, const PointD* given, PointD at) {
         for (int k = 0; k <= 8; ++k) {
-            const PointD x = point(q, k / 8.0), g = given ? point(given, k / 8.0) : at;
+            const PointD x = eighth(q, k), g = given ? eighth(given, k) : at;
             if (std::fabs(x.x - g.x) + std::fabs(x.y - g.y) < 0.05) continue;
-            const int32_t l =
-                r.at(static_cast<int>(std::floor(x.x)), static_cast<int>(std::floor(x.y)));
+            const int32_t l = r.at(floorOf(x.x), floorOf(x.y));
             if (l != top && l != self) return false;
         }
         return true;
@@ -651,6 +693,31 @@ bool hiddenCurve(const Raster& r, const Curve& c, bool right, int32_t top, int32
     return sum >= 0.3 * count;
 }
 
+// The sums of the red, green and blue of p[0] .. p[7].
+void sumEight(const RGBQUAD* p, uint32_t& r, uint32_t& g, uint32_t& b) {
+#if defined(__SSE2__)
+    // Blue, green, red and the fourth byte of every pixel as 16 bits,
+    // summed two pixels to a register, then the register's halves.
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4));
+    __m128i s =
+        _mm_add_epi16(_mm_add_epi16(_mm_unpacklo_epi8(x, zero), _mm_unpackhi_epi8(x, zero)),
+                      _mm_add_epi16(_mm_unpacklo_epi8(y, zero), _mm_unpackhi_epi8(y, zero)));
+    s = _mm_add_epi16(s, _mm_srli_si128(s, 8));
+    b = static_cast<uint32_t>(_mm_extract_epi16(s, 0));
+    g = static_cast<uint32_t>(_mm_extract_epi16(s, 1));
+    r = static_cast<uint32_t>(_mm_extract_epi16(s, 2));
+#else
+    r = g = b = 0;
+    for (int k = 0; k < 8; ++k) {
+        r += p[k].rgbRed;
+        g += p[k].rgbGreen;
+        b += p[k].rgbBlue;
+    }
+#endif
+}
+
 // The colour of every region in the picture itself: the mean over its
 // pixels whose four neighbours are of the region too (the region's colour
 // where it has none). The edge samples measure shares against these.
@@ -682,19 +749,40 @@ bool interiorColours(const EdgeSamples::Picture& pic, int threads, std::vector<R
                         stop = true;
                         return;
                     }
-                    for (int x = 1; x + 1 < w; ++x) {
-                        const size_t i = static_cast<size_t>(y) * w + x;
-                        const int32_t l = pic.labels[i];
-                        if (l < 0 || pic.labels[i - 1] != l || pic.labels[i + 1] != l ||
-                            pic.labels[i - w] != l || pic.labels[i + w] != l)
-                            continue;
-                        const RGBQUAD& p = pic.pixels[i];
+                    const int32_t* const row = pic.labels + static_cast<size_t>(y) * w;
+                    const RGBQUAD* const pixels = pic.pixels + static_cast<size_t>(y) * w;
+                    auto pixel = [&](int x) {
+                        const int32_t* p = row + x;
+                        const int32_t l = p[0];
+                        if (l < 0 || p[-1] != l || p[1] != l || p[-w] != l || p[w] != l) return;
+                        const RGBQUAD& c = pixels[x];
                         uint64_t* s = &own[4 * static_cast<size_t>(l)];
-                        s[0] += p.rgbRed;
-                        s[1] += p.rgbGreen;
-                        s[2] += p.rgbBlue;
+                        s[0] += c.rgbRed;
+                        s[1] += c.rgbGreen;
+                        s[2] += c.rgbBlue;
                         s[3] += 1;
+                    };
+                    // Eight pixels at a time where they and their neighbours
+                    // all have one label (most of a picture).
+                    const int kBlock = 8;
+                    int x = 1;
+                    for (; x + kBlock < w; x += kBlock) {
+                        const int32_t* p = row + x;
+                        const int32_t l = p[0];
+                        if (l < 0 || !LabelRun::eight(p - 1, l) || p[7] != l || p[8] != l ||
+                            !LabelRun::eight(p - w, l) || !LabelRun::eight(p + w, l)) {
+                            for (int k = 0; k < kBlock; ++k) pixel(x + k);
+                            continue;
+                        }
+                        uint32_t r, g, b;
+                        sumEight(pixels + x, r, g, b);
+                        uint64_t* s = &own[4 * static_cast<size_t>(l)];
+                        s[0] += r;
+                        s[1] += g;
+                        s[2] += b;
+                        s[3] += kBlock;
                     }
+                    for (; x + 1 < w; ++x) pixel(x);
                 }
             } catch (...) {
                 failed = true;  // memory ran out

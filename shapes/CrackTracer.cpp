@@ -55,26 +55,68 @@ bool boundaryStep(const Area& in, int cx, int cy, int d) {
     return in(cx + kInX[d], cy + kInY[d]) && !in(cx + kOutX[d], cy + kOutY[d]);
 }
 
+// The four pixels round a corner as bits: 1 up left, 2 up right, 4 down
+// left, 8 down right of it; set where the pixel is the area's.
+int cornerBit(int dx, int dy) {
+    return 1 << ((dy + 1) * 2 + (dx + 1));
+}
+
+template <class Area>
+int cornerBits(const Area& in, int cx, int cy) {
+    return (in(cx - 1, cy - 1) ? 1 : 0) | (in(cx, cy - 1) ? 2 : 0) | (in(cx - 1, cy) ? 4 : 0) |
+           (in(cx, cy) ? 8 : 0);
+}
+
+// The step that follows step d at a corner whose pixels are `bits`: the
+// first boundary step turning towards the region, then straight on, then
+// away (-1: none), for every d and bits.
+struct NextSteps {
+    int8_t next[4][16];
+    NextSteps() {
+        for (int d = 0; d < 4; ++d)
+            for (int bits = 0; bits < 16; ++bits) {
+                auto in = [&](int dx, int dy) { return (bits & cornerBit(dx, dy)) != 0; };
+                next[d][bits] = -1;
+                for (int e : {(d + 1) & 3, d, (d + 3) & 3})
+                    if (in(kInX[e], kInY[e]) && !in(kOutX[e], kOutY[e])) {
+                        next[d][bits] = static_cast<int8_t>(e);
+                        break;
+                    }
+            }
+    }
+};
+const NextSteps kNext;
+
 // Follows the loop that starts with step 0 at corner (x, y) into `steps`
 // (a scratch buffer, cleared first), then copies them to the loop at their
 // final size; `mark` is told every step. May throw std::bad_alloc.
+// The pixels round each corner are carried along: a step keeps the two
+// pixels beside it and looks up the two ahead.
 template <class Area, class Mark>
 void follow(const Area& in, int x, int y, std::vector<uint8_t>& steps, CrackLoop& loop, Mark mark) {
     steps.clear();
     int cx = x, cy = y, d = 0;
+    int bits = cornerBits(in, cx, cy);
     for (;;) {
         mark(cx, cy, d);
         steps.push_back(static_cast<uint8_t>(d));
         cx += kDx[d];
         cy += kDy[d];
-        // Turn towards the region first, then straight on, then away.
-        const int order[3] = {(d + 1) & 3, d, (d + 3) & 3};
-        int next = -1;
-        for (int e : order)
-            if (boundaryStep(in, cx, cy, e)) {
-                next = e;
+        switch (d) {
+            case 0:  // right: the right column becomes the left one
+                bits = (bits >> 1 & 5) | (in(cx, cy - 1) ? 2 : 0) | (in(cx, cy) ? 8 : 0);
                 break;
-            }
+            case 1:  // down: the lower row becomes the upper one
+                bits = (bits >> 2) | (in(cx - 1, cy) ? 4 : 0) | (in(cx, cy) ? 8 : 0);
+                break;
+            case 2:  // left: the left column becomes the right one
+                bits = (bits << 1 & 10) | (in(cx - 1, cy - 1) ? 1 : 0) | (in(cx - 1, cy) ? 4 : 0);
+                break;
+            default:  // up: the upper row becomes the lower one
+                bits = (bits << 2 & 12) | (in(cx - 1, cy - 1) ? 1 : 0) | (in(cx, cy - 1) ? 2 : 0);
+                break;
+        }
+        const int next = kNext.next[d][bits];
         if (next < 0) break;  // cannot happen on a label raster
         if (cx == x && cy == y && next == 0) break;
         d = next;

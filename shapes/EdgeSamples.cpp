@@ -9,6 +9,8 @@ namespace {
 
 const int kDx[4] = {1, 0, -1, 0};
 const int kDy[4] = {0, 1, 0, -1};
+// From the corner a step leaves to the pixel outside it.
+const int kOutX[4] = {0, 0, -1, -1}, kOutY[4] = {-1, 0, 0, -1};
 const int kReach = 3;              // pixels counted on each side
 const double kMinContrast = 24.0;  // colour distance below which nothing is told
 const double kDeadZone = 0.04;     // shares this close to 0 or 1 count as 0 or 1
@@ -18,17 +20,37 @@ const double kMinSine = 0.3;       // three colours nearer one line tell nothing
 
 }  // namespace
 
+namespace {
+
+// The line between two colours `in` and `out`, for the shares of many pixels
+// between them.
+struct ColourLine {
+    RGBQUAD out;
+    double dr, dg, db, dd;
+    ColourLine(const RGBQUAD& in, const RGBQUAD& o)
+        : out(o),
+          dr(in.rgbRed - o.rgbRed),
+          dg(in.rgbGreen - o.rgbGreen),
+          db(in.rgbBlue - o.rgbBlue),
+          dd(dr * dr + dg * dg + db * db) {}
+    // Whether the colours lie far enough apart to tell shares.
+    bool apart() const { return dd >= kMinContrast * kMinContrast; }
+    // The share of `in` in `p` (the line apart()).
+    double share(const RGBQUAD& p) const {
+        const double a = ((p.rgbRed - out.rgbRed) * dr + (p.rgbGreen - out.rgbGreen) * dg +
+                          (p.rgbBlue - out.rgbBlue) * db) /
+                         dd;
+        if (a <= kDeadZone) return 0;
+        if (a >= 1 - kDeadZone) return 1;
+        return a;
+    }
+};
+
+}  // namespace
+
 double EdgeSamples::share(const RGBQUAD& p, const RGBQUAD& in, const RGBQUAD& out) {
-    const double dr = in.rgbRed - out.rgbRed, dg = in.rgbGreen - out.rgbGreen,
-                 db = in.rgbBlue - out.rgbBlue;
-    const double dd = dr * dr + dg * dg + db * db;
-    if (dd < kMinContrast * kMinContrast) return -1;
-    const double a = ((p.rgbRed - out.rgbRed) * dr + (p.rgbGreen - out.rgbGreen) * dg +
-                      (p.rgbBlue - out.rgbBlue) * db) /
-                     dd;
-    if (a <= kDeadZone) return 0;
-    if (a >= 1 - kDeadZone) return 1;
-    return a;
+    const ColourLine line(in, out);
+    return line.apart() ? line.share(p) : -1;
 }
 
 namespace {
@@ -81,19 +103,20 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, size_t first
     for (size_t k = 0, i = first; k < count && n > 0; ++k, i = i + 1 == n ? 0 : i + 1) {
         const uint8_t d = loop.codes[i];
         const PointD mid = {cx + 0.5 * kDx[d], cy + 0.5 * kDy[d]};
-        cx += kDx[d];
-        cy += kDy[d];
-        // Outward normal: the side away from the region.
+        // Outward normal: the side away from the region; the pixel on that
+        // side of the step, and the one inside.
         const int o = (d + 3) & 3;
         const int nx = kDx[o], ny = kDy[o];
-        const int ox = static_cast<int>(std::floor(mid.x + 0.5 * nx)),
-                  oy = static_cast<int>(std::floor(mid.y + 0.5 * ny));
+        const int ox = cx + kOutX[d], oy = cy + kOutY[d];
         const int ix = ox - nx, iy = oy - ny;
+        cx += kDx[d];
+        cy += kDy[d];
         const int32_t lo = pic.label(ox, oy), li = pic.label(ix, iy);
         double offset = 0;
         if (pic.pixels && pic.colours && lo >= 0 && li >= 0 && lo != li) {
             const RGBQUAD& ci = (*pic.colours)[static_cast<size_t>(li)];
             const RGBQUAD& co = (*pic.colours)[static_cast<size_t>(lo)];
+            const ColourLine line(ci, co);
             double outs[kReach], ins[kReach];
             int no = 0, ni = 0;
             // The region beyond each side's run (within reach), whose colour
@@ -117,7 +140,7 @@ void EdgeSamples::sample(const CrackLoop& loop, const Picture& pic, size_t first
                     if (inside ? shares3(p, co, ci, c, a) : shares3(p, ci, co, c, a))
                         return inside ? 1 - a : a;
                 }
-                return share(p, ci, co);
+                return line.apart() ? line.share(p) : -1;
             };
             double last = 2;
             for (int t = 0; t < kReach; ++t) {

@@ -5,6 +5,7 @@
 #include "shapes/CrackTracer.h"
 #include "shapes/BoundaryCurves.h"
 #include "shapes/LabelRaster.h"
+#include "shapes/LabelRun.h"
 
 namespace om1 {
 
@@ -62,20 +63,39 @@ std::vector<int> joinGroups(const LabelRaster& lr, std::vector<uint8_t>& lifted,
         if (pairs.empty() || pairs.back() != pr) pairs.push_back(pr);
     };
     const int w = lr.width, h = lr.height;
+    // Every pixel and its neighbours right, below, below right and below
+    // left. (The pairs are sorted below, so the order they are met in does
+    // not matter.)
+    auto pixel = [&](const int32_t* p, int x, int y) {
+        const int32_t a = p[0];
+        if (a < 0) return;
+        if (x + 1 < w && p[1] != a) consider(a, p[1]);
+        if (y + 1 < h) {
+            if (p[w] != a) consider(a, p[w]);
+            if (x + 1 < w && p[w + 1] != a) consider(a, p[w + 1]);
+            if (x > 0 && p[w - 1] != a) consider(a, p[w - 1]);
+        }
+    };
+    // Inside the picture, eight pixels at a time are passed over at once
+    // where all of them and their neighbours there have one label (most of
+    // a picture).
+    const int kBlock = 8;
     for (int y = 0; y < h; ++y) {
         if ((y & 255) == 255 && !going()) return join;
         const int32_t* const row = lr.labels.data() + static_cast<size_t>(y) * w;
-        for (int x = 0; x < w; ++x) {
-            const int32_t* p = row + x;
-            const int32_t a = p[0];
-            if (a < 0) continue;
-            if (x + 1 < w && p[1] != a) consider(a, p[1]);
-            if (y + 1 < h) {
-                if (p[w] != a) consider(a, p[w]);
-                if (x + 1 < w && p[w + 1] != a) consider(a, p[w + 1]);
-                if (x > 0 && p[w - 1] != a) consider(a, p[w - 1]);
+        int x = 0;
+        if (y + 1 < h && w > kBlock + 2) {
+            pixel(row, 0, y);
+            for (x = 1; x + kBlock < w; x += kBlock) {
+                const int32_t* p = row + x;
+                const int32_t a = p[0];
+                if (LabelRun::eight(p + 1, a) && LabelRun::eight(p + w - 1, a) && p[w + 7] == a &&
+                    p[w + 8] == a)
+                    continue;
+                for (int k = 0; k < kBlock; ++k) pixel(p + k, x + k, y);
             }
         }
+        for (; x < w; ++x) pixel(row + x, x, y);
     }
     std::sort(pairs.begin(), pairs.end());
     pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
@@ -145,8 +165,7 @@ bool stackedLoops(const LabelRaster& lr, bool joinParts, bool transparent, Shape
         const int32_t* const row = lr.labels.data() + static_cast<size_t>(y) * lr.width;
         for (int x = 0; x < lr.width;) {
             const int32_t l = row[x];
-            int end = x + 1;
-            while (end < lr.width && row[end] == l) ++end;
+            const int end = LabelRun::end(row, x + 1, lr.width, l);
             if (l >= 0) {
                 const size_t p = static_cast<size_t>(y) * lr.width + x;
                 if (!firstPixel.empty() && firstPixel[l] < 0)

@@ -21,10 +21,20 @@ namespace om1 {
 
 namespace {
 
-// One run's bands that went to other threads: how many are still running,
-// and the calling thread's wait for them.
+// One run's bands that went to other threads: whether each was taken (by
+// its thread, or by the caller when the thread had not started it yet), how
+// many of those taken by threads are still running, and the calling
+// thread's wait for them. Shared with the threads: one that wakes after the
+// caller took its band and returned touches only this.
 struct Running {
-    std::atomic<int> count{0};
+    explicit Running(int bands)
+        : taken(new std::atomic<bool>[static_cast<size_t>(bands)]),
+          given(new bool[static_cast<size_t>(bands)]()) {
+        for (int b = 0; b < bands; ++b) taken[b] = false;
+    }
+    std::unique_ptr<std::atomic<bool>[]> taken;
+    std::unique_ptr<bool[]> given;  // to a thread (the caller's record)
+    int count = 0;                  // under lock
     std::mutex lock;
     std::condition_variable ended;  // told when a band ends
 };
@@ -34,8 +44,13 @@ struct Part {
     const std::function<void(int, long long, long long)>* work = nullptr;
     int band = 0;
     long long begin = 0, end = 0;
-    Running* running = nullptr;
+    std::shared_ptr<Running> running;
 };
+
+// At most this many threads kept for every core: a thread that has not
+// yet woken for a band the caller took is not waiting for the next run,
+// which then starts another.
+const unsigned kKeptPerCore = 4;
 
 // Asks a kept thread to run on another core than the calling thread's (any
 // other that the caller may use): woken on the caller's core, it would take
@@ -81,7 +96,14 @@ public:
                 waiting_.pop_back();
             }
         }
-        if (!k) return start(part);
+        if (!k) {
+            {
+                const std::lock_guard<std::mutex> hold(lock_);
+                const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+                if (kept_.size() >= kKeptPerCore * cores) return false;
+            }
+            return start(part);
+        }
         offCaller(k->handle);
         {
             const std::lock_guard<std::mutex> hold(k->lock);
@@ -153,19 +175,22 @@ private:
             {
                 std::unique_lock<std::mutex> hold(k.lock);
                 k.told.wait(hold, [&k]() { return k.given; });
-                part = k.part;
+                part = std::move(k.part);
+                k.part = Part();
                 k.given = false;
             }
-            (*part.work)(part.band, part.begin, part.end);
+            Running& r = *part.running;
+            // A band the caller took is not run here (its `work` may be
+            // gone with the run).
+            const bool mine = !r.taken[part.band].exchange(true);
+            if (mine) (*part.work)(part.band, part.begin, part.end);
             {
                 // Waiting again before its caller hears the band ended, so
                 // that the caller's next run finds it (room was reserved).
                 const std::lock_guard<std::mutex> all(lock_);
                 waiting_.push_back(&k);
             }
-            Running& r = *part.running;
-            // Told under the lock: the caller, once it sees the count at 0,
-            // may end the run and free `r`, which is then not touched again.
+            if (!mine) continue;
             const std::lock_guard<std::mutex> hold(r.lock);
             --r.count;
             r.ended.notify_one();
@@ -191,35 +216,54 @@ void Bands::run(int bands, long long total,
                 const std::function<void()>& waiting) {
     bands = static_cast<int>(std::max(1LL, std::min<long long>(bands, total)));
     auto begin = [&](int b) { return total * b / bands; };
-    Running running;
-    std::vector<int> inTurn;
+    if (bands == 1) {
+        work(0, 0, total);
+        return;
+    }
+    std::shared_ptr<Running> shared;
+    try {
+        shared = std::make_shared<Running>(bands);
+    } catch (...) {
+        for (int b = 0; b < bands; ++b) work(b, begin(b), begin(b + 1));
+        return;
+    }
+    Running& running = *shared;
     for (int b = 1; b < bands; ++b) {
-        ++running.count;
+        {
+            const std::lock_guard<std::mutex> hold(running.lock);
+            ++running.count;
+        }
         Part part;
         part.work = &work;
         part.band = b;
         part.begin = begin(b);
         part.end = begin(b + 1);
-        part.running = &running;
-        if (!Keeper::the().give(part)) {
+        part.running = shared;
+        running.given[b] = Keeper::the().give(part);
+        if (!running.given[b]) {
+            // No thread to be had: this band runs here (taken below).
+            const std::lock_guard<std::mutex> hold(running.lock);
             --running.count;
-            try {
-                inTurn.push_back(b);  // no thread to be had: this band runs here
-            } catch (...) {
-                work(b, begin(b), begin(b + 1));
-            }
         }
     }
     work(0, 0, begin(1));
-    for (int b : inTurn) work(b, begin(b), begin(b + 1));
+    // The bands no thread has started yet run here, in turn (a thread that
+    // wakes late, on a busy machine, finds its band taken).
+    for (int b = 1; b < bands; ++b) {
+        if (running.taken[b].exchange(true)) continue;
+        work(b, begin(b), begin(b + 1));
+        if (!running.given[b]) continue;
+        const std::lock_guard<std::mutex> hold(running.lock);
+        --running.count;
+    }
     std::unique_lock<std::mutex> hold(running.lock);
-    while (running.count.load() > 0) {
+    while (running.count > 0) {
         if (!waiting) {
-            running.ended.wait(hold, [&running]() { return running.count.load() == 0; });
+            running.ended.wait(hold, [&running]() { return running.count == 0; });
             break;
         }
         running.ended.wait_for(hold, std::chrono::milliseconds(5),
-                               [&running]() { return running.count.load() == 0; });
+                               [&running]() { return running.count == 0; });
         hold.unlock();
         waiting();
         hold.lock();

@@ -22,7 +22,10 @@ public:
     // on threads kept for the bands (started when none waits, then kept
     // waiting for the next run until the process ends; each asked to run on
     // another core than the caller's; in turn on the calling thread when no
-    // thread can be started). Returns when every part is done. `work` must not
+    // thread can be started, or when its thread has not yet started it by
+    // the time the calling thread has done its own: on a busy machine a
+    // woken thread may wait milliseconds for a core). Returns when every
+    // part is done. `work` must not
     // throw. `waiting` (may be empty), when the calling thread has done its
     // part before the others, is called about every 5 ms until they end (it
     // may tell them to stop through the state `work` reads).

@@ -40,30 +40,71 @@ double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
     return t;
 }
 
+// The flat pixels of a picture as bits, each row starting a word.
+struct FlatBits {
+    const uint64_t* bits;
+    size_t words;  // per row
+    // The flags of pixels x0..x0 + len - 1 of `row` (len 1 to 64).
+    static uint64_t run(const uint64_t* row, int x0, int len) {
+        const int w0 = x0 >> 6, b = x0 & 63;
+        uint64_t v = row[w0] >> b;
+        if (b + len > 64) v |= row[w0 + 1] << (64 - b);
+        return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
+    }
+    const uint64_t* row(int y) const { return bits + static_cast<size_t>(y) * words; }
+};
+
 // The flat colours in the window of `radius` round pixel (x, y): one, or
 // two (sorted) where the pixel is not a mix of those two (farther than
 // `tolerance`); false for none, more, or the pixel's own colour among them.
-// Its arguments are values, so that a band's loop keeps them in registers.
-bool background(const RGBQUAD* pixels, const uint8_t* mark, int width, int height, int radius,
+// Flat pixels side by side have one colour: of each run of them in a row of
+// the window only the first is read.
+bool background(const RGBQUAD* pixels, const FlatBits& flat, int width, int height, int radius,
                 int tolerance, int x, int y, uint32_t& b1, uint32_t& b2) {
     const size_t w = static_cast<size_t>(width);
     const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
     const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
     b1 = b2 = kNone;
-    for (int v = y0; v <= y1; ++v)
-        for (int u = x0; u <= x1; ++u) {
-            const size_t j = static_cast<size_t>(v) * w + u;
-            if (!(mark[j] & kFlat)) continue;
-            const uint32_t c = keyAt(pixels, j);
-            if (c == b1 || c == b2) continue;
-            if (b1 == kNone) {
-                b1 = c;
-            } else if (b2 == kNone) {
-                b2 = c;
-            } else {
-                return false;
+    // Adds the colour of pixel i; false for a third.
+    auto add = [&](size_t i) {
+        const uint32_t c = keyAt(pixels, i);
+        if (c == b1 || c == b2) return true;
+        if (b1 == kNone) {
+            b1 = c;
+        } else if (b2 == kNone) {
+            b2 = c;
+        } else {
+            return false;
+        }
+        return true;
+    };
+    const int len = x1 - x0 + 1;
+    if (len <= 64) {
+        // The window's part of each row: the same bits of the same words.
+        const int w0 = x0 >> 6, b = x0 & 63;
+        const bool spans = b + len > 64;
+        const uint64_t mask = len == 64 ? ~uint64_t{0} : (uint64_t{1} << len) - 1;
+        const uint64_t* row = flat.row(y0) + w0;
+        size_t at = static_cast<size_t>(y0) * w + x0;
+        for (int v = y0; v <= y1; ++v, row += flat.words, at += w) {
+            uint64_t bits = row[0] >> b;
+            if (spans) bits |= row[1] << (64 - b);
+            bits &= mask;
+            for (uint64_t starts = bits & ~(bits << 1); starts; starts &= starts - 1)
+                if (!add(at + __builtin_ctzll(starts))) return false;
+        }
+    } else {
+        for (int v = y0; v <= y1; ++v) {
+            const uint64_t* row = flat.row(v);
+            // By 64 pixels (a run across two parts is read twice).
+            for (int u = x0; u <= x1; u += 64) {
+                const uint64_t bits = FlatBits::run(row, u, std::min(64, x1 - u + 1));
+                const size_t at = static_cast<size_t>(v) * w + u;
+                for (uint64_t starts = bits & ~(bits << 1); starts; starts &= starts - 1)
+                    if (!add(at + __builtin_ctzll(starts))) return false;
             }
         }
+    }
     const uint32_t own = keyAt(pixels, static_cast<size_t>(y) * w + x);
     if (b1 == kNone || own == b1 || own == b2) return false;
     if (b2 == kNone) return true;
@@ -82,6 +123,10 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
     const size_t w = static_cast<size_t>(width);
     try {
         std::vector<uint8_t> mark(n, 0);
+        // The flat pixels again as bits, for the windows.
+        const size_t words = (w + 63) / 64;
+        std::vector<uint64_t> flatBits(words * static_cast<size_t>(height), 0);
+        const FlatBits flat{flatBits.data(), words};
         // Flat pixels: a pixel whose row neighbours match it (`same`) and
         // whose rows above and below do so around a pixel of its colour.
         // Both passes over the pixels run by bands of rows, from an icon's
@@ -112,6 +157,7 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             // Held here: the marks' stores could otherwise be any of them.
             const RGBQUAD* const px = pixels;
             uint8_t* const marks = mark.data();
+            uint64_t* const bits = flatBits.data();
             const int cols = width, last = height - 1;
             const size_t stride = w;
             for (int y = y0; y < y1; ++y) {
@@ -126,6 +172,7 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                     if (y > 0 && !(up[x] && keyAt(px, r - stride + x) == c)) continue;
                     if (y < last && !(down[x] && keyAt(px, r + stride + x) == c)) continue;
                     marks[r + x] = kFlat;
+                    bits[static_cast<size_t>(y) * words + (x >> 6)] |= uint64_t{1} << (x & 63);
                     ++flats;
                 }
                 rowFlats[static_cast<size_t>(y)] = flats;
@@ -134,63 +181,63 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
             }
         });
         if (std::all_of(rowFlats.begin(), rowFlats.end(), [](int f) { return f == 0; })) return 0;
-        // The candidates: flat pixels counted over the window's rows by
-        // column, then along the row, so that a window without any is
-        // passed over at once (and a row whose window holds none at all,
-        // as in most of a photograph, costs nothing). Each band keeps its
-        // own counts and candidates, joined in band order.
+        // The candidates: pixels that are not flat with a flat pixel in
+        // their window, found from the flat bits of the window's rows joined
+        // (a row whose window holds none at all, as in most of a
+        // photograph, costs nothing). Each band keeps its own candidates,
+        // joined in band order.
         struct Found {
-            std::vector<int> column, prefix;
+            std::vector<uint64_t> near;  // the flat bits of the window's rows joined
             std::vector<size_t> candidates;
             std::vector<uint64_t> backs;
             bool failed = false;
         };
         std::vector<Found> found(static_cast<size_t>(bands));
-        for (Found& f : found) {
-            f.column.assign(w, 0);
-            f.prefix.assign(w + 1, 0);
-        }
+        for (Found& f : found) f.near.assign(words, 0);
+        const uint64_t lastMask =
+            (width & 63) == 0 ? ~uint64_t{0} : (uint64_t{1} << (width & 63)) - 1;
         Bands::run(bands, height, [&](int band, long long from, long long to) {
             Found& f = found[static_cast<size_t>(band)];
-            int* const column = f.column.data();
-            int* const prefix = f.prefix.data();
+            uint64_t* const near = f.near.data();
             const int cols = width, rows = height, r = radius, tol = tolerance;
             const RGBQUAD* const px = pixels;
-            const uint8_t* const marks = mark.data();
             const int* const flats = rowFlats.data();
-            const size_t stride = w;
-            auto addRow = [&](int v, int sign) {
-                if (v < 0 || v >= rows || flats[v] == 0) return;
-                const uint8_t* m = marks + static_cast<size_t>(v) * stride;
-                for (int x = 0; x < cols; ++x) column[x] += sign * (m[x] & kFlat);
-            };
             const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
             int windowFlats = 0;  // flat pixels in the window's rows
-            for (int v = std::max(0, y0 - r); v <= std::min(y0 + r, rows - 1); ++v) {
-                addRow(v, 1);
+            for (int v = std::max(0, y0 - r); v <= std::min(y0 + r, rows - 1); ++v)
                 windowFlats += flats[v];
-            }
             try {
                 for (int y = y0; y < y1; ++y) {
                     if (y > y0) {
                         const int add = y + r, drop = y - r - 1;
-                        addRow(add, 1);
-                        addRow(drop, -1);
                         if (add < rows) windowFlats += flats[add];
                         if (drop >= 0) windowFlats -= flats[drop];
                     }
                     if (windowFlats == 0) continue;
-                    for (int x = 0; x < cols; ++x) prefix[x + 1] = prefix[x] + column[x];
-                    for (int x = 0; x < cols; ++x) {
-                        const size_t i = static_cast<size_t>(y) * stride + x;
-                        if (marks[i] & kFlat) continue;
-                        const int x0 = std::max(0, x - r);
-                        const int x1 = std::min(cols - 1, x + r);
-                        if (prefix[x1 + 1] == prefix[x0]) continue;
-                        uint32_t b1 = 0, b2 = 0;
-                        if (!background(px, marks, cols, rows, r, tol, x, y, b1, b2)) continue;
-                        f.candidates.push_back(i);
-                        f.backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
+                    std::fill(near, near + words, 0);
+                    for (int v = std::max(0, y - r); v <= std::min(y + r, rows - 1); ++v) {
+                        if (flats[v] == 0) continue;
+                        const uint64_t* row = flat.row(v);
+                        for (size_t j = 0; j < words; ++j) near[j] |= row[j];
+                    }
+                    const uint64_t* own = flat.row(y);
+                    for (size_t j = 0; j < words; ++j) {
+                        uint64_t open = ~own[j];
+                        if (j + 1 == words) open &= lastMask;
+                        for (; open; open &= open - 1) {
+                            const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
+                            const int x0 = std::max(0, x - r);
+                            const int x1 = std::min(cols - 1, x + r);
+                            bool any = false;
+                            for (int u = x0; u <= x1 && !any; u += 64)
+                                any = FlatBits::run(near, u, std::min(64, x1 - u + 1)) != 0;
+                            if (!any) continue;
+                            uint32_t b1 = 0, b2 = 0;
+                            if (!background(px, flat, cols, rows, r, tol, x, y, b1, b2)) continue;
+                            const size_t i = static_cast<size_t>(y) * w + x;
+                            f.candidates.push_back(i);
+                            f.backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
+                        }
                     }
                 }
             } catch (const std::bad_alloc&) {

@@ -1,5 +1,6 @@
 #include "prepare/PictureCleaner.h"
 #include "prepare/Bands.h"
+#include "prepare/FlatPixels.h"
 #include "prepare/PackedColour.h"
 #include "prepare/RegionLabels.h"
 
@@ -8,9 +9,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace om1 {
 
@@ -119,107 +117,14 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     // keep theirs, so the second pass reads their keys from the pixels. The
     // flags are bits, each row starting a word.
     const PixelKeys key{pixels, alpha};
-    const size_t words = (static_cast<size_t>(width) + 63) / 64;
-    std::vector<uint64_t> flatBits;
-    try {
-        flatBits.assign(words * height, 0);
-    } catch (...) {
-        return -1;
-    }
-    // The flags of pixels x0..x0 + len - 1 of row y (len at most 64).
-    auto flatRun = [&](int x0, int len, int y) {
-        const uint64_t* row = &flatBits[y * words];
-        const int w0 = x0 >> 6, b = x0 & 63;
-        uint64_t v = row[w0] >> b;
-        if (b + len > 64) v |= row[w0 + 1] << (64 - b);
-        return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
-    };
-    // Flat is read from two bits per pixel: R, its right neighbour has its
-    // key, and D, the one below does (set where there is no such
-    // neighbour). With H = R and the left neighbour's R (the pixel's row of
-    // three alike), a pixel is flat when H holds in its row and the rows
-    // above and below and D in its row and the one above. Each band keeps
-    // three rows of each, in turn.
+    FlatPixels flat;
+    if (!flat.reset(width, height, bands)) return -1;
+    const size_t words = flat.words();
     const uint64_t lastMask = (width & 63) == 0 ? ~uint64_t{0} : (uint64_t{1} << (width & 63)) - 1;
-    std::vector<uint64_t> rowBits;
-    try {
-        rowBits.assign(static_cast<size_t>(bands) * 6 * words, 0);
-    } catch (...) {
-        return -1;
-    }
-    // H and D of row y.
-    auto bitsOf = [&](int y, uint64_t* H, uint64_t* D) {
-        const size_t at0 = static_cast<size_t>(y) * width;
-        const bool below = y + 1 < height;
-        for (size_t j = 0; j < words; ++j) {
-            const int x0 = static_cast<int>(j * 64), x1 = std::min(width, x0 + 64);
-            uint64_t r = 0, d = 0;
-            int x = x0;
-#if defined(__SSE2__)
-            // Without alpha four pixels at a time (while a right neighbour
-            // follows all four): the key is the pixel's low three bytes.
-            if (!withAlpha) {
-                const __m128i colour = _mm_set1_epi32(0x00FFFFFF);
-                auto keys = [&](size_t i) {
-                    return _mm_and_si128(
-                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + i)), colour);
-                };
-                auto bits = [](__m128i a, __m128i b) {
-                    return static_cast<uint64_t>(
-                        _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(a, b))));
-                };
-                for (; x + 4 <= x1 && x + 4 < width; x += 4) {
-                    const size_t i = at0 + x;
-                    const __m128i here = keys(i);
-                    r |= bits(here, keys(i + 1)) << (x - x0);
-                    d |= (below ? bits(here, keys(i + width)) : uint64_t{15}) << (x - x0);
-                }
-            }
-#endif
-            uint32_t k = key(at0 + x);
-            for (; x < x1; ++x) {
-                const size_t i = at0 + x;
-                const uint32_t next = x + 1 < width ? key(i + 1) : ~k;
-                r |= uint64_t{next == k || x + 1 == width} << (x - x0);
-                d |= uint64_t{!below || key(i + width) == k} << (x - x0);
-                k = next;
-            }
-            H[j] = r;
-            D[j] = d;
-        }
-        uint64_t carry = 1;  // R of the pixel left of the word's first
-        for (size_t j = 0; j < words; ++j) {
-            const uint64_t r = H[j];
-            H[j] = r & (r << 1 | carry);
-            carry = r >> 63;
-        }
-    };
     auto findFlat = [&](int band, long long y0, long long y1) {
-        uint64_t* own = &rowBits[static_cast<size_t>(band) * 6 * words];
-        uint64_t *hAbove = own, *hRow = own + words, *hBelow = own + 2 * words;
-        uint64_t *dAbove = own + 3 * words, *dRow = own + 4 * words, *dBelow = own + 5 * words;
-        if (y0 > 0) {
-            bitsOf(static_cast<int>(y0) - 1, hAbove, dAbove);
-        } else {
-            std::fill(hAbove, hAbove + words, ~uint64_t{0});
-            std::fill(dAbove, dAbove + words, ~uint64_t{0});
-        }
-        bitsOf(static_cast<int>(y0), hRow, dRow);
-        for (int y = static_cast<int>(y0); y < y1; ++y) {
-            if (!at(0, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
-            if (y + 1 < height)
-                bitsOf(y + 1, hBelow, dBelow);
-            else
-                std::fill(hBelow, hBelow + words, ~uint64_t{0});
-            uint64_t* row = &flatBits[y * words];
-            for (size_t j = 0; j < words; ++j)
-                row[j] = hAbove[j] & hRow[j] & hBelow[j] & dAbove[j] & dRow[j];
-            row[words - 1] &= lastMask;
-            std::swap(hAbove, hRow);
-            std::swap(hRow, hBelow);
-            std::swap(dAbove, dRow);
-            std::swap(dRow, dBelow);
-        }
+        flat.find(key, band, static_cast<int>(y0), static_cast<int>(y1), [&](int y) {
+            return at(0, band, y, static_cast<int>(y0), static_cast<int>(y1));
+        });
     };
     Bands::run(bands, height, findFlat, [&]() {
         if (progress && !stop && !progress(0.45)) stop = true;
@@ -232,7 +137,7 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
         uint32_t cand[16];
         for (int y = static_cast<int>(y0); y < y1; ++y) {
             if (!at(1, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
-            const uint64_t* flatRow = &flatBits[y * words];
+            const uint64_t* flatRow = flat.row(y);
             for (size_t j = 0; j < words; ++j) {
                 uint64_t open = ~flatRow[j];
                 if (j + 1 == words) open &= lastMask;
@@ -250,9 +155,8 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                     const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
                     for (int ny = y0; ny <= y1 && k < 16; ++ny) {
                         const size_t rowStart = static_cast<size_t>(ny) * width + x0;
-                        const uint64_t flat = flatRun(x0, x1 - x0 + 1, ny);
-                        for (uint64_t bits = flat & ~(flat << 1); bits && k < 16;
-                             bits &= bits - 1) {
+                        const uint64_t run = flat.run(x0, x1 - x0 + 1, ny);
+                        for (uint64_t bits = run & ~(run << 1); bits && k < 16; bits &= bits - 1) {
                             const uint32_t v = key(rowStart + __builtin_ctzll(bits));
                             if (k > 0 && v == cand[k - 1]) continue;
                             if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "prepare/Bands.h"
+#include "prepare/FlatPixels.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
@@ -22,7 +23,7 @@ const uint32_t kNone =
     0xFFFFFFFFu;  // no colour (keys are 24-bit)  // a line this close to its background is no line
 
 // Bits of a pixel's mark.
-const uint8_t kFlat = 1, kCandidate = 2, kSeen = 4;
+const uint8_t kCandidate = 2, kSeen = 4;
 
 // A pixel's colour as a key (PixelKeys without alpha): equal keys, equal
 // colours.
@@ -40,26 +41,12 @@ double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
     return t;
 }
 
-// The flat pixels of a picture as bits, each row starting a word.
-struct FlatBits {
-    const uint64_t* bits;
-    size_t words;  // per row
-    // The flags of pixels x0..x0 + len - 1 of `row` (len 1 to 64).
-    static uint64_t run(const uint64_t* row, int x0, int len) {
-        const int w0 = x0 >> 6, b = x0 & 63;
-        uint64_t v = row[w0] >> b;
-        if (b + len > 64) v |= row[w0 + 1] << (64 - b);
-        return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
-    }
-    const uint64_t* row(int y) const { return bits + static_cast<size_t>(y) * words; }
-};
-
 // The flat colours in the window of `radius` round pixel (x, y): one, or
 // two (sorted) where the pixel is not a mix of those two (farther than
 // `tolerance`); false for none, more, or the pixel's own colour among them.
 // Flat pixels side by side have one colour: of each run of them in a row of
 // the window only the first is read.
-bool background(const RGBQUAD* pixels, const FlatBits& flat, int width, int height, int radius,
+bool background(const RGBQUAD* pixels, const FlatPixels& flat, int width, int height, int radius,
                 int tolerance, int x, int y, uint32_t& b1, uint32_t& b2) {
     const size_t w = static_cast<size_t>(width);
     const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
@@ -86,7 +73,7 @@ bool background(const RGBQUAD* pixels, const FlatBits& flat, int width, int heig
         const uint64_t mask = len == 64 ? ~uint64_t{0} : (uint64_t{1} << len) - 1;
         const uint64_t* row = flat.row(y0) + w0;
         size_t at = static_cast<size_t>(y0) * w + x0;
-        for (int v = y0; v <= y1; ++v, row += flat.words, at += w) {
+        for (int v = y0; v <= y1; ++v, row += flat.words(), at += w) {
             uint64_t bits = row[0] >> b;
             if (spans) bits |= row[1] << (64 - b);
             bits &= mask;
@@ -98,7 +85,7 @@ bool background(const RGBQUAD* pixels, const FlatBits& flat, int width, int heig
             const uint64_t* row = flat.row(v);
             // By 64 pixels (a run across two parts is read twice).
             for (int u = x0; u <= x1; u += 64) {
-                const uint64_t bits = FlatBits::run(row, u, std::min(64, x1 - u + 1));
+                const uint64_t bits = FlatPixels::run(row, u, std::min(64, x1 - u + 1));
                 const size_t at = static_cast<size_t>(v) * w + u;
                 for (uint64_t starts = bits & ~(bits << 1); starts; starts &= starts - 1)
                     if (!add(at + __builtin_ctzll(starts))) return false;
@@ -123,61 +110,23 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
     const size_t w = static_cast<size_t>(width);
     try {
         std::vector<uint8_t> mark(n, 0);
-        // The flat pixels again as bits, for the windows.
-        const size_t words = (w + 63) / 64;
-        std::vector<uint64_t> flatBits(words * static_cast<size_t>(height), 0);
-        const FlatBits flat{flatBits.data(), words};
-        // Flat pixels: a pixel whose row neighbours match it (`same`) and
-        // whose rows above and below do so around a pixel of its colour.
-        // Both passes over the pixels run by bands of rows, from an icon's
-        // size on; each band writes only its own rows.
+        // Flat pixels (by FlatPixels: its eight neighbours of its colour)
+        // and their number in each row. Both passes over the pixels run by
+        // bands of rows, from an icon's size on; each band writes only its
+        // own rows.
         const int bands = Bands::count(threads, static_cast<long long>(n), kMinBandPixels);
+        FlatPixels flat;
+        if (!flat.reset(width, height, bands)) return -1;
+        const size_t words = flat.words();
         std::vector<int> rowFlats(static_cast<size_t>(height), 0);
-        std::vector<std::vector<uint8_t>> sames(static_cast<size_t>(bands),
-                                                std::vector<uint8_t>(3 * w));
-        auto rowSame = [&](int y, uint8_t* s) {
-            const size_t r = static_cast<size_t>(y) * w;
-            bool left = true;  // the pixel matches its left neighbour
-            uint32_t c = keyAt(pixels, r);
-            for (int x = 0; x + 1 < width; ++x) {
-                const uint32_t next = keyAt(pixels, r + x + 1);
-                const bool right = next == c;
-                s[x] = left && right;
-                left = right;
-                c = next;
-            }
-            s[width - 1] = left;
-        };
         Bands::run(bands, height, [&](int band, long long from, long long to) {
-            uint8_t* const same = sames[static_cast<size_t>(band)].data();
             const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
-            if (y0 > 0) rowSame(y0 - 1, same);
-            rowSame(y0, &same[w]);
-            if (y0 + 1 < height) rowSame(y0 + 1, &same[2 * w]);
-            // Held here: the marks' stores could otherwise be any of them.
-            const RGBQUAD* const px = pixels;
-            uint8_t* const marks = mark.data();
-            uint64_t* const bits = flatBits.data();
-            const int cols = width, last = height - 1;
-            const size_t stride = w;
+            flat.find(PixelKeys{pixels, nullptr}, band, y0, y1);
             for (int y = y0; y < y1; ++y) {
-                const uint8_t* up = &same[0];
-                const uint8_t* mid = &same[stride];
-                const uint8_t* down = &same[2 * stride];
-                const size_t r = static_cast<size_t>(y) * stride;
+                const uint64_t* row = flat.row(y);
                 int flats = 0;
-                for (int x = 0; x < cols; ++x) {
-                    if (!mid[x]) continue;
-                    const uint32_t c = keyAt(px, r + x);
-                    if (y > 0 && !(up[x] && keyAt(px, r - stride + x) == c)) continue;
-                    if (y < last && !(down[x] && keyAt(px, r + stride + x) == c)) continue;
-                    marks[r + x] = kFlat;
-                    bits[static_cast<size_t>(y) * words + (x >> 6)] |= uint64_t{1} << (x & 63);
-                    ++flats;
-                }
+                for (size_t j = 0; j < words; ++j) flats += __builtin_popcountll(row[j]);
                 rowFlats[static_cast<size_t>(y)] = flats;
-                std::memmove(&same[0], &same[w], 2 * w);
-                if (y + 2 < height) rowSame(y + 2, &same[2 * w]);
             }
         });
         if (std::all_of(rowFlats.begin(), rowFlats.end(), [](int f) { return f == 0; })) return 0;
@@ -230,7 +179,7 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                             const int x1 = std::min(cols - 1, x + r);
                             bool any = false;
                             for (int u = x0; u <= x1 && !any; u += 64)
-                                any = FlatBits::run(near, u, std::min(64, x1 - u + 1)) != 0;
+                                any = FlatPixels::run(near, u, std::min(64, x1 - u + 1)) != 0;
                             if (!any) continue;
                             uint32_t b1 = 0, b2 = 0;
                             if (!background(px, flat, cols, rows, r, tol, x, y, b1, b2)) continue;

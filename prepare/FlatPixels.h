@@ -35,6 +35,38 @@ public:
     }
     uint64_t run(int x0, int len, int y) const { return run(row(y), x0, len); }
 
+    // Pixels x0..x0 + len - 1 (len 1 to 64) of rows y0, y0 + 1, ... in
+    // turn: of each row the flat pixels with no flat pixel before them in
+    // the window beside them (left, or in the row above at most a column
+    // away). Every other flat pixel of the window has the key of one of
+    // these read before it.
+    class Window {
+    public:
+        Window(const FlatPixels& flat, int x0, int len, int y0)
+            : row_(flat.row(y0) + (x0 >> 6)),
+              words_(flat.words()),
+              shift_(x0 & 63),
+              spans_((x0 & 63) + len > 64),
+              mask_(len == 64 ? ~uint64_t{0} : (uint64_t{1} << len) - 1) {}
+        // The next row's bits (bit 0 is pixel x0).
+        uint64_t next() {
+            uint64_t bits = row_[0] >> shift_;
+            if (spans_) bits |= row_[1] << (64 - shift_);
+            bits &= mask_;
+            row_ += words_;
+            const uint64_t fresh = bits & ~(bits << 1) & ~(above_ | above_ << 1 | above_ >> 1);
+            above_ = bits;
+            return fresh;
+        }
+
+    private:
+        const uint64_t* row_;
+        size_t words_;
+        int shift_;
+        bool spans_;
+        uint64_t mask_, above_ = 0;
+    };
+
 private:
     // H and D of row y (see find).
     void rowBits(const PixelKeys& key, int y, uint64_t* H, uint64_t* D) const;

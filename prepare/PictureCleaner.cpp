@@ -147,16 +147,16 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
                     // An empty pixel stays empty.
                     if (withAlpha && alpha[i] == 0) continue;
                     // The distinct keys of the window's flat pixels, in row order.
-                    // A flat pixel has the key of a flat left neighbour (its own
-                    // 3 x 3 is one key), so each run of flat pixels in a row of
-                    // the window gives its first pixel's key only.
+                    // A flat pixel has the key of a flat neighbour (its own 3 x 3
+                    // is one key), so only those with none before them in the
+                    // window are read (FlatPixels::Window).
                     int k = 0;
                     const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
                     const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
+                    FlatPixels::Window window(flat, x0, x1 - x0 + 1, y0);
                     for (int ny = y0; ny <= y1 && k < 16; ++ny) {
                         const size_t rowStart = static_cast<size_t>(ny) * width + x0;
-                        const uint64_t run = flat.run(x0, x1 - x0 + 1, ny);
-                        for (uint64_t bits = run & ~(run << 1); bits && k < 16; bits &= bits - 1) {
+                        for (uint64_t bits = window.next(); bits && k < 16; bits &= bits - 1) {
                             const uint32_t v = key(rowStart + __builtin_ctzll(bits));
                             if (k > 0 && v == cand[k - 1]) continue;
                             if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;

@@ -44,8 +44,8 @@ double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
 // The flat colours in the window of `radius` round pixel (x, y): one, or
 // two (sorted) where the pixel is not a mix of those two (farther than
 // `tolerance`); false for none, more, or the pixel's own colour among them.
-// Flat pixels side by side have one colour: of each run of them in a row of
-// the window only the first is read.
+// Flat pixels side by side have one colour: only those with none before them
+// in the window are read (FlatPixels::Window).
 bool background(const RGBQUAD* pixels, const FlatPixels& flat, int width, int height, int radius,
                 int tolerance, int x, int y, uint32_t& b1, uint32_t& b2) {
     const size_t w = static_cast<size_t>(width);
@@ -67,19 +67,11 @@ bool background(const RGBQUAD* pixels, const FlatPixels& flat, int width, int he
     };
     const int len = x1 - x0 + 1;
     if (len <= 64) {
-        // The window's part of each row: the same bits of the same words.
-        const int w0 = x0 >> 6, b = x0 & 63;
-        const bool spans = b + len > 64;
-        const uint64_t mask = len == 64 ? ~uint64_t{0} : (uint64_t{1} << len) - 1;
-        const uint64_t* row = flat.row(y0) + w0;
+        FlatPixels::Window window(flat, x0, len, y0);
         size_t at = static_cast<size_t>(y0) * w + x0;
-        for (int v = y0; v <= y1; ++v, row += flat.words(), at += w) {
-            uint64_t bits = row[0] >> b;
-            if (spans) bits |= row[1] << (64 - b);
-            bits &= mask;
-            for (uint64_t starts = bits & ~(bits << 1); starts; starts &= starts - 1)
-                if (!add(at + __builtin_ctzll(starts))) return false;
-        }
+        for (int v = y0; v <= y1; ++v, at += w)
+            for (uint64_t fresh = window.next(); fresh; fresh &= fresh - 1)
+                if (!add(at + __builtin_ctzll(fresh))) return false;
     } else {
         for (int v = y0; v <= y1; ++v) {
             const uint64_t* row = flat.row(v);

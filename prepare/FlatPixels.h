@@ -35,6 +35,11 @@ public:
     }
     uint64_t run(int x0, int len, int y) const { return run(row(y), x0, len); }
 
+    // The pixels within `radius` (a square window) of a flat pixel of rows
+    // y0..y1 (those in the raster), as bits into `near` (words() words): a
+    // window of the rows with none there has no flat pixel.
+    void near(int y0, int y1, int radius, uint64_t* near) const;
+
     // Pixels x0..x0 + len - 1 (len 1 to 64) of rows y0, y0 + 1, ... in
     // turn: of each row the flat pixels with no flat pixel before them in
     // the window beside them (left, or in the row above at most a column
@@ -54,6 +59,10 @@ public:
             if (spans_) bits |= row_[1] << (64 - shift_);
             bits &= mask_;
             row_ += words_;
+            if (!bits) {
+                above_ = 0;
+                return 0;
+            }
             const uint64_t fresh = bits & ~(bits << 1) & ~(above_ | above_ << 1 | above_ >> 1);
             above_ = bits;
             return fresh;

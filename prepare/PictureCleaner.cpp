@@ -120,7 +120,6 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     FlatPixels flat;
     if (!flat.reset(width, height, bands)) return -1;
     const size_t words = flat.words();
-    const uint64_t lastMask = (width & 63) == 0 ? ~uint64_t{0} : (uint64_t{1} << (width & 63)) - 1;
     auto findFlat = [&](int band, long long y0, long long y1) {
         flat.find(key, band, static_cast<int>(y0), static_cast<int>(y1), [&](int y) {
             return at(0, band, y, static_cast<int>(y0), static_cast<int>(y1));
@@ -132,15 +131,23 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     if (stop) return -1;
     // Only pixels that are not flat change, each by its own window.
     std::vector<long long> changedBy(static_cast<size_t>(bands), 0);
+    std::vector<uint64_t> nearBits;
+    try {
+        nearBits.assign(static_cast<size_t>(bands) * words, 0);
+    } catch (...) {
+        return -1;
+    }
     auto clean = [&](int band, long long y0, long long y1) {
         long long changed = 0;
         uint32_t cand[16];
+        uint64_t* const near = &nearBits[static_cast<size_t>(band) * words];
         for (int y = static_cast<int>(y0); y < y1; ++y) {
             if (!at(1, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
             const uint64_t* flatRow = flat.row(y);
+            // Only pixels with a flat pixel in their window can change.
+            flat.near(y - radius, y + radius, radius, near);
             for (size_t j = 0; j < words; ++j) {
-                uint64_t open = ~flatRow[j];
-                if (j + 1 == words) open &= lastMask;
+                uint64_t open = ~flatRow[j] & near[j];
                 for (; open; open &= open - 1) {
                     const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
                     const size_t i = static_cast<size_t>(y) * width + x;

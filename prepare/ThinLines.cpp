@@ -128,15 +128,13 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
         // photograph, costs nothing). Each band keeps its own candidates,
         // joined in band order.
         struct Found {
-            std::vector<uint64_t> near;  // the flat bits of the window's rows joined
+            std::vector<uint64_t> near;  // FlatPixels::near of a row
             std::vector<size_t> candidates;
             std::vector<uint64_t> backs;
             bool failed = false;
         };
         std::vector<Found> found(static_cast<size_t>(bands));
         for (Found& f : found) f.near.assign(words, 0);
-        const uint64_t lastMask =
-            (width & 63) == 0 ? ~uint64_t{0} : (uint64_t{1} << (width & 63)) - 1;
         Bands::run(bands, height, [&](int band, long long from, long long to) {
             Found& f = found[static_cast<size_t>(band)];
             uint64_t* const near = f.near.data();
@@ -155,24 +153,12 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                         if (drop >= 0) windowFlats -= flats[drop];
                     }
                     if (windowFlats == 0) continue;
-                    std::fill(near, near + words, 0);
-                    for (int v = std::max(0, y - r); v <= std::min(y + r, rows - 1); ++v) {
-                        if (flats[v] == 0) continue;
-                        const uint64_t* row = flat.row(v);
-                        for (size_t j = 0; j < words; ++j) near[j] |= row[j];
-                    }
+                    // Only pixels with a flat pixel in their window.
+                    flat.near(y - r, y + r, r, near);
                     const uint64_t* own = flat.row(y);
                     for (size_t j = 0; j < words; ++j) {
-                        uint64_t open = ~own[j];
-                        if (j + 1 == words) open &= lastMask;
-                        for (; open; open &= open - 1) {
+                        for (uint64_t open = ~own[j] & near[j]; open; open &= open - 1) {
                             const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
-                            const int x0 = std::max(0, x - r);
-                            const int x1 = std::min(cols - 1, x + r);
-                            bool any = false;
-                            for (int u = x0; u <= x1 && !any; u += 64)
-                                any = FlatPixels::run(near, u, std::min(64, x1 - u + 1)) != 0;
-                            if (!any) continue;
                             uint32_t b1 = 0, b2 = 0;
                             if (!background(px, flat, cols, rows, r, tol, x, y, b1, b2)) continue;
                             const size_t i = static_cast<size_t>(y) * w + x;

@@ -6,6 +6,9 @@
 #include <new>
 #include <queue>
 #include <vector>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
@@ -120,7 +123,41 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 }
             for (Part& p : parts) squares += p.squares;
         }
-        for (size_t i = 0; i < n && !summed; ++i) {
+        if (!summed && !alpha) {
+            // Sums of whole numbers, exact in doubles in any order: each run
+            // of one label is added up in whole numbers first.
+            const int32_t* const label = labels.data();
+            int32_t run = label[0];
+            unsigned long long runSize = 0, runSum[3] = {0, 0, 0}, allSquares = 0;
+            auto endRun = [&]() {
+                size[run] += static_cast<double>(runSize);
+                for (int k = 0; k < 3; ++k) sum[3 * static_cast<size_t>(run) + k] += runSum[k];
+            };
+            auto add = [&](size_t i) {
+                if (label[i] != run) {
+                    endRun();
+                    run = label[i];
+                    runSize = runSum[0] = runSum[1] = runSum[2] = 0;
+                }
+                const unsigned red = original[i].rgbRed, green = original[i].rgbGreen,
+                               blue = original[i].rgbBlue;
+                ++runSize;
+                runSum[0] += red;
+                runSum[1] += green;
+                runSum[2] += blue;
+                allSquares += red * red + green * green + blue * blue;
+            };
+            // `going` is asked at every pixel i with i % (kEvery + 1) == kEvery.
+            for (size_t i = 0; i < n;) {
+                for (const size_t end = std::min(n, i | kEvery); i < end; ++i) add(i);
+                if (i == n) break;
+                if (!going()) return -1;
+                add(i++);
+            }
+            endRun();
+            squares = static_cast<double>(allSquares);
+        }
+        for (size_t i = 0; i < n && !summed && alpha; ++i) {
             if ((i & kEvery) == kEvery && !going()) return -1;
             const int32_t r = labels[i];
             double red = original[i].rgbRed, green = original[i].rgbGreen,
@@ -174,21 +211,41 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         stop = true;
                         return;
                     }
-                    for (int x = 0; x < width; ++x) {
-                        const size_t i = static_cast<size_t>(y) * width + x;
-                        const int32_t a = labels[i];
-                        const int32_t nb[2] = {x + 1 < width ? labels[i + 1] : a,
-                                               y + 1 < height ? labels[i + width] : a};
-                        for (int32_t b : nb) {
-                            if (b == a) continue;
-                            const uint64_t pair = static_cast<uint64_t>(std::min(a, b)) << 32 |
-                                                  static_cast<uint32_t>(std::max(a, b));
-                            if (!pairs.empty() && pairs.back() == pair) continue;
-                            if (pairs.size() == pairs.capacity() && bands > 1) {
-                                std::sort(pairs.begin(), pairs.end());
-                                pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
-                            }
-                            pairs.push_back(pair);
+                    const int32_t* const row = &labels[static_cast<size_t>(y) * width];
+                    // The row below; the last row's pixels are their own.
+                    const int32_t* const down = y + 1 < height ? row + width : row;
+                    auto add = [&](int32_t a, int32_t b) {
+                        const uint64_t pair = static_cast<uint64_t>(std::min(a, b)) << 32 |
+                                              static_cast<uint32_t>(std::max(a, b));
+                        if (!pairs.empty() && pairs.back() == pair) return;
+                        if (pairs.size() == pairs.capacity() && bands > 1) {
+                            std::sort(pairs.begin(), pairs.end());
+                            pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+                        }
+                        pairs.push_back(pair);
+                    };
+                    int x = 0;
+                    while (x < width) {
+#if defined(__SSE2__)
+                        // Four pixels at a time while each has the label of
+                        // its right and lower neighbours.
+                        for (; x + 4 < width; x += 4) {
+                            const __m128i a =
+                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x));
+                            const __m128i r =
+                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x + 1));
+                            const __m128i d =
+                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(down + x));
+                            const __m128i same =
+                                _mm_and_si128(_mm_cmpeq_epi32(a, r), _mm_cmpeq_epi32(a, d));
+                            if (_mm_movemask_epi8(same) != 0xFFFF) break;
+                        }
+#endif
+                        // Up to four pixels one by one (or the rest of the row).
+                        for (const int stop = std::min(width, x + 4); x < stop; ++x) {
+                            const int32_t a = row[x];
+                            if (x + 1 < width && row[x + 1] != a) add(a, row[x + 1]);
+                            if (down[x] != a) add(a, down[x]);
                         }
                     }
                 }
@@ -327,10 +384,16 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         stop = true;
                         return;
                     }
+                    // Runs of one label take one look-up.
+                    int32_t last = -1;
+                    uint32_t v = 0;
                     for (size_t i = static_cast<size_t>(y) * width,
                                 e = static_cast<size_t>(y + 1) * width;
                          i < e; ++i) {
-                        const uint32_t v = paint[parent[labels[i]]];
+                        if (labels[i] != last) {
+                            last = labels[i];
+                            v = paint[parent[last]];
+                        }
                         unpackColour(pixels[i], v);
                         if (alpha) alpha[i] = keyAlpha(v);
                     }

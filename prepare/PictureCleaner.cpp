@@ -299,7 +299,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     try {
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
-        std::vector<int32_t> labels, first, size, parent, small, touched, members, source;
+        std::vector<int32_t> labels, first, size, parent, small, touched, members, source, joined;
         long long count =
             labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
         if (count < 0) return -1;
@@ -320,6 +320,78 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             if (((i - from) & kEvery) != kEvery) return true;
             if (band == 0 ? !going() : stop.load()) stop = true;
             return !stop.load();
+        };
+        // The labelling of the pixels after a pass's repaint, from the
+        // labels of the `m` regions before it, as labelRegions gives it: a
+        // region is the regions before it that joined one (one colour, one
+        // piece), and those of one colour that a repainted pixel now
+        // touches (no other pixels changed colour). Sets keep their least
+        // label, whose first pixel is the set's, so that they are numbered
+        // by their least.
+        auto relabel = [&](int32_t m) -> long long {
+            joined.resize(m);
+            for (int32_t r = 0; r < m; ++r) joined[r] = r;
+            auto top = [&](int32_t r) {
+                while (joined[r] != r) r = joined[r] = joined[joined[r]];
+                return r;
+            };
+            auto unite = [&](int32_t a, int32_t b) {
+                a = top(a);
+                b = top(b);
+                if (a < b)
+                    joined[b] = a;
+                else if (b < a)
+                    joined[a] = b;
+            };
+            for (int32_t r = 0; r < m; ++r) {
+                int32_t to = r;
+                while (parent[to] != to) to = parent[to];
+                if (to != r) unite(r, to);
+            }
+            const PixelKeys key{pixels, alpha};
+            size_t walked = 0;  // pixels since the progress last heard
+            for (int y = 0; y < height; ++y) {
+                walked += static_cast<size_t>(width);
+                if (walked > kEvery) {
+                    walked = 0;
+                    if (!going()) return -1;
+                }
+                const size_t row = static_cast<size_t>(y) * width;
+                for (int x = 0; x < width; ++x) {
+                    const size_t i = row + x;
+                    const int32_t a = labels[i];
+                    if (source[a] < 0) continue;
+                    const uint32_t k = key(i);
+                    auto meet = [&](size_t j) {
+                        if (labels[j] != a && key(j) == k) unite(a, labels[j]);
+                    };
+                    if (x > 0) meet(i - 1);
+                    if (x + 1 < width) meet(i + 1);
+                    if (y > 0) meet(i - width);
+                    if (y + 1 < height) meet(i + width);
+                }
+            }
+            // Numbered by least label (a set's least comes before its
+            // others) into `source`, read no more; `first` is rewritten in
+            // place (number <= label).
+            std::vector<int32_t>& number = source;
+            int32_t next = 0;
+            for (int32_t r = 0; r < m; ++r) {
+                const int32_t t = top(r);
+                if (t == r) {
+                    first[next] = first[r];
+                    number[r] = next++;
+                } else {
+                    number[r] = number[t];
+                }
+            }
+            first.resize(next);
+            for (size_t i = 0; i < n;) {
+                if (i > 0 && !going()) return -1;
+                for (const size_t end = std::min(n, i + kEvery + 1); i < end; ++i)
+                    labels[i] = number[labels[i]];
+            }
+            return next;
         };
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             if (!at(0)) return -1;
@@ -461,7 +533,11 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             });
             if (stop) return -1;
             if (!at(0.7)) return -1;
-            count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+            if (bands == 1) {
+                count = relabel(m);
+            } else {
+                count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+            }
             if (count < 0) return -1;
             share += (1 - share) / 2;
         }

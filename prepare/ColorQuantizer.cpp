@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <unordered_map>
 #if defined(__SSE2__)
@@ -500,20 +501,27 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             [&](int band, long long from, long long to) {
                 LastEntry last;
                 uint8_t* mine = used[band].data();
+                // A run of one colour looks its entry up once; the pixel
+                // takes the entry's colour bytes, its reserved byte kept.
+                uint32_t runKey = 0xFFFFFFFFu, runColour = 0;
                 for (long long i = from; i < to; ++i) {
                     if (((i - from) & 0xFFFFF) == 0 &&
                         !bandGoing(stop, band, i, from, to, 0.8, 0.2))
                         return;
-                    // A table lookup takes long, the others (a read, or
-                    // three) less than a missed guess whether the colour
-                    // changed.
-                    const uint32_t b = boxOf    ? boxOf[packColour(pixels[i])]
-                                       : tabled ? nearestOf[entryOf(static_cast<size_t>(i), last)]
-                                                : nearestOf[rankOf(packColour(pixels[i]))];
-                    mine[b] = 1;
-                    const BYTE reserved = pixels[i].rgbReserved;
-                    pixels[i] = colours[b];
-                    pixels[i].rgbReserved = reserved;
+                    uint32_t v;
+                    std::memcpy(&v, pixels + i, sizeof v);
+                    if ((v & 0x00FFFFFFu) != runKey) {
+                        runKey = v & 0x00FFFFFFu;
+                        const uint32_t b = boxOf ? boxOf[packColour(pixels[i])]
+                                           : tabled
+                                               ? nearestOf[entryOf(static_cast<size_t>(i), last)]
+                                               : nearestOf[rankOf(packColour(pixels[i]))];
+                        mine[b] = 1;
+                        std::memcpy(&runColour, &colours[b], sizeof runColour);
+                        runColour &= 0x00FFFFFFu;
+                    }
+                    v = (v & 0xFF000000u) | runColour;
+                    std::memcpy(pixels + i, &v, sizeof v);
                 }
             },
             [&]() {

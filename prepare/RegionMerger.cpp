@@ -67,7 +67,9 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         std::vector<uint32_t> paint(m);
         for (int32_t r = 0; r < m; ++r)
             paint[r] = packKey(pixels, alpha, static_cast<size_t>(first[r]));
-        std::vector<int32_t>().swap(first);
+        // Kept for the labelling handed on (without alpha).
+        const bool handOn = labelled && !alpha;
+        if (!handOn) std::vector<int32_t>().swap(first);
         // Per region with alpha: 0 empty, 255 opaque, else partial.
         std::vector<uint8_t> level(alpha ? m : 0);
         double squares = 0;
@@ -374,8 +376,57 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         if (!at(0.9)) return -1;
         // Every pixel in its region's colour (and level), by bands: the
         // roots first, as the bands only read them.
+        // The regions of the repainted picture (as labelRegions numbers
+        // them), for the labelling handed on: the unions, each one colour
+        // and one piece, joined where two that touch took one colour (their
+        // neighbour lists hold every union that touches them). Sets keep
+        // their least label, whose first pixel is theirs: `number` gets each
+        // region's number by its label before, `first` the first pixels.
+        auto labelsAfter = [&](std::vector<int32_t>& number) {
+            std::vector<int32_t> joined(m);
+            for (int32_t r = 0; r < m; ++r) joined[r] = r;
+            auto top = [&](int32_t r) {
+                while (joined[r] != r) r = joined[r] = joined[joined[r]];
+                return r;
+            };
+            auto unite = [&](int32_t a, int32_t b) {
+                a = top(a);
+                b = top(b);
+                if (a < b)
+                    joined[b] = a;
+                else if (b < a)
+                    joined[a] = b;
+            };
+            for (int32_t r = 0; r < m; ++r) {
+                const int32_t root = find(r);
+                if (root != r) {
+                    unite(r, root);
+                    continue;
+                }
+                for (int32_t q : adjacent[r]) {
+                    const int32_t other = find(q);
+                    if (other != r && paint[other] == paint[r]) unite(r, other);
+                }
+            }
+            number.resize(m);
+            int32_t next = 0;
+            for (int32_t r = 0; r < m; ++r) {
+                const int32_t t = top(r);
+                if (t == r) {
+                    first[next] = first[r];
+                    number[r] = next++;
+                } else {
+                    number[r] = number[t];
+                }
+            }
+            return static_cast<long long>(next);
+        };
+        // With `number` (a region's label after the repaint, by its label
+        // before) the labels are renumbered as they are read.
+        std::vector<int32_t> number;
         auto repaint = [&]() {
             for (int32_t r = 0; r < m; ++r) parent[r] = find(r);
+            const int32_t* const renumber = number.empty() ? nullptr : number.data();
             Bands::run(bands, bands, [&](int band, long long, long long) {
                 int y0, y1;
                 rowsOf(band, y0, y1);
@@ -385,7 +436,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         return;
                     }
                     // Runs of one label take one look-up.
-                    int32_t last = -1;
+                    int32_t last = -1, now = 0;
                     uint32_t v = 0;
                     for (size_t i = static_cast<size_t>(y) * width,
                                 e = static_cast<size_t>(y + 1) * width;
@@ -393,9 +444,11 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         if (labels[i] != last) {
                             last = labels[i];
                             v = paint[parent[last]];
+                            if (renumber) now = renumber[last];
                         }
                         unpackColour(pixels[i], v);
                         if (alpha) alpha[i] = keyAlpha(v);
+                        if (renumber) labels[i] = now;
                     }
                 }
             });
@@ -436,7 +489,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 paint[r] = v;
             }
         share = 0.95;
+        long long after = -1;
+        if (handOn) after = labelsAfter(number);
         if (!repaint()) return -1;
+        if (handOn) {
+            first.resize(static_cast<size_t>(after));
+            labelled->labels.swap(labels);
+            labelled->firsts.swap(first);
+            labelled->count = after;
+        }
         return left;
     } catch (...) {
         return -1;

@@ -271,6 +271,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         }
         pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         std::vector<std::vector<int32_t>> adjacent(m);
+        {
+            // Each list made once at its length.
+            std::vector<int32_t> degree(m, 0);
+            for (uint64_t p : pairs) {
+                ++degree[static_cast<int32_t>(p >> 32)];
+                ++degree[static_cast<int32_t>(p)];
+            }
+            for (int32_t r = 0; r < m; ++r) adjacent[r].reserve(degree[r]);
+        }
         for (uint64_t p : pairs) {
             const int32_t a = static_cast<int32_t>(p >> 32), b = static_cast<int32_t>(p);
             adjacent[a].push_back(b);

@@ -294,10 +294,16 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             while (parent[r] != r) r = parent[r] = parent[parent[r]];
             return r;
         };
+        // Each region's mean (its sums over its size), kept with them.
+        std::vector<double> mean(sum.size());
+        auto measure = [&](int32_t r) {
+            for (int k = 0; k < K; ++k) mean[K * r + k] = sum[K * r + k] / size[r];
+        };
+        for (int32_t r = 0; r < m; ++r) measure(r);
         auto unionCost = [&](int32_t a, int32_t b) {
             double d2 = 0;
             for (int k = 0; k < K; ++k) {
-                const double d = sum[K * a + k] / size[a] - sum[K * b + k] / size[b];
+                const double d = mean[K * a + k] - mean[K * b + k];
                 d2 += d * d;
             }
             return size[a] * size[b] / (size[a] + size[b]) * d2;
@@ -355,6 +361,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             if (size[gone] > size[keep]) paint[keep] = paint[gone];
             size[keep] += size[gone];
             for (int k = 0; k < K; ++k) sum[K * keep + k] += sum[K * gone + k];
+            measure(keep);
             --left;
             std::vector<int32_t>& list = adjacent[keep];
             std::vector<int32_t>& added = adjacent[gone];

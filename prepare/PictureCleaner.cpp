@@ -533,7 +533,13 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             });
             if (stop) return -1;
             if (!at(0.7)) return -1;
-            if (bands == 1) {
+            // From the labels before where the regions and the repainted
+            // pixels are few (each costs more than a labelling's pixel), and
+            // the labelling is not shared out in bands.
+            size_t repainted = 0;
+            for (int32_t r = 0; r < m; ++r)
+                if (parent[r] != r) repainted += static_cast<size_t>(size[r]);
+            if (bands == 1 && static_cast<size_t>(m) + repainted < n / 8) {
                 count = relabel(m);
             } else {
                 count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);

@@ -35,7 +35,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                               double cost, double budget, double growth, bool means, uint8_t* alpha,
                               const uint8_t* originalAlpha,
                               const std::function<bool(double)>& progress, int threads,
-                              Labelling* labelled) {
+                              Labelling* labelled, Labelling* handed) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
     if (!originalAlpha) alpha = nullptr;
     auto at = [&](double share) { return !progress || progress(share); };
@@ -68,7 +68,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         for (int32_t r = 0; r < m; ++r)
             paint[r] = packKey(pixels, alpha, static_cast<size_t>(first[r]));
         // Kept for the labelling handed on (without alpha).
-        const bool handOn = labelled && !alpha;
+        const bool handOn = handed && !alpha;
         if (!handOn) std::vector<int32_t>().swap(first);
         // Per region with alpha: 0 empty, 255 opaque, else partial.
         std::vector<uint8_t> level(alpha ? m : 0);
@@ -451,20 +451,14 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         stop = true;
                         return;
                     }
-                    // Runs of one label take one look-up.
-                    int32_t last = -1, now = 0;
-                    uint32_t v = 0;
                     for (size_t i = static_cast<size_t>(y) * width,
                                 e = static_cast<size_t>(y + 1) * width;
                          i < e; ++i) {
-                        if (labels[i] != last) {
-                            last = labels[i];
-                            v = paint[parent[last]];
-                            if (renumber) now = renumber[last];
-                        }
+                        const int32_t l = labels[i];
+                        const uint32_t v = paint[parent[l]];
                         unpackColour(pixels[i], v);
                         if (alpha) alpha[i] = keyAlpha(v);
-                        if (renumber) labels[i] = now;
+                        if (renumber) labels[i] = renumber[l];
                     }
                 }
             });
@@ -510,9 +504,9 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         if (!repaint()) return -1;
         if (handOn) {
             first.resize(static_cast<size_t>(after));
-            labelled->labels.swap(labels);
-            labelled->firsts.swap(first);
-            labelled->count = after;
+            handed->labels.swap(labels);
+            handed->firsts.swap(first);
+            handed->count = after;
         }
         return left;
     } catch (...) {

@@ -448,7 +448,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget, growth,
                                     options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62),
-                                    options.threads, &labelled) < 0)
+                                    options.threads, &labelled, handOn ? &labelled : nullptr) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }

@@ -143,7 +143,8 @@ TEST(RegionMerger, TakesTheSpeckleFiltersLabellingAsItsOwn) {
                              om1::Labelling* given) {
                 return RegionMerger::merge(q.data(), input.data(), w, h, 4e5, 3.0 * w * h * 40, 0,
                                            true, withAlpha ? qa.data() : nullptr,
-                                           withAlpha ? inputAlpha.data() : nullptr, {}, 1, given);
+                                           withAlpha ? inputAlpha.data() : nullptr, {}, 1, given,
+                                           given);
             };
             const long long regions = merge(alone, aloneAlpha, nullptr);
             EXPECT_LT(regions, left);
@@ -185,7 +186,7 @@ TEST(RegionMerger, HandsOnOneRegionWhereUnionsOfOneColourMeet) {
     om1::Labelling labelled;
     // Joining the column to the left costs 30 * 3 / 33 * 16 (about 44).
     EXPECT_EQ(RegionMerger::merge(p.data(), original.data(), w, h, 100, 0, 0, false, nullptr,
-                                  nullptr, {}, 1, &labelled),
+                                  nullptr, {}, 1, nullptr, &labelled),
               2);
     for (const RGBQUAD& q : p) ASSERT_EQ(q.rgbRed, 100);
     EXPECT_EQ(labelled.count, 1);

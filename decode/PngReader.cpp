@@ -72,7 +72,43 @@ void paeth(uint8_t* row, const uint8_t* prior, size_t bytes) {
         left[c] = row[c] = static_cast<uint8_t>(row[c] + prior[c]);
         upLeft[c] = prior[c];
     }
-    for (size_t i = B; i < bytes; i += B)
+    size_t i = B;
+#if defined(__SSE2__)
+    // Three or four channels: a pixel's channels at once, as 16-bit numbers
+    // (each pixel still waits for its left neighbour). Four bytes are read a
+    // pixel (of three, the next one's first too, left out of the sums) while
+    // four are left in the row.
+    if (B >= 3 && i + 4 <= bytes) {
+        const __m128i zero = _mm_setzero_si128(), low = _mm_set1_epi16(0xFF);
+        auto load = [&](const uint8_t* p) {
+            int32_t v;
+            std::memcpy(&v, p, 4);
+            return _mm_unpacklo_epi8(_mm_cvtsi32_si128(v), zero);
+        };
+        auto abs16 = [&](__m128i v) { return _mm_max_epi16(v, _mm_sub_epi16(zero, v)); };
+        __m128i a = load(row), c = load(prior);
+        for (; i + 4 <= bytes; i += B) {
+            const __m128i b = load(prior + i), x = load(row + i);
+            const __m128i da = _mm_sub_epi16(b, c), db = _mm_sub_epi16(a, c);
+            const __m128i pa = abs16(da), pb = abs16(db), pc = abs16(_mm_add_epi16(da, db));
+            // a where pa <= pb and pa <= pc; else b where pb <= pc; else c.
+            const __m128i notA = _mm_or_si128(_mm_cmpgt_epi16(pa, pb), _mm_cmpgt_epi16(pa, pc));
+            const __m128i notB = _mm_cmpgt_epi16(pb, pc);
+            const __m128i bc = _mm_or_si128(_mm_and_si128(notB, c), _mm_andnot_si128(notB, b));
+            const __m128i p = _mm_or_si128(_mm_and_si128(notA, bc), _mm_andnot_si128(notA, a));
+            a = _mm_and_si128(_mm_add_epi16(x, p), low);
+            c = b;
+            const int32_t out = _mm_cvtsi128_si32(_mm_packus_epi16(a, zero));
+            std::memcpy(row + i, &out, B);
+        }
+        alignas(16) int16_t lanes[8];
+        _mm_store_si128(reinterpret_cast<__m128i*>(lanes), a);
+        for (int k = 0; k < B; ++k) left[k] = lanes[k];
+        _mm_store_si128(reinterpret_cast<__m128i*>(lanes), c);
+        for (int k = 0; k < B; ++k) upLeft[k] = lanes[k];
+    }
+#endif
+    for (; i < bytes; i += B)
 #pragma GCC unroll 8
         for (int c = 0; c < B; ++c) {
             const int a = left[c], b = prior[i + c], cc = upLeft[c];

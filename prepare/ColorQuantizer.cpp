@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <unordered_map>
 #if defined(__SSE2__)
@@ -492,6 +493,9 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         std::vector<uint8_t>().swap(nearest);
         // Every 2^20 pixels the first band reports its share and every band
         // looks whether to stop.
+        // Each entry's colour bytes as a pixel holds them (reserved zero).
+        std::vector<uint32_t> painted(k);
+        for (size_t b = 0; b < k; ++b) std::memcpy(&painted[b], &colours[b], sizeof(uint32_t));
         std::vector<std::vector<uint8_t>> used(static_cast<size_t>(bands),
                                                std::vector<uint8_t>(k, 0));
         std::atomic<bool> stop{false};
@@ -500,20 +504,41 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             [&](int band, long long from, long long to) {
                 LastEntry last;
                 uint8_t* mine = used[band].data();
+                // The pixel takes the entry's colour bytes, its reserved
+                // byte kept. With the table (few colours) a run of one colour
+                // looks its entry up once; otherwise (many colours) every
+                // pixel looks its own up (a read, or three), which costs less
+                // than a missed guess whether the colour changed.
+                if (tabled) {
+                    uint32_t runKey = 0xFFFFFFFFu, runColour = 0;
+                    for (long long i = from; i < to; ++i) {
+                        if (((i - from) & 0xFFFFF) == 0 &&
+                            !bandGoing(stop, band, i, from, to, 0.8, 0.2))
+                            return;
+                        uint32_t v;
+                        std::memcpy(&v, pixels + i, sizeof v);
+                        if ((v & 0x00FFFFFFu) != runKey) {
+                            runKey = v & 0x00FFFFFFu;
+                            const uint32_t b = nearestOf[entryOf(static_cast<size_t>(i), last)];
+                            mine[b] = 1;
+                            runColour = painted[b];
+                        }
+                        v = (v & 0xFF000000u) | runColour;
+                        std::memcpy(pixels + i, &v, sizeof v);
+                    }
+                    return;
+                }
                 for (long long i = from; i < to; ++i) {
                     if (((i - from) & 0xFFFFF) == 0 &&
                         !bandGoing(stop, band, i, from, to, 0.8, 0.2))
                         return;
-                    // A table lookup takes long, the others (a read, or
-                    // three) less than a missed guess whether the colour
-                    // changed.
-                    const uint32_t b = boxOf    ? boxOf[packColour(pixels[i])]
-                                       : tabled ? nearestOf[entryOf(static_cast<size_t>(i), last)]
-                                                : nearestOf[rankOf(packColour(pixels[i]))];
+                    const uint32_t c = packColour(pixels[i]);
+                    const uint32_t b = boxOf ? boxOf[c] : nearestOf[rankOf(c)];
                     mine[b] = 1;
-                    const BYTE reserved = pixels[i].rgbReserved;
-                    pixels[i] = colours[b];
-                    pixels[i].rgbReserved = reserved;
+                    uint32_t v;
+                    std::memcpy(&v, pixels + i, sizeof v);
+                    v = (v & 0xFF000000u) | painted[b];
+                    std::memcpy(pixels + i, &v, sizeof v);
                 }
             },
             [&]() {

@@ -1,5 +1,6 @@
 #include "prepare/PictureCleaner.h"
 #include "prepare/Bands.h"
+#include "prepare/FlatPixels.h"
 #include "prepare/PackedColour.h"
 #include "prepare/RegionLabels.h"
 
@@ -8,9 +9,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace om1 {
 
@@ -119,107 +117,13 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     // keep theirs, so the second pass reads their keys from the pixels. The
     // flags are bits, each row starting a word.
     const PixelKeys key{pixels, alpha};
-    const size_t words = (static_cast<size_t>(width) + 63) / 64;
-    std::vector<uint64_t> flatBits;
-    try {
-        flatBits.assign(words * height, 0);
-    } catch (...) {
-        return -1;
-    }
-    // The flags of pixels x0..x0 + len - 1 of row y (len at most 64).
-    auto flatRun = [&](int x0, int len, int y) {
-        const uint64_t* row = &flatBits[y * words];
-        const int w0 = x0 >> 6, b = x0 & 63;
-        uint64_t v = row[w0] >> b;
-        if (b + len > 64) v |= row[w0 + 1] << (64 - b);
-        return len == 64 ? v : v & ((uint64_t{1} << len) - 1);
-    };
-    // Flat is read from two bits per pixel: R, its right neighbour has its
-    // key, and D, the one below does (set where there is no such
-    // neighbour). With H = R and the left neighbour's R (the pixel's row of
-    // three alike), a pixel is flat when H holds in its row and the rows
-    // above and below and D in its row and the one above. Each band keeps
-    // three rows of each, in turn.
-    const uint64_t lastMask = (width & 63) == 0 ? ~uint64_t{0} : (uint64_t{1} << (width & 63)) - 1;
-    std::vector<uint64_t> rowBits;
-    try {
-        rowBits.assign(static_cast<size_t>(bands) * 6 * words, 0);
-    } catch (...) {
-        return -1;
-    }
-    // H and D of row y.
-    auto bitsOf = [&](int y, uint64_t* H, uint64_t* D) {
-        const size_t at0 = static_cast<size_t>(y) * width;
-        const bool below = y + 1 < height;
-        for (size_t j = 0; j < words; ++j) {
-            const int x0 = static_cast<int>(j * 64), x1 = std::min(width, x0 + 64);
-            uint64_t r = 0, d = 0;
-            int x = x0;
-#if defined(__SSE2__)
-            // Without alpha four pixels at a time (while a right neighbour
-            // follows all four): the key is the pixel's low three bytes.
-            if (!withAlpha) {
-                const __m128i colour = _mm_set1_epi32(0x00FFFFFF);
-                auto keys = [&](size_t i) {
-                    return _mm_and_si128(
-                        _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + i)), colour);
-                };
-                auto bits = [](__m128i a, __m128i b) {
-                    return static_cast<uint64_t>(
-                        _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(a, b))));
-                };
-                for (; x + 4 <= x1 && x + 4 < width; x += 4) {
-                    const size_t i = at0 + x;
-                    const __m128i here = keys(i);
-                    r |= bits(here, keys(i + 1)) << (x - x0);
-                    d |= (below ? bits(here, keys(i + width)) : uint64_t{15}) << (x - x0);
-                }
-            }
-#endif
-            uint32_t k = key(at0 + x);
-            for (; x < x1; ++x) {
-                const size_t i = at0 + x;
-                const uint32_t next = x + 1 < width ? key(i + 1) : ~k;
-                r |= uint64_t{next == k || x + 1 == width} << (x - x0);
-                d |= uint64_t{!below || key(i + width) == k} << (x - x0);
-                k = next;
-            }
-            H[j] = r;
-            D[j] = d;
-        }
-        uint64_t carry = 1;  // R of the pixel left of the word's first
-        for (size_t j = 0; j < words; ++j) {
-            const uint64_t r = H[j];
-            H[j] = r & (r << 1 | carry);
-            carry = r >> 63;
-        }
-    };
+    FlatPixels flat;
+    if (!flat.reset(width, height, bands)) return -1;
+    const size_t words = flat.words();
     auto findFlat = [&](int band, long long y0, long long y1) {
-        uint64_t* own = &rowBits[static_cast<size_t>(band) * 6 * words];
-        uint64_t *hAbove = own, *hRow = own + words, *hBelow = own + 2 * words;
-        uint64_t *dAbove = own + 3 * words, *dRow = own + 4 * words, *dBelow = own + 5 * words;
-        if (y0 > 0) {
-            bitsOf(static_cast<int>(y0) - 1, hAbove, dAbove);
-        } else {
-            std::fill(hAbove, hAbove + words, ~uint64_t{0});
-            std::fill(dAbove, dAbove + words, ~uint64_t{0});
-        }
-        bitsOf(static_cast<int>(y0), hRow, dRow);
-        for (int y = static_cast<int>(y0); y < y1; ++y) {
-            if (!at(0, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
-            if (y + 1 < height)
-                bitsOf(y + 1, hBelow, dBelow);
-            else
-                std::fill(hBelow, hBelow + words, ~uint64_t{0});
-            uint64_t* row = &flatBits[y * words];
-            for (size_t j = 0; j < words; ++j)
-                row[j] = hAbove[j] & hRow[j] & hBelow[j] & dAbove[j] & dRow[j];
-            row[words - 1] &= lastMask;
-            std::swap(hAbove, hRow);
-            std::swap(hRow, hBelow);
-            std::swap(dAbove, dRow);
-            std::swap(dRow, dBelow);
-        }
+        flat.find(key, band, static_cast<int>(y0), static_cast<int>(y1), [&](int y) {
+            return at(0, band, y, static_cast<int>(y0), static_cast<int>(y1));
+        });
     };
     Bands::run(bands, height, findFlat, [&]() {
         if (progress && !stop && !progress(0.45)) stop = true;
@@ -227,32 +131,39 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     if (stop) return -1;
     // Only pixels that are not flat change, each by its own window.
     std::vector<long long> changedBy(static_cast<size_t>(bands), 0);
+    std::vector<uint64_t> nearBits;
+    try {
+        nearBits.assign(static_cast<size_t>(bands) * words, 0);
+    } catch (...) {
+        return -1;
+    }
     auto clean = [&](int band, long long y0, long long y1) {
         long long changed = 0;
         uint32_t cand[16];
+        uint64_t* const near = &nearBits[static_cast<size_t>(band) * words];
         for (int y = static_cast<int>(y0); y < y1; ++y) {
             if (!at(1, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
-            const uint64_t* flatRow = &flatBits[y * words];
+            const uint64_t* flatRow = flat.row(y);
+            // Only pixels with a flat pixel in their window can change.
+            flat.near(y - radius, y + radius, radius, near);
             for (size_t j = 0; j < words; ++j) {
-                uint64_t open = ~flatRow[j];
-                if (j + 1 == words) open &= lastMask;
+                uint64_t open = ~flatRow[j] & near[j];
                 for (; open; open &= open - 1) {
                     const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
                     const size_t i = static_cast<size_t>(y) * width + x;
                     // An empty pixel stays empty.
                     if (withAlpha && alpha[i] == 0) continue;
                     // The distinct keys of the window's flat pixels, in row order.
-                    // A flat pixel has the key of a flat left neighbour (its own
-                    // 3 x 3 is one key), so each run of flat pixels in a row of
-                    // the window gives its first pixel's key only.
+                    // A flat pixel has the key of a flat neighbour (its own 3 x 3
+                    // is one key), so only those with none before them in the
+                    // window are read (FlatPixels::Window).
                     int k = 0;
                     const int x0 = std::max(x - radius, 0), x1 = std::min(x + radius, width - 1);
                     const int y0 = std::max(y - radius, 0), y1 = std::min(y + radius, height - 1);
+                    FlatPixels::Window window(flat, x0, x1 - x0 + 1, y0);
                     for (int ny = y0; ny <= y1 && k < 16; ++ny) {
                         const size_t rowStart = static_cast<size_t>(ny) * width + x0;
-                        const uint64_t flat = flatRun(x0, x1 - x0 + 1, ny);
-                        for (uint64_t bits = flat & ~(flat << 1); bits && k < 16;
-                             bits &= bits - 1) {
+                        for (uint64_t bits = window.next(); bits && k < 16; bits &= bits - 1) {
                             const uint32_t v = key(rowStart + __builtin_ctzll(bits));
                             if (k > 0 && v == cand[k - 1]) continue;
                             if (std::find(cand, cand + k, v) == cand + k) cand[k++] = v;
@@ -388,7 +299,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     try {
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
-        std::vector<int32_t> labels, first, size, parent, small, touched, members, source;
+        std::vector<int32_t> labels, first, size, parent, small, touched, members, source, joined;
         long long count =
             labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
         if (count < 0) return -1;
@@ -409,6 +320,78 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             if (((i - from) & kEvery) != kEvery) return true;
             if (band == 0 ? !going() : stop.load()) stop = true;
             return !stop.load();
+        };
+        // The labelling of the pixels after a pass's repaint, from the
+        // labels of the `m` regions before it, as labelRegions gives it: a
+        // region is the regions before it that joined one (one colour, one
+        // piece), and those of one colour that a repainted pixel now
+        // touches (no other pixels changed colour). Sets keep their least
+        // label, whose first pixel is the set's, so that they are numbered
+        // by their least.
+        auto relabel = [&](int32_t m) -> long long {
+            joined.resize(m);
+            for (int32_t r = 0; r < m; ++r) joined[r] = r;
+            auto top = [&](int32_t r) {
+                while (joined[r] != r) r = joined[r] = joined[joined[r]];
+                return r;
+            };
+            auto unite = [&](int32_t a, int32_t b) {
+                a = top(a);
+                b = top(b);
+                if (a < b)
+                    joined[b] = a;
+                else if (b < a)
+                    joined[a] = b;
+            };
+            for (int32_t r = 0; r < m; ++r) {
+                int32_t to = r;
+                while (parent[to] != to) to = parent[to];
+                if (to != r) unite(r, to);
+            }
+            const PixelKeys key{pixels, alpha};
+            size_t walked = 0;  // pixels since the progress last heard
+            for (int y = 0; y < height; ++y) {
+                walked += static_cast<size_t>(width);
+                if (walked > kEvery) {
+                    walked = 0;
+                    if (!going()) return -1;
+                }
+                const size_t row = static_cast<size_t>(y) * width;
+                for (int x = 0; x < width; ++x) {
+                    const size_t i = row + x;
+                    const int32_t a = labels[i];
+                    if (source[a] < 0) continue;
+                    const uint32_t k = key(i);
+                    auto meet = [&](size_t j) {
+                        if (labels[j] != a && key(j) == k) unite(a, labels[j]);
+                    };
+                    if (x > 0) meet(i - 1);
+                    if (x + 1 < width) meet(i + 1);
+                    if (y > 0) meet(i - width);
+                    if (y + 1 < height) meet(i + width);
+                }
+            }
+            // Numbered by least label (a set's least comes before its
+            // others) into `source`, read no more; `first` is rewritten in
+            // place (number <= label).
+            std::vector<int32_t>& number = source;
+            int32_t next = 0;
+            for (int32_t r = 0; r < m; ++r) {
+                const int32_t t = top(r);
+                if (t == r) {
+                    first[next] = first[r];
+                    number[r] = next++;
+                } else {
+                    number[r] = number[t];
+                }
+            }
+            first.resize(next);
+            for (size_t i = 0; i < n;) {
+                if (i > 0 && !going()) return -1;
+                for (const size_t end = std::min(n, i + kEvery + 1); i < end; ++i)
+                    labels[i] = number[labels[i]];
+            }
+            return next;
         };
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
             if (!at(0)) return -1;
@@ -550,7 +533,17 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             });
             if (stop) return -1;
             if (!at(0.7)) return -1;
-            count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+            // From the labels before where the regions and the repainted
+            // pixels are few (each costs more than a labelling's pixel), and
+            // the labelling is not shared out in bands.
+            size_t repainted = 0;
+            for (int32_t r = 0; r < m; ++r)
+                if (parent[r] != r) repainted += static_cast<size_t>(size[r]);
+            if (bands == 1 && static_cast<size_t>(m) + repainted < n / 8) {
+                count = relabel(m);
+            } else {
+                count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+            }
             if (count < 0) return -1;
             share += (1 - share) / 2;
         }

@@ -6,6 +6,9 @@
 #include <new>
 #include <queue>
 #include <vector>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
@@ -32,7 +35,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                               double cost, double budget, double growth, bool means, uint8_t* alpha,
                               const uint8_t* originalAlpha,
                               const std::function<bool(double)>& progress, int threads,
-                              Labelling* labelled) {
+                              Labelling* labelled, Labelling* handed) {
     if (!pixels || !original || width <= 0 || height <= 0) return 0;
     if (!originalAlpha) alpha = nullptr;
     auto at = [&](double share) { return !progress || progress(share); };
@@ -64,7 +67,9 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         std::vector<uint32_t> paint(m);
         for (int32_t r = 0; r < m; ++r)
             paint[r] = packKey(pixels, alpha, static_cast<size_t>(first[r]));
-        std::vector<int32_t>().swap(first);
+        // Kept for the labelling handed on (without alpha).
+        const bool handOn = handed && !alpha;
+        if (!handOn) std::vector<int32_t>().swap(first);
         // Per region with alpha: 0 empty, 255 opaque, else partial.
         std::vector<uint8_t> level(alpha ? m : 0);
         double squares = 0;
@@ -120,7 +125,41 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 }
             for (Part& p : parts) squares += p.squares;
         }
-        for (size_t i = 0; i < n && !summed; ++i) {
+        if (!summed && !alpha) {
+            // Sums of whole numbers, exact in doubles in any order: each run
+            // of one label is added up in whole numbers first.
+            const int32_t* const label = labels.data();
+            int32_t run = label[0];
+            unsigned long long runSize = 0, runSum[3] = {0, 0, 0}, allSquares = 0;
+            auto endRun = [&]() {
+                size[run] += static_cast<double>(runSize);
+                for (int k = 0; k < 3; ++k) sum[3 * static_cast<size_t>(run) + k] += runSum[k];
+            };
+            auto add = [&](size_t i) {
+                if (label[i] != run) {
+                    endRun();
+                    run = label[i];
+                    runSize = runSum[0] = runSum[1] = runSum[2] = 0;
+                }
+                const unsigned red = original[i].rgbRed, green = original[i].rgbGreen,
+                               blue = original[i].rgbBlue;
+                ++runSize;
+                runSum[0] += red;
+                runSum[1] += green;
+                runSum[2] += blue;
+                allSquares += red * red + green * green + blue * blue;
+            };
+            // `going` is asked at every pixel i with i % (kEvery + 1) == kEvery.
+            for (size_t i = 0; i < n;) {
+                for (const size_t end = std::min(n, i | kEvery); i < end; ++i) add(i);
+                if (i == n) break;
+                if (!going()) return -1;
+                add(i++);
+            }
+            endRun();
+            squares = static_cast<double>(allSquares);
+        }
+        for (size_t i = 0; i < n && !summed && alpha; ++i) {
             if ((i & kEvery) == kEvery && !going()) return -1;
             const int32_t r = labels[i];
             double red = original[i].rgbRed, green = original[i].rgbGreen,
@@ -174,21 +213,41 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         stop = true;
                         return;
                     }
-                    for (int x = 0; x < width; ++x) {
-                        const size_t i = static_cast<size_t>(y) * width + x;
-                        const int32_t a = labels[i];
-                        const int32_t nb[2] = {x + 1 < width ? labels[i + 1] : a,
-                                               y + 1 < height ? labels[i + width] : a};
-                        for (int32_t b : nb) {
-                            if (b == a) continue;
-                            const uint64_t pair = static_cast<uint64_t>(std::min(a, b)) << 32 |
-                                                  static_cast<uint32_t>(std::max(a, b));
-                            if (!pairs.empty() && pairs.back() == pair) continue;
-                            if (pairs.size() == pairs.capacity() && bands > 1) {
-                                std::sort(pairs.begin(), pairs.end());
-                                pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
-                            }
-                            pairs.push_back(pair);
+                    const int32_t* const row = &labels[static_cast<size_t>(y) * width];
+                    // The row below; the last row's pixels are their own.
+                    const int32_t* const down = y + 1 < height ? row + width : row;
+                    auto add = [&](int32_t a, int32_t b) {
+                        const uint64_t pair = static_cast<uint64_t>(std::min(a, b)) << 32 |
+                                              static_cast<uint32_t>(std::max(a, b));
+                        if (!pairs.empty() && pairs.back() == pair) return;
+                        if (pairs.size() == pairs.capacity() && bands > 1) {
+                            std::sort(pairs.begin(), pairs.end());
+                            pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+                        }
+                        pairs.push_back(pair);
+                    };
+                    int x = 0;
+                    while (x < width) {
+#if defined(__SSE2__)
+                        // Four pixels at a time while each has the label of
+                        // its right and lower neighbours.
+                        for (; x + 4 < width; x += 4) {
+                            const __m128i a =
+                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x));
+                            const __m128i r =
+                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x + 1));
+                            const __m128i d =
+                                _mm_loadu_si128(reinterpret_cast<const __m128i*>(down + x));
+                            const __m128i same =
+                                _mm_and_si128(_mm_cmpeq_epi32(a, r), _mm_cmpeq_epi32(a, d));
+                            if (_mm_movemask_epi8(same) != 0xFFFF) break;
+                        }
+#endif
+                        // Up to four pixels one by one (or the rest of the row).
+                        for (const int stop = std::min(width, x + 4); x < stop; ++x) {
+                            const int32_t a = row[x];
+                            if (x + 1 < width && row[x + 1] != a) add(a, row[x + 1]);
+                            if (down[x] != a) add(a, down[x]);
                         }
                     }
                 }
@@ -212,6 +271,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         }
         pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         std::vector<std::vector<int32_t>> adjacent(m);
+        {
+            // Each list made once at its length.
+            std::vector<int32_t> degree(m, 0);
+            for (uint64_t p : pairs) {
+                ++degree[static_cast<int32_t>(p >> 32)];
+                ++degree[static_cast<int32_t>(p)];
+            }
+            for (int32_t r = 0; r < m; ++r) adjacent[r].reserve(degree[r]);
+        }
         for (uint64_t p : pairs) {
             const int32_t a = static_cast<int32_t>(p >> 32), b = static_cast<int32_t>(p);
             adjacent[a].push_back(b);
@@ -226,10 +294,16 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             while (parent[r] != r) r = parent[r] = parent[parent[r]];
             return r;
         };
+        // Each region's mean (its sums over its size), kept with them.
+        std::vector<double> mean(sum.size());
+        auto measure = [&](int32_t r) {
+            for (int k = 0; k < K; ++k) mean[K * r + k] = sum[K * r + k] / size[r];
+        };
+        for (int32_t r = 0; r < m; ++r) measure(r);
         auto unionCost = [&](int32_t a, int32_t b) {
             double d2 = 0;
             for (int k = 0; k < K; ++k) {
-                const double d = sum[K * a + k] / size[a] - sum[K * b + k] / size[b];
+                const double d = mean[K * a + k] - mean[K * b + k];
                 d2 += d * d;
             }
             return size[a] * size[b] / (size[a] + size[b]) * d2;
@@ -287,6 +361,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             if (size[gone] > size[keep]) paint[keep] = paint[gone];
             size[keep] += size[gone];
             for (int k = 0; k < K; ++k) sum[K * keep + k] += sum[K * gone + k];
+            measure(keep);
             --left;
             std::vector<int32_t>& list = adjacent[keep];
             std::vector<int32_t>& added = adjacent[gone];
@@ -317,8 +392,57 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         if (!at(0.9)) return -1;
         // Every pixel in its region's colour (and level), by bands: the
         // roots first, as the bands only read them.
+        // The regions of the repainted picture (as labelRegions numbers
+        // them), for the labelling handed on: the unions, each one colour
+        // and one piece, joined where two that touch took one colour (their
+        // neighbour lists hold every union that touches them). Sets keep
+        // their least label, whose first pixel is theirs: `number` gets each
+        // region's number by its label before, `first` the first pixels.
+        auto labelsAfter = [&](std::vector<int32_t>& number) {
+            std::vector<int32_t> joined(m);
+            for (int32_t r = 0; r < m; ++r) joined[r] = r;
+            auto top = [&](int32_t r) {
+                while (joined[r] != r) r = joined[r] = joined[joined[r]];
+                return r;
+            };
+            auto unite = [&](int32_t a, int32_t b) {
+                a = top(a);
+                b = top(b);
+                if (a < b)
+                    joined[b] = a;
+                else if (b < a)
+                    joined[a] = b;
+            };
+            for (int32_t r = 0; r < m; ++r) {
+                const int32_t root = find(r);
+                if (root != r) {
+                    unite(r, root);
+                    continue;
+                }
+                for (int32_t q : adjacent[r]) {
+                    const int32_t other = find(q);
+                    if (other != r && paint[other] == paint[r]) unite(r, other);
+                }
+            }
+            number.resize(m);
+            int32_t next = 0;
+            for (int32_t r = 0; r < m; ++r) {
+                const int32_t t = top(r);
+                if (t == r) {
+                    first[next] = first[r];
+                    number[r] = next++;
+                } else {
+                    number[r] = number[t];
+                }
+            }
+            return static_cast<long long>(next);
+        };
+        // With `number` (a region's label after the repaint, by its label
+        // before) the labels are renumbered as they are read.
+        std::vector<int32_t> number;
         auto repaint = [&]() {
             for (int32_t r = 0; r < m; ++r) parent[r] = find(r);
+            const int32_t* const renumber = number.empty() ? nullptr : number.data();
             Bands::run(bands, bands, [&](int band, long long, long long) {
                 int y0, y1;
                 rowsOf(band, y0, y1);
@@ -330,9 +454,11 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     for (size_t i = static_cast<size_t>(y) * width,
                                 e = static_cast<size_t>(y + 1) * width;
                          i < e; ++i) {
-                        const uint32_t v = paint[parent[labels[i]]];
+                        const int32_t l = labels[i];
+                        const uint32_t v = paint[parent[l]];
                         unpackColour(pixels[i], v);
                         if (alpha) alpha[i] = keyAlpha(v);
+                        if (renumber) labels[i] = renumber[l];
                     }
                 }
             });
@@ -373,7 +499,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 paint[r] = v;
             }
         share = 0.95;
+        long long after = -1;
+        if (handOn) after = labelsAfter(number);
         if (!repaint()) return -1;
+        if (handOn) {
+            first.resize(static_cast<size_t>(after));
+            handed->labels.swap(labels);
+            handed->firsts.swap(first);
+            handed->count = after;
+        }
         return left;
     } catch (...) {
         return -1;

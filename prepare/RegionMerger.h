@@ -49,12 +49,14 @@ public:
     //
     // `labelled`, when it holds a labelling (count 0 or more), is taken as
     // the labelling of `pixels` (with `alpha` when both alphas are given)
-    // instead of labelling them again; it is left empty.
+    // instead of labelling them again; it is left empty. `handed` (may be
+    // `labelled`), without alpha, gets the labelling of the pixels left
+    // (labelRegions's, with the firsts); with alpha it is left empty.
     static long long merge(RGBQUAD* pixels, const RGBQUAD* original, int width, int height,
                            double cost, double budget, double growth = 0, bool means = true,
                            uint8_t* alpha = nullptr, const uint8_t* originalAlpha = nullptr,
                            const std::function<bool(double)>& progress = {}, int threads = 1,
-                           Labelling* labelled = nullptr);
+                           Labelling* labelled = nullptr, Labelling* handed = nullptr);
 };
 
 }  // namespace om1

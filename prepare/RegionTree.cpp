@@ -65,7 +65,8 @@ long long markOuterBoundary(const int32_t* labels, int w, int h, int32_t id, int
 }  // namespace
 
 bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
-                       const std::function<bool(double)>& progress, int threads) {
+                       const std::function<bool(double)>& progress, int threads,
+                       Labelling* labelled) {
     auto at = [&](double share) { return !progress || progress(share); };
     width = w;
     height = h;
@@ -83,13 +84,17 @@ bool RegionTree::build(const RGBQUAD* pixels, int w, int h,
         const size_t every = size_t{1} << 18;
         size_t asked = 0;
         std::vector<int32_t> first;
-        if (labelRegions(
-                pixels, nullptr, w, h, labels,
-                [&]() {
-                    asked += every;
-                    return at(0.4 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
-                },
-                threads, &first) < 0)
+        if (labelled && labelled->count >= 0 && labelled->labels.size() == n) {
+            labels.swap(labelled->labels);
+            first.swap(labelled->firsts);
+            labelled->count = -1;
+        } else if (labelRegions(
+                       pixels, nullptr, w, h, labels,
+                       [&]() {
+                           asked += every;
+                           return at(0.4 * std::min(1.0, static_cast<double>(asked) / (2.0 * n)));
+                       },
+                       threads, &first) < 0)
             throw Stopped();
         int32_t* L = labels.data();
         const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), h);

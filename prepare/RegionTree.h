@@ -27,6 +27,8 @@
 
 namespace om1 {
 
+struct Labelling;
+
 class RegionTree {
 public:
     int width = 0;
@@ -50,8 +52,12 @@ public:
     // regions; false stops the work (false, the tree empty).
     // The labelling of a large picture runs by bands on up to `threads`
     // threads (0: one per core), with the same result for any number.
+    // `labelled`, when it holds a labelling of `pixels` (labelRegions's
+    // without alpha, with the firsts; count 0 or more), is taken (and left
+    // empty) instead of labelling them again.
     bool build(const RGBQUAD* pixels, int width, int height,
-               const std::function<bool(double)>& progress = {}, int threads = 1);
+               const std::function<bool(double)>& progress = {}, int threads = 1,
+               Labelling* labelled = nullptr);
 
     // Regions (nodes that are not the frame).
     int regions() const { return static_cast<int>(parents.size()) - (rootFrame ? 1 : 0); }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "prepare/Bands.h"
+#include "prepare/FlatPixels.h"
 #include "prepare/PackedColour.h"
 
 namespace om1 {
@@ -22,7 +23,7 @@ const uint32_t kNone =
     0xFFFFFFFFu;  // no colour (keys are 24-bit)  // a line this close to its background is no line
 
 // Bits of a pixel's mark.
-const uint8_t kFlat = 1, kCandidate = 2, kSeen = 4;
+const uint8_t kCandidate = 2, kSeen = 4;
 
 // A pixel's colour as a key (PixelKeys without alpha): equal keys, equal
 // colours.
@@ -43,27 +44,46 @@ double shareOf(uint32_t p, uint32_t b, uint32_t l, int& off) {
 // The flat colours in the window of `radius` round pixel (x, y): one, or
 // two (sorted) where the pixel is not a mix of those two (farther than
 // `tolerance`); false for none, more, or the pixel's own colour among them.
-// Its arguments are values, so that a band's loop keeps them in registers.
-bool background(const RGBQUAD* pixels, const uint8_t* mark, int width, int height, int radius,
+// Flat pixels side by side have one colour: only those with none before them
+// in the window are read (FlatPixels::Window).
+bool background(const RGBQUAD* pixels, const FlatPixels& flat, int width, int height, int radius,
                 int tolerance, int x, int y, uint32_t& b1, uint32_t& b2) {
     const size_t w = static_cast<size_t>(width);
     const int x0 = std::max(0, x - radius), x1 = std::min(width - 1, x + radius);
     const int y0 = std::max(0, y - radius), y1 = std::min(height - 1, y + radius);
     b1 = b2 = kNone;
-    for (int v = y0; v <= y1; ++v)
-        for (int u = x0; u <= x1; ++u) {
-            const size_t j = static_cast<size_t>(v) * w + u;
-            if (!(mark[j] & kFlat)) continue;
-            const uint32_t c = keyAt(pixels, j);
-            if (c == b1 || c == b2) continue;
-            if (b1 == kNone) {
-                b1 = c;
-            } else if (b2 == kNone) {
-                b2 = c;
-            } else {
-                return false;
+    // Adds the colour of pixel i; false for a third.
+    auto add = [&](size_t i) {
+        const uint32_t c = keyAt(pixels, i);
+        if (c == b1 || c == b2) return true;
+        if (b1 == kNone) {
+            b1 = c;
+        } else if (b2 == kNone) {
+            b2 = c;
+        } else {
+            return false;
+        }
+        return true;
+    };
+    const int len = x1 - x0 + 1;
+    if (len <= 64) {
+        FlatPixels::Window window(flat, x0, len, y0);
+        size_t at = static_cast<size_t>(y0) * w + x0;
+        for (int v = y0; v <= y1; ++v, at += w)
+            for (uint64_t fresh = window.next(); fresh; fresh &= fresh - 1)
+                if (!add(at + __builtin_ctzll(fresh))) return false;
+    } else {
+        for (int v = y0; v <= y1; ++v) {
+            const uint64_t* row = flat.row(v);
+            // By 64 pixels (a run across two parts is read twice).
+            for (int u = x0; u <= x1; u += 64) {
+                const uint64_t bits = FlatPixels::run(row, u, std::min(64, x1 - u + 1));
+                const size_t at = static_cast<size_t>(v) * w + u;
+                for (uint64_t starts = bits & ~(bits << 1); starts; starts &= starts - 1)
+                    if (!add(at + __builtin_ctzll(starts))) return false;
             }
         }
+    }
     const uint32_t own = keyAt(pixels, static_cast<size_t>(y) * w + x);
     if (b1 == kNone || own == b1 || own == b2) return false;
     if (b2 == kNone) return true;
@@ -82,115 +102,69 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
     const size_t w = static_cast<size_t>(width);
     try {
         std::vector<uint8_t> mark(n, 0);
-        // Flat pixels: a pixel whose row neighbours match it (`same`) and
-        // whose rows above and below do so around a pixel of its colour.
-        // Both passes over the pixels run by bands of rows, from an icon's
-        // size on; each band writes only its own rows.
+        // Flat pixels (by FlatPixels: its eight neighbours of its colour)
+        // and their number in each row. Both passes over the pixels run by
+        // bands of rows, from an icon's size on; each band writes only its
+        // own rows.
         const int bands = Bands::count(threads, static_cast<long long>(n), kMinBandPixels);
+        FlatPixels flat;
+        if (!flat.reset(width, height, bands)) return -1;
+        const size_t words = flat.words();
         std::vector<int> rowFlats(static_cast<size_t>(height), 0);
-        std::vector<std::vector<uint8_t>> sames(static_cast<size_t>(bands),
-                                                std::vector<uint8_t>(3 * w));
-        auto rowSame = [&](int y, uint8_t* s) {
-            const size_t r = static_cast<size_t>(y) * w;
-            bool left = true;  // the pixel matches its left neighbour
-            uint32_t c = keyAt(pixels, r);
-            for (int x = 0; x + 1 < width; ++x) {
-                const uint32_t next = keyAt(pixels, r + x + 1);
-                const bool right = next == c;
-                s[x] = left && right;
-                left = right;
-                c = next;
-            }
-            s[width - 1] = left;
-        };
         Bands::run(bands, height, [&](int band, long long from, long long to) {
-            uint8_t* const same = sames[static_cast<size_t>(band)].data();
             const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
-            if (y0 > 0) rowSame(y0 - 1, same);
-            rowSame(y0, &same[w]);
-            if (y0 + 1 < height) rowSame(y0 + 1, &same[2 * w]);
-            // Held here: the marks' stores could otherwise be any of them.
-            const RGBQUAD* const px = pixels;
-            uint8_t* const marks = mark.data();
-            const int cols = width, last = height - 1;
-            const size_t stride = w;
+            flat.find(PixelKeys{pixels, nullptr}, band, y0, y1);
             for (int y = y0; y < y1; ++y) {
-                const uint8_t* up = &same[0];
-                const uint8_t* mid = &same[stride];
-                const uint8_t* down = &same[2 * stride];
-                const size_t r = static_cast<size_t>(y) * stride;
+                const uint64_t* row = flat.row(y);
                 int flats = 0;
-                for (int x = 0; x < cols; ++x) {
-                    if (!mid[x]) continue;
-                    const uint32_t c = keyAt(px, r + x);
-                    if (y > 0 && !(up[x] && keyAt(px, r - stride + x) == c)) continue;
-                    if (y < last && !(down[x] && keyAt(px, r + stride + x) == c)) continue;
-                    marks[r + x] = kFlat;
-                    ++flats;
-                }
+                for (size_t j = 0; j < words; ++j) flats += __builtin_popcountll(row[j]);
                 rowFlats[static_cast<size_t>(y)] = flats;
-                std::memmove(&same[0], &same[w], 2 * w);
-                if (y + 2 < height) rowSame(y + 2, &same[2 * w]);
             }
         });
         if (std::all_of(rowFlats.begin(), rowFlats.end(), [](int f) { return f == 0; })) return 0;
-        // The candidates: flat pixels counted over the window's rows by
-        // column, then along the row, so that a window without any is
-        // passed over at once (and a row whose window holds none at all,
-        // as in most of a photograph, costs nothing). Each band keeps its
-        // own counts and candidates, joined in band order.
+        // The candidates: pixels that are not flat with a flat pixel in
+        // their window, found from the flat bits of the window's rows joined
+        // (a row whose window holds none at all, as in most of a
+        // photograph, costs nothing). Each band keeps its own candidates,
+        // joined in band order.
         struct Found {
-            std::vector<int> column, prefix;
+            std::vector<uint64_t> near;  // FlatPixels::near of a row
             std::vector<size_t> candidates;
             std::vector<uint64_t> backs;
             bool failed = false;
         };
         std::vector<Found> found(static_cast<size_t>(bands));
-        for (Found& f : found) {
-            f.column.assign(w, 0);
-            f.prefix.assign(w + 1, 0);
-        }
+        for (Found& f : found) f.near.assign(words, 0);
         Bands::run(bands, height, [&](int band, long long from, long long to) {
             Found& f = found[static_cast<size_t>(band)];
-            int* const column = f.column.data();
-            int* const prefix = f.prefix.data();
+            uint64_t* const near = f.near.data();
             const int cols = width, rows = height, r = radius, tol = tolerance;
             const RGBQUAD* const px = pixels;
-            const uint8_t* const marks = mark.data();
             const int* const flats = rowFlats.data();
-            const size_t stride = w;
-            auto addRow = [&](int v, int sign) {
-                if (v < 0 || v >= rows || flats[v] == 0) return;
-                const uint8_t* m = marks + static_cast<size_t>(v) * stride;
-                for (int x = 0; x < cols; ++x) column[x] += sign * (m[x] & kFlat);
-            };
             const int y0 = static_cast<int>(from), y1 = static_cast<int>(to);
             int windowFlats = 0;  // flat pixels in the window's rows
-            for (int v = std::max(0, y0 - r); v <= std::min(y0 + r, rows - 1); ++v) {
-                addRow(v, 1);
+            for (int v = std::max(0, y0 - r); v <= std::min(y0 + r, rows - 1); ++v)
                 windowFlats += flats[v];
-            }
             try {
                 for (int y = y0; y < y1; ++y) {
                     if (y > y0) {
                         const int add = y + r, drop = y - r - 1;
-                        addRow(add, 1);
-                        addRow(drop, -1);
                         if (add < rows) windowFlats += flats[add];
                         if (drop >= 0) windowFlats -= flats[drop];
                     }
                     if (windowFlats == 0) continue;
-                    for (int x = 0; x < cols; ++x) prefix[x + 1] = prefix[x] + column[x];
-                    for (int x = 0; x < cols; ++x) {
-                        const size_t i = static_cast<size_t>(y) * stride + x;
-                        if (marks[i] & kFlat) continue;
-                        const int x0 = std::max(0, x - r);
-                        const int x1 = std::min(cols - 1, x + r);
-                        if (prefix[x1 + 1] == prefix[x0]) continue;
-                        uint32_t b1 = 0, b2 = 0;
-                        if (!background(px, marks, cols, rows, r, tol, x, y, b1, b2)) continue;
-                        f.candidates.push_back(i);
-                        f.backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
+                    // Only pixels with a flat pixel in their window.
+                    flat.near(y - r, y + r, r, near);
+                    const uint64_t* own = flat.row(y);
+                    for (size_t j = 0; j < words; ++j) {
+                        for (uint64_t open = ~own[j] & near[j]; open; open &= open - 1) {
+                            const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
+                            uint32_t b1 = 0, b2 = 0;
+                            if (!background(px, flat, cols, rows, r, tol, x, y, b1, b2)) continue;
+                            const size_t i = static_cast<size_t>(y) * w + x;
+                            f.candidates.push_back(i);
+                            f.backs.push_back(static_cast<uint64_t>(b1) << 32 | b2);
+                        }
                     }
                 }
             } catch (const std::bad_alloc&) {

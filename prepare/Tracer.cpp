@@ -422,13 +422,16 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         }
         uint8_t* const wa = alpha ? workAlpha.data() : nullptr;
         // The speckle filter's last labelling, of the pixels the merging
-        // then reads.
+        // then reads; the merging's, of the pixels it leaves. Without alpha,
+        // and when no later stage changes the pixels, the last is the
+        // exact regions' labelling.
         Labelling labelled;
+        const bool handOn = exact && !alpha && !options.restitute && options.spots <= 0;
         if (area > 1) {
             if (PictureCleaner::speckle(work.data(), width, height,
                                         static_cast<int>(std::min<long long>(area, INT_MAX)), wa,
                                         part(watched, 0.45, 0.55), options.threads,
-                                        options.merge > 0 ? &labelled : nullptr) < 0)
+                                        options.merge > 0 || handOn ? &labelled : nullptr) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
@@ -445,7 +448,7 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
             const double cost = options.merge * 128.0 * std::sqrt(static_cast<double>(size));
             if (RegionMerger::merge(work.data(), pixels, width, height, cost, budget, growth,
                                     options.mergeMeans, wa, alpha, part(watched, 0.55, 0.62),
-                                    options.threads, &labelled) < 0)
+                                    options.threads, &labelled, handOn ? &labelled : nullptr) < 0)
                 return stopped ? Cancelled : NoOutlines;
             rep.stagesRan = true;
         }
@@ -485,7 +488,8 @@ Tracer::Result Tracer::trace(const RGBQUAD* pixels, const uint8_t* alpha, int wi
         if (alpha && !AlphaPicture::standIns(work.data(), wa, n, standIn)) return NoOutlines;
         if (exact) {
             if (!rep.regions.build(alpha ? standIn.data() : work.data(), width, height,
-                                   part(watched, 0.68, 1), options.threads))
+                                   part(watched, 0.68, 1), options.threads,
+                                   handOn ? &labelled : nullptr))
                 return stopped ? Cancelled : NoOutlines;
             const int regions = rep.regions.regions();
             result = regions > std::max(options.maxOutlines, 0) ? LimitExceeded : Done;

@@ -104,7 +104,8 @@ TEST(RegionMerger, RegionsTakeTheMeanOfTheInputTheyCover) {
 // The speckle filter hands its last labelling to the merging: it is the
 // labelling of the pixels it leaves, and merging with it gives what merging
 // alone gives; with and without alpha levels, for an area that removes
-// specks over several passes and one that finds none to remove.
+// specks over several passes and one that finds none to remove. Without
+// alpha the merging hands on the labelling of the pixels it leaves.
 TEST(RegionMerger, TakesTheSpeckleFiltersLabellingAsItsOwn) {
     const int w = 97, h = 61;
     std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h), input(pixels.size());
@@ -142,12 +143,21 @@ TEST(RegionMerger, TakesTheSpeckleFiltersLabellingAsItsOwn) {
                              om1::Labelling* given) {
                 return RegionMerger::merge(q.data(), input.data(), w, h, 4e5, 3.0 * w * h * 40, 0,
                                            true, withAlpha ? qa.data() : nullptr,
-                                           withAlpha ? inputAlpha.data() : nullptr, {}, 1, given);
+                                           withAlpha ? inputAlpha.data() : nullptr, {}, 1, given,
+                                           given);
             };
             const long long regions = merge(alone, aloneAlpha, nullptr);
             EXPECT_LT(regions, left);
             EXPECT_EQ(merge(handed, handedAlpha, &labelled), regions);
-            EXPECT_EQ(labelled.count, -1);
+            if (withAlpha) {
+                EXPECT_EQ(labelled.count, -1);
+            } else {
+                // Handed on: the labelling of the pixels the merging leaves.
+                EXPECT_EQ(om1::labelRegions(handed.data(), nullptr, w, h, labels, {}, 1, &firsts),
+                          labelled.count);
+                EXPECT_EQ(labelled.labels, labels);
+                EXPECT_EQ(labelled.firsts, firsts);
+            }
             for (size_t i = 0; i < p.size(); ++i)
                 ASSERT_TRUE(handed[i].rgbRed == alone[i].rgbRed &&
                             handed[i].rgbGreen == alone[i].rgbGreen &&
@@ -155,4 +165,31 @@ TEST(RegionMerger, TakesTheSpeckleFiltersLabellingAsItsOwn) {
                     << i;
             EXPECT_EQ(handedAlpha, aloneAlpha);
         }
+}
+
+// Two regions of one colour that only a merged region between them joins:
+// the merging keeps two (its unions), the picture it leaves has one, and the
+// labelling handed on is the picture's.
+TEST(RegionMerger, HandsOnOneRegionWhereUnionsOfOneColourMeet) {
+    const int w = 21, h = 3;
+    std::vector<RGBQUAD> p(static_cast<size_t>(w) * h), original(p.size());
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const size_t i = static_cast<size_t>(y) * w + x;
+            // Left and right of one colour; the column between them close
+            // to the left one's input, the right one's input far from both.
+            p[i] = x == 10 ? rgb(104, 100, 100) : rgb(100, 100, 100);
+            original[i] = x < 10    ? rgb(100, 100, 100)
+                          : x == 10 ? rgb(104, 100, 100)
+                                    : rgb(200, 200, 200);
+        }
+    om1::Labelling labelled;
+    // Joining the column to the left costs 30 * 3 / 33 * 16 (about 44).
+    EXPECT_EQ(RegionMerger::merge(p.data(), original.data(), w, h, 100, 0, 0, false, nullptr,
+                                  nullptr, {}, 1, nullptr, &labelled),
+              2);
+    for (const RGBQUAD& q : p) ASSERT_EQ(q.rgbRed, 100);
+    EXPECT_EQ(labelled.count, 1);
+    EXPECT_EQ(labelled.labels, std::vector<int32_t>(p.size(), 0));
+    EXPECT_EQ(labelled.firsts, std::vector<int32_t>{0});
 }

@@ -1,6 +1,7 @@
 #include "prepare/PictureCleaner.h"
 #include "prepare/Bands.h"
 #include "prepare/FlatPixels.h"
+#include "prepare/LeastSets.h"
 #include "prepare/PackedColour.h"
 #include "prepare/RegionLabels.h"
 
@@ -299,7 +300,8 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
     try {
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
-        std::vector<int32_t> labels, first, size, parent, small, touched, members, source, joined;
+        std::vector<int32_t> labels, first, size, parent, small, touched, members, source;
+        LeastSets joined;
         long long count =
             labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
         if (count < 0) return -1;
@@ -329,20 +331,8 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         // label, whose first pixel is the set's, so that they are numbered
         // by their least.
         auto relabel = [&](int32_t m) -> long long {
-            joined.resize(m);
-            for (int32_t r = 0; r < m; ++r) joined[r] = r;
-            auto top = [&](int32_t r) {
-                while (joined[r] != r) r = joined[r] = joined[joined[r]];
-                return r;
-            };
-            auto unite = [&](int32_t a, int32_t b) {
-                a = top(a);
-                b = top(b);
-                if (a < b)
-                    joined[b] = a;
-                else if (b < a)
-                    joined[a] = b;
-            };
+            joined.reset(m);
+            auto unite = [&](int32_t a, int32_t b) { joined.unite(a, b); };
             for (int32_t r = 0; r < m; ++r) {
                 int32_t to = r;
                 while (parent[to] != to) to = parent[to];
@@ -375,16 +365,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             // others) into `source`, read no more; `first` is rewritten in
             // place (number <= label).
             std::vector<int32_t>& number = source;
-            int32_t next = 0;
-            for (int32_t r = 0; r < m; ++r) {
-                const int32_t t = top(r);
-                if (t == r) {
-                    first[next] = first[r];
-                    number[r] = next++;
-                } else {
-                    number[r] = number[t];
-                }
-            }
+            const int32_t next = joined.numbers(number.data(), first.data());
             first.resize(next);
             for (size_t i = 0; i < n;) {
                 if (i > 0 && !going()) return -1;

@@ -11,6 +11,7 @@
 #endif
 
 #include "prepare/Bands.h"
+#include "prepare/LeastSets.h"
 #include "prepare/PackedColour.h"
 #include "prepare/RegionLabels.h"
 
@@ -399,20 +400,9 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // their least label, whose first pixel is theirs: `number` gets each
         // region's number by its label before, `first` the first pixels.
         auto labelsAfter = [&](std::vector<int32_t>& number) {
-            std::vector<int32_t> joined(m);
-            for (int32_t r = 0; r < m; ++r) joined[r] = r;
-            auto top = [&](int32_t r) {
-                while (joined[r] != r) r = joined[r] = joined[joined[r]];
-                return r;
-            };
-            auto unite = [&](int32_t a, int32_t b) {
-                a = top(a);
-                b = top(b);
-                if (a < b)
-                    joined[b] = a;
-                else if (b < a)
-                    joined[a] = b;
-            };
+            LeastSets joined;
+            joined.reset(m);
+            auto unite = [&](int32_t x, int32_t y) { joined.unite(x, y); };
             for (int32_t r = 0; r < m; ++r) {
                 const int32_t root = find(r);
                 if (root != r) {
@@ -425,17 +415,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 }
             }
             number.resize(m);
-            int32_t next = 0;
-            for (int32_t r = 0; r < m; ++r) {
-                const int32_t t = top(r);
-                if (t == r) {
-                    first[next] = first[r];
-                    number[r] = next++;
-                } else {
-                    number[r] = number[t];
-                }
-            }
-            return static_cast<long long>(next);
+            return static_cast<long long>(joined.numbers(number.data(), first.data()));
         };
         // With `number` (a region's label after the repaint, by its label
         // before) the labels are renumbered as they are read.

@@ -76,24 +76,24 @@ void FlatPixels::rowBits(const PixelKeys& key, int y, uint64_t* H, uint64_t* D) 
     }
 }
 
-void FlatPixels::near(int y0, int y1, int radius, uint64_t* near) const {
-    std::fill(near, near + words_, 0);
+void FlatPixels::nearby(int y0, int y1, int radius, uint64_t* nearby) const {
+    std::fill(nearby, nearby + words_, 0);
     y0 = std::max(y0, 0);
     y1 = std::min(y1, height_ - 1);
     for (int y = y0; y <= y1; ++y) {
         const uint64_t* bits = row(y);
-        for (size_t j = 0; j < words_; ++j) near[j] |= bits[j];
+        for (size_t j = 0; j < words_; ++j) nearby[j] |= bits[j];
     }
     // Widened by a pixel each way, `radius` times.
     for (int step = 0; step < radius; ++step) {
         uint64_t before = 0;  // the last word as it was
         for (size_t j = 0; j < words_; ++j) {
-            const uint64_t v = near[j], after = j + 1 < words_ ? near[j + 1] : 0;
-            near[j] = v | v << 1 | v >> 1 | before >> 63 | after << 63;
+            const uint64_t v = nearby[j], after = j + 1 < words_ ? nearby[j + 1] : 0;
+            nearby[j] = v | v << 1 | v >> 1 | before >> 63 | after << 63;
             before = v;
         }
     }
-    near[words_ - 1] &= lastMask_;
+    nearby[words_ - 1] &= lastMask_;
 }
 
 void FlatPixels::find(const PixelKeys& key, int band, int y0, int y1,

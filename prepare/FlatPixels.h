@@ -36,9 +36,9 @@ public:
     uint64_t run(int x0, int len, int y) const { return run(row(y), x0, len); }
 
     // The pixels within `radius` (a square window) of a flat pixel of rows
-    // y0..y1 (those in the raster), as bits into `near` (words() words): a
+    // y0..y1 (those in the raster), as bits into `nearby` (words() words): a
     // window of the rows with none there has no flat pixel.
-    void near(int y0, int y1, int radius, uint64_t* near) const;
+    void nearby(int y0, int y1, int radius, uint64_t* nearby) const;
 
     // Pixels x0..x0 + len - 1 (len 1 to 64) of rows y0, y0 + 1, ... in
     // turn: of each row the flat pixels with no flat pixel before them in

@@ -132,23 +132,23 @@ long long PictureCleaner::antialias(RGBQUAD* pixels, int width, int height, int 
     if (stop) return -1;
     // Only pixels that are not flat change, each by its own window.
     std::vector<long long> changedBy(static_cast<size_t>(bands), 0);
-    std::vector<uint64_t> nearBits;
+    std::vector<uint64_t> nearbyBits;
     try {
-        nearBits.assign(static_cast<size_t>(bands) * words, 0);
+        nearbyBits.assign(static_cast<size_t>(bands) * words, 0);
     } catch (...) {
         return -1;
     }
     auto clean = [&](int band, long long y0, long long y1) {
         long long changed = 0;
         uint32_t cand[16];
-        uint64_t* const near = &nearBits[static_cast<size_t>(band) * words];
+        uint64_t* const nearby = &nearbyBits[static_cast<size_t>(band) * words];
         for (int y = static_cast<int>(y0); y < y1; ++y) {
             if (!at(1, band, y, static_cast<int>(y0), static_cast<int>(y1))) return;
             const uint64_t* flatRow = flat.row(y);
             // Only pixels with a flat pixel in their window can change.
-            flat.near(y - radius, y + radius, radius, near);
+            flat.nearby(y - radius, y + radius, radius, nearby);
             for (size_t j = 0; j < words; ++j) {
-                uint64_t open = ~flatRow[j] & near[j];
+                uint64_t open = ~flatRow[j] & nearby[j];
                 for (; open; open &= open - 1) {
                     const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
                     const size_t i = static_cast<size_t>(y) * width + x;

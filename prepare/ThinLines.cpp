@@ -128,16 +128,16 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
         // photograph, costs nothing). Each band keeps its own candidates,
         // joined in band order.
         struct Found {
-            std::vector<uint64_t> near;  // FlatPixels::near of a row
+            std::vector<uint64_t> nearby;  // FlatPixels::nearby of a row
             std::vector<size_t> candidates;
             std::vector<uint64_t> backs;
             bool failed = false;
         };
         std::vector<Found> found(static_cast<size_t>(bands));
-        for (Found& f : found) f.near.assign(words, 0);
+        for (Found& f : found) f.nearby.assign(words, 0);
         Bands::run(bands, height, [&](int band, long long from, long long to) {
             Found& f = found[static_cast<size_t>(band)];
-            uint64_t* const near = f.near.data();
+            uint64_t* const nearby = f.nearby.data();
             const int cols = width, rows = height, r = radius, tol = tolerance;
             const RGBQUAD* const px = pixels;
             const int* const flats = rowFlats.data();
@@ -154,10 +154,10 @@ long long ThinLines::restore(RGBQUAD* pixels, int width, int height, int radius,
                     }
                     if (windowFlats == 0) continue;
                     // Only pixels with a flat pixel in their window.
-                    flat.near(y - r, y + r, r, near);
+                    flat.nearby(y - r, y + r, r, nearby);
                     const uint64_t* own = flat.row(y);
                     for (size_t j = 0; j < words; ++j) {
-                        for (uint64_t open = ~own[j] & near[j]; open; open &= open - 1) {
+                        for (uint64_t open = ~own[j] & nearby[j]; open; open &= open - 1) {
                             const int x = static_cast<int>(j * 64) + __builtin_ctzll(open);
                             uint32_t b1 = 0, b2 = 0;
                             if (!background(px, flat, cols, rows, r, tol, x, y, b1, b2)) continue;

@@ -63,20 +63,20 @@ TEST(FlatPixels, FlagsWindowsAndReadsMatchThePixels) {
         EXPECT_GT(flats, p.w * p.h / 6);
         EXPECT_EQ(flat.row(0)[1] >> (p.w - 64), 0u);  // nothing past the last pixel
 
-        std::vector<uint64_t> near(flat.words());
+        std::vector<uint64_t> nearby(flat.words());
         for (int radius : {1, 3, 8}) {
             for (int y = 0; y < p.h; ++y) {
-                flat.near(y - radius, y + radius, radius, near.data());
+                flat.nearby(y - radius, y + radius, radius, nearby.data());
                 for (int x = 0; x < p.w; ++x) {
                     bool any = false;
                     for (int v = std::max(0, y - radius); v <= std::min(p.h - 1, y + radius); ++v)
                         for (int u = std::max(0, x - radius); u <= std::min(p.w - 1, x + radius);
                              ++u)
                             any = any || p.flat(key, u, v);
-                    ASSERT_EQ(om1::FlatPixels::run(near.data(), x, 1) != 0, any)
+                    ASSERT_EQ(om1::FlatPixels::run(nearby.data(), x, 1) != 0, any)
                         << radius << ": " << x << "," << y;
                 }
-                EXPECT_EQ(near[1] >> (p.w - 64), 0u);
+                EXPECT_EQ(nearby[1] >> (p.w - 64), 0u);
             }
             // Every window: the keys read are the flat keys, the first read
             // in row order first.

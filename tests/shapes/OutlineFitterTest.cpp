@@ -146,7 +146,7 @@ TEST(OutlineFitter, RecordedCoversGiveTheSameRefinedFit) {
         waveCodes.push_back(0);
     }
     for (int i = 0; i < 240; ++i) {
-        const double a = i * 2 * M_PI / 240, r = 40 + 3 * std::sin(5 * a);
+        const double a = i * 6.283185307179586 / 240, r = 40 + 3 * std::sin(5 * a);
         ring.push_back({r * std::cos(a), r * std::sin(a)});
         ringCodes.push_back(static_cast<uint8_t>((i * 4 / 240 + 1) % 4));
     }

@@ -25,10 +25,10 @@ public:
     // thread can be started, or when its thread has not yet started it by
     // the time the calling thread has done its own: on a busy machine a
     // woken thread may wait milliseconds for a core). Returns when every
-    // part is done. `work` must not
-    // throw. `waiting` (may be empty), when the calling thread has done its
-    // part before the others, is called about every 5 ms until they end (it
-    // may tell them to stop through the state `work` reads).
+    // part is done. `work` must not throw. `waiting` (may be empty), when
+    // the calling thread has done its part before the others, is called
+    // about every 5 ms until they end (it may tell them to stop through the
+    // state `work` reads).
     static void run(int bands, long long total,
                     const std::function<void(int band, long long begin, long long end)>& work,
                     const std::function<void()>& waiting = {});

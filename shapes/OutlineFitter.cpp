@@ -546,12 +546,10 @@ private:
         const OutlineFitter::Covers& c = *covers_;
         const OutlineFitter::Covers::Stretch& r = c.stretches[replayed_];
         auto same = [](PointD p, PointD q) { return p.x == q.x && p.y == q.y; };
-        bool whole = r.a == a && r.b == b && same(r.A, A) && same(r.B, B) && same(r.tA, tA) &&
-                     same(r.tB, tB) && r.first + r.count <= c.segments.size() &&
-                     3 * (r.first + r.count) <= c.points.size();
-        for (size_t k = r.first; whole && k < r.first + r.count; ++k)
-            whole = c.segments[k].paramsAt + c.segments[k].paramCount <= c.params.size();
-        if (!whole) {
+        // (record() wrote the stretch whole: its segments, points and
+        // parameters are there.)
+        if (r.a != a || r.b != b || !same(r.A, A) || !same(r.B, B) || !same(r.tA, tA) ||
+            !same(r.tB, tB)) {
             replayed_ = c.stretches.size();  // the record is of another fit
             return false;
         }

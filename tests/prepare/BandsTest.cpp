@@ -15,6 +15,7 @@
 #include "prepare/ColorQuantizer.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/RegionMerger.h"
+#include "SpeckledBlobs.h"
 
 TEST(Bands, PartsCoverTheRangeOnceInOrder) {
     struct Case {
@@ -116,21 +117,10 @@ TEST(Bands, AStageByBandsStopsWhenAsked) {
 // with and without alpha levels.
 TEST(Bands, StagesByBandsGiveTheResultOfOneThread) {
     const int w = 1031, h = 1027;
-    std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h), input(pixels.size());
-    std::vector<uint8_t> alpha(pixels.size()), inputAlpha(pixels.size());
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            const size_t i = static_cast<size_t>(y) * w + x;
-            int c = (x / 37 + y / 29) % 4;
-            const uint32_t hash = static_cast<uint32_t>(i * 2654435761u) >> 24;
-            if (hash < 12) c = (c + 1 + hash % 3) % 4;  // a speck, sometimes joining others
-            pixels[i] = RGBQUAD{static_cast<BYTE>(c * 60), static_cast<BYTE>(200 - c * 50), 9, 0};
-            const BYTE noise = static_cast<BYTE>(hash >> 4);
-            input[i] = RGBQUAD{static_cast<BYTE>(c * 60 + noise), static_cast<BYTE>(200 - c * 50),
-                               static_cast<BYTE>(9 + noise), 0};
-            inputAlpha[i] = (x / 50 + y / 70) % 3 == 0 ? 120 : 255;
-            alpha[i] = inputAlpha[i] == 255 ? 255 : 128;
-        }
+    // (A speck sometimes joins others.)
+    const SpeckledBlobs blobs(w, h, 37, 29, 12, 50, 70);
+    const std::vector<RGBQUAD>&pixels = blobs.pixels, &input = blobs.input;
+    const std::vector<uint8_t>&alpha = blobs.alpha, &inputAlpha = blobs.inputAlpha;
     using Stage = std::function<long long(RGBQUAD*, uint8_t*, int)>;
     const struct {
         const char* name;

@@ -8,6 +8,7 @@
 #include "prepare/PictureCleaner.h"
 #include "prepare/RegionLabels.h"
 #include "prepare/RegionMerger.h"
+#include "SpeckledBlobs.h"
 
 namespace {
 
@@ -108,20 +109,10 @@ TEST(RegionMerger, RegionsTakeTheMeanOfTheInputTheyCover) {
 // alpha the merging hands on the labelling of the pixels it leaves.
 TEST(RegionMerger, TakesTheSpeckleFiltersLabellingAsItsOwn) {
     const int w = 97, h = 61;
-    std::vector<RGBQUAD> pixels(static_cast<size_t>(w) * h), input(pixels.size());
-    std::vector<uint8_t> alpha(pixels.size()), inputAlpha(pixels.size());
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            const size_t i = static_cast<size_t>(y) * w + x;
-            int c = (x / 13 + y / 11) % 4;
-            const uint32_t hash = static_cast<uint32_t>(i * 2654435761u) >> 24;
-            if (hash < 20) c = (c + 1 + hash % 3) % 4;  // specks, some touching
-            pixels[i] = rgb(c * 60, 200 - c * 50, 9);
-            const BYTE noise = static_cast<BYTE>(hash >> 4);
-            input[i] = rgb(c * 60 + noise, 200 - c * 50, 9 + noise);
-            inputAlpha[i] = (x / 20 + y / 15) % 3 == 0 ? 120 : 255;
-            alpha[i] = inputAlpha[i] == 255 ? 255 : 128;
-        }
+    // (Specks, some touching.)
+    const SpeckledBlobs blobs(w, h, 13, 11, 20, 20, 15);
+    const std::vector<RGBQUAD>&pixels = blobs.pixels, &input = blobs.input;
+    const std::vector<uint8_t>&alpha = blobs.alpha, &inputAlpha = blobs.inputAlpha;
     for (bool withAlpha : {false, true})
         for (int area : {2, 8}) {
             SCOPED_TRACE(std::string(withAlpha ? "alpha, area " : "area ") + std::to_string(area));

@@ -47,9 +47,8 @@ struct Part {
     std::shared_ptr<Running> running;
 };
 
-// At most this many threads kept for every core: a thread that has not
-// yet woken for a band the caller took is not waiting for the next run,
-// which then starts another.
+// At most this many threads kept for every core (several callers at once
+// each take their own).
 const unsigned kKeptPerCore = 4;
 
 // Asks a kept thread to run on another core than the calling thread's (any
@@ -98,9 +97,13 @@ public:
         }
         if (!k) {
             {
+                // A thread that has yet to find its band taken by its
+                // caller is back soon: no other is started meanwhile (the
+                // band runs on the caller), so that late threads never
+                // make more.
                 const std::lock_guard<std::mutex> hold(lock_);
                 const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-                if (kept_.size() >= kKeptPerCore * cores) return false;
+                if (late_ > 0 || kept_.size() >= kKeptPerCore * cores) return false;
             }
             return start(part);
         }
@@ -112,6 +115,14 @@ public:
         }
         k->told.notify_one();
         return true;
+    }
+
+    // The caller is about to try to take a band it gave to a thread (`by`
+    // 1; which will then find it taken), or failed to (`by` -1): counted
+    // before the try, so that the thread, back after it, never counts first.
+    void taking(int by) {
+        const std::lock_guard<std::mutex> hold(lock_);
+        late_ += by;
     }
 
 private:
@@ -143,6 +154,7 @@ private:
         for (std::unique_ptr<Kept>& k : kept_) k.release();
         kept_.clear();
         waiting_.clear();
+        late_ = 0;
     }
 
     // A new kept thread that does `part` first, then waits for the next.
@@ -189,6 +201,7 @@ private:
                 // that the caller's next run finds it (room was reserved).
                 const std::lock_guard<std::mutex> all(lock_);
                 waiting_.push_back(&k);
+                if (!mine) --late_;
             }
             if (!mine) continue;
             const std::lock_guard<std::mutex> hold(r.lock);
@@ -198,6 +211,8 @@ private:
     }
 
     std::mutex lock_;
+    // Threads whose band their caller took, not yet back waiting.
+    int late_ = 0;
     long long at_ = 0;
     std::vector<std::unique_ptr<Kept>> kept_;
     std::vector<Kept*> waiting_;
@@ -250,7 +265,11 @@ void Bands::run(int bands, long long total,
     // The bands no thread has started yet run here, in turn (a thread that
     // wakes late, on a busy machine, finds its band taken).
     for (int b = 1; b < bands; ++b) {
-        if (running.taken[b].exchange(true)) continue;
+        if (running.given[b]) Keeper::the().taking(1);
+        if (running.taken[b].exchange(true)) {
+            if (running.given[b]) Keeper::the().taking(-1);
+            continue;
+        }
         work(b, begin(b), begin(b + 1));
         if (!running.given[b]) continue;
         const std::lock_guard<std::mutex> hold(running.lock);

@@ -235,6 +235,31 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
     const int n = L.size();
     lon.assign(static_cast<size_t>(n), 1);
     if (known && (L.closed() || known->size() != lon.size())) known = nullptr;
+    // axis[k]: how many samples after k go on from it along one axis, one
+    // way, each further than the one before (the same y and a larger x, or
+    // a smaller one; or the same x and a larger or smaller y). Every such
+    // sample lies exactly on the ray from sample k, where the cone below
+    // never shuts: a run from k that stays on it ends only where its steps
+    // go in all four directions.
+    const int last = L.last();
+    std::vector<int> axis(static_cast<size_t>(last) + 1, 0);
+    {
+        const PointD* const p = L.points();
+        auto way = [p](int k) {
+            const PointD a = p[k], b = p[k + 1];
+            if (a.y == b.y) return b.x > a.x ? 1 : b.x < a.x ? 2 : 0;
+            if (a.x == b.x) return b.y > a.y ? 3 : b.y < a.y ? 4 : 0;
+            return 0;
+        };
+        int next = 0;
+        for (int k = last - 1; k >= 0; --k) {
+            const int w = way(k);
+            axis[static_cast<size_t>(k)] = w == 0      ? 0
+                                           : w == next ? axis[static_cast<size_t>(k) + 1] + 1
+                                                       : 1;
+            next = w;
+        }
+    }
     for (int k = 0; k < n; ++k) {
         if (known && k >= 1 && k + (*known)[static_cast<size_t>(k)] + 1 <= n - 2) {
             lon[static_cast<size_t>(k)] = (*known)[static_cast<size_t>(k)];
@@ -245,6 +270,16 @@ void straightRuns(const Loop& L, double eps, int cap, std::vector<int>& lon,
         // Samples k..k + limit lie in the loop's array (k + limit < 2n).
         const PointD* const pts = L.points() + k;
         const uint8_t* const codes = L.codes() + k;
+        if (axis[static_cast<size_t>(k)] >= limit) {
+            int dirs = 1 << codes[0], best = 1;
+            for (int m = 1; m <= limit; ++m) {
+                dirs |= 1 << codes[m];
+                if (dirs == 15) break;
+                best = m;
+            }
+            lon[static_cast<size_t>(k)] = best;
+            continue;
+        }
         const PointD a = pts[0];
         bool cone = false;
         PointD lo = {0, 0}, hi = {0, 0};

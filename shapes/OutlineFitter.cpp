@@ -926,6 +926,7 @@ private:
             if (i < m) uu[i] /= total;
         }
         bool good = false;
+        double sum = -1;  // the last round's sum of squares, where it was taken
         for (int iter = first; iter < rounds; ++iter) {
             // The trial's segment where it ended in this round.
             const bool known = from && from->round == iter;
@@ -1018,9 +1019,12 @@ private:
             // Within the tolerance everywhere, and within meanShare of its
             // square on average (the samples' own noise stays well below
             // that), unless relaxed.
+            // (Polishing, only the last round's verdict counts; its sum
+            // of squares is kept for lastSum_.)
             if (polished) *polished = worst;
-            good =
-                worst <= tol && (relaxed_ || sumOfSquares(ww, m) <= m * (tol * tol * s_.meanShare));
+            if (polished && iter + 1 != rounds) continue;
+            good = worst <= tol &&
+                   (relaxed_ || (sum = sumOfSquares(ww, m)) <= m * (tol * tol * s_.meanShare));
             if (good && !polished) {
                 lastRound_ = iter;
                 return true;
@@ -1028,7 +1032,7 @@ private:
         }
         if (warm) {
             warm->assign(uu, uu + m);
-            lastSum_ = sumOfSquares(ww, m);
+            lastSum_ = sum >= 0 ? sum : sumOfSquares(ww, m);
         }
         return sound || good;
     }
@@ -1110,6 +1114,26 @@ private:
             if (!free3) kx = kx + p3x * b2, ky = ky + p3y * b2;
             const DoublePair rx = DoublePair(q[i].x, q[i + 1].x) - kx,
                              ry = DoublePair(q[i].y, q[i + 1].y) - ky;
+            if (!free0 && !free3) {
+                // Both samples' terms at once, added in order.
+                const DoublePair hx = DoublePair(t0.x) * b1, hy = DoublePair(t0.y) * b1;
+                const DoublePair nb2 = -b2;
+                const DoublePair gx = DoublePair(t3.x) * nb2, gy = DoublePair(t3.y) * nb2;
+                const DoublePair tr0 = hx * rx + hy * ry, tr1 = gx * rx + gy * ry;
+                const DoublePair t00 = hx * hx + hy * hy, t01 = hx * gx + hy * gy,
+                                 t11 = gx * gx + gy * gy;
+                r0 += tr0.first();
+                r1 += tr1.first();
+                a00 += t00.first();
+                a01 += t01.first();
+                a11 += t11.first();
+                r0 += tr0.second();
+                r1 += tr1.second();
+                a00 += t00.second();
+                a01 += t01.second();
+                a11 += t11.second();
+                continue;
+            }
             accumulate(b1.first(), b2.first(), rx.first(), ry.first());
             accumulate(b1.second(), b2.second(), rx.second(), ry.second());
         }

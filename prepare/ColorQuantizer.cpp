@@ -138,6 +138,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         uint32_t* rank = nullptr;
         std::vector<uint32_t> words;
         std::vector<Entry> entries;
+        std::unique_ptr<uint32_t[]> rankAt;  // each pixel's entry (see below)
         // A colour's position in colour order (its entry before the boxes
         // reorder them).
         auto rankOf = [&](uint32_t c) {
@@ -246,12 +247,17 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     entries[id] = {static_cast<uint32_t>(k << 6 | __builtin_ctzll(bits)), 0};
             // Every pixel's colour is looked up (three reads): the picture
             // has many colours, and a guess whether the colour changed
-            // would miss too often.
+            // would miss too often. Below kBoxTablePixels each pixel's entry
+            // is kept for the painting.
+            if (n < kBoxTablePixels) rankAt.reset(new uint32_t[n]);
+            uint32_t* const ranks = rankAt.get();
             if (bands == 1) {
                 for (size_t i = 0; i < n; ++i) {
                     if ((i & kEvery) == kEvery && !at(0.3 + 0.2 * static_cast<double>(i) / n))
                         return false;
-                    ++entries[rankOf(packColour(pixels[i]))].count;
+                    const uint32_t r = rankOf(packColour(pixels[i]));
+                    if (ranks) ranks[i] = r;
+                    ++entries[r].count;
                 }
             } else {
                 std::vector<std::vector<uint32_t>> counts(static_cast<size_t>(bands),
@@ -265,7 +271,9 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                             if (((i - b) & kEvery) == kEvery &&
                                 !bandGoing(stop, band, i, b, e, 0.3, 0.2))
                                 return;
-                            ++mine[rankOf(packColour(pixels[i]))];
+                            const uint32_t r = rankOf(packColour(pixels[i]));
+                            if (ranks) ranks[i] = r;
+                            ++mine[r];
                         }
                     },
                     [&]() {
@@ -532,8 +540,9 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                     if (((i - from) & 0xFFFFF) == 0 &&
                         !bandGoing(stop, band, i, from, to, 0.8, 0.2))
                         return;
-                    const uint32_t c = packColour(pixels[i]);
-                    const uint32_t b = boxOf ? boxOf[c] : nearestOf[rankOf(c)];
+                    const uint32_t b = rankAt  ? nearestOf[rankAt[i]]
+                                       : boxOf ? boxOf[packColour(pixels[i])]
+                                               : nearestOf[rankOf(packColour(pixels[i]))];
                     mine[b] = 1;
                     uint32_t v;
                     std::memcpy(&v, pixels + i, sizeof v);

@@ -33,20 +33,24 @@ int ceilOf(double v) {
 // every pixel right of it in that row, and the part of it right of its mean
 // x to the pixel it crosses; summing along the row gives the covered share.
 
-// Pieces next to one another add to the same pixels one after the other:
-// those add up in the entry already there (one of the last two).
-inline void AreaCoverage::add(int row, int column, double v) {
-    const long long units = toUnits(v);
+// A piece adds to the pixel it crosses and to the next one right. Pieces
+// next to one another add to the same two pixels one after the other: those
+// add up in the entry already there (one of the last two, unless held:
+// back() drops those added since, not what they added).
+inline void AreaCoverage::add(int row, int column, double crossed, double right) {
+    const long long units = toUnits(crossed), next = toUnits(right);
     const size_t n = entries_.size();
-    if (n >= 1 && entries_[n - 1].x == column && entries_[n - 1].y == row) {
+    if (n >= held_ + 1 && entries_[n - 1].x == column && entries_[n - 1].y == row) {
         entries_[n - 1].units += units;
+        entries_[n - 1].next += next;
         return;
     }
-    if (n >= 2 && entries_[n - 2].x == column && entries_[n - 2].y == row) {
+    if (n >= held_ + 2 && entries_[n - 2].x == column && entries_[n - 2].y == row) {
         entries_[n - 2].units += units;
+        entries_[n - 2].next += next;
         return;
     }
-    entries_.push_back({row, column, units});
+    entries_.push_back({row, column, units, next});
 }
 
 inline void AreaCoverage::addPiece(int row, double x0, double y0, double x1, double y1) {
@@ -58,10 +62,11 @@ inline void AreaCoverage::addPiece(int row, double x0, double y0, double x1, dou
         sign = -1;
     }
     const int c0 = floorOf(x0);
-    if (x1 - x0 < 1e-12) {
+    // Within one column (most pieces of a flattened curve): as the walk
+    // below finds it, without the slope.
+    if (x1 <= c0 + 1.0 || x1 - x0 < 1e-12) {
         const double h = sign * (y1 - y0), xm = 0.5 * (x0 + x1) - c0;
-        add(row, c0, h * (1 - xm));
-        add(row, c0 + 1, h * xm);
+        add(row, c0, h * (1 - xm), h * xm);
         return;
     }
     const double slope = (y1 - y0) / (x1 - x0);
@@ -72,8 +77,7 @@ inline void AreaCoverage::addPiece(int row, double x0, double y0, double x1, dou
         const double h = sign * (yb - ya);
         if (h != 0) {
             const double xm = 0.5 * (xa + xb) - c;
-            add(row, c, h * (1 - xm));
-            add(row, c + 1, h * xm);
+            add(row, c, h * (1 - xm), h * xm);
         }
         xa = xb;
         ya = yb;
@@ -85,6 +89,9 @@ void AreaCoverage::addLine(PointD a, PointD b) {
     if (a.y == b.y) return;
     const double ylo = std::min(a.y, b.y), yhi = std::max(a.y, b.y);
     const int r0 = floorOf(ylo), r1 = ceilOf(yhi) - 1;
+    // Both end rows hold a piece of the edge.
+    ylo_ = std::min(ylo_, r0);
+    yhi_ = std::max(yhi_, r1);
     const double dxdy = (b.x - a.x) / (b.y - a.y);
     for (int r = r0; r <= r1; ++r) {
         // The part of the edge within row r, in the edge's own direction.
@@ -100,40 +107,41 @@ void AreaCoverage::cells(std::vector<Cell>& out) {
     if (entries_.empty()) return;
     // Every row between the lowest and the highest holds pieces of the
     // edges crossing it: its columns, then its sums or its sorted entries.
-    int ylo = entries_[0].y, yhi = ylo;
-    for (const Entry& e : entries_) {
-        ylo = std::min(ylo, e.y);
-        yhi = std::max(yhi, e.y);
-    }
+    const int ylo = ylo_, yhi = yhi_;
     const size_t rows = static_cast<size_t>(yhi - ylo) + 1;
     rows_.assign(rows, Row{INT_MAX, INT_MIN, 0, 0, false});
     for (const Entry& e : entries_) {
         Row& r = rows_[static_cast<size_t>(e.y - ylo)];
         r.lo = std::min(r.lo, e.x);
-        r.hi = std::max(r.hi, e.x);
+        r.hi = std::max(r.hi, e.x + 1);
         ++r.count;
     }
     size_t dense = 0, sparse = 0;
     for (Row& r : rows_) {
         if (r.count == 0) continue;
         const size_t span = static_cast<size_t>(static_cast<long long>(r.hi) - r.lo) + 1;
-        r.dense = span <= kDenseSpan * r.count + 8;
+        r.dense = span <= 2 * kDenseSpan * r.count + 8;
         if (r.dense) {
             r.start = dense;
             dense += span;
         } else {
             r.start = sparse;
-            sparse += r.count;
+            sparse += 2 * r.count;
         }
     }
     sums_.assign(dense, 0);
     sorted_.resize(sparse);
     for (const Entry& e : entries_) {
         Row& r = rows_[static_cast<size_t>(e.y - ylo)];
-        if (r.dense)
-            sums_[r.start + static_cast<size_t>(e.x - r.lo)] += e.units;
-        else
-            sorted_[r.start++] = e;  // start ends past the row's entries
+        if (r.dense) {
+            long long* s = &sums_[r.start + static_cast<size_t>(e.x - r.lo)];
+            s[0] += e.units;
+            s[1] += e.next;
+        } else {
+            // start ends past the row's columns
+            sorted_[r.start++] = {e.x, e.units};
+            sorted_[r.start++] = {e.x + 1, e.next};
+        }
     }
     for (size_t ri = 0; ri < rows; ++ri) {
         const Row& r = rows_[ri];
@@ -152,8 +160,8 @@ void AreaCoverage::cells(std::vector<Cell>& out) {
             continue;
         }
         const auto to = sorted_.begin() + static_cast<std::ptrdiff_t>(r.start);
-        const auto from = to - static_cast<std::ptrdiff_t>(r.count);
-        std::sort(from, to, [](const Entry& a, const Entry& b) { return a.x < b.x; });
+        const auto from = to - static_cast<std::ptrdiff_t>(2 * r.count);
+        std::sort(from, to, [](const Column& a, const Column& b) { return a.x < b.x; });
         for (auto i = from; i != to;) {
             const int x = i->x;
             while (i != to && i->x == x) sum += (i++)->units;

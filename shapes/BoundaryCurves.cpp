@@ -332,6 +332,7 @@ public:
             closedSeen_ = closed;
             inSeen_ = in;
             outSeen_ = out;
+            stairHeld_ = false;
         }
         for (at_ = 0; at_ < seen_; ++at_)
             if (same(history_[at_].curve, curve)) return;
@@ -394,7 +395,13 @@ private:
     const CurveJudge::Errors& errors(bool flat) {
         Judged& j = history_[at_];
         if (!j.judged) {
-            CurveJudge::cover(*curve_, *stair_, closed_, cov_, cells_);
+            // The staircase's own edges are added once for all the curves
+            // along it.
+            if (!stairHeld_) {
+                CurveJudge::coverStair(*stair_, closed_, cov_);
+                stairHeld_ = true;
+            }
+            CurveJudge::cover(*curve_, *stair_, closed_, cov_, cells_, true);
             j.errors[0] = CurveJudge::errors(cells_, in_, out_, judged_, &j.errors[1]);
             j.judged = true;
         }
@@ -418,6 +425,7 @@ private:
     std::vector<Corner> stairSeen_;
     bool closedSeen_ = false;
     int32_t inSeen_ = -1, outSeen_ = -1;
+    bool stairHeld_ = false;  // whether cov_ holds the staircase last seen
 };
 
 // Without a picture the judge still measures the area between a curve and

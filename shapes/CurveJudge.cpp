@@ -41,29 +41,50 @@ CurveJudge::Errors CurveJudge::compare(const std::vector<PointD>& curve,
     return errors(cells, in, out, pic);
 }
 
+namespace {
+
+PointD cornerAt(const std::vector<Corner>& stair, size_t i) {
+    return PointD{static_cast<double>(stair[i].x), static_cast<double>(stair[i].y)};
+}
+
+}  // namespace
+
+void CurveJudge::coverStair(const std::vector<Corner>& stair, bool closed, AreaCoverage& cov) {
+    cov.clear();
+    // The staircase back, against the curve forwards (cover()).
+    const size_t n = stair.size();
+    if (closed) {
+        for (size_t i = 0; i < n; ++i)
+            cov.addLine(cornerAt(stair, (i + 1) % n), cornerAt(stair, i));
+    } else {
+        for (size_t i = n; i > 1; --i) cov.addLine(cornerAt(stair, i - 1), cornerAt(stair, i - 2));
+    }
+    cov.hold();
+}
+
 void CurveJudge::cover(const std::vector<PointD>& curve, const std::vector<Corner>& stair,
-                       bool closed, AreaCoverage& cov, std::vector<AreaCoverage::Cell>& cells) {
+                       bool closed, AreaCoverage& cov, std::vector<AreaCoverage::Cell>& cells,
+                       bool held) {
     cells.clear();
     if (curve.size() < 4 || stair.empty()) return;
-    cov.clear();
     // The curve forwards, the staircase back: the region between them,
-    // positive where the curve gives `in` more area.
+    // positive where the curve gives `in` more area. The shares are summed
+    // exactly, so the order the edges come in does not count.
+    if (held)
+        cov.back();
+    else
+        coverStair(stair, closed, cov);
     PointD last = curve[0];
     flattened(curve, [&](PointD p) {
         cov.addLine(last, p);
         last = p;
     });
     const size_t n = stair.size();
-    auto corner = [&](size_t i) {
-        return PointD{static_cast<double>(stair[i].x), static_cast<double>(stair[i].y)};
-    };
     if (closed) {
         cov.addLine(last, curve[0]);
-        for (size_t i = 0; i < n; ++i) cov.addLine(corner((i + 1) % n), corner(i));
     } else {
-        cov.addLine(last, corner(n - 1));
-        for (size_t i = n - 1; i > 0; --i) cov.addLine(corner(i), corner(i - 1));
-        cov.addLine(corner(0), curve[0]);
+        cov.addLine(last, cornerAt(stair, n - 1));
+        cov.addLine(cornerAt(stair, 0), curve[0]);
     }
     cov.cells(cells);
 }

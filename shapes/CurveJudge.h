@@ -37,8 +37,12 @@ public:
     // pixels between the curve and the staircase with their signed shares
     // (positive where the curve gives `in` more area; none when the curve
     // has no segment or the staircase no corner), then the errors over them.
+    // `held`: `scratch` holds the staircase's own edges (coverStair()), so
+    // that several curves along one staircase add them once.
     static void cover(const std::vector<PointD>& curve, const std::vector<Corner>& stair,
-                      bool closed, AreaCoverage& scratch, std::vector<AreaCoverage::Cell>& cells);
+                      bool closed, AreaCoverage& scratch, std::vector<AreaCoverage::Cell>& cells,
+                      bool held = false);
+    static void coverStair(const std::vector<Corner>& stair, bool closed, AreaCoverage& scratch);
     // `alone`, when given, gets the errors as well with the two regions
     // alone on the pixels (as without `pic.parents`), in the same pass.
     static Errors errors(const std::vector<AreaCoverage::Cell>& cells, int32_t in, int32_t out,

@@ -83,5 +83,27 @@ TEST(CurveJudge, ErrorsStackedAndAlone) {
     expectErrors(alone, 0, 0, 0, "none, alone");
 }
 
+// The staircase's edges held once for several curves along it: each curve's
+// cells as covered alone, whatever curve came before (a curve's first piece
+// falls on the pixel of the staircase's last edge).
+TEST(CurveJudge, HeldStaircase) {
+    const SideBySide s;
+    const std::vector<PointD> straight = {{2, 0}, {2, 2.0 / 3}, {2, 4.0 / 3}, {2, 2}};
+    AreaCoverage alone, held;
+    std::vector<AreaCoverage::Cell> expected, cells;
+    CurveJudge::coverStair(s.stair, false, held);
+    for (const std::vector<PointD>* curve : {&s.curve, &straight, &s.curve, &s.curve}) {
+        CurveJudge::cover(*curve, s.stair, false, alone, expected);
+        CurveJudge::cover(*curve, s.stair, false, held, cells, true);
+        ASSERT_EQ(cells.size(), expected.size());
+        for (size_t i = 0; i < cells.size(); ++i) {
+            EXPECT_EQ(cells[i].x, expected[i].x);
+            EXPECT_EQ(cells[i].y, expected[i].y);
+            EXPECT_EQ(cells[i].share, expected[i].share);
+        }
+    }
+    EXPECT_EQ(cells.size(), 2u);
+}
+
 }  // namespace
 }  // namespace om1

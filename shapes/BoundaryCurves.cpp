@@ -1092,6 +1092,18 @@ public:
         if (!going(8 * static_cast<size_t>(n))) return false;
         int32_t in, out;
         sides(r_, corners_[0], loop.codes[0], in, out);
+        Piece& p = *u.piece;
+        // Where the picture shows both regions in their own colours on every
+        // step, the staircase is exact, as for a piece.
+        bool exact = given_.pixels != nullptr && in >= 0 && out >= 0;
+        for (int k = 0; k < n && exact; ++k)
+            exact = ownColour(given_, corners_[static_cast<size_t>(k)],
+                              loop.codes[static_cast<size_t>(k)], in, out);
+        if (exact || stairs(in, out)) {
+            p.curved = false;
+            CurveFitter::polygonCurve(loop, p.curve);
+            return true;
+        }
         EdgeSamples::sample(loop, pic_, samples_);
         const double contrast = contrastOf(in, out);
         const bool refine = refined(contrast);
@@ -1099,7 +1111,6 @@ public:
         fs.refine = false;
         fs.meanShare = meanShare(contrast, fs.meanShare);
         CurveFitter::fitLoop(loop, samples_, fs, whole_, &covers_);
-        Piece& p = *u.piece;
         chooser_.judge(whole_, corners_, true, in, out);
         p.curved = !stairs(in, out) && chooser_.keep();
         if (p.curved)

@@ -50,7 +50,8 @@ TEST(OptionTable, EveryRowTakesItsRangeAndNothingBeyond) {
                 EXPECT_EQ(OptionTable::set(refused, r, text(r.max + step), e), OM1_BAD_OPTION);
                 EXPECT_NE(e.find(r.name), std::string::npos) << e;
                 EXPECT_EQ(OptionTable::set(refused, r, text(r.min - step), e), OM1_BAD_OPTION);
-                EXPECT_EQ(OptionTable::set(refused, r, "x", e), OM1_BAD_OPTION);
+                for (const char* bad : {"x", "5x", ""})
+                    EXPECT_EQ(OptionTable::set(refused, r, bad, e), OM1_BAD_OPTION) << bad;
                 EXPECT_EQ(std::memcmp(&refused, &before, sizeof before), 0);
                 break;
             }

@@ -64,6 +64,15 @@ std::string svgOf(const om1::Result& r, const om1::Hooks* hooks, int& code) {
     return written(r, om1::OutputFormat::Kind::Svg, hooks, &code);
 }
 
+// The settings of the cancel table: every preset and exact polygons.
+om1_options settingsOf(const std::string& name) {
+    om1_options o = name == "polygon" ? preset("graphic", "polygon", "on") : preset(name.c_str());
+    o.max_outlines = 10000000;
+    return o;
+}
+
+const char* const kSettings[] = {"plain", "graphic", "photo", "bw", "pixel", "polygon"};
+
 // The core's tracer cannot be interrupted: given a progress it runs on a
 // thread of its own while the caller keeps asking. A stop heard then returns
 // Cancelled at once with nothing asked after it; the abandoned run frees its
@@ -73,9 +82,7 @@ std::string svgOf(const om1::Result& r, const om1::Hooks* hooks, int& code) {
 TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
     const Rgba many = makePicture(240, 180, 3);
     const std::vector<RGBQUAD> px = many.pixels();
-    om1_options o;
-    om1::OptionTable::preset(o, "plain");
-    o.max_outlines = 10000000;
+    const om1_options o = settingsOf("plain");
     const om1::TraceOptions t = om1::OptionsRecord::toTrace(o);
     int code = 0;
     const std::string expected = svgOf(om1::vectorize(many.picture(), &o), nullptr, code);
@@ -108,22 +115,6 @@ TEST(TracerProgress, AStopWhileTheCoreTracerRunsReturnsAtOnce) {
     om1::WorkerThread::waitForAbandoned();
     EXPECT_EQ(om1::WorkerThread::abandoned(), 0);
 }
-
-// The settings of the cancel table: every preset and exact polygons.
-om1_options settingsOf(const std::string& name) {
-    om1_options o;
-    std::string error;
-    if (name == "polygon") {
-        om1::OptionTable::defaults(o);
-        om1::OptionTable::apply(o, {{"polygon", "on"}}, error);
-    } else {
-        om1::OptionTable::preset(o, name);
-    }
-    o.max_outlines = 10000000;
-    return o;
-}
-
-const char* const kSettings[] = {"plain", "graphic", "photo", "bw", "pixel", "polygon"};
 
 // Through the pipeline, a host that hears every report: the shares rise from
 // 0 to kTraced over vectorize and on to 1 over the shapes and the writing,

@@ -7,10 +7,8 @@
 #include <sstream>
 #include <streambuf>
 #include <string>
-#include <vector>
 
-#include "pipeline/OptionTable.h"
-#include "pipeline/Vectorize.h"
+#include "PipelinePictures.h"
 
 namespace {
 
@@ -42,22 +40,16 @@ private:
 // 300 x 300 pixels of scattered colours: about 50 000 exact regions, an SVG
 // of several megabytes in the pixel preset.
 om1::Result noiseResult() {
-    const int w = 300, h = 300;
-    static std::vector<uint8_t> rgba(static_cast<size_t>(w) * h * 4, 255);
+    static Rgba rgba(300, 300, 255);
     uint32_t s = 12345;
-    for (size_t i = 0; i < rgba.size(); ++i) {
+    for (size_t i = 0; i < rgba.px.size(); ++i) {
         s = s * 1103515245u + 12345u;
-        if (i % 4 != 3) rgba[i] = static_cast<uint8_t>((s >> 16) & 0xC0);
+        if (i % 4 != 3) rgba.px[i] = static_cast<uint8_t>((s >> 16) & 0xC0);
     }
-    om1::Picture p;
-    p.rgba = rgba.data();
-    p.width = w;
-    p.height = h;
-    om1_options o;
-    om1::OptionTable::preset(o, "pixel");
+    om1_options o = preset("pixel");
     o.max_colors = 0;
     o.max_outlines = 2000000000;
-    return om1::vectorize(p, &o, nullptr);
+    return om1::vectorize(rgba.picture(), &o, nullptr);
 }
 
 TEST(ResultWrite, ManyRegionsInLargeBlocksTheSameWithAProgress) {
@@ -73,9 +65,7 @@ TEST(ResultWrite, ManyRegionsInLargeBlocksTheSameWithAProgress) {
 
     om1::Hooks hooks;
     hooks.progress = [](double) { return true; };
-    std::ostringstream watched;
-    ASSERT_EQ(r.write(watched, om1::OutputFormat::Kind::Svg, &hooks), OM1_OK);
-    EXPECT_TRUE(watched.str() == all.text);
+    EXPECT_TRUE(written(r, om1::OutputFormat::Kind::Svg, &hooks) == all.text);
 }
 
 TEST(ResultWrite, AStreamThatFailsPartWayIsAFailedWrite) {

@@ -252,17 +252,11 @@ TEST(LabelRaster, HoleChainsOnEitherSide) {
     om1_delKvCTree(tree);
 }
 
-class RenderBack : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (!haveRenderer()) GTEST_SKIP() << "rsvg-convert is not installed";
-    }
-};
-
 // Hard-edged pictures come back from the SVG pixel for pixel, stacked and cut
 // out, as polygons (lossless) and in curve mode, where the judge keeps no fit
 // on these staircases (measured: every loop straight, every picture exact).
-TEST_F(RenderBack, HardEdgesComeBackExactly) {
+TEST(RenderBack, HardEdgesComeBackExactly) {
+    if (!haveRenderer()) GTEST_SKIP() << "rsvg-convert is not installed";
     for (int scale : {1, 3})
         for (const Picture& p : hardEdgedPictures(scale))
             for (auto layout : {kStacked, kCutout})

@@ -24,6 +24,7 @@ TEST(CommandLine, OptionsAndUsageErrors) {
                                                           {"a.png", "--tolerance", "101"},
                                                           {"a.png", "--tolerance", "x"},
                                                           {"a.png", "--max-outlines"},
+                                                          {"a.png", "--preset", "art"},
                                                           {"a.png", "b.png", "-o", "x.svg"},
                                                           {"a.png", "-o", "x.svg", "-d", "d"},
                                                           {"a.png", "--bogus"},
@@ -99,25 +100,6 @@ TEST(Om1trace, ExitCodes) {
 #ifndef _WIN32
     EXPECT_EQ(runTool(d.file("s.png") + " -o /proc/om1-cannot-write.svg"), 74);
 #endif
-}
-
-TEST(TraceJob, TransparentRegionsCanBeLeftOut) {
-    TempDir d;
-    TestPicture p(40, 30, 255, 255, 255);
-    p.fill(8, 8, 12, 10, 10, 200, 10);      // opaque green
-    p.fill(24, 8, 10, 12, 200, 10, 10, 0);  // fully transparent red
-    ASSERT_TRUE(p.png(d.file("t.png")));
-    CommandLine cl;
-    cl.options.background = 0x0000ff;  // transparent pixels become blue
-    TraceJob::Stats st;
-    std::string msg;
-    ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("all.svg"), st, msg), 0) << msg;
-    cl.options.transparent = 1;
-    ASSERT_EQ(TraceJob::run(cl, d.file("t.png"), d.file("opaque.svg"), st, msg), 0) << msg;
-    std::string all = readText(d.file("all.svg")), opaque = readText(d.file("opaque.svg"));
-    EXPECT_NE(all.find("#0000ff"), std::string::npos);
-    EXPECT_EQ(opaque.find("#0000ff"), std::string::npos);
-    EXPECT_NE(opaque.find("#0ac80a"), std::string::npos);
 }
 
 // Runs that would lose a result or destroy an input are refused before
@@ -248,8 +230,6 @@ TEST(CommandLine, EveryTableOptionWithItsRange) {
     }
     CommandLine cl;
     std::string e;
-    EXPECT_FALSE(parseArgs({"a.png", "--colours", "5"}, cl, e));
-    EXPECT_EQ(e, "unknown option --colours; did you mean --colors?");
     EXPECT_FALSE(parseArgs({"a.png", "--jbos", "2"}, cl, e));
     EXPECT_EQ(e, "unknown option --jbos; did you mean --jobs?");
     std::string err;

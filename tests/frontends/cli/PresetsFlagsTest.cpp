@@ -26,13 +26,6 @@ TEST(PresetFlags, ParsedInOrderAndCheckedEarly) {
     ASSERT_EQ(cl.options.palette_count, 2);
     EXPECT_EQ(cl.options.palette[1], 0xffffffu);
     EXPECT_EQ(cl.options.merge_means, 0);
-    for (auto bad : std::vector<std::vector<std::string>>{
-             {"a.png", "--preset", "art"}, {"a.png", "--colors", "1"}, {"a.png", "--speckle"}}) {
-        CommandLine c;
-        e.clear();
-        EXPECT_FALSE(parseArgs(bad, c, e)) << bad[1];
-        EXPECT_FALSE(e.empty());
-    }
 }
 
 // Exact colours on a picture of many colours: the pixel preset labels them

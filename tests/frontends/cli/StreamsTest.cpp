@@ -99,9 +99,7 @@ TEST(Streams, DashWritesStandardOutput) {
 TEST(Streams, DashReadsStandardInput) {
     const Result svg = tool("- < " + kExample);
     EXPECT_EQ(svg.code, 0) << svg.err;
-    EXPECT_EQ(svg.out.rfind("<?xml", 0), 0u);
-    EXPECT_TRUE(endsWith(svg.out, "</svg>\n"));
-    EXPECT_EQ(svg.out, tool(kExample + " -o -").out);
+    EXPECT_EQ(svg.out, tool(kExample + " -o -").out);  // whole: DashWritesStandardOutput
 
     const Result eps = tool("- --format eps < " + kExample);
     EXPECT_EQ(eps.code, 0) << eps.err;

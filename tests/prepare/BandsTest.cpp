@@ -15,7 +15,7 @@
 #include "prepare/ColorQuantizer.h"
 #include "prepare/PictureCleaner.h"
 #include "prepare/RegionMerger.h"
-#include "SpeckledBlobs.h"
+#include "DottedPatches.h"
 
 TEST(Bands, PartsCoverTheRangeOnceInOrder) {
     struct Case {
@@ -118,7 +118,7 @@ TEST(Bands, AStageByBandsStopsWhenAsked) {
 TEST(Bands, StagesByBandsGiveTheResultOfOneThread) {
     const int w = 1031, h = 1027;
     // (A speck sometimes joins others.)
-    const SpeckledBlobs blobs(w, h, 37, 29, 12, 50, 70);
+    const DottedPatches blobs(w, h, 37, 29, 12, 50, 70);
     const std::vector<RGBQUAD>&pixels = blobs.pixels, &input = blobs.input;
     const std::vector<uint8_t>&alpha = blobs.alpha, &inputAlpha = blobs.inputAlpha;
     using Stage = std::function<long long(RGBQUAD*, uint8_t*, int)>;

@@ -8,7 +8,7 @@
 #include "prepare/PictureCleaner.h"
 #include "prepare/RegionLabels.h"
 #include "prepare/RegionMerger.h"
-#include "SpeckledBlobs.h"
+#include "DottedPatches.h"
 
 namespace {
 
@@ -110,7 +110,7 @@ TEST(RegionMerger, RegionsTakeTheMeanOfTheInputTheyCover) {
 TEST(RegionMerger, TakesTheSpeckleFiltersLabellingAsItsOwn) {
     const int w = 97, h = 61;
     // (Specks, some touching.)
-    const SpeckledBlobs blobs(w, h, 13, 11, 20, 20, 15);
+    const DottedPatches blobs(w, h, 13, 11, 20, 20, 15);
     const std::vector<RGBQUAD>&pixels = blobs.pixels, &input = blobs.input;
     const std::vector<uint8_t>&alpha = blobs.alpha, &inputAlpha = blobs.inputAlpha;
     for (bool withAlpha : {false, true})

@@ -9,10 +9,10 @@
 
 #include "platform/WinTypes.h"
 
-struct SpeckledBlobs {
+struct DottedPatches {
     // Blobs of blobW x blobH pixels, a speck where a pixel's hash is below
     // `specks` (of 256), alpha blocks of alphaW x alphaH.
-    SpeckledBlobs(int w, int h, int blobW, int blobH, uint32_t specks, int alphaW, int alphaH)
+    DottedPatches(int w, int h, int blobW, int blobH, uint32_t specks, int alphaW, int alphaH)
         : pixels(static_cast<size_t>(w) * h),
           input(pixels.size()),
           alpha(pixels.size()),

@@ -1095,11 +1095,7 @@ public:
         Piece& p = *u.piece;
         // Where the picture shows both regions in their own colours on every
         // step, the staircase is exact, as for a piece.
-        bool exact = given_.pixels != nullptr && in >= 0 && out >= 0;
-        for (int k = 0; k < n && exact; ++k)
-            exact = ownColour(given_, corners_[static_cast<size_t>(k)],
-                              loop.codes[static_cast<size_t>(k)], in, out);
-        if (exact || stairs(in, out)) {
+        if (exactSteps(loop, 0, corners_.data(), n) || stairs(in, out)) {
             p.curved = false;
             CurveFitter::polygonCurve(loop, p.curve);
             return true;
@@ -1164,6 +1160,21 @@ private:
         return contrast < 0 || contrast > kTightContrast ? tight : kSoftMeanShare;
     }
 
+    // Whether the picture shows both regions in their own colours on each
+    // of the `steps` steps of `loop` from step a (whose corners `corners`
+    // lists): its staircase is then exact.
+    bool exactSteps(const CrackLoop& loop, int a, const Corner* corners, int steps) const {
+        if (!given_.pixels) return false;
+        const int n = static_cast<int>(loop.codes.size());
+        for (int k = 0; k < steps; ++k) {
+            int32_t li, lo;
+            const int d = loop.codes[static_cast<size_t>((a + k) % n)];
+            sides(r_, corners[k], d, li, lo);
+            if (lo < 0 || li < 0 || !ownColour(given_, corners[k], d, li, lo)) return false;
+        }
+        return true;
+    }
+
     // Whether a piece between these regions keeps its staircase.
     bool stairs(int32_t a, int32_t b) const {
         const std::vector<uint8_t>* k = pic_.staircase;
@@ -1218,15 +1229,7 @@ private:
         const bool tipStart = nodes_.at(pc[0], startTip), tipEnd = nodes_.at(cb, endTip);
         // Where the picture shows both regions in their own colours on every
         // step, the staircase is exact.
-        bool exact = given.pixels != nullptr;
-        for (int k = 0; k < steps && exact; ++k) {
-            int32_t li, lo;
-            const int i = (a + k) % n;
-            const Corner& ck = pc[static_cast<size_t>(k)];
-            sides(r, ck, loop.codes[i], li, lo);
-            exact = lo >= 0 && li >= 0 && ownColour(given, ck, loop.codes[i], li, lo);
-        }
-        exact = exact || stairs(in, out);
+        const bool exact = exactSteps(loop, a, pc.data(), steps) || stairs(in, out);
         // The fit at the tolerance asked and, where it takes more than two
         // segments and the picture can judge, at twice and four times it:
         // the one kept is the one whose gain over the staircase, less

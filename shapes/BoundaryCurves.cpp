@@ -1592,60 +1592,69 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
         // same for any number of threads.
         if (!jobs.empty()) {
             const FlatPicture flat(given);
-            std::atomic<size_t> next{0};
-            auto runJobs = [&](PieceFitter& f, const Going& go) {
-                for (;;) {
-                    const size_t i = next.fetch_add(1);
-                    if (i >= jobs.size()) return true;
-                    const FitJob& job = jobs[i];
-                    const size_t j = job.use;
-                    if (!(j < uses.size() ? f.piece(uses[j], job, go)
-                                          : f.island(islandUses[j - uses.size()], go)))
-                        return false;
-                }
-            };
-            auto fitted = [&]() {
-                return 0.2 + 0.7 * static_cast<double>(std::min(next.load(), jobs.size())) /
-                                 static_cast<double>(jobs.size());
-            };
-            const int count = static_cast<int>(std::min<long long>(
-                Bands::count(options.threads, static_cast<long long>(given.width) * given.height,
-                             kMinFitPixels),
-                static_cast<long long>(jobs.size())));
-            // Every band takes the next fit to make until none is left. Band
-            // 0, on this thread, asks the progress among its fits; the
-            // others stop before their next fit once told to. When this
-            // thread's fits are done it asks the progress about every 5 ms
-            // until the others end.
-            std::atomic<bool> stop{false}, failed{false};
-            Bands::run(
-                count, count,
-                [&](int band, long long, long long) {
-                    try {
-                        PieceFitter f(r, given, pic, flat.pic, nodes, options);
-                        if (band == 0)
-                            runJobs(f, [&](size_t steps) {
-                                share = fitted();
-                                if (stop.load() || !done(steps)) stop = true;
-                                return !stop.load();
-                            });
-                        else
-                            runJobs(f, [&stop](size_t) { return !stop.load(); });
-                    } catch (...) {
-                        failed = true;  // memory ran out
-                        stop = true;
+            // Fits the jobs `order` names (all of them when empty), on
+            // several threads where the picture is large and there are
+            // several: every band takes the next fit to make until none is
+            // left. Band 0, on this thread, asks the progress among its
+            // fits; the others stop before their next fit once told to.
+            // When this thread's fits are done it asks the progress about
+            // every 5 ms until the others end. False on a stop or when
+            // memory ran out.
+            auto fitAll = [&](const std::vector<size_t>& order, double from, double span) {
+                const size_t total = order.empty() ? jobs.size() : order.size();
+                if (total == 0) return true;
+                std::atomic<size_t> next{0};
+                std::atomic<bool> stop{false}, failed{false};
+                auto fitted = [&]() {
+                    return from + span * static_cast<double>(std::min(next.load(), total)) /
+                                      static_cast<double>(total);
+                };
+                auto runJobs = [&](PieceFitter& f, const Going& go) {
+                    for (;;) {
+                        const size_t k = next.fetch_add(1);
+                        if (k >= total) return;
+                        const FitJob& job = jobs[order.empty() ? k : order[k]];
+                        const size_t j = job.use;
+                        if (!(j < uses.size() ? f.piece(uses[j], job, go)
+                                              : f.island(islandUses[j - uses.size()], go)))
+                            return;
                     }
-                },
-                [&]() {
-                    share = fitted();
-                    if (!stop.load() && !going()) stop = true;
-                });
-            if (stopped || failed) return false;
+                };
+                const int count = static_cast<int>(std::min<long long>(
+                    Bands::count(options.threads,
+                                 static_cast<long long>(given.width) * given.height, kMinFitPixels),
+                    static_cast<long long>(total)));
+                Bands::run(
+                    count, count,
+                    [&](int band, long long, long long) {
+                        try {
+                            PieceFitter f(r, given, pic, flat.pic, nodes, options);
+                            if (band == 0)
+                                runJobs(f, [&](size_t steps) {
+                                    share = fitted();
+                                    if (stop.load() || !done(steps)) stop = true;
+                                    return !stop.load();
+                                });
+                            else
+                                runJobs(f, [&stop](size_t) { return !stop.load(); });
+                        } catch (...) {
+                            failed = true;  // memory ran out
+                            stop = true;
+                        }
+                    },
+                    [&]() {
+                        share = fitted();
+                        if (!stop.load() && !going()) stop = true;
+                    });
+                return !stopped && !failed.load() && !stop.load();
+            };
+            if (!fitAll({}, 0.2, 0.7)) return false;
 
             // Where only some of the pieces at a tip run to it, the others
             // leave a spur between their ends: such a junction goes the way
             // most of its pieces went, and the pieces that went the other
-            // way are fitted again.
+            // way are fitted again (each reads the junctions as decided and
+            // writes only its own piece, as above).
             if (!nodes.empty()) {
                 auto slotOf = [&](const FitJob& job) -> const Piece& {
                     return *uses[job.use].pieces[job.piece].piece;
@@ -1665,11 +1674,7 @@ bool BoundaryCurves::fit(const EdgeSamples::Picture& given, const OutputOptions&
                         (w1 && (w1 > 0) != slotOf(job).tips[1]))
                         again.push_back(ji);
                 }
-                PieceFitter f(r, given, pic, flat.pic, nodes, options);
-                for (size_t ji : again)
-                    if (!f.piece(uses[jobs[ji].use], jobs[ji],
-                                 [&](size_t steps) { return done(steps); }))
-                        return false;
+                if (!again.empty() && !fitAll(again, 0.9, 0)) return false;
             }
         }
 

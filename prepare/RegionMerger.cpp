@@ -19,6 +19,10 @@ namespace om1 {
 
 namespace {
 
+// The passes over the pixels run by bands from this many pixels on (256 x
+// 256): a band's cost is its rows, its regions' sums and its pairs.
+const long long kMinBandPixels = 1LL << 16;
+
 struct Candidate {
     double cost;
     int32_t a, b;
@@ -78,7 +82,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // sums of a picture without alpha are sums of whole numbers, exact
         // in any order: each band adds its own, for at most one region in 64
         // pixels (their memory).
-        const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
+        const int bands =
+            std::min(Bands::count(threads, static_cast<long long>(n), kMinBandPixels), height);
         auto rowsOf = [&](int band, int& y0, int& y1) {
             y0 = static_cast<int>(static_cast<long long>(height) * band / bands);
             y1 = static_cast<int>(static_cast<long long>(height) * (band + 1) / bands);

@@ -104,6 +104,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 Part& p = parts[band];
                 int y0, y1;
                 rowsOf(band, y0, y1);
+                // Runs of one label added up in whole numbers first.
+                const int32_t* const label = labels.data();
+                int32_t run = label[static_cast<size_t>(y0) * width];
+                unsigned long long runSize = 0, runSum[3] = {0, 0, 0}, allSquares = 0;
+                auto endRun = [&]() {
+                    p.size[run] += static_cast<double>(runSize);
+                    for (int k = 0; k < 3; ++k)
+                        p.sum[3 * static_cast<size_t>(run) + k] += static_cast<double>(runSum[k]);
+                };
                 for (int y = y0; y < y1; ++y) {
                     if ((y - y0) % 256 == 255 && (band == 0 ? !going() : stop.load())) {
                         stop = true;
@@ -112,16 +121,22 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     for (size_t i = static_cast<size_t>(y) * width,
                                 e = static_cast<size_t>(y + 1) * width;
                          i < e; ++i) {
-                        const int32_t r = labels[i];
-                        const double red = original[i].rgbRed, green = original[i].rgbGreen,
-                                     blue = original[i].rgbBlue;
-                        p.size[r] += 1;
-                        p.sum[3 * r] += red;
-                        p.sum[3 * r + 1] += green;
-                        p.sum[3 * r + 2] += blue;
-                        p.squares += red * red + green * green + blue * blue;
+                        if (label[i] != run) {
+                            endRun();
+                            run = label[i];
+                            runSize = runSum[0] = runSum[1] = runSum[2] = 0;
+                        }
+                        const unsigned red = original[i].rgbRed, green = original[i].rgbGreen,
+                                       blue = original[i].rgbBlue;
+                        ++runSize;
+                        runSum[0] += red;
+                        runSum[1] += green;
+                        runSum[2] += blue;
+                        allSquares += red * red + green * green + blue * blue;
                     }
                 }
+                endRun();
+                p.squares = static_cast<double>(allSquares);
             });
             if (stop) return -1;
             for (int32_t r = 0; r < m; ++r)

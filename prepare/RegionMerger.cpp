@@ -20,7 +20,9 @@ namespace om1 {
 namespace {
 
 // The passes over the pixels run by bands from this many pixels on (256 x
-// 256): a band's cost is its rows, its regions' sums and its pairs.
+// 256) where the regions are few (at most one in 64 pixels): a band's cost
+// is its rows, its regions' sums and its pairs (many regions' pairs sorted
+// by band and merged cost more than two bands save below Bands::kMinPixels).
 const long long kMinBandPixels = 1LL << 16;
 
 struct Candidate {
@@ -82,13 +84,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // sums of a picture without alpha are sums of whole numbers, exact
         // in any order: each band adds its own, for at most one region in 64
         // pixels (their memory).
-        const int bands =
-            std::min(Bands::count(threads, static_cast<long long>(n), kMinBandPixels), height);
+        const bool few = static_cast<size_t>(m) <= n / 64;
+        const int bands = std::min(Bands::count(threads, static_cast<long long>(n),
+                                                few ? kMinBandPixels : Bands::kMinPixels),
+                                   height);
         auto rowsOf = [&](int band, int& y0, int& y1) {
             y0 = static_cast<int>(static_cast<long long>(height) * band / bands);
             y1 = static_cast<int>(static_cast<long long>(height) * (band + 1) / bands);
         };
-        const bool summed = !alpha && bands > 1 && static_cast<size_t>(m) <= n / 64;
+        const bool summed = !alpha && bands > 1 && few;
         if (summed) {
             struct Part {
                 std::vector<double> size, sum;

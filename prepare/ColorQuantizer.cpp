@@ -100,6 +100,10 @@ const size_t kCellColours = size_t{1} << 13;
 const size_t kTablePixels = size_t{1} << 19;
 const size_t kTableColours = size_t{1} << 12;
 
+// The painting, the rounds and the count of each colour's pixels run by
+// bands from this many pixels on (256 x 256).
+const long long kMinBandPixels = 1LL << 16;
+
 }  // namespace
 
 bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
@@ -119,8 +123,11 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
     count = std::min(count, 256);
     const size_t n = static_cast<size_t>(width) * height;
     // The passes over the pixels and over the colours run by bands (each
-    // band its own counts, added after: the same result for any number).
-    const int bands = Bands::count(threads, static_cast<long long>(n));
+    // band its own counts, added after: the same result for any number):
+    // the painting and the rounds from kMinBandPixels on, the colour count
+    // with a bit table per band from Bands::kMinPixels on.
+    const int bands = Bands::count(threads, static_cast<long long>(n), kMinBandPixels);
+    const int countBands = Bands::count(threads, static_cast<long long>(n));
     try {
         // Distinct colours and their counts, in colour order. A smaller
         // picture counts them in a table (ColourTable) that then gives a
@@ -129,7 +136,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
         // word). Only the words a colour falls in are read or written
         // (`words`, in order): the bits start as zero pages from calloc and
         // the ranks unset.
-        bool tabled = bands == 1 && n <= kTablePixels;
+        bool tabled = countBands == 1 && n <= kTablePixels;
         std::unique_ptr<ColourTable> table;
         const size_t kWords = size_t{1} << 18;
         std::unique_ptr<uint64_t, void (*)(void*)> bitsOwned(nullptr, std::free);
@@ -193,7 +200,7 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             if (!bitsOwned) return false;
             present = bitsOwned.get();
             rank = rankOwned.get();
-            if (bands == 1) {
+            if (countBands == 1) {
                 for (size_t i = 0; i < n; ++i) {
                     if ((i & kEvery) == kEvery && !at(0.1 + 0.2 * static_cast<double>(i) / n))
                         return false;
@@ -210,11 +217,11 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                         if (present[k]) words.push_back(static_cast<uint32_t>(k));
                 }
             } else {
-                std::vector<std::vector<uint64_t>> more(static_cast<size_t>(bands - 1),
+                std::vector<std::vector<uint64_t>> more(static_cast<size_t>(countBands - 1),
                                                         std::vector<uint64_t>(kWords, 0));
                 std::atomic<bool> stop{false};
                 Bands::run(
-                    bands, static_cast<long long>(n),
+                    countBands, static_cast<long long>(n),
                     [&](int band, long long b, long long e) {
                         uint64_t* bits = band == 0 ? present : more[band - 1].data();
                         for (long long i = b; i < e; ++i) {
@@ -364,6 +371,10 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
             for (uint16_t cell = 0; cell < 4096; ++cell)
                 if (used[cell]) usedCells.push_back(cell);
         }
+        // The rounds by bands where they measure at least kMinBandPixels
+        // distances.
+        const int roundBands =
+            static_cast<long long>(entries.size() * k) >= kMinBandPixels ? bands : 1;
         for (int round = 0; round < 4; ++round) {
             if (!at(0.6 + 0.05 * round)) return false;
             for (size_t b = 0; b < k; ++b) {
@@ -400,14 +411,14 @@ bool ColorQuantizer::quantize(RGBQUAD* pixels, int width, int height, int count,
                             cellMeans[cell * k + count++] = static_cast<uint8_t>(b);
                 }
             }
-            std::vector<uint8_t> movedIn(static_cast<size_t>(bands), round == 0);
+            std::vector<uint8_t> movedIn(static_cast<size_t>(roundBands), round == 0);
             // Every `step` colours (about 2^20 distances) the first band
             // reports and every band looks whether to stop.
             const long long step = std::max<long long>(64, (1LL << 20) / static_cast<long long>(k));
             std::atomic<bool> stop{false};
             const double share = 0.6 + 0.05 * round;
             Bands::run(
-                bands, static_cast<long long>(entries.size()),
+                roundBands, static_cast<long long>(entries.size()),
                 [&](int band, long long from, long long to) {
                     long long untilAsked = step - 1;  // colours before the next check
                     for (long long i = from; i < to; ++i) {

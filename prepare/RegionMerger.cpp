@@ -19,6 +19,12 @@ namespace om1 {
 
 namespace {
 
+// The passes over the pixels run by bands from this many pixels on (256 x
+// 256) where the regions are few (at most one in 64 pixels): a band's cost
+// is its rows, its regions' sums and its pairs (many regions' pairs sorted
+// by band and merged cost more than two bands save below Bands::kMinPixels).
+const long long kMinBandPixels = 1LL << 16;
+
 struct Candidate {
     double cost;
     int32_t a, b;
@@ -78,12 +84,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         // sums of a picture without alpha are sums of whole numbers, exact
         // in any order: each band adds its own, for at most one region in 64
         // pixels (their memory).
-        const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
+        const bool few = static_cast<size_t>(m) <= n / 64;
+        const int bands = std::min(Bands::count(threads, static_cast<long long>(n),
+                                                few ? kMinBandPixels : Bands::kMinPixels),
+                                   height);
         auto rowsOf = [&](int band, int& y0, int& y1) {
             y0 = static_cast<int>(static_cast<long long>(height) * band / bands);
             y1 = static_cast<int>(static_cast<long long>(height) * (band + 1) / bands);
         };
-        const bool summed = !alpha && bands > 1 && static_cast<size_t>(m) <= n / 64;
+        const bool summed = !alpha && bands > 1 && few;
         if (summed) {
             struct Part {
                 std::vector<double> size, sum;
@@ -99,6 +108,15 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 Part& p = parts[band];
                 int y0, y1;
                 rowsOf(band, y0, y1);
+                // Runs of one label added up in whole numbers first.
+                const int32_t* const label = labels.data();
+                int32_t run = label[static_cast<size_t>(y0) * width];
+                unsigned long long runSize = 0, runSum[3] = {0, 0, 0}, allSquares = 0;
+                auto endRun = [&]() {
+                    p.size[run] += static_cast<double>(runSize);
+                    for (int k = 0; k < 3; ++k)
+                        p.sum[3 * static_cast<size_t>(run) + k] += static_cast<double>(runSum[k]);
+                };
                 for (int y = y0; y < y1; ++y) {
                     if ((y - y0) % 256 == 255 && (band == 0 ? !going() : stop.load())) {
                         stop = true;
@@ -107,16 +125,22 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     for (size_t i = static_cast<size_t>(y) * width,
                                 e = static_cast<size_t>(y + 1) * width;
                          i < e; ++i) {
-                        const int32_t r = labels[i];
-                        const double red = original[i].rgbRed, green = original[i].rgbGreen,
-                                     blue = original[i].rgbBlue;
-                        p.size[r] += 1;
-                        p.sum[3 * r] += red;
-                        p.sum[3 * r + 1] += green;
-                        p.sum[3 * r + 2] += blue;
-                        p.squares += red * red + green * green + blue * blue;
+                        if (label[i] != run) {
+                            endRun();
+                            run = label[i];
+                            runSize = runSum[0] = runSum[1] = runSum[2] = 0;
+                        }
+                        const unsigned red = original[i].rgbRed, green = original[i].rgbGreen,
+                                       blue = original[i].rgbBlue;
+                        ++runSize;
+                        runSum[0] += red;
+                        runSum[1] += green;
+                        runSum[2] += blue;
+                        allSquares += red * red + green * green + blue * blue;
                     }
                 }
+                endRun();
+                p.squares = static_cast<double>(allSquares);
             });
             if (stop) return -1;
             for (int32_t r = 0; r < m; ++r)

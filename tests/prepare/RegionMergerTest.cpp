@@ -184,3 +184,41 @@ TEST(RegionMerger, HandsOnOneRegionWhereUnionsOfOneColourMeet) {
     EXPECT_EQ(labelled.labels, std::vector<int32_t>(p.size(), 0));
     EXPECT_EQ(labelled.firsts, std::vector<int32_t>{0});
 }
+
+// Above the size where the passes over the pixels run by bands (their sums
+// added by band where the regions are few): the same regions and colours
+// for any number of bands, opaque and with alpha.
+TEST(RegionMerger, BandsGiveTheMergingOfOneThread) {
+    const int w = 331, h = 211;  // 69841 pixels, rows not divisible by 2 or 3
+    for (uint32_t specks : {0u, 1u}) {
+        const DottedPatches blobs(w, h, 13, 11, specks, 20, 15);
+        for (bool withAlpha : {false, true}) {
+            SCOPED_TRACE(std::string(withAlpha ? "alpha, specks " : "specks ") +
+                         std::to_string(specks));
+            std::vector<RGBQUAD> one;
+            std::vector<uint8_t> oneAlpha;
+            long long regions = 0;
+            for (int threads : {1, 2, 3}) {
+                std::vector<RGBQUAD> p = blobs.pixels;
+                std::vector<uint8_t> a = blobs.alpha;
+                const long long left =
+                    RegionMerger::merge(p.data(), blobs.input.data(), w, h, 4e5, 3.0 * w * h * 40,
+                                        0, true, withAlpha ? a.data() : nullptr,
+                                        withAlpha ? blobs.inputAlpha.data() : nullptr, {}, threads);
+                ASSERT_GT(left, 1);
+                if (threads == 1) {
+                    regions = left;
+                    one = p;
+                    oneAlpha = a;
+                    continue;
+                }
+                EXPECT_EQ(left, regions) << threads;
+                EXPECT_EQ(a, oneAlpha) << threads;
+                for (size_t i = 0; i < p.size(); ++i)
+                    ASSERT_TRUE(p[i].rgbRed == one[i].rgbRed && p[i].rgbGreen == one[i].rgbGreen &&
+                                p[i].rgbBlue == one[i].rgbBlue)
+                        << threads << " " << i;
+            }
+        }
+    }
+}

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -73,18 +74,20 @@ TEST(Threads, BandsGiveTheOutputOfOneThread) {
         int w, h;
     };
     // Two and three bands (rows not divisible), opaque and transparent; a
-    // large picture (every stage by bands) and an icon's size (the
-    // anti-alias cleanup and the fits by bands, on the threads kept from
-    // the large one's runs).
+    // large picture (every stage by bands), a middling one (the colour
+    // painting and rounds, the merging's passes, the anti-alias cleanup and
+    // the fits by bands) and an icon's size (the anti-alias cleanup and the
+    // fits by bands, on the threads kept from the larger ones' runs).
     const Case cases[] = {
         {"graphic", false, 2, kWidth, kHeight}, {"graphic", false, 3, kWidth, kHeight},
-        {"photo", true, 2, kWidth, kHeight},    {"graphic", false, 2, 161, 131},
+        {"photo", true, 2, kWidth, kHeight},    {"graphic", false, 2, 331, 251},
+        {"photo", true, 3, 331, 251},           {"graphic", false, 2, 161, 131},
         {"graphic", false, 3, 161, 131},        {"photo", true, 2, 161, 131}};
-    std::string one[2][2];
+    std::map<std::pair<int, bool>, std::string> one;
     for (const Case& c : cases) {
         const Rgba rgba = makePicture(c.w, c.h, c.alpha);
         int status = 0;
-        std::string& reference = one[c.w == kWidth][c.alpha];
+        std::string& reference = one[{c.w, c.alpha}];
         if (reference.empty()) {
             reference = svgWith(rgba, c.preset, 1, status);
             ASSERT_EQ(status, OM1_OK);

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdint>
 #include <new>
-#include <queue>
 #include <vector>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -25,11 +24,34 @@ namespace {
 // by band and merged cost more than two bands save below Bands::kMinPixels).
 const long long kMinBandPixels = 1LL << 16;
 
-struct Candidate {
+// A priced union of one region (its batch's, see below) with `other`.
+struct Priced {
+    double cost;
+    int32_t other;
+    uint32_t stamp;  // the other region's when priced
+    // The order of the pairs (cost, lower region, higher region): with one
+    // region in common, the other region's order.
+    bool operator>(const Priced& o) const {
+        if (cost != o.cost) return cost > o.cost;
+        return other > o.other;
+    }
+};
+
+// The pairs one region priced at once: a heap in [begin, end) of the
+// batches' store, its cheapest first, valid while the region is a root of
+// that stamp.
+struct Batch {
+    size_t begin, end;
+    int32_t self;
+    uint32_t stamp;
+};
+
+// A batch's cheapest pair, regions a < b.
+struct Top {
     double cost;
     int32_t a, b;
-    uint32_t stampA, stampB;
-    bool operator>(const Candidate& o) const {
+    uint32_t batch;
+    bool operator>(const Top& o) const {
         if (cost != o.cost) return cost > o.cost;
         if (a != o.a) return a > o.a;
         return b > o.b;
@@ -333,10 +355,77 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             }
             return size[a] * size[b] / (size[a] + size[b]) * d2;
         };
-        std::priority_queue<Candidate, std::vector<Candidate>, std::greater<Candidate>> heap;
-        auto push = [&](int32_t a, int32_t b) {
-            if (a > b) std::swap(a, b);
-            heap.push({unionCost(a, b), a, b, stamp[a], stamp[b]});
+        // The candidate unions by batches: the pairs a region priced at once
+        // (with its higher neighbours at the start, after a union with the
+        // neighbours it gained or all of them). A batch goes as a whole when
+        // its region is joined to another or prices its pairs anew, a pair
+        // when the other region does; `tops` holds each batch's cheapest
+        // pair, so the pairs come out in their order (cost, lower region,
+        // higher region) as from one heap of all, with far fewer stale ones.
+        std::vector<Priced> store;
+        std::vector<Batch> batches;
+        std::vector<Top> tops;
+        // The batches with pairs in the store, in the store's order; the
+        // store drops the others' pairs when it has doubled.
+        std::vector<uint32_t> held;
+        size_t compacted = 0;
+        const std::greater<Priced> pricedAfter;
+        const std::greater<Top> topAfter;
+        auto live = [&](const Batch& t) {
+            return parent[t.self] == t.self && stamp[t.self] == t.stamp;
+        };
+        auto compact = [&]() {
+            size_t w = 0, kept = 0;
+            for (const uint32_t id : held) {
+                Batch& t = batches[id];
+                if (t.begin < t.end && live(t)) {
+                    const size_t length = t.end - t.begin;
+                    std::copy(store.begin() + static_cast<std::ptrdiff_t>(t.begin),
+                              store.begin() + static_cast<std::ptrdiff_t>(t.end),
+                              store.begin() + static_cast<std::ptrdiff_t>(w));
+                    t.begin = w;
+                    t.end = w += length;
+                    held[kept++] = id;
+                } else {
+                    t.begin = t.end = 0;
+                }
+            }
+            held.resize(kept);
+            store.resize(w);
+            compacted = w;
+        };
+        // The batch's cheapest pair whose other region is still as priced
+        // onto the tops (`heaped`: keeping them a heap); the others go.
+        auto offer = [&](uint32_t id, bool heaped) {
+            Batch& t = batches[id];
+            Priced* const p = store.data();
+            for (; t.begin < t.end; --t.end) {
+                const Priced& e = p[t.begin];
+                if (parent[e.other] == e.other && stamp[e.other] == e.stamp) {
+                    tops.push_back(
+                        {e.cost, std::min(t.self, e.other), std::max(t.self, e.other), id});
+                    if (heaped) std::push_heap(tops.begin(), tops.end(), topAfter);
+                    return;
+                }
+                std::pop_heap(p + t.begin, p + t.end, pricedAfter);
+            }
+        };
+        // A batch of the pairs of `self` with the regions of `list` above
+        // `floor` (roots; self left out).
+        auto open = [&](int32_t self, const std::vector<int32_t>& list, int32_t floor,
+                        bool heaped) {
+            if (store.size() >= 2 * compacted + 65536) compact();
+            const size_t begin = store.size();
+            for (const int32_t r : list)
+                if (r > floor && r != self)
+                    store.push_back({unionCost(std::min(self, r), std::max(self, r)), r, stamp[r]});
+            if (store.size() == begin) return;
+            std::make_heap(store.begin() + static_cast<std::ptrdiff_t>(begin), store.end(),
+                           pricedAfter);
+            const uint32_t id = static_cast<uint32_t>(batches.size());
+            batches.push_back({begin, store.size(), self, stamp[self]});
+            held.push_back(id);
+            offer(id, heaped);
         };
         // The neighbour list of `self` as roots, each once.
         auto normalise = [&](std::vector<int32_t>& list, int32_t self) {
@@ -349,26 +438,37 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         std::vector<double> pricedSize(size);
         std::vector<size_t> pricedList(m);
         for (int32_t r = 0; r < m; ++r) pricedList[r] = adjacent[r].size();
+        batches.reserve(m);
+        held.reserve(m);
+        tops.reserve(m);
         for (int32_t a = 0; a < m; ++a) {
             if ((a & 0xFFFF) == 0xFFFF && !at(0.55)) return -1;
-            for (int32_t b : adjacent[a])
-                if (a < b) {
-                    const double k = unionCost(a, b);
-                    heap.push({k, a, b, 0, 0});
-                }
+            open(a, adjacent[a], a, false);
         }
+        std::make_heap(tops.begin(), tops.end(), topAfter);
         long long left = m;
         if (!at(0.6)) return -1;
         // Every 4096 candidates (the share: regions merged of those there were).
-        for (unsigned step = 1; !heap.empty(); ++step) {
+        for (unsigned step = 1; !tops.empty(); ++step) {
             if ((step & 4095) == 0 && !at(0.6 + 0.3 * static_cast<double>(m - left) / m)) return -1;
-            const Candidate top = heap.top();
+            const Top top = tops.front();
             const bool cheap = top.cost <= cost && (growth <= 0 || error + top.cost <= bound);
             if (!cheap && error + top.cost > budget) break;
-            heap.pop();
-            if (parent[top.a] != top.a || parent[top.b] != top.b || stamp[top.a] != top.stampA ||
-                stamp[top.b] != top.stampB || !allowed(top.a, top.b))
-                continue;
+            std::pop_heap(tops.begin(), tops.end(), topAfter);
+            tops.pop_back();
+            {
+                Batch& t = batches[top.batch];
+                if (!live(t)) continue;
+                const Priced e = store[t.begin];
+                std::pop_heap(store.begin() + static_cast<std::ptrdiff_t>(t.begin),
+                              store.begin() + static_cast<std::ptrdiff_t>(t.end), pricedAfter);
+                --t.end;
+                if (parent[e.other] != e.other || stamp[e.other] != e.stamp ||
+                    !allowed(top.a, top.b)) {
+                    offer(top.batch, true);
+                    continue;
+                }
+            }
             error += top.cost;
             // The region with more neighbours keeps its list.
             int32_t keep = top.a, gone = top.b;
@@ -397,8 +497,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 // one's neighbours are priced anew. (Without this a large
                 // background that swallows speckles one by one would price
                 // all its neighbours again every time.)
-                for (int32_t r : added)
-                    if (r != keep) push(keep, r);
+                open(keep, added, -1, true);
                 list.insert(list.end(), added.begin(), added.end());
                 if (list.size() > 2 * pricedList[keep] + 16) {
                     normalise(list, keep);
@@ -410,9 +509,11 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 list.insert(list.end(), added.begin(), added.end());
                 normalise(list, keep);
                 pricedList[keep] = list.size();
-                for (int32_t r : list) push(keep, r);
+                open(keep, list, -1, true);
             }
             std::vector<int32_t>().swap(added);
+            // The rest of the batch the pair came from, while it holds.
+            if (live(batches[top.batch])) offer(top.batch, true);
         }
         if (!at(0.9)) return -1;
         // Every pixel in its region's colour (and level), by bands: the

@@ -427,12 +427,21 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             held.push_back(id);
             offer(id, heaped);
         };
-        // The neighbour list of `self` as roots, each once.
+        // The neighbour list of `self` as roots, each once (in no order: the
+        // pairs' order is their own). `seen` marks the roots met in the
+        // current pass.
+        std::vector<uint32_t> seen(m, 0);
+        uint32_t pass = 0;
         auto normalise = [&](std::vector<int32_t>& list, int32_t self) {
-            for (int32_t& r : list) r = find(r);
-            std::sort(list.begin(), list.end());
-            list.erase(std::unique(list.begin(), list.end()), list.end());
-            list.erase(std::remove(list.begin(), list.end(), self), list.end());
+            seen[self] = ++pass;
+            size_t kept = 0;
+            for (const int32_t r : list) {
+                const int32_t root = find(r);
+                if (seen[root] == pass) continue;
+                seen[root] = pass;
+                list[kept++] = root;
+            }
+            list.resize(kept);
         };
         // Size and list length of each region when its pairs were last priced.
         std::vector<double> pricedSize(size);

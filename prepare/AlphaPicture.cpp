@@ -5,6 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "prepare/Bands.h"
 #include "prepare/PackedColour.h"
@@ -122,7 +125,26 @@ namespace {
 // their alpha bytes (255 when every pixel is opaque).
 uint8_t convertRow(const uint8_t* row, int width, RGBQUAD* out) {
     uint32_t all = 0xFFFFFFFFu;
-    for (int x = 0; x < width; ++x) {
+    int x = 0;
+#if defined(__SSE2__)
+    // Four pixels at a time: red and blue swapped by shifts, the fourth
+    // byte cleared.
+    const __m128i low = _mm_set1_epi32(0xFF), middle = _mm_set1_epi32(0xFF00);
+    __m128i every = _mm_set1_epi32(-1);
+    for (; x + 4 <= width; x += 4) {
+        const __m128i v =
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 4 * static_cast<size_t>(x)));
+        every = _mm_and_si128(every, v);
+        const __m128i q = _mm_or_si128(
+            _mm_or_si128(_mm_and_si128(_mm_srli_epi32(v, 16), low), _mm_and_si128(v, middle)),
+            _mm_slli_epi32(_mm_and_si128(v, low), 16));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), q);
+    }
+    uint32_t lanes[4];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes), every);
+    all = lanes[0] & lanes[1] & lanes[2] & lanes[3];
+#endif
+    for (; x < width; ++x) {
         uint32_t v;
         std::memcpy(&v, row + 4 * static_cast<size_t>(x), sizeof v);
         all &= v;

@@ -48,6 +48,17 @@ TEST(AlphaPicture, FromRgbaCompositesOrKeepsTheAlpha) {
     const uint8_t opaque[] = {1, 2, 3, 255, 4, 5, 6, 255};
     ASSERT_TRUE(AlphaPicture::fromRgba(opaque, 2, 1, 8, false, white, px, alpha));
     EXPECT_TRUE(alpha.empty());
+    // Five pixels (four converted at once, one after): each keeps its
+    // colour; one alpha below 255 among the four keeps the alpha.
+    uint8_t five[20];
+    for (int i = 0; i < 20; ++i) five[i] = static_cast<uint8_t>(i % 4 == 3 ? 255 : 10 * i + 1);
+    ASSERT_TRUE(AlphaPicture::fromRgba(five, 5, 1, 20, false, white, px, alpha));
+    EXPECT_TRUE(alpha.empty());
+    for (int x = 0; x < 5; ++x)
+        EXPECT_EQ(packed(px[x]), five[4 * x] | five[4 * x + 1] << 8 | five[4 * x + 2] << 16) << x;
+    five[4 * 2 + 3] = 254;
+    ASSERT_TRUE(AlphaPicture::fromRgba(five, 5, 1, 20, false, white, px, alpha));
+    EXPECT_EQ(alpha, (std::vector<uint8_t>{255, 255, 254, 255, 255}));
 }
 
 // Opaque pixels keep their colour; a partial level of an opaque colour takes

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 #include <vector>
 
 namespace om1 {
@@ -369,6 +370,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             // by bands (each band lists its own, joined in band order).
             const PixelKeys key{pixels, alpha};
             meets.resize(static_cast<size_t>(bands));
+            std::atomic<bool> full{false};  // memory ran out
             Bands::run(bands, bands, [&](int band, long long, long long) {
                 std::vector<int32_t>& met = meets[band];
                 met.clear();
@@ -390,9 +392,18 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                         if (source[a] < 0) continue;
                         const uint32_t k = key(i);
                         auto meet = [&](size_t j) {
-                            if (labels[j] != a && key(j) == k) {
+                            const int32_t b = labels[j];
+                            if (b == a || key(j) != k) return;
+                            // (The same pair as the last one is met along
+                            // a whole edge.)
+                            const size_t e = met.size();
+                            if (e > 0 && met[e - 1] == b && met[e - 2] == a) return;
+                            try {
                                 met.push_back(a);
-                                met.push_back(labels[j]);
+                                met.push_back(b);
+                            } catch (...) {
+                                full = true;
+                                stop = true;
                             }
                         };
                         if (x > 0) meet(i - 1);
@@ -402,6 +413,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                     }
                 }
             });
+            if (full) throw std::bad_alloc();
             if (stop) return -1;
             for (const std::vector<int32_t>& met : meets)
                 for (size_t k = 0; k < met.size(); k += 2) unite(met[k], met[k + 1]);

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 #include <vector>
 
 namespace om1 {
@@ -18,6 +19,10 @@ namespace {
 // The anti-alias cleanup runs by bands from this many pixels on (128 x 128):
 // its passes cost more a pixel than the other stages'.
 const long long kMinCleanPixels = 1LL << 14;
+
+// The speckle filter's labellings and passes run by bands from this many
+// pixels on (256 x 256).
+const long long kMinSpecklePixels = 1LL << 16;
 
 // Squared distance of two packed colours.
 int colourDistance(uint32_t a, uint32_t b) {
@@ -301,16 +306,18 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         // Reused by every pass (a pass has no more regions than the last).
         // A region's colour is its first pixel's until the pass repaints.
         std::vector<int32_t> labels, first, size, parent, small, touched, members, source;
+        std::vector<std::vector<int32_t>> meets;
         LeastSets joined;
-        long long count =
-            labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+        long long count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first,
+                                       kMinSpecklePixels);
         if (count < 0) return -1;
         std::vector<long long> shared;
         std::vector<uint8_t> large;
         auto colour = [&](int32_t r) { return packKey(pixels, alpha, first[r]); };
         // The passes over the pixels by bands of rows on the threads, for at
         // most one region in 64 pixels (each band counts its own).
-        const int bands = std::min(Bands::count(threads, static_cast<long long>(n)), height);
+        const int bands =
+            std::min(Bands::count(threads, static_cast<long long>(n), kMinSpecklePixels), height);
         auto rowsOf = [&](int band, size_t& from, size_t& to) {
             from = static_cast<size_t>(static_cast<long long>(height) * band / bands) * width;
             to = static_cast<size_t>(static_cast<long long>(height) * (band + 1) / bands) * width;
@@ -322,6 +329,27 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             if (((i - from) & kEvery) != kEvery) return true;
             if (band == 0 ? !going() : stop.load()) stop = true;
             return !stop.load();
+        };
+        // The sizes of the regions of pixels [from, to) added to `sz`: runs
+        // of one label at once (no chain of increments of one count through
+        // memory). False when stopped.
+        auto addRuns = [&](int band, size_t from, size_t to, int32_t* sz) {
+            const int32_t* const label = labels.data();
+            for (size_t i = from; i < to;) {
+                if (i > from && !goingOn(band, kEvery, 0)) return false;
+                const size_t end = std::min(to, i + kEvery + 1);
+                int32_t run = label[i], length = 0;
+                for (; i < end; ++i) {
+                    if (label[i] != run) {
+                        sz[run] += length;
+                        run = label[i];
+                        length = 0;
+                    }
+                    ++length;
+                }
+                sz[run] += length;
+            }
+            return true;
         };
         // The labelling of the pixels after a pass's repaint, from the
         // labels of the `m` regions before it, as labelRegions gives it: a
@@ -338,40 +366,73 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 while (parent[to] != to) to = parent[to];
                 if (to != r) unite(r, to);
             }
+            // The repainted pixels' meetings with other labels of their key,
+            // by bands (each band lists its own, joined in band order).
             const PixelKeys key{pixels, alpha};
-            size_t walked = 0;  // pixels since the progress last heard
-            for (int y = 0; y < height; ++y) {
-                walked += static_cast<size_t>(width);
-                if (walked > kEvery) {
-                    walked = 0;
-                    if (!going()) return -1;
+            meets.resize(static_cast<size_t>(bands));
+            std::atomic<bool> full{false};  // memory ran out
+            Bands::run(bands, bands, [&](int band, long long, long long) {
+                std::vector<int32_t>& met = meets[band];
+                met.clear();
+                const int y0 = static_cast<int>(static_cast<long long>(height) * band / bands);
+                const int y1 =
+                    static_cast<int>(static_cast<long long>(height) * (band + 1) / bands);
+                size_t walked = 0;  // pixels since the progress last heard
+                for (int y = y0; y < y1; ++y) {
+                    walked += static_cast<size_t>(width);
+                    if (walked > kEvery) {
+                        walked = 0;
+                        if (band == 0 ? !going() : stop.load()) stop = true;
+                        if (stop) return;
+                    }
+                    const size_t row = static_cast<size_t>(y) * width;
+                    for (int x = 0; x < width; ++x) {
+                        const size_t i = row + x;
+                        const int32_t a = labels[i];
+                        if (source[a] < 0) continue;
+                        const uint32_t k = key(i);
+                        auto meet = [&](size_t j) {
+                            const int32_t b = labels[j];
+                            if (b == a || key(j) != k) return;
+                            // (The same pair as the last one is met along
+                            // a whole edge.)
+                            const size_t e = met.size();
+                            if (e > 0 && met[e - 1] == b && met[e - 2] == a) return;
+                            try {
+                                met.push_back(a);
+                                met.push_back(b);
+                            } catch (...) {
+                                full = true;
+                                stop = true;
+                            }
+                        };
+                        if (x > 0) meet(i - 1);
+                        if (x + 1 < width) meet(i + 1);
+                        if (y > 0) meet(i - width);
+                        if (y + 1 < height) meet(i + width);
+                    }
                 }
-                const size_t row = static_cast<size_t>(y) * width;
-                for (int x = 0; x < width; ++x) {
-                    const size_t i = row + x;
-                    const int32_t a = labels[i];
-                    if (source[a] < 0) continue;
-                    const uint32_t k = key(i);
-                    auto meet = [&](size_t j) {
-                        if (labels[j] != a && key(j) == k) unite(a, labels[j]);
-                    };
-                    if (x > 0) meet(i - 1);
-                    if (x + 1 < width) meet(i + 1);
-                    if (y > 0) meet(i - width);
-                    if (y + 1 < height) meet(i + width);
-                }
-            }
+            });
+            if (full) throw std::bad_alloc();
+            if (stop) return -1;
+            for (const std::vector<int32_t>& met : meets)
+                for (size_t k = 0; k < met.size(); k += 2) unite(met[k], met[k + 1]);
             // Numbered by least label (a set's least comes before its
             // others) into `source`, read no more; `first` is rewritten in
             // place (number <= label).
             std::vector<int32_t>& number = source;
             const int32_t next = joined.numbers(number.data(), first.data());
             first.resize(next);
-            for (size_t i = 0; i < n;) {
-                if (i > 0 && !going()) return -1;
-                for (const size_t end = std::min(n, i + kEvery + 1); i < end; ++i)
-                    labels[i] = number[labels[i]];
-            }
+            Bands::run(bands, bands, [&](int band, long long, long long) {
+                size_t from, to;
+                rowsOf(band, from, to);
+                for (size_t i = from; i < to;) {
+                    if (i > from && !goingOn(band, kEvery, 0)) return;
+                    for (const size_t end = std::min(to, i + kEvery + 1); i < end; ++i)
+                        labels[i] = number[labels[i]];
+                }
+            });
+            if (stop) return -1;
             return next;
         };
         for (int pass = 0; pass < 16 && area > 1; ++pass) {
@@ -385,36 +446,16 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 bandSize.resize(static_cast<size_t>(bands));
                 for (int b = 0; b < bands; ++b) bandSize[b].assign(m, 0);
                 Bands::run(bands, bands, [&](int band, long long, long long) {
-                    int32_t* const sz = bandSize[band].data();
                     size_t from, to;
                     rowsOf(band, from, to);
-                    for (size_t i = from; i < to; ++i) {
-                        if (!goingOn(band, i, from)) return;
-                        ++sz[labels[i]];
-                    }
+                    addRuns(band, from, to, bandSize[band].data());
                 });
                 if (stop) return -1;
                 for (int b = 0; b < bands; ++b)
                     for (int32_t r = 0; r < m; ++r) size[r] += bandSize[b][r];
             } else {
-                // Runs of one label are added at once (no chain of
-                // increments of one count through memory).
-                const int32_t* const label = labels.data();
-                int32_t* const sz = size.data();
-                for (size_t i = 0; i < n;) {
-                    if (i > 0 && !going()) return -1;
-                    const size_t end = std::min(n, i + kEvery + 1);
-                    int32_t run = label[i], length = 0;
-                    for (; i < end; ++i) {
-                        if (label[i] != run) {
-                            sz[run] += length;
-                            run = label[i];
-                            length = 0;
-                        }
-                        ++length;
-                    }
-                    sz[run] += length;
-                }
+                addRuns(0, 0, n, size.data());
+                if (stop) return -1;
             }
             large.resize(m);
             small.clear();
@@ -502,14 +543,16 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             Bands::run(bands, bands, [&](int band, long long, long long) {
                 size_t from, to;
                 rowsOf(band, from, to);
-                for (size_t i = from; i < to; ++i) {
-                    if (!goingOn(band, i, from)) return;
-                    const int32_t s = source[labels[i]];
-                    if (s < 0) continue;
-                    pixels[i].rgbRed = pixels[s].rgbRed;
-                    pixels[i].rgbGreen = pixels[s].rgbGreen;
-                    pixels[i].rgbBlue = pixels[s].rgbBlue;
-                    if (alpha) alpha[i] = alpha[s];
+                for (size_t i = from; i < to;) {
+                    if (i > from && !goingOn(band, kEvery, 0)) return;
+                    for (const size_t end = std::min(to, i + kEvery + 1); i < end; ++i) {
+                        const int32_t s = source[labels[i]];
+                        if (s < 0) continue;
+                        pixels[i].rgbRed = pixels[s].rgbRed;
+                        pixels[i].rgbGreen = pixels[s].rgbGreen;
+                        pixels[i].rgbBlue = pixels[s].rgbBlue;
+                        if (alpha) alpha[i] = alpha[s];
+                    }
                 }
             });
             if (stop) return -1;
@@ -520,10 +563,11 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
             size_t repainted = 0;
             for (int32_t r = 0; r < m; ++r)
                 if (parent[r] != r) repainted += static_cast<size_t>(size[r]);
-            if (bands == 1 && static_cast<size_t>(m) + repainted < n / 8) {
+            if (static_cast<size_t>(m) + repainted < n / 8) {
                 count = relabel(m);
             } else {
-                count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first);
+                count = labelRegions(pixels, alpha, width, height, labels, going, threads, &first,
+                                     kMinSpecklePixels);
             }
             if (count < 0) return -1;
             share += (1 - share) / 2;

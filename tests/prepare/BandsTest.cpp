@@ -8,6 +8,7 @@
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -111,12 +112,10 @@ TEST(Bands, AStageByBandsStopsWhenAsked) {
     }
 }
 
-// The stages that run by bands (from 2^20 pixels on) give the result of one
-// thread on 2 and 3: blobs of four colours with specks of every size up to
-// the speckle area across the seams, over a noisy input for the merging;
-// with and without alpha levels.
-TEST(Bands, StagesByBandsGiveTheResultOfOneThread) {
-    const int w = 1031, h = 1027;
+namespace {
+
+void sameOnBands(int w, int h) {
+    SCOPED_TRACE(std::to_string(w) + " x " + std::to_string(h));
     // (A speck sometimes joins others.)
     const DottedPatches blobs(w, h, 37, 29, 12, 50, 70);
     const std::vector<RGBQUAD>&pixels = blobs.pixels, &input = blobs.input;
@@ -157,4 +156,15 @@ TEST(Bands, StagesByBandsGiveTheResultOfOneThread) {
                 EXPECT_EQ(manyAlpha, oneAlpha) << stage.name;
             }
         }
+}
+
+}  // namespace
+
+// The stages that run by bands give the result of one thread on 2 and 3:
+// blobs of four colours with specks of every size up to the speckle area
+// across the seams, over a noisy input for the merging; with and without
+// alpha levels; a large picture (every pass by bands) and a middling one
+// (the speckle filter and the merging's passes by bands).
+TEST(Bands, StagesByBandsGiveTheResultOfOneThread) {
+    for (const int side : {1031, 331}) sameOnBands(side, side - 4);
 }

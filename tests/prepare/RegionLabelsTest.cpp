@@ -1,7 +1,8 @@
 // Region labels by bands: the same labels and count as one band, for every
 // number of bands, on pictures whose regions cross the seams in every way
-// (combs that join only below a seam, spirals, noise, one colour); and a
-// stop asked for inside the banded passes.
+// (combs that join only below a seam, spirals, noise, one colour), into
+// new labels and over labels held; and a stop asked for inside the banded
+// passes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -74,8 +75,13 @@ TEST(RegionLabels, BandsGiveTheLabelsOfOneBand) {
             if (one[i] == static_cast<int32_t>(expected.size()))
                 expected.push_back(static_cast<int32_t>(i));
         EXPECT_EQ(firsts, expected) << c.name;
+        // Labels held from an earlier labelling (longer, any values) are
+        // written over.
+        std::vector<int32_t> held(one.size() + 7, -3);
+        EXPECT_EQ(om1::labelRegions(px.data(), nullptr, c.w, c.h, held, {}, 1), count) << c.name;
+        EXPECT_EQ(held, one) << c.name;
         for (int bands = 2; bands <= std::min(c.h, 9); ++bands) {
-            std::vector<int32_t> banded, bandedFirsts;
+            std::vector<int32_t> banded(held.size() + 1, 5), bandedFirsts;
             EXPECT_EQ(om1::detail::labelRegionsInBands(om1::detail::ColourKeys{px.data()}, c.w, c.h,
                                                        banded, {}, bands, &bandedFirsts),
                       count)

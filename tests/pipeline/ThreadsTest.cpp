@@ -75,8 +75,8 @@ TEST(Threads, BandsGiveTheOutputOfOneThread) {
     };
     // Two and three bands (rows not divisible), opaque and transparent; a
     // large picture (every stage by bands), a middling one (the colour
-    // painting and rounds, the merging's passes, the anti-alias cleanup and
-    // the fits by bands) and an icon's size (the anti-alias cleanup and the
+    // painting and rounds, the speckle filter, the merging's passes, the
+    // anti-alias cleanup and the fits by bands) and an icon's size (the anti-alias cleanup and the
     // fits by bands, on the threads kept from the larger ones' runs).
     const Case cases[] = {
         {"graphic", false, 2, kWidth, kHeight}, {"graphic", false, 3, kWidth, kHeight},

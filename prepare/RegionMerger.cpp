@@ -240,10 +240,11 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             const bool partialB = level[b] != 0 && level[b] != 255;
             return (level[a] != 0 || partialB) && (level[b] != 0 || partialA);
         };
-        // Neighbour pairs, each once: each band sorts its own, then they are
-        // merged. A band's list is made here, not on its thread (whose
-        // memory would stay with that thread's heap), and sorted and
-        // thinned in place when full before it grows.
+        // Neighbour pairs as found (a pair met again at once is left out),
+        // by band, then bucketed by their lower region and made unique there
+        // by marks. A band's list is made here, not on its thread (whose
+        // memory would stay with that thread's heap), and sorted and thinned
+        // in place when full before it grows.
         if (!at(0.3)) return -1;
         share = 0.35;
         std::vector<std::vector<uint64_t>> bandPairs(static_cast<size_t>(bands));
@@ -298,8 +299,6 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         }
                     }
                 }
-                std::sort(pairs.begin(), pairs.end());
-                pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
             } catch (...) {
                 failed = true;  // memory ran out
                 stop = true;
@@ -307,32 +306,47 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         });
         if (failed) throw std::bad_alloc();
         if (stop || !at(0.4)) return -1;
-        std::vector<uint64_t> pairs;
-        pairs.swap(bandPairs[0]);
-        for (size_t b = 1; b < bandPairs.size(); ++b) {
-            const size_t middle = pairs.size();
-            pairs.insert(pairs.end(), bandPairs[b].begin(), bandPairs[b].end());
-            std::vector<uint64_t>().swap(bandPairs[b]);
-            std::inplace_merge(pairs.begin(), pairs.begin() + static_cast<std::ptrdiff_t>(middle),
-                               pairs.end());
-        }
-        pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         std::vector<std::vector<int32_t>> adjacent(m);
         {
-            // Each list made once at its length.
-            std::vector<int32_t> degree(m, 0);
-            for (uint64_t p : pairs) {
-                ++degree[static_cast<int32_t>(p >> 32)];
-                ++degree[static_cast<int32_t>(p)];
+            // The higher regions of each lower one, at `start`: counted,
+            // placed, then each lower region's made unique (marked by it).
+            std::vector<size_t> start(static_cast<size_t>(m) + 1, 0);
+            for (const std::vector<uint64_t>& pairs : bandPairs)
+                for (const uint64_t p : pairs) ++start[static_cast<size_t>(p >> 32) + 1];
+            for (int32_t r = 0; r < m; ++r) start[r + 1] += start[r];
+            std::vector<int32_t> higher(start[m]);
+            {
+                std::vector<size_t> place(start.begin(), start.end() - 1);
+                for (std::vector<uint64_t>& pairs : bandPairs) {
+                    for (const uint64_t p : pairs)
+                        higher[place[static_cast<size_t>(p >> 32)]++] = static_cast<int32_t>(p);
+                    std::vector<uint64_t>().swap(pairs);
+                }
             }
+            std::vector<int32_t> degree(m, 0), mark(m, -1);
+            size_t w = 0;
+            for (int32_t a = 0; a < m; ++a) {
+                const size_t from = start[a], to = start[a + 1];
+                start[a] = w;
+                for (size_t i = from; i < to; ++i) {
+                    const int32_t b = higher[i];
+                    if (mark[b] == a) continue;
+                    mark[b] = a;
+                    higher[w++] = b;
+                    ++degree[b];
+                }
+                degree[a] += static_cast<int32_t>(w - start[a]);
+            }
+            start[m] = w;
+            // Each list made once at its length.
             for (int32_t r = 0; r < m; ++r) adjacent[r].reserve(degree[r]);
+            for (int32_t a = 0; a < m; ++a)
+                for (size_t i = start[a]; i < start[a + 1]; ++i) {
+                    const int32_t b = higher[i];
+                    adjacent[a].push_back(b);
+                    adjacent[b].push_back(a);
+                }
         }
-        for (uint64_t p : pairs) {
-            const int32_t a = static_cast<int32_t>(p >> 32), b = static_cast<int32_t>(p);
-            adjacent[a].push_back(b);
-            adjacent[b].push_back(a);
-        }
-        std::vector<uint64_t>().swap(pairs);
 
         std::vector<int32_t> parent(m);
         std::vector<uint32_t> stamp(m, 0);

@@ -37,13 +37,20 @@ struct Priced {
     }
 };
 
-// The pairs one region priced at once: a heap in [begin, end) of the
-// batches' store, its cheapest first, valid while the region is a root of
+// A batch's cheapest pair is found by a scan for its first kScans - 1 pairs,
+// then the rest is made a heap: most batches go stale before their second
+// pair is wanted, and few give more than a few.
+const uint32_t kScans = 4;
+
+// The pairs one region priced at once in [begin, end) of the batches'
+// store, its cheapest first, the rest in no order before `drops` (the pairs
+// gone) reaches kScans, a heap after; valid while the region is a root of
 // that stamp.
 struct Batch {
     size_t begin, end;
     int32_t self;
     uint32_t stamp;
+    uint32_t drops;
 };
 
 // A batch's cheapest pair, regions a < b.
@@ -408,20 +415,39 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             store.resize(w);
             compacted = w;
         };
+        // The cheapest of `count` pairs at `p` to the front.
+        auto least = [&](Priced* p, size_t count) {
+            size_t best = 0;
+            for (size_t i = 1; i < count; ++i)
+                if (pricedAfter(p[best], p[i])) best = i;
+            std::swap(p[0], p[best]);
+        };
+        // The batch's cheapest pair goes.
+        auto drop = [&](Batch& t) {
+            Priced* const p = store.data();
+            if (t.drops >= kScans) {
+                std::pop_heap(p + t.begin, p + t.end, pricedAfter);
+                --t.end;
+            } else {
+                ++t.begin;
+                if (++t.drops == kScans)
+                    std::make_heap(p + t.begin, p + t.end, pricedAfter);
+                else if (t.begin < t.end)
+                    least(p + t.begin, t.end - t.begin);
+            }
+        };
         // The batch's cheapest pair whose other region is still as priced
         // onto the tops (`heaped`: keeping them a heap); the others go.
         auto offer = [&](uint32_t id, bool heaped) {
             Batch& t = batches[id];
-            Priced* const p = store.data();
-            for (; t.begin < t.end; --t.end) {
-                const Priced& e = p[t.begin];
+            for (; t.begin < t.end; drop(t)) {
+                const Priced& e = store[t.begin];
                 if (parent[e.other] == e.other && stamp[e.other] == e.stamp) {
                     tops.push_back(
                         {e.cost, std::min(t.self, e.other), std::max(t.self, e.other), id});
                     if (heaped) std::push_heap(tops.begin(), tops.end(), topAfter);
                     return;
                 }
-                std::pop_heap(p + t.begin, p + t.end, pricedAfter);
             }
         };
         // A batch of the pairs of `self` with the regions of `list` above
@@ -434,10 +460,9 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 if (r > floor && r != self)
                     store.push_back({unionCost(std::min(self, r), std::max(self, r)), r, stamp[r]});
             if (store.size() == begin) return;
-            std::make_heap(store.begin() + static_cast<std::ptrdiff_t>(begin), store.end(),
-                           pricedAfter);
+            least(store.data() + begin, store.size() - begin);
             const uint32_t id = static_cast<uint32_t>(batches.size());
-            batches.push_back({begin, store.size(), self, stamp[self]});
+            batches.push_back({begin, store.size(), self, stamp[self], 0});
             held.push_back(id);
             offer(id, heaped);
         };
@@ -483,9 +508,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 Batch& t = batches[top.batch];
                 if (!live(t)) continue;
                 const Priced e = store[t.begin];
-                std::pop_heap(store.begin() + static_cast<std::ptrdiff_t>(t.begin),
-                              store.begin() + static_cast<std::ptrdiff_t>(t.end), pricedAfter);
-                --t.end;
+                drop(t);
                 if (parent[e.other] != e.other || stamp[e.other] != e.stamp ||
                     !allowed(top.a, top.b)) {
                     offer(top.batch, true);

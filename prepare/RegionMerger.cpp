@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <new>
+#include <type_traits>
 #include <vector>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -368,14 +369,6 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             for (int k = 0; k < K; ++k) mean[K * r + k] = sum[K * r + k] / size[r];
         };
         for (int32_t r = 0; r < m; ++r) measure(r);
-        auto unionCost = [&](int32_t a, int32_t b) {
-            double d2 = 0;
-            for (int k = 0; k < K; ++k) {
-                const double d = mean[K * a + k] - mean[K * b + k];
-                d2 += d * d;
-            }
-            return size[a] * size[b] / (size[a] + size[b]) * d2;
-        };
         // The candidate unions by batches: the pairs a region priced at once
         // (with its higher neighbours at the start, after a union with the
         // neighbours it gained or all of them). A batch goes as a whole when
@@ -452,15 +445,48 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         };
         // A batch of the pairs of `self` with the regions of `list` above
         // `floor` (roots; self left out).
+        // The pairs priced at `p` (their count), the cheapest first: the
+        // cost of a union (the same both ways round, to the bit) for
+        // `channels` (K) channels.
+        auto price = [&](auto channels, int32_t self, const std::vector<int32_t>& list,
+                         int32_t floor, Priced* p) {
+            constexpr int C = decltype(channels)::value;
+            const double* const own = &mean[C * static_cast<size_t>(self)];
+            const double ownSize = size[self];
+            size_t count = 0, best = 0;
+            for (const int32_t r : list) {
+                if (r <= floor || r == self) continue;
+                const double* const other = &mean[C * static_cast<size_t>(r)];
+                // Channel by channel, written out.
+                double d2 = 0;
+                const double red = own[0] - other[0], green = own[1] - other[1],
+                             blue = own[2] - other[2];
+                d2 += red * red;
+                d2 += green * green;
+                d2 += blue * blue;
+                if (C == 4) {
+                    const double opacity = own[3] - other[3];
+                    d2 += opacity * opacity;
+                }
+                const double otherSize = size[r];
+                p[count] = {ownSize * otherSize / (ownSize + otherSize) * d2, r, stamp[r]};
+                if (pricedAfter(p[best], p[count])) best = count;
+                ++count;
+            }
+            if (count > 0) std::swap(p[0], p[best]);
+            return count;
+        };
         auto open = [&](int32_t self, const std::vector<int32_t>& list, int32_t floor,
                         bool heaped) {
             if (store.size() >= 2 * compacted + 65536) compact();
             const size_t begin = store.size();
-            for (const int32_t r : list)
-                if (r > floor && r != self)
-                    store.push_back({unionCost(std::min(self, r), std::max(self, r)), r, stamp[r]});
-            if (store.size() == begin) return;
-            least(store.data() + begin, store.size() - begin);
+            store.resize(begin + list.size());
+            Priced* const p = store.data() + begin;
+            const size_t count =
+                K == 3 ? price(std::integral_constant<int, 3>(), self, list, floor, p)
+                       : price(std::integral_constant<int, 4>(), self, list, floor, p);
+            store.resize(begin + count);
+            if (count == 0) return;
             const uint32_t id = static_cast<uint32_t>(batches.size());
             batches.push_back({begin, store.size(), self, stamp[self], 0});
             held.push_back(id);

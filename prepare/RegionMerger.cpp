@@ -21,8 +21,8 @@ namespace {
 
 // The passes over the pixels run by bands from this many pixels on (256 x
 // 256) where the regions are few (at most one in 64 pixels): a band's cost
-// is its rows, its regions' sums and its pairs (many regions' pairs sorted
-// by band and merged cost more than two bands save below Bands::kMinPixels).
+// is its rows, its regions' sums and its pairs (many regions' pairs kept
+// by band cost more than two bands save below Bands::kMinPixels).
 const long long kMinBandPixels = 1LL << 16;
 
 // A priced union of one region (its batch's, see below) with `other`.

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <new>
+#include <type_traits>
 #include <vector>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -20,8 +21,8 @@ namespace {
 
 // The passes over the pixels run by bands from this many pixels on (256 x
 // 256) where the regions are few (at most one in 64 pixels): a band's cost
-// is its rows, its regions' sums and its pairs (many regions' pairs sorted
-// by band and merged cost more than two bands save below Bands::kMinPixels).
+// is its rows, its regions' sums and its pairs (many regions' pairs kept
+// by band cost more than two bands save below Bands::kMinPixels).
 const long long kMinBandPixels = 1LL << 16;
 
 // A priced union of one region (its batch's, see below) with `other`.
@@ -37,13 +38,20 @@ struct Priced {
     }
 };
 
-// The pairs one region priced at once: a heap in [begin, end) of the
-// batches' store, its cheapest first, valid while the region is a root of
+// A batch's cheapest pair is found by a scan for its first kScans - 1 pairs,
+// then the rest is made a heap: most batches go stale before their second
+// pair is wanted, and few give more than a few.
+const uint32_t kScans = 4;
+
+// The pairs one region priced at once in [begin, end) of the batches'
+// store, its cheapest first, the rest in no order before `drops` (the pairs
+// gone) reaches kScans, a heap after; valid while the region is a root of
 // that stamp.
 struct Batch {
     size_t begin, end;
     int32_t self;
     uint32_t stamp;
+    uint32_t drops;
 };
 
 // A batch's cheapest pair, regions a < b.
@@ -240,10 +248,11 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             const bool partialB = level[b] != 0 && level[b] != 255;
             return (level[a] != 0 || partialB) && (level[b] != 0 || partialA);
         };
-        // Neighbour pairs, each once: each band sorts its own, then they are
-        // merged. A band's list is made here, not on its thread (whose
-        // memory would stay with that thread's heap), and sorted and
-        // thinned in place when full before it grows.
+        // Neighbour pairs as found (a pair met again at once is left out),
+        // by band, then bucketed by their lower region and made unique there
+        // by marks. A band's list is made here, not on its thread (whose
+        // memory would stay with that thread's heap), and sorted and thinned
+        // in place when full before it grows.
         if (!at(0.3)) return -1;
         share = 0.35;
         std::vector<std::vector<uint64_t>> bandPairs(static_cast<size_t>(bands));
@@ -298,8 +307,6 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                         }
                     }
                 }
-                std::sort(pairs.begin(), pairs.end());
-                pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
             } catch (...) {
                 failed = true;  // memory ran out
                 stop = true;
@@ -307,32 +314,47 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
         });
         if (failed) throw std::bad_alloc();
         if (stop || !at(0.4)) return -1;
-        std::vector<uint64_t> pairs;
-        pairs.swap(bandPairs[0]);
-        for (size_t b = 1; b < bandPairs.size(); ++b) {
-            const size_t middle = pairs.size();
-            pairs.insert(pairs.end(), bandPairs[b].begin(), bandPairs[b].end());
-            std::vector<uint64_t>().swap(bandPairs[b]);
-            std::inplace_merge(pairs.begin(), pairs.begin() + static_cast<std::ptrdiff_t>(middle),
-                               pairs.end());
-        }
-        pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
         std::vector<std::vector<int32_t>> adjacent(m);
         {
-            // Each list made once at its length.
-            std::vector<int32_t> degree(m, 0);
-            for (uint64_t p : pairs) {
-                ++degree[static_cast<int32_t>(p >> 32)];
-                ++degree[static_cast<int32_t>(p)];
+            // The higher regions of each lower one, at `start`: counted,
+            // placed, then each lower region's made unique (marked by it).
+            std::vector<size_t> start(static_cast<size_t>(m) + 1, 0);
+            for (const std::vector<uint64_t>& pairs : bandPairs)
+                for (const uint64_t p : pairs) ++start[static_cast<size_t>(p >> 32) + 1];
+            for (int32_t r = 0; r < m; ++r) start[r + 1] += start[r];
+            std::vector<int32_t> higher(start[m]);
+            {
+                std::vector<size_t> place(start.begin(), start.end() - 1);
+                for (std::vector<uint64_t>& pairs : bandPairs) {
+                    for (const uint64_t p : pairs)
+                        higher[place[static_cast<size_t>(p >> 32)]++] = static_cast<int32_t>(p);
+                    std::vector<uint64_t>().swap(pairs);
+                }
             }
+            std::vector<int32_t> degree(m, 0), mark(m, -1);
+            size_t w = 0;
+            for (int32_t a = 0; a < m; ++a) {
+                const size_t from = start[a], to = start[a + 1];
+                start[a] = w;
+                for (size_t i = from; i < to; ++i) {
+                    const int32_t b = higher[i];
+                    if (mark[b] == a) continue;
+                    mark[b] = a;
+                    higher[w++] = b;
+                    ++degree[b];
+                }
+                degree[a] += static_cast<int32_t>(w - start[a]);
+            }
+            start[m] = w;
+            // Each list made once at its length.
             for (int32_t r = 0; r < m; ++r) adjacent[r].reserve(degree[r]);
+            for (int32_t a = 0; a < m; ++a)
+                for (size_t i = start[a]; i < start[a + 1]; ++i) {
+                    const int32_t b = higher[i];
+                    adjacent[a].push_back(b);
+                    adjacent[b].push_back(a);
+                }
         }
-        for (uint64_t p : pairs) {
-            const int32_t a = static_cast<int32_t>(p >> 32), b = static_cast<int32_t>(p);
-            adjacent[a].push_back(b);
-            adjacent[b].push_back(a);
-        }
-        std::vector<uint64_t>().swap(pairs);
 
         std::vector<int32_t> parent(m);
         std::vector<uint32_t> stamp(m, 0);
@@ -347,14 +369,6 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             for (int k = 0; k < K; ++k) mean[K * r + k] = sum[K * r + k] / size[r];
         };
         for (int32_t r = 0; r < m; ++r) measure(r);
-        auto unionCost = [&](int32_t a, int32_t b) {
-            double d2 = 0;
-            for (int k = 0; k < K; ++k) {
-                const double d = mean[K * a + k] - mean[K * b + k];
-                d2 += d * d;
-            }
-            return size[a] * size[b] / (size[a] + size[b]) * d2;
-        };
         // The candidate unions by batches: the pairs a region priced at once
         // (with its higher neighbours at the start, after a union with the
         // neighbours it gained or all of them). A batch goes as a whole when
@@ -394,36 +408,87 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             store.resize(w);
             compacted = w;
         };
+        // The cheapest of `count` pairs at `p` to the front.
+        auto least = [&](Priced* p, size_t count) {
+            size_t best = 0;
+            for (size_t i = 1; i < count; ++i)
+                if (pricedAfter(p[best], p[i])) best = i;
+            std::swap(p[0], p[best]);
+        };
+        // The batch's cheapest pair goes.
+        auto drop = [&](Batch& t) {
+            Priced* const p = store.data();
+            if (t.drops >= kScans) {
+                std::pop_heap(p + t.begin, p + t.end, pricedAfter);
+                --t.end;
+            } else {
+                ++t.begin;
+                if (++t.drops == kScans)
+                    std::make_heap(p + t.begin, p + t.end, pricedAfter);
+                else if (t.begin < t.end)
+                    least(p + t.begin, t.end - t.begin);
+            }
+        };
         // The batch's cheapest pair whose other region is still as priced
         // onto the tops (`heaped`: keeping them a heap); the others go.
         auto offer = [&](uint32_t id, bool heaped) {
             Batch& t = batches[id];
-            Priced* const p = store.data();
-            for (; t.begin < t.end; --t.end) {
-                const Priced& e = p[t.begin];
+            for (; t.begin < t.end; drop(t)) {
+                const Priced& e = store[t.begin];
                 if (parent[e.other] == e.other && stamp[e.other] == e.stamp) {
                     tops.push_back(
                         {e.cost, std::min(t.self, e.other), std::max(t.self, e.other), id});
                     if (heaped) std::push_heap(tops.begin(), tops.end(), topAfter);
                     return;
                 }
-                std::pop_heap(p + t.begin, p + t.end, pricedAfter);
             }
         };
         // A batch of the pairs of `self` with the regions of `list` above
         // `floor` (roots; self left out).
+        // The pairs priced at `p` (their count), the cheapest first: the
+        // cost of a union (the same both ways round, to the bit) for
+        // `channels` (K) channels.
+        auto price = [&](auto channels, int32_t self, const std::vector<int32_t>& list,
+                         int32_t floor, Priced* p) {
+            constexpr int C = decltype(channels)::value;
+            const double* const own = &mean[C * static_cast<size_t>(self)];
+            const double ownSize = size[self];
+            size_t count = 0, best = 0;
+            for (const int32_t r : list) {
+                if (r <= floor || r == self) continue;
+                const double* const other = &mean[C * static_cast<size_t>(r)];
+                // Channel by channel, written out.
+                double d2 = 0;
+                const double red = own[0] - other[0], green = own[1] - other[1],
+                             blue = own[2] - other[2];
+                d2 += red * red;
+                d2 += green * green;
+                d2 += blue * blue;
+                if (C == 4) {
+                    const double opacity = own[3] - other[3];
+                    d2 += opacity * opacity;
+                }
+                const double otherSize = size[r];
+                p[count] = {ownSize * otherSize / (ownSize + otherSize) * d2, r, stamp[r]};
+                if (pricedAfter(p[best], p[count])) best = count;
+                ++count;
+            }
+            if (count > 0) std::swap(p[0], p[best]);
+            return count;
+        };
         auto open = [&](int32_t self, const std::vector<int32_t>& list, int32_t floor,
                         bool heaped) {
             if (store.size() >= 2 * compacted + 65536) compact();
             const size_t begin = store.size();
-            for (const int32_t r : list)
-                if (r > floor && r != self)
-                    store.push_back({unionCost(std::min(self, r), std::max(self, r)), r, stamp[r]});
-            if (store.size() == begin) return;
-            std::make_heap(store.begin() + static_cast<std::ptrdiff_t>(begin), store.end(),
-                           pricedAfter);
+            store.resize(begin + list.size());
+            Priced* const p = store.data() + begin;
+            const size_t count =
+                K == 3 ? price(std::integral_constant<int, 3>(), self, list, floor, p)
+                       : price(std::integral_constant<int, 4>(), self, list, floor, p);
+            store.resize(begin + count);
+            if (count == 0) return;
             const uint32_t id = static_cast<uint32_t>(batches.size());
-            batches.push_back({begin, store.size(), self, stamp[self]});
+            batches.push_back({begin, store.size(), self, stamp[self], 0});
             held.push_back(id);
             offer(id, heaped);
         };
@@ -469,9 +534,7 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 Batch& t = batches[top.batch];
                 if (!live(t)) continue;
                 const Priced e = store[t.begin];
-                std::pop_heap(store.begin() + static_cast<std::ptrdiff_t>(t.begin),
-                              store.begin() + static_cast<std::ptrdiff_t>(t.end), pricedAfter);
-                --t.end;
+                drop(t);
                 if (parent[e.other] != e.other || stamp[e.other] != e.stamp ||
                     !allowed(top.a, top.b)) {
                     offer(top.batch, true);

@@ -25,6 +25,39 @@ namespace {
 // by band cost more than two bands save below Bands::kMinPixels).
 const long long kMinBandPixels = 1LL << 16;
 
+// The sizes and colour sums of an opaque picture's regions, from its pixels
+// in order: each run of one label is added up in whole numbers first (sums
+// of whole numbers, exact in doubles in any order), into `size` and `sum`
+// (three a region); `squares` gets the squared channels' sum.
+struct RunSums {
+    const int32_t* label;
+    const RGBQUAD* original;
+    double* size;
+    double* sum;
+    int32_t run;
+    unsigned long long runSize = 0, runSum[3] = {0, 0, 0}, squares = 0;
+    void add(size_t i) {
+        if (label[i] != run) {
+            end();
+            run = label[i];
+            runSize = runSum[0] = runSum[1] = runSum[2] = 0;
+        }
+        const unsigned red = original[i].rgbRed, green = original[i].rgbGreen,
+                       blue = original[i].rgbBlue;
+        ++runSize;
+        runSum[0] += red;
+        runSum[1] += green;
+        runSum[2] += blue;
+        squares += red * red + green * green + blue * blue;
+    }
+    // The run so far added in (at the end of the pixels).
+    void end() {
+        size[run] += static_cast<double>(runSize);
+        for (int k = 0; k < 3; ++k)
+            sum[3 * static_cast<size_t>(run) + k] += static_cast<double>(runSum[k]);
+    }
+};
+
 // A priced union of one region (its batch's, see below) with `other`.
 struct Priced {
     double cost;
@@ -138,15 +171,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 Part& p = parts[band];
                 int y0, y1;
                 rowsOf(band, y0, y1);
-                // Runs of one label added up in whole numbers first.
-                const int32_t* const label = labels.data();
-                int32_t run = label[static_cast<size_t>(y0) * width];
-                unsigned long long runSize = 0, runSum[3] = {0, 0, 0}, allSquares = 0;
-                auto endRun = [&]() {
-                    p.size[run] += static_cast<double>(runSize);
-                    for (int k = 0; k < 3; ++k)
-                        p.sum[3 * static_cast<size_t>(run) + k] += static_cast<double>(runSum[k]);
-                };
+                const size_t from = static_cast<size_t>(y0) * width;
+                RunSums runs{labels.data(), original, p.size.data(), p.sum.data(), labels[from]};
                 for (int y = y0; y < y1; ++y) {
                     if ((y - y0) % 256 == 255 && (band == 0 ? !going() : stop.load())) {
                         stop = true;
@@ -154,23 +180,11 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                     }
                     for (size_t i = static_cast<size_t>(y) * width,
                                 e = static_cast<size_t>(y + 1) * width;
-                         i < e; ++i) {
-                        if (label[i] != run) {
-                            endRun();
-                            run = label[i];
-                            runSize = runSum[0] = runSum[1] = runSum[2] = 0;
-                        }
-                        const unsigned red = original[i].rgbRed, green = original[i].rgbGreen,
-                                       blue = original[i].rgbBlue;
-                        ++runSize;
-                        runSum[0] += red;
-                        runSum[1] += green;
-                        runSum[2] += blue;
-                        allSquares += red * red + green * green + blue * blue;
-                    }
+                         i < e; ++i)
+                        runs.add(i);
                 }
-                endRun();
-                p.squares = static_cast<double>(allSquares);
+                runs.end();
+                p.squares = static_cast<double>(runs.squares);
             });
             if (stop) return -1;
             for (int32_t r = 0; r < m; ++r)
@@ -181,38 +195,16 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             for (Part& p : parts) squares += p.squares;
         }
         if (!summed && !alpha) {
-            // Sums of whole numbers, exact in doubles in any order: each run
-            // of one label is added up in whole numbers first.
-            const int32_t* const label = labels.data();
-            int32_t run = label[0];
-            unsigned long long runSize = 0, runSum[3] = {0, 0, 0}, allSquares = 0;
-            auto endRun = [&]() {
-                size[run] += static_cast<double>(runSize);
-                for (int k = 0; k < 3; ++k) sum[3 * static_cast<size_t>(run) + k] += runSum[k];
-            };
-            auto add = [&](size_t i) {
-                if (label[i] != run) {
-                    endRun();
-                    run = label[i];
-                    runSize = runSum[0] = runSum[1] = runSum[2] = 0;
-                }
-                const unsigned red = original[i].rgbRed, green = original[i].rgbGreen,
-                               blue = original[i].rgbBlue;
-                ++runSize;
-                runSum[0] += red;
-                runSum[1] += green;
-                runSum[2] += blue;
-                allSquares += red * red + green * green + blue * blue;
-            };
+            RunSums runs{labels.data(), original, size.data(), sum.data(), labels[0]};
             // `going` is asked at every pixel i with i % (kEvery + 1) == kEvery.
             for (size_t i = 0; i < n;) {
-                for (const size_t end = std::min(n, i | kEvery); i < end; ++i) add(i);
+                for (const size_t end = std::min(n, i | kEvery); i < end; ++i) runs.add(i);
                 if (i == n) break;
                 if (!going()) return -1;
-                add(i++);
+                runs.add(i++);
             }
-            endRun();
-            squares = static_cast<double>(allSquares);
+            runs.end();
+            squares = static_cast<double>(runs.squares);
         }
         for (size_t i = 0; i < n && !summed && alpha; ++i) {
             if ((i & kEvery) == kEvery && !going()) return -1;

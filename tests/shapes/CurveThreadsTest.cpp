@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -143,7 +145,15 @@ TEST(CurveThreads, AStopWhileTheFitsRunReturnsFalseWithEveryThreadEnded) {
     // fits take them and, stopped, leave them waiting: no other thread is
     // left), and a thread started and ended: a runtime that keeps a thread of
     // its own once threads are used (the thread sanitizer's) has it by now.
-    om1::Bands::run(3, 3, [](int, long long, long long) {});
+    // Each band waits (up to 2 s) until all three have begun, so that the
+    // first thread, done at once, is not given the third band too.
+    std::atomic<int> begun{0};
+    om1::Bands::run(3, 3, [&begun](int, long long, long long) {
+        ++begun;
+        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+        while (begun.load() < 3 && std::chrono::steady_clock::now() < until)
+            std::this_thread::yield();
+    });
     std::thread([]() {}).join();
     const int before = threadsRunning();
     om1::OutputOptions o;

@@ -324,9 +324,9 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         };
         std::vector<std::vector<int32_t>> bandSize;
         std::atomic<bool> stop{false};
-        // A band's pixel i: band 0 asks the progress, the others stop with it.
-        auto goingOn = [&](int band, size_t i, size_t from) {
-            if (((i - from) & kEvery) != kEvery) return true;
+        // Between a band's chunks of pixels: band 0 asks the progress, the
+        // others stop with it.
+        auto goingOn = [&](int band) {
             if (band == 0 ? !going() : stop.load()) stop = true;
             return !stop.load();
         };
@@ -336,7 +336,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
         auto addRuns = [&](int band, size_t from, size_t to, int32_t* sz) {
             const int32_t* const label = labels.data();
             for (size_t i = from; i < to;) {
-                if (i > from && !goingOn(band, kEvery, 0)) return false;
+                if (i > from && !goingOn(band)) return false;
                 const size_t end = std::min(to, i + kEvery + 1);
                 int32_t run = label[i], length = 0;
                 for (; i < end; ++i) {
@@ -382,8 +382,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                     walked += static_cast<size_t>(width);
                     if (walked > kEvery) {
                         walked = 0;
-                        if (band == 0 ? !going() : stop.load()) stop = true;
-                        if (stop) return;
+                        if (!goingOn(band)) return;
                     }
                     const size_t row = static_cast<size_t>(y) * width;
                     for (int x = 0; x < width; ++x) {
@@ -427,7 +426,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 size_t from, to;
                 rowsOf(band, from, to);
                 for (size_t i = from; i < to;) {
-                    if (i > from && !goingOn(band, kEvery, 0)) return;
+                    if (i > from && !goingOn(band)) return;
                     for (const size_t end = std::min(to, i + kEvery + 1); i < end; ++i)
                         labels[i] = number[labels[i]];
                 }
@@ -544,7 +543,7 @@ long long PictureCleaner::speckle(RGBQUAD* pixels, int width, int height, int ar
                 size_t from, to;
                 rowsOf(band, from, to);
                 for (size_t i = from; i < to;) {
-                    if (i > from && !goingOn(band, kEvery, 0)) return;
+                    if (i > from && !goingOn(band)) return;
                     for (const size_t end = std::min(to, i + kEvery + 1); i < end; ++i) {
                         const int32_t s = source[labels[i]];
                         if (s < 0) continue;

@@ -435,8 +435,6 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
                 }
             }
         };
-        // A batch of the pairs of `self` with the regions of `list` above
-        // `floor` (roots; self left out).
         // The pairs priced at `p` (their count), the cheapest first: the
         // cost of a union (the same both ways round, to the bit) for
         // `channels` (K) channels.
@@ -468,6 +466,8 @@ long long RegionMerger::merge(RGBQUAD* pixels, const RGBQUAD* original, int widt
             if (count > 0) std::swap(p[0], p[best]);
             return count;
         };
+        // A batch of the pairs of `self` with the regions of `list` above
+        // `floor` (roots; self left out).
         auto open = [&](int32_t self, const std::vector<int32_t>& list, int32_t floor,
                         bool heaped) {
             if (store.size() >= 2 * compacted + 65536) compact();

@@ -44,12 +44,9 @@ TEST(AlphaPicture, FromRgbaCompositesOrKeepsTheAlpha) {
     EXPECT_EQ(alpha, (std::vector<uint8_t>{0, 128, 255}));
     EXPECT_EQ(packed(px[0]), 0u);  // an empty pixel has no colour of its own
     EXPECT_EQ(packed(px[1]), 200u | 100u << 8);
-    // Opaque: no alpha at all.
-    const uint8_t opaque[] = {1, 2, 3, 255, 4, 5, 6, 255};
-    ASSERT_TRUE(AlphaPicture::fromRgba(opaque, 2, 1, 8, false, white, px, alpha));
-    EXPECT_TRUE(alpha.empty());
-    // Five pixels (four converted at once, one after): each keeps its
-    // colour; one alpha below 255 among the four keeps the alpha.
+    // Five opaque pixels (four converted at once, one after): each keeps its
+    // colour, and no alpha at all; one alpha below 255 among the four keeps
+    // the alpha.
     uint8_t five[20];
     for (int i = 0; i < 20; ++i) five[i] = static_cast<uint8_t>(i % 4 == 3 ? 255 : 10 * i + 1);
     ASSERT_TRUE(AlphaPicture::fromRgba(five, 5, 1, 20, false, white, px, alpha));

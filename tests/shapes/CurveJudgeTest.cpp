@@ -70,8 +70,6 @@ TEST(CurveJudge, ErrorsStackedAndAlone) {
     const CurveJudge::Errors stacked = CurveJudge::errors(cells, 1, 2, s.picture(true), &alone);
     expectErrors(stacked, 2500 + 12500, 20000, 1, "stacked");
     expectErrors(alone, 20000, 20000, 1, "alone, with the stacked");
-    expectErrors(CurveJudge::errors(cells, 1, 2, s.picture(false)), 20000, 20000, 1, "alone");
-
     // Without parents the two judgements are one.
     CurveJudge::Errors flat;
     expectErrors(CurveJudge::errors(cells, 1, 2, s.picture(false), &flat), 20000, 20000, 1, "flat");

@@ -58,9 +58,7 @@ TEST(CrackCodes, MatchesAVectorAcrossTheLocalCapacity) {
         EXPECT_TRUE(got.empty());
     }
     EXPECT_EQ(sizeof(CrackCodes), 16u);
-}
-
-TEST(CrackCodes, ReserveHoldsExactlyWhatIsAskedBeyondTheLocalBytes) {
+    // Reserving holds exactly what is asked beyond the local bytes.
     CrackCodes c{0, 1, 2, 3};
     c.reserve(CrackCodes::kLocal);
     EXPECT_EQ(c.capacity(), CrackCodes::kLocal);  // still local

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "OutputPictures.h"
 #include "shapes/OutlineFitter.h"
 
 using om1::OutlineFitter;
@@ -30,19 +31,10 @@ TEST(OutlineFitter, ScatteredSamplesTakeLongSegments) {
     ASSERT_TRUE(OutlineFitter::fitOpen(points, codes, s, out));
     const size_t segments = (out.size() - 1) / 3;
     double worst = 0;
-    for (size_t i = 0; i + 3 < out.size(); i += 3)
-        for (int k = 0; k <= 16; ++k) {
-            const double t = k / 16.0, u = 1 - t;
-            const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
-            const double x = b0 * out[i].x + b1 * out[i + 1].x + b2 * out[i + 2].x +
-                             b3 * out[i + 3].x,
-                         y = b0 * out[i].y + b1 * out[i + 1].y + b2 * out[i + 2].y +
-                             b3 * out[i + 3].y;
-            worst = std::max(worst, std::fabs(std::hypot(x, y) - radius));
-        }
+    for (const PointD& q : flattened(out))
+        worst = std::max(worst, std::fabs(std::hypot(q.x, q.y) - radius));
     EXPECT_LE(segments, 20u);  // one every two or three samples: about 70
     EXPECT_LT(worst, s.tolerance);
-    printf("scattered arc: %zu segments, %.3f px from the arc at most\n", segments, worst);
 }
 
 // The straight runs kept from a fit of the same path with other ends: those
@@ -100,22 +92,15 @@ TEST(OutlineFitter, RefinedJoinsComeNearerTheWave) {
     auto off = [&](const std::vector<PointD>& c) {
         double sum = 0;
         int count = 0;
-        for (size_t i = 0; i + 3 < c.size(); i += 3)
-            for (int k = 0; k < 32; ++k) {
-                const double t = k / 32.0, u = 1 - t;
-                const double b0 = u * u * u, b1 = 3 * u * u * t, b2 = 3 * u * t * t, b3 = t * t * t;
-                const double x = b0 * c[i].x + b1 * c[i + 1].x + b2 * c[i + 2].x + b3 * c[i + 3].x;
-                const double y = b0 * c[i].y + b1 * c[i + 1].y + b2 * c[i + 2].y + b3 * c[i + 3].y;
-                const double slope = (wave(x + 1e-4) - wave(x - 1e-4)) / 2e-4;
-                const double d = (y - wave(x)) / std::sqrt(1 + slope * slope);
-                sum += d * d;
-                ++count;
-            }
+        for (const PointD& q : flattened(c, 32)) {
+            const double slope = (wave(q.x + 1e-4) - wave(q.x - 1e-4)) / 2e-4;
+            const double d = (q.y - wave(q.x)) / std::sqrt(1 + slope * slope);
+            sum += d * d;
+            ++count;
+        }
         return std::sqrt(sum / count);
     };
     const double before = off(plain), after = off(refined);
-    printf("wave: %zu segments, %.4f px from the wave, refined %.4f\n", (plain.size() - 1) / 3,
-           before, after);
     EXPECT_LT(after, 0.7 * before);
     // One tangent at every join: the handles on either side on one line.
     for (size_t i = 3; i + 3 < refined.size(); i += 3) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 #include "OutputPictures.h"
 #include "prepare/Presets.h"
@@ -42,6 +43,23 @@ const om1::Shape* shapeOf(const ShapeSet& set, unsigned rgb) {
     return best;
 }
 
+// The largest `off` over the points of the curves of `only` (of every shape
+// when null) more than 2 px inside the picture (which the boundary follows);
+// `points` counts them.
+double farthest(const ShapeSet& set, const om1::Shape* only, const Picture& p,
+                const std::function<double(const PointD&)>& off, int* points = nullptr) {
+    double worst = 0;
+    for (const om1::Shape& s : set.shapes)
+        for (const std::vector<PointD>& c : s.curves)
+            for (const PointD& q : flattened(c, 32)) {
+                if ((only && &s != only) || q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2)
+                    continue;
+                worst = std::max(worst, off(q));
+                if (points) ++*points;
+            }
+    return worst;
+}
+
 size_t segments(const std::vector<PointD>& curve) {
     return (curve.size() - 1) / 3;
 }
@@ -67,10 +85,11 @@ TEST(SmoothCurves, DiscAndRectangle) {
         ASSERT_NE(disc, nullptr);
         ASSERT_EQ(disc->curves.size(), 1u);
         EXPECT_EQ(segments(disc->curves[0]), 4u);
-        double worst = 0;
-        for (const PointD& q : flattened(disc->curves[0], 32))
-            worst = std::max(worst, std::fabs(std::hypot(q.x - cx, q.y - cy) - r));
-        EXPECT_LT(worst, 0.02);
+        EXPECT_LT(farthest(set, disc, p,
+                           [&](const PointD& q) {
+                               return std::fabs(std::hypot(q.x - cx, q.y - cy) - r);
+                           }),
+                  0.02);
         const om1::Shape* box = shapeOf(set, kBlue);
         ASSERT_NE(box, nullptr);
         ASSERT_EQ(box->curves.size(), 1u);
@@ -239,17 +258,13 @@ TEST(SmoothCurves, SlantedEdgeWithinATenth) {
         });
         ShapeSet set;
         trace(p, OutputOptions::Layout::Stacked, set);
-        double worst = 0;
         int checked = 0;
-        const double norm = std::hypot(1.0, e.slope);
-        for (const om1::Shape& s : set.shapes)  // the one drawn first covers the picture
-            for (const std::vector<PointD>& c : s.curves)
-                for (const PointD& q : flattened(c, 32)) {
-                    // Away from the picture's border, which the boundary follows.
-                    if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
-                    worst = std::max(worst, std::fabs(q.y - e.offset - e.slope * q.x) / norm);
-                    ++checked;
-                }
+        const double worst = farthest(
+            set, nullptr, p,
+            [&](const PointD& q) {
+                return std::fabs(q.y - e.offset - e.slope * q.x) / std::hypot(1.0, e.slope);
+            },
+            &checked);
         EXPECT_GT(checked, 10);
         EXPECT_LT(worst, 0.1) << "slope " << e.slope;
     }
@@ -269,12 +284,8 @@ TEST(SmoothCurves, SoftEdgesTakeFewerSegments) {
             "wave", 96, 48, [&](double x, double y) { return y > edge(x) ? lower[k] : 0x808890u; });
         ShapeSet set;
         trace(p, OutputOptions::Layout::Stacked, set);
-        for (const om1::Shape& s : set.shapes)
-            for (const std::vector<PointD>& c : s.curves)
-                for (const PointD& q : flattened(c, 32)) {
-                    if (q.x < 2 || q.y < 2 || q.x > p.w - 2 || q.y > p.h - 2) continue;
-                    worst[k] = std::max(worst[k], std::fabs(q.y - edge(q.x)));
-                }
+        worst[k] =
+            farthest(set, nullptr, p, [&](const PointD& q) { return std::fabs(q.y - edge(q.x)); });
         const om1::Shape* s = shapeOf(set, lower[k]);
         ASSERT_NE(s, nullptr);
         for (const std::vector<PointD>& c : s->curves) counts[k] += segments(c);
@@ -479,12 +490,12 @@ TEST(SmoothCurves, ThinLineStaysWhole) {
         if (s.role != om1::Shape::Role::Frame && !s.loops.empty() && s.color.rgbRed < 200)
             lines.push_back(&s);
     ASSERT_EQ(lines.size(), 1u);
-    double worst = 0;
-    for (const std::vector<PointD>& c : lines[0]->curves)
-        for (const PointD& q : flattened(c, 32)) {
-            if (q.x < 8 || q.x > 72) continue;  // the ends are round
-            const double d = std::fabs(q.y - offset - slope * q.x) / std::hypot(1.0, slope);
-            worst = std::max(worst, std::fabs(d - width / 2));
-        }
-    EXPECT_LT(worst, 0.2);
+    EXPECT_LT(farthest(set, lines[0], p,
+                       [&](const PointD& q) {
+                           if (q.x < 8 || q.x > 72) return 0.0;  // the ends are round
+                           return std::fabs(std::fabs(q.y - offset - slope * q.x) /
+                                                std::hypot(1.0, slope) -
+                                            width / 2);
+                       }),
+              0.2);
 }

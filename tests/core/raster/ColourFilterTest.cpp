@@ -69,6 +69,11 @@ TEST_F(ColourFilter, LeavesOneColourAWindowOfOneAndSmallBitmapsUnchanged) {
         for (int i = 0; i < c.w * c.h; ++i) EXPECT_TRUE(same(b.px[i], before[i])) << i;
         EXPECT_EQ(m.filterPixelCount, c.w * c.h);
         EXPECT_EQ(m.indexRasterSize, c.w * c.h);
+        if (c.random || c.w < 3) continue;
+        CView view(b.h);  // the adaptive filter keeps one colour too
+        OutLineManipulator a(&view, b.h, 0x000000, 5, 3);
+        a.FilterAdaptSmooth(b.h, 0);
+        for (int i = 0; i < c.w * c.h; ++i) EXPECT_TRUE(same(b.px[i], before[i])) << i;
     }
 }
 
@@ -100,17 +105,12 @@ TEST_F(ColourFilter, PixelsNextToAVerticalBorderKeepTheirSide) {
     }
 }
 
-TEST_F(ColourFilter, UnreadableBitmapIsRefused) {
-    Bitmap32 b(4, 4);
-    OutLineManipulator m(dc, b.h);
-    HBITMAP none = nullptr;
-    EXPECT_FALSE(m.Filter(none, 1));
-}
-
 TEST_F(ColourFilter, QuadrantMeansAndCells) {
     Bitmap32 b(4, 4);
     TestManipulator m(dc, b.h);
-    ASSERT_TRUE(m.Filter(b.h, 0));  // sets filterPixelCount
+    HBITMAP none = nullptr;
+    EXPECT_FALSE(m.Filter(none, 1));  // unreadable: refused
+    ASSERT_TRUE(m.Filter(b.h, 0));    // sets filterPixelCount
     std::vector<RGBQUAD> px(16);
     for (int i = 0; i < 16; ++i) px[i] = RGBQUAD{static_cast<BYTE>(i * 10), 0, 0, 0};
     // Mean of pixels 5, 4, 9, 8 (p = 9, k = 1: p, p - w, p + 1, p + 1 - w).
@@ -133,15 +133,6 @@ TEST_F(ColourFilter, QuadrantMeansAndCells) {
     EXPECT_TRUE(m.isInRange(4, 0));
     EXPECT_FALSE(m.isInRange(-1, 0));
     EXPECT_FALSE(m.isInRange(16, 0));
-}
-
-TEST(AdaptiveFilter, UniformImageKeepsItsColour) {
-    Bitmap32 b(6, 6);
-    for (int i = 0; i < 36; ++i) b.px[i] = kA;
-    CView view(b.h);
-    OutLineManipulator m(&view, b.h, 0x000000, 5, 3);
-    m.FilterAdaptSmooth(b.h, 0);
-    for (int i = 0; i < 36; ++i) EXPECT_TRUE(same(b.px[i], kA)) << i;
 }
 
 TEST(AdaptiveFilter, RunExtendsTheMeanWithinTolerance) {

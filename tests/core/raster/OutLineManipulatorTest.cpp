@@ -59,13 +59,10 @@ TEST(PixelBufferConstructor, BuildsTheWorkingRaster) {
     EXPECT_FALSE(m.ownsColorRaster);
     EXPECT_EQ(reinterpret_cast<unsigned char*>(m.palette),
               reinterpret_cast<unsigned char*>(m.bitmapInfo) + 40);
-}
-
-TEST(PixelBufferConstructor, BelowThreePixelsKeepsTheRasterButNoMinimumLength) {
-    std::vector<RGBQUAD> px(2 * 100);
-    OutLineManipulator m(px.data(), 2, 100, 10, 9, 3, 0);
-    EXPECT_NE(m.indexRaster, nullptr);
-    EXPECT_EQ(m.minOutlineLen, 0);
+    // Below three pixels across: the raster stays, the minimum length does not.
+    OutLineManipulator thin(px.data(), 2, 12, 10, 9, 3, 0);
+    EXPECT_NE(thin.indexRaster, nullptr);
+    EXPECT_EQ(thin.minOutlineLen, 0);
 }
 
 TEST(PixelBufferConstructor, BadInputBuildsNoRasters) {

@@ -54,11 +54,6 @@ TEST(HierarchyWorker, CopyCarriesCodesAndRegionDataNotFlags) {
     w.reverseOutline(nullptr);
     delete c;
     delete src;
-
-    HierarchyWorker unusable(0, 0);  // no map, but a working outline
-    EXPECT_EQ(unusable.map, nullptr);
-    ASSERT_NE(unusable.working, nullptr);
-    EXPECT_EQ(unusable.working->color, 0xff0000u);
 }
 
 TEST(HierarchyWorkerSplit, DetourThatNeverReturnsIsDropped) {
